@@ -1,0 +1,180 @@
+/* ft.h - the fault-tolerant platform: device data, properties, state, operations.
+ *
+ * All calls are made from one thread, one at a time, and may take as long as the
+ * hardware needs. Each has its own result convention, stated with it. Except for
+ * ft_FunctionInit, a call made while the interface is not open fails.
+ */
+#ifndef YAT_FT_H
+#define YAT_FT_H
+
+#include "yat/device.h"
+#include "yat/export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Object kinds: what the object number of a property or state read counts. */
+#define YAT_KIND_BOARD 1
+#define YAT_KIND_CPU_MODULE 2
+#define YAT_KIND_PCI_MODULE 3
+
+/* Property identifiers. */
+#define YAT_PROPERTY_MTBF_TYPE 8           /* of a board: "2", "3" or "4" */
+#define YAT_PROPERTY_BIOS_VERSION 27       /* of a CPU module: text */
+#define YAT_PROPERTY_BIOS_STATUS 28        /* of a CPU module: text */
+#define YAT_PROPERTY_RELATIONAL_INDEX 9002 /* of a PCI module: number of its board */
+
+/* State codes. */
+#define YAT_STATE_CPU_MODULE 9001
+#define YAT_STATE_PCI_MODULE 9002
+
+/* Machine types. */
+#define YAT_MACHINE_QUERY_FAILED (-1)
+#define YAT_MACHINE_PLAIN 0 /* not an FT server */
+#define YAT_MACHINE_ALDER 1
+#define YAT_MACHINE_BIRCH 2
+#define YAT_MACHINE_CEDAR 3
+
+/* Settings of the whole machine. */
+#define YAT_SETTING_AUTO_BURN 2     /* automatic firmware update */
+#define YAT_SETTING_AUTO_BRING_UP 3 /* automatic module start */
+
+/* The platform's functions, 8-byte slots. Filled by ft_FunctionInit, all null while
+ * the interface is not open. The programs use slots 0, 3 and 9, and test each for
+ * null before they use it; the calls declared below go through the others. */
+struct yat_ft_functions {
+    /* 0: handle of the loaded platform library */
+    void *handle;
+    /* 1, 2: see CreateTreeViewData and FreeTreeViewData */
+    int (*create_tree)(struct yat_device **root);
+    int (*free_tree)(struct yat_device **root);
+    /* 3: reads a property.
+     *   kind, number  the object: YAT_KIND_... and its number, from 1
+     *   property      YAT_PROPERTY_...
+     *   buffer, size  takes the value as zero-terminated text; *size is the capacity in
+     *                 bytes on entry and, on success, the bytes used, the terminator
+     *                 included
+     * Returns 0, or another value (unknown object or property, value too long for the
+     * buffer); then buffer and *size are untouched. */
+    int (*yat_ft_get_property)(int kind, int number, int property, char *buffer,
+                               unsigned long *size);
+    /* 4 to 8: see call_yat_is_ft, StatusChange, IfSupport, ClearMTBF, InitBringUp */
+    int (*is_ft)(int reserved);
+    int (*status_change)(int kind, int number, int code, char *text);
+    int (*if_support)(struct yat_device *device, int code, int *detail);
+    int (*clear_mtbf)(struct yat_device *device, int code);
+    int (*bring_up)(struct yat_device *device, int code);
+    /* 9: converts a text filled by yat_ft_get_property to an integer: an optional sign
+     * and decimal digits, blanks around them. Returns -1, with *value untouched, for any
+     * other text, a number that an int does not hold, or a null pointer; else 0. */
+    int (*Linux_ConvertDataToInt)(char *text, int *value);
+    /* 10 to 14: see InitBringDown, SetMtbfType, BurnFirmware, GetBBDriverSettings and
+     * PutBBDriverSettings */
+    int (*bring_down)(struct yat_device *device, int code);
+    int (*set_mtbf_type)(struct yat_device *device, int code, const char *type);
+    int (*burn_firmware)(struct yat_device *device, int code, const char *mode);
+    int (*get_setting)(int kind, int object, int index, int *value);
+    int (*put_setting)(int kind, int object, int index, int *value);
+};
+YAT_API extern struct yat_ft_functions yat_ft_func;
+
+static_assert(offsetof(struct yat_ft_functions, handle) == 0, "function table layout");
+static_assert(offsetof(struct yat_ft_functions, yat_ft_get_property) == 24,
+              "function table layout");
+static_assert(offsetof(struct yat_ft_functions, Linux_ConvertDataToInt) == 72,
+              "function table layout");
+
+/* Opens the interface: loads <root>/lib/yatcore.dll (see yat/platform.h) and fills
+ * yat_ft_func. Returns 1, also when the interface is open already; 0 when there is no
+ * such object, when it is not a platform, or when its table has gaps: then nothing
+ * stays loaded, yat_ft_func is empty and the reason is in the trace log. */
+YAT_API int ft_FunctionInit(void);
+
+/* Closes the interface: empties yat_ft_func and unloads the platform. Returns 1, or 0
+ * when the interface is not open. Records from CreateTreeViewData must have been freed
+ * before. */
+YAT_API int ft_FunctionRelease(void);
+
+/* Reads the machine's devices.
+ *
+ * root  out: the root of a tree of records. Its children are the top-level devices:
+ *       all CPU modules first, then all PCI modules, each class in instance order.
+ *
+ * Returns 1, or 0 with *root untouched. The records belong to the platform; they stay
+ * valid and in place until FreeTreeViewData. */
+YAT_API int CreateTreeViewData(struct yat_device **root);
+
+/* Frees what CreateTreeViewData made and sets *root to null. Returns 1, or 0 when *root
+ * is null or not a tree of this platform's; then nothing is freed. */
+YAT_API int FreeTreeViewData(struct yat_device **root);
+
+/* The machine type, YAT_MACHINE_...; the argument is 0. */
+YAT_API int call_yat_is_ft(int reserved);
+
+/* Reads the state of a module.
+ *
+ * kind, number  YAT_KIND_CPU_MODULE with code YAT_STATE_CPU_MODULE or
+ *               YAT_KIND_PCI_MODULE with code YAT_STATE_PCI_MODULE; the number from 1
+ * text          takes the state as text for the user, zero-terminated, at most 1024
+ *               bytes with the terminator, in the encoding of the locale
+ *
+ * Returns -1, with text untouched, when there is no such module or its state cannot be
+ * read; anything else is success. */
+YAT_API int StatusChange(int kind, int number, int code, char *text);
+
+/* The operations. Each has a support code that IfSupport is asked with before, and an
+ * operation code, which is the support code plus one:
+ *
+ *     device    ClearMTBF  InitBringUp  InitBringDown  BurnFirmware  SetMtbfType
+ *     CPU          1, 2       5, 6          7, 8          9, 10        13, 14
+ *     PCI         15, 16     19, 20        21, 22                      23, 24
+ *     SCSI        25, 26
+ *     Ethernet    31, 32
+ *
+ * The record is one from CreateTreeViewData. A code that does not belong to the
+ * operation and the record's class is refused. A refused or failed operation changes
+ * nothing. */
+
+/* Returns non-zero when the machine supports the operation on this device now, else 0.
+ *
+ * detail  out, may be null: the reason in the latter case, 0 otherwise. */
+YAT_API int IfSupport(struct yat_device *device, int code, int *detail);
+
+/* Clears the device's MTBF count. Returns 1 for success. */
+YAT_API int ClearMTBF(struct yat_device *device, int code);
+
+/* Starts a module. Returns 1 for success. */
+YAT_API int InitBringUp(struct yat_device *device, int code);
+
+/* Stops a module. Returns 1 for success. */
+YAT_API int InitBringDown(struct yat_device *device, int code);
+
+/* Sets a module's MTBF type.
+ *
+ * type  "0", "1" or "2"; read back (YAT_PROPERTY_MTBF_TYPE) as 2, 3 or 4
+ *
+ * Returns 1 for success. */
+YAT_API int SetMtbfType(struct yat_device *device, int code, const char *type);
+
+/* Updates a CPU module's BIOS.
+ *
+ * mode  "FWCOPY": from the running module; "FWBURN": from the data file
+ *
+ * Returns 1 for success. */
+YAT_API int BurnFirmware(struct yat_device *device, int code, const char *mode);
+
+/* Reads and writes a setting of the whole machine.
+ *
+ * kind           YAT_SETTING_...
+ * object, index  YAT_CLASS_GENERAL and 1
+ * value          read: 2 for on, any other value for off; written: 1 on, 0 off
+ *
+ * Return non-zero for success; 0 with nothing changed. */
+YAT_API int GetBBDriverSettings(int kind, int object, int index, int *value);
+YAT_API int PutBBDriverSettings(int kind, int object, int index, int *value);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,30 @@
+/* hwinfo.h - the hardware information plug-in: <root>/lib/yathwinfo.dll.
+ *
+ * A shared object that a program loads when it needs it, asks, and unloads again.
+ */
+#ifndef YAT_HWINFO_H
+#define YAT_HWINFO_H
+
+#include "yat/export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Asks the machine's baseboard management controller who it is.
+ *
+ * response  out: 16 bytes, the answer to the IPMI command Get Device ID (IPMI 2.0,
+ *           20.1): byte 0 the completion code, 1 the device id, 2 the device revision, 3
+ *           and 4 the firmware revision (bits 6 to 0 of byte 3 the major one, byte 4 the
+ *           minor one in BCD), then the rest; what a short answer lacks is zero.
+ *
+ * Returns 1, or another value, with the response untouched, when the controller cannot
+ * be reached, does not answer within 5 seconds, answers fewer than 5 bytes, or answers
+ * with a completion code other than 0. The reason is in the trace log.
+ */
+YAT_API int YATGetDeviceID(unsigned char response[16]);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

@@ -1,0 +1,38 @@
+/* platform.h - what a platform library is: <root>/lib/yatcore.dll.
+ *
+ * A platform is a shared object, whatever its name ends in, with one data symbol of
+ * this name and type. Another platform is another object in the same place.
+ */
+#ifndef YAT_PLATFORM_H
+#define YAT_PLATFORM_H
+
+#include "yat/ft.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define YAT_PLATFORM_MAGIC 0x50544159u /* "YATP" in memory */
+#define YAT_PLATFORM_VERSION 1u
+#define YAT_PLATFORM_SYMBOL "YatPlatform"
+
+struct yat_platform {
+    uint32_t magic;   /* YAT_PLATFORM_MAGIC */
+    uint32_t version; /* YAT_PLATFORM_VERSION */
+    uint64_t size;    /* sizeof(struct yat_platform) */
+    /* Called once after loading; 0 refuses to open, having undone whatever it did. Called
+     * with the interface closed, so it must not use the calls of yat/ft.h. */
+    int (*open)(void);
+    /* Called once before unloading. */
+    void (*close)(void);
+    /* The functions, with the conventions of yat/ft.h; the handle is null. None may be
+     * missing. */
+    struct yat_ft_functions functions;
+};
+
+YAT_API extern const struct yat_platform YatPlatform;
+
+#ifdef __cplusplus
+}
+#endif
+#endif

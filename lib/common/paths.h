@@ -1,0 +1,26 @@
+// Where the product's files are.
+#pragma once
+
+#include <string>
+
+namespace yat {
+
+// The directory above the one that the object containing this code was loaded from,
+// symbolic links resolved; empty when that cannot be found out.
+std::string productRoot();
+
+// The directory of the product's configuration: /etc/opt/... for a product installed
+// below /opt, etc below the root for any other.
+std::string configurationDirectory();
+
+// A directory for what the product keeps between runs, made when missing: YAT_STATE_DIR,
+// else /var/opt/... for a product installed below /opt and var below the root for any
+// other; the user's XDG state directory where that one cannot be written. Empty when none
+// can be.
+std::string stateDirectory();
+
+// Makes a directory and those above it. False when it is not there afterwards or cannot be
+// written to.
+bool makeWritableDirectory(const std::string &path);
+
+} // namespace yat

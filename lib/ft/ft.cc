@@ -1,0 +1,149 @@
+// The platform behind its table: loading it, and the calls that go through it.
+#include "yat/ft.h"
+
+#include "common/paths.h"
+#include "yat/platform.h"
+#include "yat/trace.h"
+
+#include <dlfcn.h>
+
+yat_ft_functions yat_ft_func;
+
+namespace {
+
+const yat_platform *loadedPlatform;
+
+#define TRACE_ERROR(...) TraceLog(YAT_TRACE_ERROR, "ft", __func__, __LINE__, __VA_ARGS__)
+
+bool isComplete(const yat_ft_functions &functions)
+{
+    return functions.create_tree && functions.free_tree && functions.yat_ft_get_property
+           && functions.is_ft && functions.status_change && functions.if_support
+           && functions.clear_mtbf && functions.bring_up && functions.Linux_ConvertDataToInt
+           && functions.bring_down && functions.set_mtbf_type && functions.burn_firmware
+           && functions.get_setting && functions.put_setting;
+}
+
+// What is wrong with the object as a platform, null for nothing. The fields are looked at in
+// an order that reads nothing the ones before did not vouch for.
+const char *platformFault(const yat_platform *platform)
+{
+    if (!platform)
+        return "it has no symbol " YAT_PLATFORM_SYMBOL;
+    if (platform->magic != YAT_PLATFORM_MAGIC)
+        return "its platform table has a foreign magic number";
+    if (platform->version != YAT_PLATFORM_VERSION || platform->size != sizeof(yat_platform))
+        return "its platform table has another version or size";
+    if (!platform->open || !platform->close || !isComplete(platform->functions))
+        return "its platform table has gaps";
+    return nullptr;
+}
+
+} // namespace
+
+int ft_FunctionInit(void)
+{
+    if (loadedPlatform)
+        return 1;
+    const std::string path = yat::productRoot() + "/lib/yatcore.dll";
+    void *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle) {
+        TRACE_ERROR("%s can't be loaded: %s", path.c_str(), dlerror());
+        return 0;
+    }
+    const auto *platform =
+        static_cast<const yat_platform *>(dlsym(handle, YAT_PLATFORM_SYMBOL));
+    const char *fault = platformFault(platform);
+    if (!fault && platform->open() == 0)
+        fault = "it refuses to open";
+    if (fault) {
+        TRACE_ERROR("%s is no platform to use: %s", path.c_str(), fault);
+        dlclose(handle);
+        return 0;
+    }
+    loadedPlatform = platform;
+    yat_ft_func = platform->functions;
+    yat_ft_func.handle = handle;
+    return 1;
+}
+
+int ft_FunctionRelease(void)
+{
+    if (!loadedPlatform)
+        return 0;
+    void *handle = yat_ft_func.handle;
+    loadedPlatform->close();
+    loadedPlatform = nullptr;
+    yat_ft_func = {};
+    return handle && dlclose(handle) == 0 ? 1 : 0;
+}
+
+int CreateTreeViewData(yat_device **root)
+{
+    return root && yat_ft_func.create_tree ? yat_ft_func.create_tree(root) : 0;
+}
+
+int FreeTreeViewData(yat_device **root)
+{
+    return root && yat_ft_func.free_tree ? yat_ft_func.free_tree(root) : 0;
+}
+
+int call_yat_is_ft(int reserved)
+{
+    return yat_ft_func.is_ft ? yat_ft_func.is_ft(reserved) : YAT_MACHINE_QUERY_FAILED;
+}
+
+int StatusChange(int kind, int number, int code, char *text)
+{
+    return text && yat_ft_func.status_change
+               ? yat_ft_func.status_change(kind, number, code, text)
+               : -1;
+}
+
+int IfSupport(yat_device *device, int code, int *detail)
+{
+    return device && yat_ft_func.if_support ? yat_ft_func.if_support(device, code, detail) : 0;
+}
+
+int ClearMTBF(yat_device *device, int code)
+{
+    return device && yat_ft_func.clear_mtbf ? yat_ft_func.clear_mtbf(device, code) : 0;
+}
+
+int InitBringUp(yat_device *device, int code)
+{
+    return device && yat_ft_func.bring_up ? yat_ft_func.bring_up(device, code) : 0;
+}
+
+int InitBringDown(yat_device *device, int code)
+{
+    return device && yat_ft_func.bring_down ? yat_ft_func.bring_down(device, code) : 0;
+}
+
+int SetMtbfType(yat_device *device, int code, const char *type)
+{
+    return device && type && yat_ft_func.set_mtbf_type
+               ? yat_ft_func.set_mtbf_type(device, code, type)
+               : 0;
+}
+
+int BurnFirmware(yat_device *device, int code, const char *mode)
+{
+    return device && mode && yat_ft_func.burn_firmware
+               ? yat_ft_func.burn_firmware(device, code, mode)
+               : 0;
+}
+
+int GetBBDriverSettings(int kind, int object, int index, int *value)
+{
+    return value && yat_ft_func.get_setting
+               ? yat_ft_func.get_setting(kind, object, index, value)
+               : 0;
+}
+
+int PutBBDriverSettings(int kind, int object, int index, int *value)
+{
+    return value && yat_ft_func.put_setting
+               ? yat_ft_func.put_setting(kind, object, index, value)
+               : 0;
+}

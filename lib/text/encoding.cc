@@ -1,0 +1,134 @@
+#include "text/encoding.h"
+
+#include "common/utf8.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cwchar>
+#include <iconv.h>
+#include <langinfo.h>
+
+namespace yat {
+namespace {
+
+// An iconv conversion. One that the system lacks converts nothing.
+class Conversion {
+public:
+    Conversion(const char *to, const char *from) : descriptor(iconv_open(to, from)) {}
+    ~Conversion()
+    {
+        if (exists())
+            iconv_close(descriptor);
+    }
+    Conversion(const Conversion &) = delete;
+    Conversion &operator=(const Conversion &) = delete;
+
+    // Appends the converted text; false, with nothing appended, when it can't be converted.
+    bool append(std::string &result, std::string_view text) const
+    {
+        if (!exists())
+            return false;
+        char buffer[256];
+        char *in = const_cast<char *>(text.data());
+        size_t inLeft = text.size();
+        const size_t before = result.size();
+        iconv(descriptor, nullptr, nullptr, nullptr, nullptr);
+        while (inLeft > 0) {
+            char *out = buffer;
+            size_t outLeft = sizeof buffer;
+            const size_t status = iconv(descriptor, &in, &inLeft, &out, &outLeft);
+            result.append(buffer, sizeof buffer - outLeft);
+            if (status == static_cast<size_t>(-1) && errno != E2BIG) {
+                result.resize(before);
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    bool exists() const { return descriptor != reinterpret_cast<iconv_t>(-1); }
+    iconv_t descriptor;
+};
+
+bool displayIsUtf8()
+{
+    return std::string_view(nl_langinfo(CODESET)) == "UTF-8";
+}
+
+// Length that the first byte of an EUC-JP character announces.
+size_t eucLength(unsigned char first)
+{
+    return first < 0x80 ? 1 : first == 0x8F ? 3 : 2;
+}
+
+} // namespace
+
+bool isDisplayable(const char *text)
+{
+    mbstate_t state{};
+    return mbsrtowcs(nullptr, &text, 0, &state) != static_cast<size_t>(-1);
+}
+
+size_t wholeCharacters(std::string_view text, size_t most)
+{
+    size_t length = 0;
+    mbstate_t state{};
+    while (length < text.size()) {
+        size_t character = mbrlen(text.data() + length, text.size() - length, &state);
+        if (character == 0 || character > text.size() - length) { // no character
+            character = 1;
+            state = {};
+        }
+        if (length + character > most)
+            break;
+        length += character;
+    }
+    return length;
+}
+
+std::string toDisplay(std::string_view utf8)
+{
+    std::string valid;
+    while (!utf8.empty()) {
+        const size_t length = utf8Length(utf8);
+        valid.append(length ? utf8.substr(0, length) : replacementCharacter);
+        utf8.remove_prefix(std::max<size_t>(length, 1));
+    }
+    if (displayIsUtf8())
+        return valid;
+
+    const Conversion conversion((std::string(nl_langinfo(CODESET)) + "//TRANSLIT").c_str(),
+                                "UTF-8");
+    std::string result;
+    for (std::string_view rest = valid; !rest.empty();) {
+        const size_t length = utf8Length(rest);
+        if (!conversion.append(result, rest.substr(0, length)))
+            result += length == 1 ? rest[0] : '?';
+        rest.remove_prefix(length);
+    }
+    return result;
+}
+
+std::string fromEuc(std::string_view euc)
+{
+    // Two tables: the standard one, and the vendors' for what it lacks, such as circled
+    // digits. The other way round, the wave dash would become another character.
+    const Conversion standard("UTF-8", "EUC-JP");
+    const Conversion vendor("UTF-8", "EUC-JP-MS");
+    std::string result;
+    while (!euc.empty()) {
+        const size_t length = eucLength(static_cast<unsigned char>(euc[0]));
+        const std::string_view character = euc.substr(0, length);
+        if (character.size() == length
+            && (standard.append(result, character) || vendor.append(result, character))) {
+            euc.remove_prefix(length);
+        } else {
+            result += replacementCharacter;
+            euc.remove_prefix(1);
+        }
+    }
+    return result;
+}
+
+} // namespace yat

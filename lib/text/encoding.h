@@ -1,0 +1,23 @@
+// The character encoding of the locale, which is that of the terminal.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace yat {
+
+// True when the text is valid in the locale's encoding.
+bool isDisplayable(const char *text);
+
+// Length of the longest beginning of text that has at most `most` bytes and ends between two
+// characters. Bytes that are no character count as one each.
+size_t wholeCharacters(std::string_view text, size_t most);
+
+// From UTF-8 to the locale's encoding. What that lacks is written in a similar way or as '?';
+// what is no UTF-8 becomes U+FFFD first.
+std::string toDisplay(std::string_view utf8);
+
+// From EUC-JP to UTF-8; what is no EUC-JP becomes U+FFFD.
+std::string fromEuc(std::string_view euc);
+
+} // namespace yat
