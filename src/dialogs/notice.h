@@ -1,0 +1,9 @@
+// What the one-button boxes share.
+#pragma once
+
+#include <newt.h>
+
+// Shows a box with a content and a button, both new and on no form yet, until the button is
+// pressed, and destroys the form with them.
+void showNotice(newtComponent form, newtComponent content, newtComponent button,
+                const char *title);

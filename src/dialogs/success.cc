@@ -1,0 +1,11 @@
+#include "dialogs/autowin.h"
+#include "dialogs/notice.h"
+
+void Success(const char *title)
+{
+    Question ownTitle;
+    copyText(ownTitle, title);
+    newtComponent form = newtForm(nullptr, nullptr, 0);
+    newtComponent label = newtLabel(-1, -1, text("LABEL_SUCCESS_ID"));
+    showNotice(form, label, newtButton(-1, -1, text("BUTTON_CLOSE_ID")), ownTitle.data());
+}

@@ -1,0 +1,53 @@
+#include "dialogs/text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <cwchar>
+#include <string>
+
+namespace {
+
+// Length of the character at the beginning of a text that is not empty, in bytes. A byte that
+// begins no character counts as one.
+size_t characterLength(std::string_view rest, wchar_t *character)
+{
+    mbstate_t state{};
+    *character = L'?';
+    const size_t length = mbrtowc(character, rest.data(), rest.size(), &state);
+    return length == 0 || length > rest.size() ? 1 : length;
+}
+
+} // namespace
+
+void copyText(std::span<char> buffer, const char *source)
+{
+    const std::string_view whole(source);
+    size_t length = 0;
+    while (length < whole.size()) {
+        wchar_t character;
+        const size_t next = characterLength(whole.substr(length), &character);
+        if (length + next >= buffer.size())
+            break;
+        length += next;
+    }
+    std::ranges::fill(buffer, '\0');
+    std::copy_n(source, length, buffer.begin());
+}
+
+void formatTitle(std::span<char> buffer, const char *deviceName, const char *utility)
+{
+    const std::string title = std::string(deviceName ? deviceName : "") + " --" + utility;
+    copyText(buffer, title.c_str());
+}
+
+int textWidth(const char *source)
+{
+    int width = 0;
+    for (std::string_view rest(source); !rest.empty();) {
+        wchar_t character;
+        rest.remove_prefix(characterLength(rest, &character));
+        width += std::max(wcwidth(character), 0);
+    }
+    return width;
+}

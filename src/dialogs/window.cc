@@ -1,0 +1,189 @@
+#include "dialogs/window.h"
+
+#include "dialogs/text.h"
+#include "terminal/terminal.h"
+
+#include <algorithm>
+#include <climits>
+#include <slang.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int hotKeyA = 1;  // Ctrl-A
+constexpr int hotKeyO = 15; // Ctrl-O
+
+struct Window {
+    newtComponent form;
+    std::string title;
+    Fit fit;
+    int columns = 0, rows = 0; // of the grid
+    int naturalColumns = 0;    // of the grid when the window was opened
+    bool scrolling = false;
+    bool hotKeys = false;
+};
+std::vector<Window> windows; // the top one last
+
+// Where newt puts a window of these components by itself: the place of its first component,
+// relative to the screen.
+struct Place {
+    int left, top, width, height;
+};
+
+Place naturalPlace(const Window &window)
+{
+    const int titleWidth = textWidth(window.title.c_str()) + 2;
+    const int width = std::max(window.columns, titleWidth) + 2;
+    const int height = window.rows + 2;
+    int top = (SLtt_Screen_Rows - height) / 2;
+    if (SLtt_Screen_Rows % 2 && top % 2)
+        --top;
+    return {.left = (SLtt_Screen_Cols - width) / 2, .top = top, .width = width, .height = height};
+}
+
+bool rowsFit(const Window &window, const Place &place)
+{
+    return place.top + 1 >= 0 && place.top + 1 + window.rows <= SLtt_Screen_Rows;
+}
+
+// The window at the size of the screen, its frame at the edges.
+Place lowPlace(Place natural)
+{
+    natural.height = std::max(SLtt_Screen_Rows - 2, 1);
+    natural.top = 1;
+    return natural;
+}
+
+// A title that is wider than the screen would take the frame along.
+std::string fittingTitle(const char *title)
+{
+    std::string result = title;
+    while (!result.empty() && textWidth(result.c_str()) > SLtt_Screen_Cols - 6) {
+        std::string shorter(result.size(), '\0');
+        copyText(shorter, result.c_str()); // one byte shorter, and down to a whole character
+        result = shorter.c_str();
+    }
+    return result;
+}
+
+// Opens the window of the form in the place that the screen has for it now.
+void open(const Window &window, const Place &place)
+{
+    newtOpenWindow(place.left, place.top, static_cast<unsigned>(place.width),
+                   static_cast<unsigned>(place.height), window.title.c_str());
+}
+
+// Makes the form as high as its part of the window, with the focus in sight, or as its
+// components.
+void setFormHeight(Window &window, const Place &place, bool low)
+{
+    if (!low && !window.scrolling)
+        return;
+    const int rows = low ? place.height - 2 : window.rows;
+    newtComponent focus = newtFormGetCurrent(window.form);
+    int left, top, width, height;
+    newtComponentGetPosition(focus, &left, &top);
+    newtComponentGetSize(focus, &width, &height);
+    top += newtFormGetScrollPosition(window.form);
+    newtFormSetHeight(window.form, rows);
+    newtFormSetScrollPosition(window.form, std::max(top - 1 + height - rows, 0));
+    window.scrolling = low;
+}
+
+void reopen(Window &window)
+{
+    if (window.fit)
+        window.columns = std::min(window.naturalColumns, SLtt_Screen_Cols - 4);
+    const Place natural = naturalPlace(window);
+    const bool low = !rowsFit(window, natural);
+    const Place place = low ? lowPlace(natural) : natural;
+    open(window, place);
+    if (window.fit)
+        window.fit(window.columns, low ? place.height - 2 : window.rows);
+    setFormHeight(window, place, low);
+    newtDrawForm(window.form);
+}
+
+// Draws everything anew on a screen of the terminal's new size. newt itself keeps its windows
+// where they are and paints nothing that is new.
+void fitScreen()
+{
+    for (size_t i = 0; i < windows.size(); ++i)
+        newtPopWindowNoRefresh();
+    SLtt_get_screen_size();
+    SLsmg_reinit_smg();
+    newtCls();
+    newtRedrawHelpLine();
+    for (Window &window : windows)
+        reopen(window);
+    newtRefresh();
+}
+
+} // namespace
+
+void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit)
+{
+    Window window{.form = form, .title = fittingTitle(title), .fit = fit};
+    if (fit)
+        fit(SLtt_Screen_Cols - 4, INT_MAX);
+    newtGridGetSize(grid, &window.columns, &window.rows);
+    window.naturalColumns = window.columns;
+    const Place natural = naturalPlace(window);
+    if (rowsFit(window, natural)) {
+        newtGridWrappedWindow(grid, window.title.data());
+    } else {
+        const Place place = lowPlace(natural);
+        open(window, place);
+        newtGridPlace(grid, 1 + (natural.width - 2 - window.columns) / 2, 1);
+        if (fit)
+            fit(window.columns, place.height - 2);
+        newtFormSetHeight(form, place.height - 2);
+        window.scrolling = true;
+    }
+    if (const int wake = resizeDescriptor(); wake >= 0)
+        newtFormWatchFd(form, wake, NEWT_FD_READ);
+    windows.push_back(std::move(window));
+}
+
+void addHotKeys(newtComponent form)
+{
+    newtFormAddHotKey(form, hotKeyA);
+    newtFormAddHotKey(form, hotKeyO);
+    windows.back().hotKeys = true;
+}
+
+newtComponent runForm(newtComponent form)
+{
+    for (;;) {
+        newtExitStruct left;
+        newtFormRun(form, &left);
+        switch (left.reason) {
+        case newtExitStruct::NEWT_EXIT_COMPONENT: return left.u.co;
+        case newtExitStruct::NEWT_EXIT_HOTKEY: return left.u.key == NEWT_KEY_F12 ? form : nullptr;
+        case newtExitStruct::NEWT_EXIT_ERROR: endWithoutTerminal();
+        case newtExitStruct::NEWT_EXIT_TIMER:
+        case newtExitStruct::NEWT_EXIT_FDREADY:
+            if (resizePending())
+                fitScreen();
+        }
+    }
+}
+
+void closeWindow(newtComponent form)
+{
+    newtPopWindow();
+    newtFormDestroy(form);
+    windows.pop_back();
+}
+
+void leaveWindow(newtComponent form)
+{
+    newtFormDestroy(form);
+    windows.pop_back();
+}
+
+bool ctrlAIsHotKey()
+{
+    return !windows.empty() && windows.back().hotKeys;
+}

@@ -1,0 +1,7 @@
+#include "shell/entry.h"
+#include "shell/mrvmain.h"
+
+int runProgram()
+{
+    return EditParameter();
+}

@@ -1,0 +1,291 @@
+// The device tree: its nodes from the platform's device data, its window, its dump.
+#include "devices/windows.h"
+#include "dialogs/autowin.h"
+#include "dialogs/grid.h"
+#include "dialogs/window.h"
+#include "platform/trace.h"
+#include "shell/mrvmain.h"
+#include "tree/checkboxtree.h"
+#include "yat/ft.h"
+#include "yat/winshim.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+static constexpr char traceSource[] = "mrvmain";
+
+newtComponent checktree;
+int g_SystemType;
+
+static newtComponent exitButton;
+
+// The tree's items have these values; those of the devices need none of their own.
+enum NodeValue { rootNode = 1, deviceNode = 100, cpuNode = 101, pciNode = 102 };
+
+// First bytes of the path identifiers that a machine type does not show.
+static constexpr int listEnd = 255;
+static constexpr int hiddenOnBirch[] = {1, listEnd}; // of CPU modules
+static constexpr int hiddenOnCedar[] = {254, listEnd};
+
+static bool isListed(const int *list, int value)
+{
+    while (*list != listEnd && *list != value)
+        ++list;
+    return *list != listEnd;
+}
+
+static bool isHidden(const yat_device &device)
+{
+    if (!device.identity)
+        return false;
+    const int first = device.identity->DevicePathID[0];
+    if (g_SystemType == YAT_MACHINE_BIRCH && device.identity->ClassCode == YAT_CLASS_CPU_MODULE)
+        return isListed(hiddenOnBirch, first);
+    return g_SystemType == YAT_MACHINE_CEDAR && isListed(hiddenOnCedar, first);
+}
+
+static bool haveSameClass(const yat_device *one, const yat_device *other)
+{
+    const int oneClass = one && one->identity ? one->identity->ClassCode : YAT_CLASS_NONE;
+    const int otherClass = other && other->identity ? other->identity->ClassCode : YAT_CLASS_NONE;
+    return oneClass == otherClass;
+}
+
+static const char *traceName(const yat_device *device)
+{
+    return device && device->lpszTreeName ? device->lpszTreeName : "NULL";
+}
+
+static ItemCallback windowOf(int classCode)
+{
+    switch (classCode) {
+    case YAT_CLASS_CPU_MODULE: return CpuSubWin;
+    case YAT_CLASS_PCI_MODULE: return PciSubWin;
+    case YAT_CLASS_SCSI_ADAPTER: return ScsiAdapter;
+    case YAT_CLASS_ETHERNET_ADAPTER: return Ethernet;
+    }
+    return nullptr;
+}
+
+int EditParameter(void)
+{
+    const int opened = ft_FunctionInit();
+    TRACE(">");
+    if (opened == 0) {
+        TRACE_ERROR("<Init keldor I/F by ft_init failed.");
+        return 0;
+    }
+    if (!yat_ft_func.handle) {
+        TRACE_ERROR("<handle of /opt/kiv/yatkit/lib/yatcore.dll is NULL.");
+        return 0;
+    }
+    TRACE("get ft function pointer by ft_FunctionInit.");
+    yat_device *root = nullptr;
+    const int created = CreateTreeViewData(&root);
+    if (debug_flag) {
+        printf("\n\n################# device data in mrvmain ###############################\n");
+        printf("Name:\t\tNextDevNum: Hierarchy: Instance: DevicePathID: \t\t\t "
+               "ParentName:\t\tChildName:\n");
+        tracetree(root);
+    } else {
+        if (created == 0) {
+            msgWindow("Error", " Ok ", text("CREATETREE_ERR_ID"));
+            TRACE_ERROR("<Create data structure for tree view failed.");
+            return 0;
+        }
+        g_SystemType = call_yat_is_ft(0);
+        if (g_SystemType == YAT_MACHINE_QUERY_FAILED) {
+            TRACE_ERROR("call_yat_is_ft failed in libwinshim.so.");
+        } else if (g_SystemType == YAT_MACHINE_PLAIN) {
+            TRACE("this is not ft server.");
+        } else {
+            TRACE("machine type is:%d[1:ALDER,2:BIRCH,3:CEDAR]", g_SystemType);
+            if (mkTree(root) == 0) {
+                FreeTreeViewData(&root);
+                TRACE_ERROR("<mkTree(pTreeData) failed.");
+                return 0;
+            }
+        }
+    }
+    FreeTreeViewData(&root);
+    TRACE("<");
+    return 1;
+}
+
+static void addFixedNodes()
+{
+    yat_newtCheckboxTreeAddItem(checktree, text("MAIN_TREE_FT_ID"), rootNode, 0, donothing, nullptr,
+                                param[0], NEWT_ARG_LAST);
+    yat_newtCheckboxTreeAddItem(checktree, text("MAIN_TREE_CPUMODULE_ID"), cpuNode, 0, donothing,
+                                nullptr, param[0], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+    yat_newtCheckboxTreeAddItem(checktree, text("MAIN_TREE_PCIMODULE_ID"), pciNode, 0, donothing,
+                                nullptr, param[0], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+    TRACE_AS("mkTree", "Draw device in the first layer ok.");
+}
+
+// Adds the top-level devices with all below them. A change of class leads to the next group; it
+// is looked for after a device that was added only, so one at a hidden device goes unnoticed.
+static int addDevices(const yat_device &root)
+{
+    for (int i = 0; i < root.NextDevNum; ++i) {
+        yat_device *device = root.children[i];
+        if (device && isHidden(*device)) {
+            TRACE_AS("mkTree", "get an invalid device %s.", traceName(device));
+            continue;
+        }
+        if (i != 0 && device && device->identity && haveSameClass(device, root.children[i - 1]))
+            param[2] = device->identity->Instance - 1;
+        if (mkItem(device, 2) == 0)
+            return 0;
+        if (i != root.NextDevNum - 1 && !haveSameClass(device, root.children[i + 1])) {
+            param[1] += 1;
+            std::fill(std::begin(param) + 2, std::end(param), 0);
+            TRACE_AS("mkTree", "Param[1]:\t%d", param[1]);
+        }
+    }
+    return 1;
+}
+
+// On a small screen the tree shows less of itself; the button stays in the middle below it.
+static void fitTree(int columns, int rows)
+{
+    limitCheckboxTree(checktree, columns, rows);
+    if (exitButton->left < 0)
+        return; // the grid has not placed it yet
+    const int spare = checktree->width - exitButton->width;
+    exitButton->ops->place(exitButton, checktree->left + spare / 2, exitButton->top);
+}
+
+int mkTree(yat_device *treeDatap)
+{
+    TRACE(">[IN]treeDatap=%p", static_cast<void *>(treeDatap));
+    if (!treeDatap) {
+        TRACE_ERROR("<treeDatap is NULL!");
+        return 0;
+    }
+    checktree = yat_newtCheckboxTreeMulti(-1, -1, 12, " ", NEWT_FLAG_SCROLL);
+    addFixedNodes();
+    if (addDevices(*treeDatap) == 0) {
+        TRACE_ERROR("<mkItem(...) to draw brance for devices failed.");
+        return 0;
+    }
+
+    exitButton = newtButton(-1, -1, text("BUTTON_EXIT_ID"));
+    newtGrid grid = makeGrid(1, 2,
+                             {{0, 0, checktree, NEWT_ANCHOR_TOP, {.bottom = 1}},
+                              {0, 1, exitButton, NEWT_ANCHOR_TOP}});
+    newtComponent form = newtForm(nullptr, nullptr, 0);
+    newtFormAddComponent(form, checktree);
+    newtFormAddComponent(form, exitButton);
+    openWindow(form, grid, text("WINDOW_TITLE_MRV_ID"), fitTree);
+    newtGridFree(grid, 1);
+    addHotKeys(form);
+
+    newtComponent left;
+    do
+        left = runForm(form);
+    while (left && left != exitButton);
+    leaveWindow(form);
+    TRACE("<Finished drawing all branches of tree,ok.");
+    return 1;
+}
+
+int mkItem(yat_device *datap, int level)
+{
+    TRACE(">");
+    if (!datap) {
+        TRACE_ERROR("<[IN]datap is NULL when enter mkItem");
+        return 0;
+    }
+    TRACE("[IN]datap=%p level=%d", static_cast<void *>(datap), level);
+    TreeDrawItem(datap);
+    for (int j = 0; j < datap->NextDevNum; ++j) {
+        yat_device *child = datap->children[j];
+        if (level + 1 < static_cast<int>(std::size(param)))
+            param[level + 1] = j;
+        TRACE("param for device %s goes here:", traceName(child));
+        for (int i = 0; i < static_cast<int>(std::size(param)); ++i)
+            TRACE("param[%d]:\t%d.", i, param[i]);
+        if (mkItem(child, level + 1) == 0) {
+            TRACE_ERROR("<mkItem failed.");
+            return 0;
+        }
+    }
+    TRACE("<");
+    return 1;
+}
+
+// Adds the node below the one that param leads to. Returns false for a level that the tree has
+// not.
+static bool addNode(yat_device *datap, const char *name, ItemCallback window)
+{
+    switch (datap->Hierarchy) {
+    case 1:
+        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
+                                    param[1], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+        return true;
+    case 2:
+        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
+                                    param[1], param[2], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+        return true;
+    case 3:
+        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
+                                    param[1], param[2], param[3], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+        return true;
+    }
+    return false;
+}
+
+void TreeDrawItem(yat_device *datap)
+{
+    TRACE(">");
+    std::array<char, 128> name{};
+    if (!datap || !datap->lpszTreeName || datap->Hierarchy == 0 || !datap->identity) {
+        TRACE_ERROR("<[IN]param error. datap is NULL.");
+        return;
+    }
+    copyText(name, datap->lpszTreeName);
+    if (datap->identity->Instance == 0) {
+        TRACE_ERROR("<no such kind of device:%s.", datap->lpszTreeName);
+        return;
+    }
+    const int classCode = datap->identity->ClassCode;
+    if (classCode == YAT_CLASS_NONE || classCode == YAT_CLASS_RESERVED) {
+        TRACE_ERROR("<classname :%d not in the classtable.", classCode);
+        return;
+    }
+    const ItemCallback window = windowOf(classCode);
+    if (!window) {
+        TRACE("<class :%d don't have a function pointer .", classCode);
+        return;
+    }
+    if (!addNode(datap, name.data(), window)) {
+        msgWindow("Error", " ok ", text("TREEDRAW_ERR_ID"));
+        TRACE_ERROR("error happen when drawing the tree.");
+    }
+    TRACE("<");
+}
+
+void tracetree(const yat_device *record)
+{
+    if (!record)
+        return;
+    printf("N:%-24s%-8dH:%-4d", record->lpszTreeName ? record->lpszTreeName : "",
+           record->NextDevNum, record->Hierarchy);
+    if (record->identity) {
+        printf("I:%-4d", record->identity->Instance);
+        printf("ID:");
+        for (const unsigned byte : record->identity->DevicePathID)
+            printf("%-3u ", byte);
+    }
+    if (record->parent)
+        printf("P:%-20s", traceName(record->parent));
+    if (record->NextDevNum > 0)
+        printf("C:%-20s\n", traceName(record->children[0]));
+    else
+        printf("\n");
+    for (int i = 0; i < record->NextDevNum; ++i)
+        tracetree(record->children[i]);
+}

@@ -1,0 +1,227 @@
+// Start-up and tear-down of the program.
+#include "shell/mrvmain.h"
+
+#include "dialogs/text.h"
+#include "platform/trace.h"
+#include "shell/entry.h"
+#include "terminal/terminal.h"
+#include "tree/component.h"
+#include "yat/ft.h"
+#include "yat/winshim.h"
+
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <langinfo.h>
+#include <string_view>
+#include <sys/klog.h>
+
+static constexpr char traceSource[] = "mrvmain";
+
+int param[8];
+
+static bool consoleOff; // the kernel's console messages are off while the screen is in use
+static bool screenOn;
+
+// newt's structure wants writable strings; it only reads them.
+#define COLOURS(foreground, background) \
+    const_cast<char *>(foreground), const_cast<char *>(background)
+const newtColors myColors = {
+    COLOURS("white", "black"),      // root
+    COLOURS("black", "lightgray"),  // border
+    COLOURS("black", "lightgray"),  // window
+    COLOURS("white", "black"),      // shadow
+    COLOURS("yellow", "blue"),      // title
+    COLOURS("yellow", "blue"),      // button
+    COLOURS("black", "brown"),      // active button
+    COLOURS("blue", "lightgray"),   // checkbox
+    COLOURS("blue", "brown"),       // active checkbox
+    COLOURS("yellow", "blue"),      // entry
+    COLOURS("black", "lightgray"),  // label
+    COLOURS("white", "blue"),       // listbox
+    COLOURS("black", "brown"),      // active listbox
+    COLOURS("black", "lightgray"),  // textbox
+    COLOURS("lightgray", "black"),  // active textbox
+    COLOURS("white", "blue"),       // help line
+    COLOURS("yellow", "blue"),      // root text
+    COLOURS("blue", "red"),         // empty scale, full scale
+    COLOURS("blue", "lightgray"),   // disabled entry
+    COLOURS("black", "brown"),      // compact button
+    COLOURS("yellow", "brown"),     // active selected listbox
+    COLOURS("black", "brown"),      // selected listbox
+};
+#undef COLOURS
+
+void usage(const char *program)
+{
+    if (!program)
+        return;
+    printf("Usage: %s [-d]\n", program);
+    printf("       -d : display driver message\n");
+}
+
+void NewtStartUp(void)
+{
+    if (debug_flag)
+        return;
+    beginColourChoice();
+    newtInit();
+    endColourChoice();
+    watchSize();
+    newtSetColors(myColors);
+    newtCls();
+    newtPushHelpLine(text("MAIN_HELPLINE_ID"));
+    newtDrawRootText(0, 0, "");
+}
+
+void suspend(void *)
+{
+    newtSuspend();
+    raise(SIGTSTP);
+    newtRefresh();
+    newtResume();
+}
+
+int donothing(yat_device *)
+{
+    return 0;
+}
+
+// The locale of the environment. Where the machine lacks it, UTF-8 can still be drawn if that is
+// what the locale's name asks for.
+static void chooseLocale()
+{
+    if (setlocale(LC_ALL, ""))
+        return;
+    for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char *value = getenv(name);
+        if (!value || !*value)
+            continue;
+        const std::string_view locale(value);
+        if (locale.ends_with(".UTF-8") || locale.ends_with(".utf8"))
+            setlocale(LC_CTYPE, "C.UTF-8");
+        return;
+    }
+}
+
+// What is done after the windows, whether they ended by themselves or with their terminal.
+static void tearDown()
+{
+    if (screenOn) {
+        newtCls();
+        newtFinished();
+        if (consoleOff)
+            klogctl(8, nullptr, 6);
+        releaseTerminal();
+        screenOn = false;
+    }
+    if (ft_FunctionRelease() == 0)
+        TRACE_ERROR_AS("main", "Release keldor I/F by ft_release failed.");
+    freenewtlib();
+    freeslanglib();
+    TRACE_AS("main", "<");
+}
+
+// Sets the screen up; false, with the reason on standard error, when that can't be done.
+static bool startScreen(const char *program)
+{
+    if (!terminalIsUsable(program))
+        return false;
+    if (const char *fault = componentFault()) {
+        fprintf(stderr,
+                "%s: the installed newt keeps its components in another way (%s); install newt "
+                "0.52.9 or a later 0.52\n",
+                program, fault);
+        return false;
+    }
+    guardTerminal(consoleOff, tearDown);
+    if (consoleOff)
+        klogctl(6, nullptr, 0);
+    screenOn = true;
+    NewtStartUp();
+    return true;
+}
+
+// Reads the catalogue file into YAT_RcFileBuf. What follows its bytes there is not cleared.
+static bool loadCatalogue(const char *path)
+{
+    int size;
+    FILE *file = OpenStrFile(path, &size);
+    if (!file) {
+        TRACE_ERROR_AS("main", "<open file %s error.", path);
+        return false;
+    }
+    constexpr size_t spare = 1024;
+    YAT_RcFileBuf =
+        size < 0 ? nullptr : static_cast<char *>(malloc(static_cast<size_t>(size) + spare));
+    if (!YAT_RcFileBuf) {
+        printf("System call error!Can't malloc!");
+        fclose(file);
+        TRACE_MEMORY_AS("main", "<malloc error.");
+        return false;
+    }
+    memset(YAT_RcFileBuf, 0, 8);
+    const size_t read = fread(YAT_RcFileBuf, 1, static_cast<size_t>(size), file);
+    if (read < static_cast<size_t>(size))
+        YAT_RcFileBuf[read] = '\0'; // the file has become shorter meanwhile
+    fclose(file);
+    return true;
+}
+
+static void dropCatalogue()
+{
+    free(YAT_RcFileBuf);
+    YAT_RcFileBuf = nullptr;
+}
+
+int main(int argc, char **argv)
+{
+    TraceLogInit(0, "YATmrvutil", 0, 5, 0);
+    TRACE(">");
+    chooseLocale();
+
+    bool kernelLogOff = true;
+    debug_flag = 0;
+    if (argc == 2 && strncmp(argv[1], "-debug", 7) == 0) {
+        debug_flag = 1;
+        printf("\n");
+    } else if (argc == 2 && strcmp(argv[1], "-d") == 0) {
+        kernelLogOff = false;
+    } else if (argc > 1) {
+        usage(argv[0]);
+        TRACE_ERROR("<missing argument.");
+        return 0;
+    }
+    consoleOff = kernelLogOff;
+
+    char path[50] = {};
+    TRACE("enter utility/main() of mrvutil.");
+    strcat(path, GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE ? "/data/J_" : "/data/E_");
+    strcat(path, "mrvutil.rc");
+    if (!loadCatalogue(path))
+        return 0;
+    memset(param, 0, sizeof param);
+
+    if (initnewtlib() == -1) {
+        dropCatalogue();
+        TRACE_ERROR("<Init /usr/lib/libnewt.so failed!");
+        return 0;
+    }
+    if (initslanglib() == -1) {
+        dropCatalogue();
+        freenewtlib();
+        TRACE_ERROR("<Init /usr/lib/libslang.so failed!");
+        return 0;
+    }
+
+    int status = 0;
+    if (debug_flag || startScreen(argv[0])) {
+        status = runProgram();
+        if (status == 0)
+            TRACE_ERROR("EditParameter failed,can't get data from lib.");
+    }
+    tearDown();
+    return status;
+}

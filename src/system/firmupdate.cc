@@ -1,0 +1,91 @@
+// The firmware update of a CPU module.
+#include "dialogs/autowin.h"
+#include "dialogs/grid.h"
+#include "dialogs/window.h"
+#include "platform/operation.h"
+#include "platform/trace.h"
+#include "system/windows.h"
+
+static constexpr char traceSource[] = "firmupdate";
+
+namespace {
+
+int burn(yat_device *device, int code, const char *mode)
+{
+    return BurnFirmware(device, code, mode);
+}
+
+const Operation copyBios = {"TITTLE_UPDATECOPY_ID", 9, "BURNFIRMSUPPORT_ERR_ID",
+                            "BURNFIRM_ERR_ID", burn};
+const Operation writeBios = {"TITTLE_FILEPATHUP_ID", 9, "BURNFIRMSUPPORT_ERR_ID",
+                             "BURNFIRM_ERR_ID", burn};
+
+// Writes a text that serves as its own format, without arguments: "%%" is a "%". A conversion has
+// nothing to convert and is left as it stands.
+void formatItself(Question &buffer, const char *format)
+{
+    char *end = buffer.data();
+    Question whole;
+    copyText(whole, format);
+    buffer.fill('\0');
+    for (const char *from = whole.data(); *from; ++from) {
+        *end++ = *from;
+        if (from[0] == '%' && from[1] == '%')
+            ++from;
+    }
+}
+
+} // namespace
+
+int FirmUpdate(yat_device *datap)
+{
+    TRACE(">");
+    Question question;
+    newtComponent form = newtForm(nullptr, nullptr, 0);
+    newtComponent heading = newtLabel(-1, -1, text("TITTLE_UPMETHOD_ID"));
+    newtComponent fileLabel = newtLabel(-1, -1, text("DATAFILE_PATH"));
+    newtComponent execute = newtButton(-1, -1, text("COMBUTTON_EXCUTE_ID"));
+    newtComponent close = newtButton(-1, -1, text("BUTTON_CLOSE2_ID"));
+    newtComponent copyMethod = newtRadiobutton(-1, -1, text("TITTLE_UPDATECOPY_ID"), 1, nullptr);
+    newtComponent fileMethod = newtRadiobutton(-1, -1, text("TITTLE_FILEPATHUP_ID"), 0, copyMethod);
+    newtComponent file = newtLabel(-1, -1, text("BURN_FILE_DEFAULT"));
+
+    newtGrid methodGrid = makeGrid(1, 2,
+                                   {{0, 0, heading, NEWT_ANCHOR_LEFT},
+                                    {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}});
+    newtGrid pathGrid = makeGrid(1, 3,
+                                 {{0, 0, fileMethod, NEWT_ANCHOR_LEFT, {.left = 1}},
+                                  {0, 1, fileLabel, NEWT_ANCHOR_LEFT, {.left = 5}},
+                                  {0, 2, file, NEWT_ANCHOR_LEFT, {.left = 5}}});
+    newtGrid buttonGrid = makeGrid(2, 1,
+                                   {{0, 0, execute, NEWT_ANCHOR_LEFT, {.top = 1}},
+                                    {1, 0, close, NEWT_ANCHOR_RIGHT, {.top = 1}}});
+    newtGrid grid = makeGrid(1, 3,
+                             {{0, 0, methodGrid, NEWT_ANCHOR_TOP},
+                              {0, 1, pathGrid, NEWT_ANCHOR_TOP, {.top = 1}},
+                              {0, 2, buttonGrid, NEWT_ANCHOR_TOP}});
+    openWindow(form, grid, text("WINDOW_TITLE_FIRMUP_ID"));
+    newtGridFree(grid, 1);
+    newtFormAddComponents(form, heading, copyMethod, fileMethod, fileLabel, file, execute, close,
+                          nullptr);
+
+    int detail = 0;
+    for (;;) {
+        const newtComponent pressed = runForm(form);
+        if (!pressed || pressed == close)
+            break;
+        // Whatever else ends the form, F12 too, means the data file.
+        const bool copies = pressed == execute && newtRadioGetCurrent(copyMethod) == copyMethod;
+        if (copies)
+            formatItself(question, text("LABEL_ONLINETOOFFLINE_ID"));
+        else
+            copyText(question, text("QUERYWIN_UPDATE_ID"));
+        if (Message(text("WINDOW_TITLE_FIRMUP_ID"), question.data()) == 1
+            && carryOut(copies ? copyBios : writeBios, datap, copies ? "FWCOPY" : "FWBURN",
+                        &detail))
+            Success(nameOf(datap));
+    }
+    closeWindow(form);
+    TRACE("<");
+    return 0;
+}

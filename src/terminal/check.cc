@@ -1,0 +1,68 @@
+#include "terminal/terminal.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <slang.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int fewestColumns = 40;
+constexpr int fewestRows = 12;
+
+bool setForUs; // NEWT_MONO was set here, not by the user
+
+bool isSet(const char *name)
+{
+    const char *value = getenv(name);
+    return value && *value;
+}
+
+} // namespace
+
+bool terminalIsUsable(const char *program)
+{
+    if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO)) {
+        fprintf(stderr,
+                "%s: standard %s is no terminal; run it in a terminal, or with -debug to print "
+                "the device data\n",
+                program, isatty(STDIN_FILENO) ? "output" : "input");
+        return false;
+    }
+    const char *type = getenv("TERM");
+    if (!type || !*type) {
+        fprintf(stderr, "%s: TERM is not set; set it to the type of this terminal\n", program);
+        return false;
+    }
+    if (SLtt_initialize(nullptr) < 0) {
+        fprintf(stderr,
+                "%s: a terminal of type '%s' is unknown or can't place the cursor; set TERM to "
+                "the type of this terminal\n",
+                program, type);
+        return false;
+    }
+    SLtt_get_screen_size();
+    if (SLtt_Screen_Cols < fewestColumns || SLtt_Screen_Rows < fewestRows) {
+        fprintf(stderr,
+                "%s: the terminal has %d columns and %d rows; make it at least %d by %d\n",
+                program, SLtt_Screen_Cols, SLtt_Screen_Rows, fewestColumns, fewestRows);
+        return false;
+    }
+    return true;
+}
+
+// newt has a switch of its own for a screen without colours. It is set only while newt looks, so
+// that no child of the program sees it.
+void beginColourChoice()
+{
+    setForUs = isSet("NO_COLOR") && !getenv("NEWT_MONO");
+    if (setForUs)
+        setenv("NEWT_MONO", "1", 1);
+}
+
+void endColourChoice()
+{
+    if (setForUs)
+        unsetenv("NEWT_MONO");
+    setForUs = false;
+}

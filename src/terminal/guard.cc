@@ -1,0 +1,179 @@
+// Whatever ends the program, the terminal is restored first.
+//
+// A signal can come at any time, also while a platform operation takes its minutes. So its
+// handler does all by itself, with calls that are allowed in one, out of what was prepared before:
+// the terminal's modes as they were and the bytes that put its screen in order.
+#include "terminal/terminal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <iterator>
+#include <poll.h>
+#include <slang.h>
+#include <sys/klog.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int requests[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+
+termios modes;         // of the terminal before newt changed them
+char restoring[256];   // what restores the screen
+size_t restoringLength;
+bool consoleOff;
+void (*endProgram)();
+bool guarding;
+struct sigaction former[NSIG];
+
+int wakePipe[2] = {-1, -1};
+
+// Writes without waiting for ever for a terminal that takes nothing any more.
+void writeToTerminal(const char *bytes, size_t length)
+{
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    fcntl(STDOUT_FILENO, F_SETFL, flags | O_NONBLOCK);
+    pollfd terminal{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    while (length > 0 && poll(&terminal, 1, 200) == 1) {
+        const ssize_t written = write(STDOUT_FILENO, bytes, length);
+        if (written <= 0)
+            break;
+        bytes += written;
+        length -= static_cast<size_t>(written);
+    }
+    fcntl(STDOUT_FILENO, F_SETFL, flags);
+}
+
+void restoreTerminal()
+{
+    tcsetattr(STDIN_FILENO, TCSANOW, &modes);
+    writeToTerminal(restoring, restoringLength);
+    if (consoleOff)
+        klogctl(8, nullptr, 6);
+}
+
+// All signals are blocked in here. When it returns, the former disposition meets the same signal
+// again: a fault because the faulty instruction runs once more, any other because it is raised.
+void restoreAndDie(int signal, siginfo_t *info, void *)
+{
+    restoreTerminal();
+    sigaction(signal, &former[signal], nullptr);
+    const bool happensAgain = info->si_code > 0 && signal != SIGABRT
+                              && std::find(std::begin(faults), std::end(faults), signal)
+                                     != std::end(faults);
+    if (!happensAgain)
+        raise(signal);
+}
+
+void handle(int signal, void (*handler)(int, siginfo_t *, void *))
+{
+    sigaction(signal, nullptr, &former[signal]);
+    if (former[signal].sa_handler == SIG_IGN)
+        return; // whoever started the program wants it to go on, as nohup does
+    struct sigaction action = {};
+    action.sa_sigaction = handler;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigfillset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+void appendCapability(const char *name)
+{
+    const char *bytes = SLtt_tgetstr(const_cast<char *>(name));
+    const size_t length = bytes ? strlen(bytes) : 0;
+    if (length < sizeof restoring - restoringLength) {
+        memcpy(restoring + restoringLength, bytes ? bytes : "", length);
+        restoringLength += length;
+    }
+}
+
+// A stack of their own for the handlers, for the case that the program's is used up.
+void provideStack()
+{
+    static char stack[65536];
+    const stack_t alternate = {.ss_sp = stack, .ss_flags = 0, .ss_size = sizeof stack};
+    sigaltstack(&alternate, nullptr);
+}
+
+void noteResize(int)
+{
+    const int savedErrno = errno;
+    const ssize_t ignored = write(wakePipe[1], "", 1); // a full pipe has woken already
+    static_cast<void>(ignored);
+    errno = savedErrno;
+}
+
+// S-Lang ends the program by itself when it can't read the terminal any more. It must not get
+// that far: its exit status would be another.
+void endOnReadError(char *, va_list)
+{
+    endWithoutTerminal();
+}
+
+} // namespace
+
+void guardTerminal(bool consoleIsOff, void (*end)())
+{
+    tcgetattr(STDIN_FILENO, &modes);
+    consoleOff = consoleIsOff;
+    endProgram = end;
+    restoringLength = 0;
+    // Attributes and line drawing off, screen cleared, keypad off, cursor on, screen left.
+    for (const char *capability : {"me", "ae", "cl", "ke", "ve", "te"})
+        appendCapability(capability);
+    provideStack();
+    for (const int signal : requests)
+        handle(signal, restoreAndDie);
+    for (const int signal : faults)
+        handle(signal, restoreAndDie);
+    SLang_Exit_Error_Hook = endOnReadError;
+    guarding = true;
+}
+
+void releaseTerminal()
+{
+    if (!guarding)
+        return;
+    for (const int signal : requests)
+        sigaction(signal, &former[signal], nullptr);
+    for (const int signal : faults)
+        sigaction(signal, &former[signal], nullptr);
+    guarding = false;
+}
+
+void watchSize()
+{
+    if (wakePipe[0] < 0 && pipe2(wakePipe, O_NONBLOCK | O_CLOEXEC) != 0)
+        return;
+    struct sigaction action = {};
+    action.sa_handler = noteResize;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGWINCH, &action, nullptr);
+}
+
+int resizeDescriptor()
+{
+    return wakePipe[0];
+}
+
+bool resizePending()
+{
+    char bytes[64];
+    bool pending = false;
+    while (read(wakePipe[0], bytes, sizeof bytes) > 0)
+        pending = true;
+    return pending;
+}
+
+void endWithoutTerminal()
+{
+    if (endProgram)
+        endProgram();
+    exit(0);
+}

@@ -1,0 +1,30 @@
+// The terminal: whether it can be used, and that it is left as it was found, however the program
+// ends.
+#pragma once
+
+// Whether there is a terminal that newt can draw on. If not, says on standard error, in a line,
+// what is missing and what to do.
+bool terminalIsUsable(const char *program);
+
+// Colours are off where the user asks for none: call these around newtInit.
+void beginColourChoice();
+void endColourChoice();
+
+// From here on until releaseTerminal a signal that ends the program restores the terminal first,
+// and the kernel's console level when it was switched off. newt has the terminal by then or gets
+// it next. end is called when the terminal goes away without a signal; it ends the program.
+void guardTerminal(bool consoleIsOff, void (*end)());
+void releaseTerminal();
+
+// Takes over from newt what a change of the terminal's size does. Call after newtInit.
+void watchSize();
+
+// A file descriptor that is ready for reading when the terminal's size has changed, -1 when
+// nothing is watched.
+int resizeDescriptor();
+
+// True once after each change of the size.
+bool resizePending();
+
+// Ends the program in order because its terminal is gone.
+[[noreturn]] void endWithoutTerminal();
