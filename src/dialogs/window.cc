@@ -47,10 +47,10 @@ bool rowsFit(const Window &window, const Place &place)
     return place.top + 1 >= 0 && place.top + 1 + window.rows <= SLtt_Screen_Rows;
 }
 
-// The window at the size of the screen, its frame at the edges.
+// The window at the height of the screen, its frame between the top and the help line.
 Place lowPlace(Place natural)
 {
-    natural.height = std::max(SLtt_Screen_Rows - 2, 1);
+    natural.height = std::max(SLtt_Screen_Rows - 3, 1);
     natural.top = 1;
     return natural;
 }

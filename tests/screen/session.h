@@ -1,0 +1,53 @@
+// A run of one of the product's programs in a terminal, with the spy between it and the product
+// services.
+#pragma once
+
+#include "terminal.h"
+#include "workspace.h"
+
+#include <gtest/gtest.h>
+
+namespace keys {
+inline const std::string enter = "\r";
+inline const std::string space = " ";
+inline const std::string tab = "\t";
+inline const std::string backTab = "\x1b\t";
+inline const std::string up = "\x1bOA", down = "\x1bOB", left = "\x1bOD", right = "\x1bOC";
+inline const std::string pageUp = "\x1b[5~", pageDown = "\x1b[6~";
+inline const std::string home = "\x1bOH", end = "\x1b[4~";
+inline const std::string f12 = "\x1b[24~";
+inline const std::string ctrlA = "\x01", ctrlO = "\x0f", ctrlZ = "\x1a";
+} // namespace keys
+
+class Session {
+public:
+    explicit Session(const RunOptions &options = {});
+
+    Terminal &terminal() { return running; }
+    const Workspace &files() const { return workspace; }
+    void send(const std::string &keys) { running.send(keys); }
+
+    // Waits until the screen shows the text somewhere, or no longer.
+    void see(const std::string &text);
+    void seeNot(const std::string &text);
+
+    // Waits until the screen is the one in screens/NAME.screen, cell by cell. With UPDATE_SCREENS
+    // set in the environment, the file is written instead.
+    void expectScreen(const std::string &name);
+
+    // Waits for the end and expects this exit status, or this signal.
+    void expectExit(int status);
+    void expectSignal(int signal);
+
+    std::vector<std::string> trace(const std::string &source = "") const
+    {
+        return workspace.trace(source);
+    }
+
+    // The calls that begin so.
+    std::vector<std::string> calls(const std::string &beginning = "") const;
+
+private:
+    Workspace workspace;
+    Terminal running;
+};

@@ -1,0 +1,304 @@
+#include "terminal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <iconv.h>
+#include <poll.h>
+#include <pty.h>
+#include <stdexcept>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::string encode(uint32_t character)
+{
+    std::string bytes;
+    if (character < 0x80) {
+        bytes += static_cast<char>(character);
+    } else if (character < 0x800) {
+        bytes += static_cast<char>(0xC0 | character >> 6);
+        bytes += static_cast<char>(0x80 | (character & 0x3F));
+    } else if (character < 0x10000) {
+        bytes += static_cast<char>(0xE0 | character >> 12);
+        bytes += static_cast<char>(0x80 | (character >> 6 & 0x3F));
+        bytes += static_cast<char>(0x80 | (character & 0x3F));
+    } else {
+        bytes += static_cast<char>(0xF0 | character >> 18);
+        bytes += static_cast<char>(0x80 | (character >> 12 & 0x3F));
+        bytes += static_cast<char>(0x80 | (character >> 6 & 0x3F));
+        bytes += static_cast<char>(0x80 | (character & 0x3F));
+    }
+    return bytes;
+}
+
+std::string colourName(const VTermColor &colour)
+{
+    static const char *const names[] = {"black", "red",     "green", "brown",
+                                        "blue",  "magenta", "cyan",  "lightgray"};
+    if (VTERM_COLOR_IS_DEFAULT_FG(&colour) || VTERM_COLOR_IS_DEFAULT_BG(&colour))
+        return "default";
+    if (!VTERM_COLOR_IS_INDEXED(&colour))
+        return "rgb";
+    const int index = colour.indexed.idx;
+    if (index < 8)
+        return names[index];
+    return index < 16 ? std::string("bright") + names[index - 8] : std::to_string(index);
+}
+
+std::string styleName(const VTermScreenCell &cell)
+{
+    std::string name = colourName(cell.fg) + " on " + colourName(cell.bg);
+    if (cell.attrs.bold)
+        name += " bold";
+    if (cell.attrs.underline)
+        name += " underline";
+    if (cell.attrs.blink)
+        name += " blink";
+    if (cell.attrs.reverse)
+        name += " reverse";
+    return name;
+}
+
+} // namespace
+
+Terminal::Terminal(const TerminalOptions &options)
+{
+    winsize size{};
+    size.ws_row = static_cast<unsigned short>(options.rows);
+    size.ws_col = static_cast<unsigned short>(options.columns);
+    if (openpty(&descriptor, &replica, nullptr, nullptr, &size) != 0)
+        throw std::runtime_error("openpty");
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    fcntl(replica, F_SETFD, FD_CLOEXEC);
+
+    std::vector<std::string> variables;
+    for (const auto &[name, value] : options.environment)
+        variables.push_back(name + "=" + value);
+    std::vector<char *> environment, arguments;
+    for (std::string &variable : variables)
+        environment.push_back(variable.data());
+    environment.push_back(nullptr);
+    for (const std::string &argument : options.command)
+        arguments.push_back(const_cast<char *>(argument.c_str()));
+    arguments.push_back(nullptr);
+
+    child = fork();
+    if (child == 0) {
+        setsid();
+        ioctl(replica, TIOCSCTTY, 0);
+        for (const int standard : {0, 1, 2})
+            dup2(replica, standard);
+        if (options.ignoreHangup)
+            signal(SIGHUP, SIG_IGN);
+        execve(arguments[0], arguments.data(), environment.data());
+        _exit(126);
+    }
+
+    emulator = vterm_new(options.rows, options.columns);
+    vterm_set_utf8(emulator, 1);
+    screen = vterm_obtain_screen(emulator);
+    vterm_screen_enable_altscreen(screen, 1);
+    static const VTermScreenCallbacks callbacks = [] {
+        VTermScreenCallbacks set{};
+        set.settermprop = propertySet;
+        return set;
+    }();
+    vterm_screen_set_callbacks(screen, &callbacks, this);
+    vterm_screen_reset(screen, 1);
+    decoder = options.encoding == "UTF-8" ? nullptr
+                                          : iconv_open("UTF-8", options.encoding.c_str());
+}
+
+Terminal::~Terminal()
+{
+    if (!ended && child > 0) {
+        ::kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    for (const int open : {descriptor, replica})
+        if (open >= 0)
+            close(open);
+    if (decoder)
+        iconv_close(decoder);
+    vterm_free(emulator);
+}
+
+int Terminal::propertySet(VTermProp property, VTermValue *value, void *self)
+{
+    auto *terminal = static_cast<Terminal *>(self);
+    if (property == VTERM_PROP_ALTSCREEN)
+        terminal->alternateScreen = value->boolean;
+    if (property == VTERM_PROP_CURSORVISIBLE)
+        terminal->cursorVisible = value->boolean;
+    return 1;
+}
+
+void Terminal::send(const std::string &keys)
+{
+    if (write(descriptor, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
+        throw std::runtime_error("the terminal takes no keys");
+}
+
+// Draws what comes within the limit; false when nothing came.
+bool Terminal::pump(std::chrono::milliseconds limit)
+{
+    if (descriptor < 0)
+        return false;
+    pollfd input{.fd = descriptor, .events = POLLIN, .revents = 0};
+    if (poll(&input, 1, static_cast<int>(limit.count())) <= 0)
+        return false;
+    char bytes[65536];
+    const ssize_t count = read(descriptor, bytes, sizeof bytes);
+    if (count <= 0)
+        return false;
+    written.append(bytes, static_cast<size_t>(count));
+    if (!decoder) {
+        vterm_input_write(emulator, bytes, static_cast<size_t>(count));
+        return true;
+    }
+    pending.append(bytes, static_cast<size_t>(count));
+    std::string decoded(pending.size() * 4, '\0');
+    char *in = pending.data(), *out = decoded.data();
+    size_t inLeft = pending.size(), outLeft = decoded.size();
+    while (inLeft > 0 && iconv(decoder, &in, &inLeft, &out, &outLeft) == static_cast<size_t>(-1)
+           && errno == EILSEQ) {
+        *out++ = '?';
+        --outLeft;
+        ++in;
+        --inLeft;
+    }
+    vterm_input_write(emulator, decoded.data(), decoded.size() - outLeft);
+    pending.erase(0, pending.size() - inLeft);
+    return true;
+}
+
+bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit)
+{
+    const auto end = Clock::now() + limit;
+    while (!condition()) {
+        if (Clock::now() >= end)
+            return false;
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+        if (!pump(std::min(left, std::chrono::milliseconds(20))) && !ended
+            && waitpid(child, &waitStatus, WNOHANG) == child) {
+            ended = true;
+            while (pump(std::chrono::milliseconds(0)))
+                continue;
+            return condition();
+        }
+    }
+    return true;
+}
+
+void Terminal::settle(std::chrono::milliseconds quiet)
+{
+    while (pump(quiet))
+        continue;
+}
+
+void Terminal::resize(int rows, int columns)
+{
+    vterm_set_size(emulator, rows, columns);
+    winsize size{};
+    size.ws_row = static_cast<unsigned short>(rows);
+    size.ws_col = static_cast<unsigned short>(columns);
+    ioctl(descriptor, TIOCSWINSZ, &size);
+}
+
+void Terminal::hangUp()
+{
+    close(replica);
+    close(descriptor);
+    replica = descriptor = -1;
+}
+
+void Terminal::kill(int signal) const
+{
+    ::kill(child, signal);
+}
+
+int Terminal::wait(std::chrono::milliseconds limit)
+{
+    waitUntil([this] { return ended; }, limit);
+    if (!ended && waitpid(child, &waitStatus, WNOHANG) == child)
+        ended = true;
+    while (pump(std::chrono::milliseconds(0)))
+        continue;
+    return ended ? waitStatus : -1;
+}
+
+std::vector<std::string> Terminal::rows() const
+{
+    int height, width;
+    vterm_get_size(emulator, &height, &width);
+    std::vector<std::string> result;
+    for (int row = 0; row < height; ++row) {
+        std::string &line = result.emplace_back();
+        for (int column = 0; column < width;) {
+            VTermScreenCell cell;
+            vterm_screen_get_cell(screen, {.row = row, .col = column}, &cell);
+            for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && cell.chars[i]; ++i)
+                line += encode(cell.chars[i]);
+            if (!cell.chars[0])
+                line += ' ';
+            column += std::max<int>(cell.width, 1);
+        }
+    }
+    return result;
+}
+
+bool Terminal::contains(const std::string &text) const
+{
+    return std::ranges::any_of(rows(), [&](const std::string &row) {
+        return row.find(text) != std::string::npos;
+    });
+}
+
+std::string Terminal::picture() const
+{
+    int height, width;
+    vterm_get_size(emulator, &height, &width);
+    VTermPos cursor;
+    vterm_state_get_cursorpos(vterm_obtain_state(emulator), &cursor);
+    std::string text = std::to_string(width) + "x" + std::to_string(height) + "\n";
+    for (const std::string &row : rows())
+        text += "|" + row + "|\n";
+
+    std::map<std::string, char> letters;
+    std::string legend;
+    for (int row = 0; row < height; ++row) {
+        text += "|";
+        for (int column = 0; column < width; ++column) {
+            VTermScreenCell cell;
+            vterm_screen_get_cell(screen, {.row = row, .col = column}, &cell);
+            const std::string name = styleName(cell);
+            const auto [letter, isNew] =
+                letters.emplace(name, static_cast<char>('a' + letters.size()));
+            if (isNew)
+                legend += std::string(1, letter->second) + " " + name + "\n";
+            text += letter->second;
+        }
+        text += "|\n";
+    }
+    return text + legend
+           + (cursorVisible ? "cursor " + std::to_string(cursor.row) + ","
+                                  + std::to_string(cursor.col) + "\n"
+                            : "no cursor\n");
+}
+
+Terminal::Modes Terminal::modes() const
+{
+    termios current{};
+    tcgetattr(replica, &current);
+    return {.echo = (current.c_lflag & ECHO) != 0,
+            .canonical = (current.c_lflag & ICANON) != 0,
+            .signals = (current.c_lflag & ISIG) != 0};
+}

@@ -1,0 +1,84 @@
+// A terminal for a program under test: a pseudo-terminal whose output is drawn by a terminal
+// emulator.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+#include <vterm.h>
+
+struct TerminalOptions {
+    std::vector<std::string> command{};
+    std::map<std::string, std::string> environment{}; // the whole of it
+    int rows = 24, columns = 80;
+    std::string encoding = "UTF-8"; // of what the program writes
+    bool ignoreHangup = false;      // as under nohup
+};
+
+constexpr std::chrono::seconds deadline{20};
+
+class Terminal {
+public:
+    explicit Terminal(const TerminalOptions &options);
+    ~Terminal();
+    Terminal(const Terminal &) = delete;
+    Terminal &operator=(const Terminal &) = delete;
+
+    // Sends keys as the terminal's bytes.
+    void send(const std::string &keys);
+
+    // Draws what the program writes until the condition holds. False when the deadline passes or
+    // the program ends before.
+    bool waitUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit = deadline);
+
+    // Draws what the program writes until it writes nothing for so long.
+    void settle(std::chrono::milliseconds quiet);
+
+    void resize(int rows, int columns);
+    void hangUp(); // closes the terminal
+
+    void kill(int signal) const;
+    pid_t pid() const { return child; }
+
+    // Waits for the end of the program; its wait status, -1 after the deadline.
+    int wait(std::chrono::milliseconds limit = deadline);
+
+    // The screen as text: a line a row, blanks included. The second column of a wide character
+    // is not in it.
+    std::vector<std::string> rows() const;
+    bool contains(const std::string &text) const;
+
+    // The screen with all that can be seen: the rows, their styles by letter, what the letters
+    // mean, and the cursor.
+    std::string picture() const;
+
+    // All that the program has written.
+    const std::string &output() const { return written; }
+
+    bool inAlternateScreen() const { return alternateScreen; }
+    bool cursorIsVisible() const { return cursorVisible; }
+
+    // The terminal's modes as the program sees them.
+    struct Modes {
+        bool echo, canonical, signals;
+    };
+    Modes modes() const;
+
+private:
+    bool pump(std::chrono::milliseconds limit);
+    static int propertySet(VTermProp property, VTermValue *value, void *self);
+
+    int descriptor = -1;
+    int replica = -1; // the program's side, kept open so that its modes can be seen afterwards
+    pid_t child = -1;
+    int waitStatus = -1;
+    bool ended = false;
+    VTerm *emulator;
+    VTermScreen *screen;
+    void *decoder;
+    std::string pending; // bytes that are no whole character yet
+    std::string written;
+    bool alternateScreen = false, cursorVisible = true;
+};

@@ -1,0 +1,65 @@
+// What a run of a program under test has around it: an own directory with a state directory and a
+// script for the spy in it, an environment, and what the run leaves behind there.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+struct RunOptions {
+    std::string program = "mrvutil";
+    std::vector<std::string> arguments{};
+    std::string machine = "CEDAR";
+    std::string language = "en_US.UTF-8";
+    std::string term = "xterm-256color";
+    int rows = 24, columns = 80;
+    std::string script{}; // for the spy, see tests/spy/spy.cc
+    std::string tree{};   // records for the spy
+    std::map<std::string, std::string> environment{}; // beside what every run has; "(unset)" takes
+                                                    // a variable out
+    std::string encoding = "UTF-8";
+    bool ignoreHangup = false;
+    std::string state{}; // a state directory to share; empty: an own one
+};
+
+class Workspace {
+public:
+    explicit Workspace(const RunOptions &options);
+    ~Workspace(); // fails the test for what the sanitizers found
+    Workspace(const Workspace &) = delete;
+    Workspace &operator=(const Workspace &) = delete;
+
+    std::vector<std::string> command() const;
+    std::map<std::string, std::string> environment() const;
+    const std::filesystem::path &directory() const { return own; }
+    const std::filesystem::path &stateDirectory() const { return state; }
+
+    // The records of the trace log, of one source or of all, each as "LEVEL FUNCTION TEXT".
+    std::vector<std::string> trace(const std::string &source = "") const;
+
+    // The calls that the spy saw.
+    std::vector<std::string> calls() const;
+
+private:
+    RunOptions options;
+    std::filesystem::path own, state;
+};
+
+std::string readFile(const std::filesystem::path &path);
+std::vector<std::string> linesOf(const std::string &text);
+
+// Expects the records to appear in this order, others between them allowed. "*" at the end of one
+// stands for anything.
+void expectInOrder(const std::vector<std::string> &records, const std::vector<std::string> &wanted);
+
+// A run without a terminal, to its end or to the deadline.
+struct PlainRun {
+    int status = -1; // exit status, -1 when a signal ended it
+    std::string output, errors;
+};
+struct PlainStreams {
+    std::string input = "/dev/null";
+    bool outputIsTerminal = false;
+};
+PlainRun runPlain(const Workspace &workspace, const PlainStreams &streams = {});
