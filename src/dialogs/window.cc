@@ -103,6 +103,8 @@ void reopen(Window &window)
         window.fit(window.columns, low ? place.height - 2 : window.rows);
     setFormHeight(window, place, low);
     newtDrawForm(window.form);
+    if (low)
+        newtRedrawHelpLine(); // from below the window's shadow
 }
 
 // Draws everything anew on a screen of the terminal's new size. newt itself keeps its windows
@@ -139,6 +141,7 @@ void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit)
         if (fit)
             fit(window.columns, place.height - 2);
         newtFormSetHeight(form, place.height - 2);
+        newtRedrawHelpLine();
         window.scrolling = true;
     }
     if (const int wake = resizeDescriptor(); wake >= 0)
@@ -157,7 +160,9 @@ newtComponent runForm(newtComponent form)
 {
     for (;;) {
         newtExitStruct left;
+        watchSize();
         newtFormRun(form, &left);
+        watchSize();
         switch (left.reason) {
         case newtExitStruct::NEWT_EXIT_COMPONENT: return left.u.co;
         case newtExitStruct::NEWT_EXIT_HOTKEY: return left.u.key == NEWT_KEY_F12 ? form : nullptr;

@@ -152,9 +152,9 @@ static int addDevices(const yat_device &root)
 static void fitTree(int columns, int rows)
 {
     limitCheckboxTree(checktree, columns, rows);
-    if (exitButton->left < 0)
-        return; // the grid has not placed it yet
-    const int spare = checktree->width - exitButton->width;
+    if (checktree->left < 0)
+        return; // the grid has placed nothing yet
+    const int spare = std::max(checktree->width - exitButton->width, 0);
     exitButton->ops->place(exitButton, checktree->left + spare / 2, exitButton->top);
 }
 

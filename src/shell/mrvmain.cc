@@ -69,6 +69,7 @@ void NewtStartUp(void)
     beginColourChoice();
     newtInit();
     endColourChoice();
+    disguiseTerminal();
     watchSize();
     newtSetColors(myColors);
     newtCls();
@@ -112,6 +113,7 @@ static void tearDown()
     if (screenOn) {
         newtCls();
         newtFinished();
+        undisguiseTerminal();
         if (consoleOff)
             klogctl(8, nullptr, 6);
         releaseTerminal();

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <slang.h>
+#include <string>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -10,7 +12,8 @@ namespace {
 constexpr int fewestColumns = 40;
 constexpr int fewestRows = 12;
 
-bool setForUs; // NEWT_MONO was set here, not by the user
+bool setForUs;        // NEWT_MONO was set here, not by the user
+std::string realType; // of the terminal while it is disguised
 
 bool isSet(const char *name)
 {
@@ -65,4 +68,20 @@ void endColourChoice()
     if (setForUs)
         unsetenv("NEWT_MONO");
     setForUs = false;
+}
+
+void disguiseTerminal()
+{
+    const char *type = getenv("TERM");
+    if (!type || !std::string_view(type).starts_with("xterm"))
+        return;
+    realType = type;
+    setenv("TERM", "vt100", 1);
+}
+
+void undisguiseTerminal()
+{
+    if (!realType.empty())
+        setenv("TERM", realType.c_str(), 1);
+    realType.clear();
 }

@@ -14,6 +14,7 @@
 #include <iterator>
 #include <poll.h>
 #include <slang.h>
+#include <sys/ioctl.h>
 #include <sys/klog.h>
 #include <termios.h>
 #include <unistd.h>
@@ -32,6 +33,7 @@ bool guarding;
 struct sigaction former[NSIG];
 
 int wakePipe[2] = {-1, -1};
+winsize size; // when it was last looked at
 
 // Writes without waiting for ever for a terminal that takes nothing any more.
 void writeToTerminal(const char *bytes, size_t length)
@@ -100,6 +102,13 @@ void provideStack()
     sigaltstack(&alternate, nullptr);
 }
 
+winsize terminalSize()
+{
+    winsize now{};
+    ioctl(STDOUT_FILENO, TIOCGWINSZ, &now);
+    return now;
+}
+
 void noteResize(int)
 {
     const int savedErrno = errno;
@@ -148,13 +157,19 @@ void releaseTerminal()
 
 void watchSize()
 {
-    if (wakePipe[0] < 0 && pipe2(wakePipe, O_NONBLOCK | O_CLOEXEC) != 0)
-        return;
+    if (wakePipe[0] < 0) {
+        if (pipe2(wakePipe, O_NONBLOCK | O_CLOEXEC) != 0)
+            return;
+        size = terminalSize();
+    }
     struct sigaction action = {};
     action.sa_handler = noteResize;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(SIGWINCH, &action, nullptr);
+    const winsize now = terminalSize();
+    if (now.ws_row != size.ws_row || now.ws_col != size.ws_col)
+        noteResize(SIGWINCH); // it changed while nobody watched
 }
 
 int resizeDescriptor()
@@ -168,6 +183,7 @@ bool resizePending()
     bool pending = false;
     while (read(wakePipe[0], bytes, sizeof bytes) > 0)
         pending = true;
+    size = terminalSize();
     return pending;
 }
 

@@ -10,13 +10,24 @@ bool terminalIsUsable(const char *program);
 void beginColourChoice();
 void endColourChoice();
 
+// Keeps newt from taking the terminal for an xterm while it runs forms, and lets the environment
+// tell the truth again, for a child of the program and at its end.
+//
+// newt looks the terminal's type up in the environment each time that it runs a form, to decide
+// how it reaches the mouse. On one whose type begins with "xterm" it loses count of that when
+// forms nest, and crashes when the outer one ends.
+void disguiseTerminal();
+void undisguiseTerminal();
+
 // From here on until releaseTerminal a signal that ends the program restores the terminal first,
 // and the kernel's console level when it was switched off. newt has the terminal by then or gets
 // it next. end is called when the terminal goes away without a signal; it ends the program.
 void guardTerminal(bool consoleIsOff, void (*end)());
 void releaseTerminal();
 
-// Takes over from newt what a change of the terminal's size does. Call after newtInit.
+// Takes over from newt what a change of the terminal's size does. Call after newtInit, and again
+// before and after newt runs a form: with the mouse, it puts a handler of its own before the one
+// it finds there, and it can forget all of them in the end.
 void watchSize();
 
 // A file descriptor that is ready for reading when the terminal's size has changed, -1 when

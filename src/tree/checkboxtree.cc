@@ -359,10 +359,16 @@ void limitCheckboxTree(newtComponent component, int columns, int rows)
     CheckboxTree &tree = treeOf(component);
     component->width = std::max(std::min(columns, tree.madeWidth), 0);
     component->height = std::max(std::min(rows, tree.madeHeight), 0);
-    if (tree.scrollbar)
-        tree.scrollbar->height = component->height;
     yat_ctPlace(component, component->left, component->top);
     TreeModel &model = tree.model;
-    if (model.flatList && model.current - model.first >= component->height)
-        model.first = std::max(model.current - component->height + 1, 0);
+    if (model.flatList)
+        showCurrent(model, component->height);
+    if (newtComponent scrollbar = tree.scrollbar) {
+        // Where its thumb was is not to be drawn over any more.
+        const int mapped = scrollbar->isMapped;
+        scrollbar->ops->mapped(scrollbar, 0);
+        scrollbar->height = component->height;
+        newtScrollbarSet(scrollbar, std::max(model.current, 0), std::max(model.flatCount - 1, 1));
+        scrollbar->ops->mapped(scrollbar, mapped);
+    }
 }

@@ -84,6 +84,9 @@ void setItem(TreeModel &model, Item *item, SetMode mode);
 // the list allows it.
 void makeCurrent(TreeModel &model, Item *item, int height);
 
+// Scrolls as little as it takes to have the current item in so many rows, and these full.
+void showCurrent(TreeModel &model, int height);
+
 // Position of a state's character in the sequence, its length when it is not in there, 0 for the
 // character 0.
 int stateIndex(const TreeModel &model, char state);

@@ -102,7 +102,8 @@ Terminal::Terminal(const TerminalOptions &options)
         _exit(126);
     }
 
-    emulator = vterm_new(options.rows, options.columns);
+    // A terminal that does not tell its size has the usual one.
+    emulator = vterm_new(options.rows ? options.rows : 24, options.columns ? options.columns : 80);
     vterm_set_utf8(emulator, 1);
     screen = vterm_obtain_screen(emulator);
     vterm_screen_enable_altscreen(screen, 1);

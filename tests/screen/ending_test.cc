@@ -1,0 +1,111 @@
+// However the program ends, the terminal and the kernel's console level are as before, soon.
+#include "session.h"
+
+#include <csignal>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+void expectRestored(Session &session)
+{
+    EXPECT_TRUE(session.terminal().modes().canonical);
+    EXPECT_TRUE(session.terminal().modes().echo);
+    EXPECT_FALSE(session.terminal().inAlternateScreen());
+    EXPECT_TRUE(session.terminal().cursorIsVisible());
+    EXPECT_FALSE(session.terminal().contains("FT server"));
+}
+
+void openPciModule(Session &session)
+{
+    session.see("Exit");
+    session.send(keys::space + keys::down + keys::down + keys::space + keys::down + keys::enter);
+    session.see("Refresh");
+}
+
+class EverySignal : public testing::TestWithParam<int> {};
+
+TEST_P(EverySignal, RestoresTheTerminalAndTakesItsEffect)
+{
+    // The sanitizers would have a fault for themselves.
+    Session session({.environment = {{"ASAN_OPTIONS",
+                                      "verify_asan_link_order=0:handle_segv=0:handle_sigbus=0:"
+                                      "handle_sigfpe=0:handle_sigill=0:handle_abort=0"}}});
+    session.see("Exit");
+    session.terminal().kill(GetParam());
+    session.expectSignal(GetParam());
+    expectRestored(session);
+    EXPECT_EQ(session.calls("klogctl"),
+              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ending, EverySignal,
+                         testing::Values(SIGHUP, SIGTERM, SIGINT, SIGQUIT, SIGSEGV, SIGBUS, SIGFPE,
+                                         SIGILL, SIGABRT));
+
+} // namespace
+
+TEST(Ending, BySignalComesInTheMiddleOfAnOperation)
+{
+    Session session({.script = "InitBringDown real delay=600000"});
+    openPciModule(session);
+    session.send(keys::tab + keys::tab + keys::tab + keys::tab + keys::tab + keys::enter);
+    session.see("Stop this PCI module");
+    session.send(keys::enter);
+    session.see("PCI module 1: Stop ...");
+    session.terminal().kill(SIGTERM);
+    session.expectSignal(SIGTERM);
+    expectRestored(session);
+}
+
+TEST(Ending, OptionDLeavesTheConsoleLevelAloneOnASignalToo)
+{
+    Session session({.arguments = {"-d"}});
+    session.see("Exit");
+    session.terminal().kill(SIGTERM);
+    session.expectSignal(SIGTERM);
+    EXPECT_TRUE(session.calls("klogctl").empty());
+}
+
+TEST(Ending, WithTheTerminalIsByHangup)
+{
+    Session session;
+    session.see("Exit");
+    session.terminal().hangUp();
+    session.expectSignal(SIGHUP);
+    EXPECT_EQ(session.calls("klogctl").back(), "klogctl(8, null, 6)");
+}
+
+TEST(Ending, WithTheTerminalAndWithoutASignalIsInOrder)
+{
+    for (const bool inWindow : {false, true}) {
+        Session session({.ignoreHangup = true});
+        if (inWindow)
+            openPciModule(session);
+        else
+            session.see("Exit");
+        session.terminal().hangUp();
+        session.expectExit(0);
+        expectInOrder(session.calls(), {"klogctl(8, null, 6)", "ft_FunctionRelease() = 1",
+                                        "freenewtlib()", "freeslanglib()"});
+    }
+}
+
+TEST(Ending, InABoxThatOnlyItsButtonLeavesIsInOrderToo)
+{
+    Session session({.script = "CreateTreeViewData 0", .ignoreHangup = true});
+    session.see("cannot be read");
+    session.terminal().hangUp();
+    session.expectExit(0);
+}
+
+TEST(Ending, SignalsThatWereIgnoredStayIgnored)
+{
+    Session session({.ignoreHangup = true});
+    session.see("Exit");
+    session.terminal().kill(SIGHUP);
+    session.send(keys::space);
+    session.see("[-] FT server");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+}

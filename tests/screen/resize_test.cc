@@ -1,0 +1,70 @@
+// What a change of the terminal's size does to the windows that are open.
+#include "session.h"
+
+namespace {
+
+void openEthernet(Session &session)
+{
+    session.see("Exit");
+    session.send(keys::space + keys::down + keys::down + keys::space + keys::down + keys::space
+                 + keys::down + keys::down + keys::enter);
+    session.see("Close");
+}
+
+} // namespace
+
+TEST(Resize, GrowingPaintsAllAndCentresAnew)
+{
+    Session session;
+    openEthernet(session);
+    session.terminal().resize(40, 120);
+    session.expectScreen("resize/grown");
+    session.send(keys::enter);
+    session.see("Clear the MTBF count");
+    session.expectScreen("resize/grown-question");
+    session.send(keys::ctrlA);
+    session.seeNot("Clear the MTBF count of");
+    session.expectScreen("resize/grown");
+}
+
+TEST(Resize, ShrinkingKeepsTheWindowsUsable)
+{
+    Session session;
+    openEthernet(session);
+    session.terminal().resize(13, 60);
+    session.expectScreen("resize/shrunk");
+    session.send(keys::tab + keys::enter);
+    session.seeNot("MTBF");
+    session.expectScreen("resize/shrunk-tree");
+    session.send(keys::tab);
+    session.see("Exit");
+    session.expectScreen("resize/shrunk-exit");
+    session.terminal().resize(24, 80);
+    session.expectScreen("resize/as-before");
+}
+
+TEST(Resize, ThereAndBackLeavesTheScreenAsItWas)
+{
+    Session session;
+    openEthernet(session);
+    session.expectScreen("resize/ethernet");
+    for (const auto &[rows, columns] : {std::pair{50, 132}, {12, 40}, {5, 20}, {1, 1}, {30, 50}}) {
+        session.terminal().resize(rows, columns);
+        session.terminal().settle(std::chrono::milliseconds(50));
+    }
+    session.terminal().resize(24, 80);
+    session.expectScreen("resize/ethernet");
+}
+
+TEST(Resize, TheTreeFollowsTheHeight)
+{
+    Session session({.rows = 40});
+    session.see("Exit");
+    session.send(keys::space + keys::down + keys::space + keys::down + keys::down + keys::down
+                 + keys::space + keys::down + keys::space + keys::pageDown);
+    session.see("PCI module 2");
+    session.terminal().resize(14, 80);
+    session.expectScreen("resize/low-tree");
+    session.send(keys::up + keys::up + keys::up + keys::up + keys::up + keys::up + keys::up);
+    session.expectScreen("resize/low-tree-above");
+}

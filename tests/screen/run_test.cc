@@ -1,0 +1,213 @@
+// How the program is called, and what it does where it can't have a screen.
+#include "session.h"
+
+#include <fstream>
+
+namespace {
+
+const std::string usageText = "       -d : display driver message\n";
+
+void expectUsage(const std::vector<std::string> &arguments)
+{
+    Workspace workspace({.arguments = arguments});
+    const PlainRun run = runPlain(workspace);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "Usage: " + workspace.command()[0] + " [-d]\n" + usageText);
+    EXPECT_EQ(workspace.trace(), (std::vector<std::string>{"0 main >", "1 main <missing argument."}));
+    EXPECT_TRUE(workspace.calls().empty()); // nothing was set up, so nothing is undone
+}
+
+// The program must have ended without a word on standard output.
+void expectRefusal(const RunOptions &options, const std::string &reason,
+                   const PlainStreams &streams = {})
+{
+    Workspace workspace(options);
+    const PlainRun run = runPlain(workspace, streams);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors, workspace.command()[0] + ": " + reason + "\n");
+}
+
+void expectRefusalInTerminal(const RunOptions &options, const std::string &reason)
+{
+    Session session(options);
+    session.expectExit(0);
+    EXPECT_EQ(session.terminal().output(),
+              session.files().command()[0] + ": " + reason + "\r\n");
+    // The start-up went its way until the screen, and was undone in order.
+    expectInOrder(session.calls(), {"OpenStrFile*", "initnewtlib*", "initslanglib*",
+                                    "ft_FunctionRelease*", "freenewtlib*", "freeslanglib*"});
+    EXPECT_TRUE(session.calls("klogctl").empty());
+}
+
+} // namespace
+
+TEST(CommandLine, OtherArgumentsPrintTheUsage)
+{
+    for (const char *argument : {"-D", "-dd", "-debugx", "-deb", "", "x"})
+        expectUsage({argument});
+    expectUsage({"-d", "x"});
+    expectUsage({"-debug", "-d"});
+}
+
+TEST(CommandLine, DumpModePrintsTheDeviceData)
+{
+    Workspace workspace({.arguments = {"-debug"}, .machine = "BIRCH", .term = "(unset)"});
+    const PlainRun run = runPlain(workspace);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.output,
+              "\n\n\n################# device data in mrvmain ###############################\n"
+              "Name:\t\tNextDevNum: Hierarchy: Instance: DevicePathID: \t\t\t "
+              "ParentName:\t\tChildName:\n"
+              "N:                        4       H:0   C:CPU module 1        \n"
+              "N:CPU module 1            0       H:1   I:1   ID:0   0   0   0   0   0   0   0   \n"
+              "N:CPU module 2            0       H:1   I:2   ID:4   0   0   0   0   0   0   0   \n"
+              "N:PCI module 1            1       H:1   I:1   ID:2   0   0   0   0   0   0   0   "
+              "C:SCSI adapter 1      \n"
+              "N:SCSI adapter 1          1       H:2   I:1   ID:2   1   0   0   0   0   0   0   "
+              "P:PCI module 1        C:Ethernet adapter 1  \n"
+              "N:Ethernet adapter 1      0       H:3   I:1   ID:2   1   1   0   0   0   0   0   "
+              "P:SCSI adapter 1      \n"
+              "N:PCI module 2            1       H:1   I:2   ID:3   0   0   0   0   0   0   0   "
+              "C:SCSI adapter 2      \n"
+              "N:SCSI adapter 2          1       H:2   I:2   ID:3   1   0   0   0   0   0   0   "
+              "P:PCI module 2        C:Ethernet adapter 2  \n"
+              "N:Ethernet adapter 2      0       H:3   I:2   ID:3   1   1   0   0   0   0   0   "
+              "P:SCSI adapter 2      \n");
+    EXPECT_EQ(workspace.calls(),
+              (std::vector<std::string>{
+                  "OpenStrFile(/data/E_mrvutil.rc) = stream", "initnewtlib() = 0",
+                  "initslanglib() = 0", "ft_FunctionInit() = 1", "CreateTreeViewData(null) = 1",
+                  "FreeTreeViewData(root) = 1", "ft_FunctionRelease() = 1", "freenewtlib()",
+                  "freeslanglib()"}));
+}
+
+TEST(CommandLine, DumpModePrintsAlsoWhenThereAreNoData)
+{
+    Workspace workspace({.arguments = {"-debug"}, .script = "CreateTreeViewData 0"});
+    const PlainRun run = runPlain(workspace);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.output.ends_with("ChildName:\n"));
+}
+
+TEST(CommandLine, DumpModeShowsOddRecords)
+{
+    Workspace workspace({.arguments = {"-debug"},
+                         .tree = "0 1 2 1 7 a module\n"
+                                 "1 2 - 0 0 without identity\n"
+                                 "1 2 8 1 255 -\n"});
+    const std::string output = runPlain(workspace).output;
+    EXPECT_EQ(output.substr(output.find("N: ")),
+              "N:                        1       H:0   C:a module            \n"
+              "N:a module                2       H:1   I:1   ID:7   0   0   0   0   0   0   0   "
+              "C:without identity    \n"
+              "N:without identity        0       H:2   P:a module            \n"
+              "N:                        0       H:2   I:1   ID:255 0   0   0   0   0   0   0   "
+              "P:a module            \n");
+}
+
+TEST(CommandLine, KernelMessagesAreOffWhileTheScreenIsInUse)
+{
+    Session session;
+    session.see("Exit");
+    EXPECT_EQ(session.calls("klogctl"), std::vector<std::string>{"klogctl(6, null, 0)"});
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+    EXPECT_EQ(session.calls(),
+              (std::vector<std::string>{
+                  "OpenStrFile(/data/E_mrvutil.rc) = stream", "initnewtlib() = 0",
+                  "initslanglib() = 0", "klogctl(6, null, 0)", "ft_FunctionInit() = 1",
+                  "CreateTreeViewData(null) = 1", "call_yat_is_ft(0) = 3",
+                  "FreeTreeViewData(root) = 1", "klogctl(8, null, 6)", "ft_FunctionRelease() = 1",
+                  "freenewtlib()", "freeslanglib()"}));
+}
+
+TEST(CommandLine, OptionDLeavesKernelMessagesAlone)
+{
+    Session session({.arguments = {"-d"}});
+    session.see("Exit");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+    EXPECT_TRUE(session.calls("klogctl").empty());
+}
+
+TEST(Terminal, IsLeftAsItWasFound)
+{
+    Session session;
+    session.see("Exit");
+    EXPECT_FALSE(session.terminal().modes().canonical);
+    EXPECT_TRUE(session.terminal().inAlternateScreen());
+    EXPECT_FALSE(session.terminal().cursorIsVisible());
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+    EXPECT_TRUE(session.terminal().modes().canonical && session.terminal().modes().echo);
+    EXPECT_FALSE(session.terminal().inAlternateScreen());
+    EXPECT_TRUE(session.terminal().cursorIsVisible());
+}
+
+TEST(Terminal, IsNeeded)
+{
+    expectRefusal({}, "standard input is no terminal; run it in a terminal, or with -debug to "
+                      "print the device data");
+    expectRefusal({}, "standard input is no terminal; run it in a terminal, or with -debug to "
+                      "print the device data", {.outputIsTerminal = true});
+}
+
+TEST(Terminal, HasToBeKnown)
+{
+    for (const char *type : {"dumb", "no-such-terminal", "unknown"})
+        expectRefusalInTerminal({.term = type},
+                                std::string("a terminal of type '") + type
+                                    + "' is unknown or can't place the cursor; set TERM to the "
+                                      "type of this terminal");
+    for (const char *type : {"", "(unset)"})
+        expectRefusalInTerminal({.environment = {{"TERM", type}}},
+                                "TERM is not set; set it to the type of this terminal");
+}
+
+TEST(Terminal, HasToHaveRoomForAWindow)
+{
+    expectRefusalInTerminal(
+        {.rows = 11, .columns = 40},
+        "the terminal has 40 columns and 11 rows; make it at least 40 by 12");
+    expectRefusalInTerminal(
+        {.rows = 12, .columns = 39},
+        "the terminal has 39 columns and 12 rows; make it at least 40 by 12");
+}
+
+TEST(Terminal, OfTheSmallestSizeIsEnough)
+{
+    Session session({.rows = 12, .columns = 40});
+    session.see("FT server");
+    session.expectScreen("run/smallest");
+    session.send(keys::tab);
+    session.expectScreen("run/smallest-exit");
+    session.send(keys::enter);
+    session.expectExit(1);
+}
+
+TEST(Terminal, OfUnknownSizeHasTheUsualOne)
+{
+    Session session({.rows = 0, .columns = 0});
+    session.see("Exit");
+    session.expectScreen("main/CEDAR-en-80x24-collapsed");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+}
+
+TEST(Language, IsThatOfTheEnvironment)
+{
+    const auto catalogueOf = [](std::map<std::string, std::string> environment) {
+        Workspace workspace({.arguments = {"-debug"}, .environment = std::move(environment)});
+        runPlain(workspace);
+        return workspace.calls().at(0);
+    };
+    const std::string english = "OpenStrFile(/data/E_mrvutil.rc) = stream";
+    const std::string japanese = "OpenStrFile(/data/J_mrvutil.rc) = stream";
+    EXPECT_EQ(catalogueOf({{"LANG", "ja_JP.UTF-8"}}), japanese);
+    EXPECT_EQ(catalogueOf({{"LANG", "de_DE.UTF-8"}, {"LC_MESSAGES", "ja"}}), japanese);
+    EXPECT_EQ(catalogueOf({{"LANG", "ja_JP"}, {"LC_ALL", "C"}}), english);
+    EXPECT_EQ(catalogueOf({{"LANG", "ja_JP"}, {"LC_ALL", ""}}), japanese);
+    EXPECT_EQ(catalogueOf({{"LANG", "(unset)"}}), english);
+}
