@@ -221,12 +221,12 @@ public:
         return result;
     }
 
-    // Numbers are unique within a class.
-    void unique(const toml::table &table, int classCode, int number)
+    // A number that only one of its kind may have: of a device within its class, of a board.
+    void unique(const toml::table &table, std::string_view key, int kind, int number)
     {
-        if (number != 0 && !numbers.insert({classCode, number}).second)
-            report(*table.get("number"), "number " + std::to_string(number)
-                                             + " stands twice, expected one of its own");
+        if (number != 0 && !numbers.insert({kind, number}).second)
+            report(*table.get(key), std::string(key) + " " + std::to_string(number)
+                                        + " stands twice, expected one of its own");
     }
 
 private:
@@ -263,6 +263,7 @@ private:
 constexpr size_t longestName = 127; // bytes
 constexpr int mostDevices = 9999;   // of a class
 constexpr int deepestAdapter = 3;   // tree level, the module's being 1
+constexpr int boards = -1;          // no device class
 
 Adapter readAdapter(Reader &reader, const toml::table &table, int level)
 {
@@ -272,7 +273,7 @@ Adapter readAdapter(Reader &reader, const toml::table &table, int level)
                     .name = reader.text(table, "name", longestName),
                     .path = reader.path(table),
                     .adapters = {}};
-    reader.unique(table, adapter.classCode, adapter.number);
+    reader.unique(table, "number", adapter.classCode, adapter.number);
     for (const toml::table *below : reader.tables(table, "adapter")) {
         if (level == deepestAdapter)
             reader.report(*below, "adapter below the third level, expected two levels of "
@@ -294,18 +295,20 @@ Module readModule(Reader &reader, const toml::table &table, int classCode, bool 
                   .biosVersion = {},
                   .biosStatus = {},
                   .adapters = {}};
-    reader.unique(table, classCode, module.number);
+    reader.unique(table, "number", classCode, module.number);
     if (classCode == YAT_CLASS_CPU_MODULE) {
         reader.allowKeys(table, "a CPU module",
                          {"number", "name", "path", "state", "mtbf_type", "bios_version",
                           "bios_status"});
-        module.board = module.number;
+        module.board = module.number; // a CPU module is its own board
+        reader.unique(table, "number", boards, module.board);
         module.biosVersion = reader.text(table, "bios_version", 1000);
         module.biosStatus = reader.text(table, "bios_status", 1000);
     } else {
         reader.allowKeys(table, "a PCI module",
                          {"number", "name", "path", "state", "mtbf_type", "board", "adapter"});
         module.board = reader.number(table, "board", 1, mostDevices);
+        reader.unique(table, "board", boards, module.board);
         for (const toml::table *adapter : reader.tables(table, "adapter"))
             module.adapters.push_back(readAdapter(reader, *adapter, 2));
     }

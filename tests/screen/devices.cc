@@ -1,0 +1,30 @@
+#include "devices.h"
+
+using namespace keys;
+
+const Device cpuModule = {"CPU module 1", space + down + space + down};
+const Device pciModule = {"PCI module 1", space + down + down + space + down};
+const Device scsiAdapter = {"SCSI adapter 1", space + down + down + space + down + space + down};
+const Device ethernetAdapter = {"Ethernet adapter 1",
+                                space + down + down + space + down + space + down + down};
+
+void open(Session &session, const Device &device)
+{
+    session.see("Exit");
+    session.send(device.path + enter);
+    session.see("Close");
+}
+
+void openJapanese(Session &session, const Device &device)
+{
+    session.see("終了");
+    session.send(device.path + enter);
+    session.see("閉じる");
+}
+
+void press(Session &session, int tabs)
+{
+    for (int i = 0; i < tabs; ++i)
+        session.send(tab);
+    session.send(enter);
+}

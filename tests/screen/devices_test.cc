@@ -1,0 +1,608 @@
+// The windows of the devices: how they look, and each button in each outcome.
+#include "devices.h"
+
+#include <algorithm>
+
+namespace {
+
+std::string inTestName(std::string text)
+{
+    std::ranges::replace_if(text, [](char c) { return !isalnum(c); }, '_');
+    return text;
+}
+
+// ---- How they look
+
+struct Look {
+    const char *window;
+    const Device *device;
+    const char *machine;
+};
+
+const Look looks[] = {
+    {"cpu", &cpuModule, "ALDER"},      {"cpu", &cpuModule, "BIRCH"},
+    {"cpu", &cpuModule, "CEDAR"},      {"pci", &pciModule, "ALDER"},
+    {"pci", &pciModule, "BIRCH"},      {"pci", &pciModule, "CEDAR"},
+    {"scsi", &scsiAdapter, "CEDAR"},   {"ethernet", &ethernetAdapter, "CEDAR"},
+};
+
+struct Screen {
+    const char *language;
+    int columns, rows;
+};
+
+const Screen screens[] = {
+    {"en", 80, 24}, {"en", 80, 25}, {"en", 100, 40},
+    {"ja", 80, 24}, {"ja", 80, 25}, {"ja", 100, 40},
+};
+
+std::string screenName(const std::tuple<Look, Screen> &shown)
+{
+    const auto &[look, screen] = shown;
+    return std::string(look.window) + "-" + look.machine + "-" + screen.language + "-"
+           + std::to_string(screen.columns) + "x" + std::to_string(screen.rows);
+}
+
+class EveryWindow : public testing::TestWithParam<std::tuple<Look, Screen>> {};
+
+TEST_P(EveryWindow, LooksLikeItsPicture)
+{
+    const auto &[look, screen] = GetParam();
+    const bool english = std::string(screen.language) == "en";
+    Session session({.machine = look.machine,
+                     .language = english ? "en_US.UTF-8" : "ja_JP.UTF-8",
+                     .rows = screen.rows,
+                     .columns = screen.columns});
+    (english ? open : openJapanese)(session, *look.device);
+    session.expectScreen("devices/" + screenName(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, EveryWindow,
+                         testing::Combine(testing::ValuesIn(looks), testing::ValuesIn(screens)),
+                         [](const auto &info) { return inTestName(screenName(info.param)); });
+
+// ---- Operations
+
+struct Button {
+    const char *name;
+    const Device *device;
+    const char *machine;
+    int tabs;
+    const char *question;
+    int support;
+    const char *call; // the operation with what follows the device's name
+    const char *notSupported, *failed;
+};
+
+const char clearQuestion[] = "Clear the MTBF count of this device?";
+const char noClear[] = "The MTBF count of this device cannot be cleared.";
+const char clearFailed[] = "The MTBF count could not be cleared.";
+const char noStop[] = "This device cannot be stopped now.";
+const char stopFailed[] = "The device could not be stopped.";
+const char noStart[] = "This device cannot be started now.";
+const char startFailed[] = "The device could not be started.";
+const char typeQuestion[] = "Change the MTBF type of this module?";
+const char noType[] = "The MTBF type of this module cannot be set.";
+const char typeFailed[] = "The MTBF type could not be set.";
+
+const Button buttons[] = {
+    {"cpu clear", &cpuModule, "CEDAR", 0, clearQuestion, 1, "ClearMTBF 2", noClear, clearFailed},
+    {"cpu stop", &cpuModule, "CEDAR", 5, "Stop this CPU module?", 7, "InitBringDown 8", noStop,
+     stopFailed},
+    {"cpu start", &cpuModule, "CEDAR", 6, "Start this CPU module?", 5, "InitBringUp 6", noStart,
+     startFailed},
+    {"cpu type", &cpuModule, "CEDAR", 4, typeQuestion, 13, "SetMtbfType 14, 2", noType, typeFailed},
+    {"plain cpu clear", &cpuModule, "BIRCH", 0, clearQuestion, 1, "ClearMTBF 2", noClear,
+     clearFailed},
+    {"plain cpu stop", &cpuModule, "BIRCH", 1, "Stop this CPU module?", 7, "InitBringDown 8",
+     noStop, stopFailed},
+    {"plain cpu start", &cpuModule, "BIRCH", 2, "Start this CPU module?", 5, "InitBringUp 6",
+     noStart, startFailed},
+    {"pci clear", &pciModule, "CEDAR", 0, clearQuestion, 15, "ClearMTBF 16", noClear, clearFailed},
+    {"pci stop", &pciModule, "CEDAR", 5, "Stop this PCI module and its adapters?", 21,
+     "InitBringDown 22", noStop, stopFailed},
+    {"pci start", &pciModule, "CEDAR", 6, "Start this PCI module and its adapters?", 19,
+     "InitBringUp 20", noStart, startFailed},
+    {"pci type", &pciModule, "CEDAR", 4, typeQuestion, 23, "SetMtbfType 24, 1", noType, typeFailed},
+    {"plain pci stop", &pciModule, "ALDER", 1, "Stop this PCI module and its adapters?", 21,
+     "InitBringDown 22", noStop, stopFailed},
+    {"scsi clear", &scsiAdapter, "CEDAR", 0, clearQuestion, 25, "ClearMTBF 26", noClear,
+     clearFailed},
+    {"ethernet clear", &ethernetAdapter, "CEDAR", 0, clearQuestion, 31, "ClearMTBF 32", noClear,
+     clearFailed},
+};
+
+class EveryOperation : public testing::TestWithParam<Button> {
+protected:
+    const Button &button = GetParam();
+    const std::string operation = std::string(button.call).substr(0, std::string(button.call).find(' '));
+    const std::string supportCall =
+        std::string("IfSupport(") + button.device->name + ", " + std::to_string(button.support) + ")";
+    const std::string operationCall =
+        operation + "(" + button.device->name + ", "
+        + std::string(button.call).substr(operation.size() + 1) + ")";
+
+    // Opens the window and presses the button, up to its question.
+    void ask(Session &session)
+    {
+        open(session, *button.device);
+        picture = stablePicture(session);
+        press(session, button.tabs);
+        session.see(button.question);
+    }
+
+    // The window with the focus on its first button, which is where a test leaves it.
+    static std::string stablePicture(Session &session)
+    {
+        session.terminal().settle(std::chrono::milliseconds(30));
+        return session.terminal().picture();
+    }
+
+    // The calls for the operation that the spy saw.
+    std::vector<std::string> operationCalls(const Session &session)
+    {
+        std::vector<std::string> calls = session.calls();
+        std::erase_if(calls, [&](const std::string &call) {
+            return !call.starts_with("IfSupport") && !call.starts_with(operation);
+        });
+        return calls;
+    }
+
+    // Goes back to the first button and expects the window to be as it was.
+    void expectWindowAsBefore(Session &session)
+    {
+        for (int i = 0; i < button.tabs; ++i)
+            session.send(keys::backTab);
+        EXPECT_TRUE(session.terminal().waitUntil(
+            [&] { return session.terminal().picture() == picture; }))
+            << picture << session.terminal().picture();
+    }
+
+    void expectBox(Session &session, const std::string &title, const std::string &text)
+    {
+        session.see(text);
+        session.see("┤ " + title + " ├");
+        session.send(keys::enter);
+        session.seeNot(text);
+        expectWindowAsBefore(session);
+    }
+
+    std::string picture;
+};
+
+TEST_P(EveryOperation, DeclinedCallsNothing)
+{
+    // The cancel button, and the hot key that stands for it.
+    for (const std::string &answer : {keys::tab + keys::enter, keys::ctrlA}) {
+        Session declining({.machine = button.machine});
+        ask(declining);
+        declining.send(answer);
+        declining.seeNot(button.question);
+        expectWindowAsBefore(declining);
+        EXPECT_TRUE(operationCalls(declining).empty());
+    }
+}
+
+TEST_P(EveryOperation, NotSupportedSaysSo)
+{
+    Session session({.machine = button.machine, .script = "IfSupport 0"});
+    ask(session);
+    session.send(keys::enter);
+    expectBox(session, "Error", button.notSupported);
+    EXPECT_EQ(operationCalls(session), std::vector<std::string>{supportCall + " = 0"});
+}
+
+TEST_P(EveryOperation, FailedSaysSo)
+{
+    for (const char *result : {"0", "-1", "2"}) {
+        Session session({.machine = button.machine,
+                         .script = "IfSupport -7\n" + operation + " " + result});
+        ask(session);
+        session.send(keys::enter);
+        expectBox(session, "Error", button.failed);
+        EXPECT_EQ(operationCalls(session),
+                  (std::vector<std::string>{supportCall + " = -7", operationCall + " = " + result}));
+    }
+}
+
+TEST_P(EveryOperation, DoneSaysSo)
+{
+    Session session({.machine = button.machine, .script = "IfSupport 1\n" + operation + " 1"});
+    ask(session);
+    session.send(keys::enter);
+    expectBox(session, button.device->name, "The operation was successful.");
+    EXPECT_EQ(operationCalls(session),
+              (std::vector<std::string>{supportCall + " = 1", operationCall + " = 1"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, EveryOperation, testing::ValuesIn(buttons),
+                         [](const auto &info) { return inTestName(info.param.name); });
+
+// ---- Buttons that only refuse
+
+struct Refusal {
+    const char *name;
+    const Device *device;
+    const char *machine;
+    int tabs;
+    const char *text;
+};
+
+const char noDiagnosis[] = "Diagnosis is not supported for this device.";
+
+const Refusal refusals[] = {
+    {"cpu diagnose", &cpuModule, "CEDAR", 7, noDiagnosis},
+    {"cpu change", &cpuModule, "CEDAR", 10,
+     "Changing the jump switch is not supported for this board."},
+    {"cpu execute", &cpuModule, "CEDAR", 13, "Memory dumps are not supported for this module."},
+    {"plain cpu diagnose", &cpuModule, "ALDER", 3, noDiagnosis},
+    {"plain cpu change", &cpuModule, "ALDER", 6,
+     "Changing the jump switch is not supported for this board."},
+    {"plain cpu execute", &cpuModule, "ALDER", 9, "Memory dumps are not supported for this module."},
+    {"pci diagnose", &pciModule, "CEDAR", 7, noDiagnosis},
+    {"plain pci diagnose", &pciModule, "BIRCH", 3, noDiagnosis},
+    {"scsi diagnose", &scsiAdapter, "CEDAR", 1, noDiagnosis},
+};
+
+class EveryRefusal : public testing::TestWithParam<Refusal> {};
+
+TEST_P(EveryRefusal, AsksNothingAndCallsNothing)
+{
+    const Refusal &refusal = GetParam();
+    Session session({.machine = refusal.machine});
+    open(session, *refusal.device);
+    const size_t before = session.calls().size();
+    press(session, refusal.tabs);
+    session.see(refusal.text);
+    session.see("┤ Error ├");
+    session.send(keys::enter);
+    session.seeNot(refusal.text);
+    EXPECT_EQ(session.calls().size(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, EveryRefusal, testing::ValuesIn(refusals),
+                         [](const auto &info) { return inTestName(info.param.name); });
+
+} // namespace
+
+// ---- The MTBF type
+
+namespace {
+
+const std::string selectedFirst = "(*) Stay down", selectedSecond = "(*) Always restart",
+                  selectedThird = "(*) Restart while above the threshold";
+
+// What the windows read: the MTBF type of the module's board.
+std::string typeRead(const Device &device, int type)
+{
+    // The PCI module's board is read first.
+    const bool isPci = &device == &pciModule;
+    return std::string("yat_ft_get_property 0 at=") + (isPci ? "2" : "1")
+           + " text=" + std::to_string(type);
+}
+
+class EveryMtbfType : public testing::TestWithParam<std::tuple<const Device *, int>> {};
+
+TEST_P(EveryMtbfType, PresetsItsRadioButton)
+{
+    const auto &[device, type] = GetParam();
+    Session session({.script = typeRead(*device, type)});
+    open(session, *device);
+    EXPECT_EQ(session.terminal().contains(selectedFirst), type == 2);
+    EXPECT_EQ(session.terminal().contains(selectedSecond), type == 3);
+    EXPECT_EQ(session.terminal().contains(selectedThird), type == 4);
+}
+
+TEST_P(EveryMtbfType, WritesWhatIsSelected)
+{
+    const auto &[device, type] = GetParam();
+    Session session({.script = typeRead(*device, type)});
+    open(session, *device);
+    press(session, 4);
+    session.see("Change the MTBF type of this module?");
+    session.send(keys::enter);
+    session.see("The operation was successful.");
+    const std::string written = type == 2 ? "0" : type == 3 ? "1" : "2";
+    const std::string code = device == &pciModule ? "24" : "14";
+    EXPECT_EQ(session.calls("SetMtbfType"),
+              std::vector<std::string>{"SetMtbfType(" + std::string(device->name) + ", " + code
+                                       + ", " + written + ") = 1"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, EveryMtbfType,
+                         testing::Combine(testing::Values(&cpuModule, &pciModule),
+                                          testing::Values(2, 3, 4, 1, 5)),
+                         [](const auto &info) {
+                             return (std::get<0>(info.param) == &cpuModule ? "Cpu" : "Pci")
+                                    + std::to_string(std::get<1>(info.param));
+                         });
+
+} // namespace
+
+TEST(MtbfType, IsWrittenAsSelectedByTheUser)
+{
+    for (const Device *device : {&cpuModule, &pciModule})
+        for (int radio = 0; radio < 3; ++radio) {
+            Session session({.script = typeRead(*device, 5)});
+            open(session, *device);
+            for (int i = 0; i <= radio; ++i)
+                session.send(keys::tab);
+            session.send(keys::space);
+            session.see("(*)");
+            press(session, 3 - radio);
+            session.see("Change the MTBF type of this module?");
+            session.send(keys::enter);
+            session.see("The operation was successful.");
+            EXPECT_TRUE(session.calls("SetMtbfType").at(0).ends_with(
+                ", " + std::to_string(radio) + ") = 1"));
+        }
+}
+
+TEST(MtbfType, UnavailableIsToldAtOpeningAndInsteadOfSetting)
+{
+    const std::string message = "The MTBF type of this module cannot be read.";
+    for (const Device *device : {&cpuModule, &pciModule}) {
+        const bool isPci = device == &pciModule;
+        Session session({.script = std::string("yat_ft_get_property 1 at=") + (isPci ? "2" : "1")});
+        session.see("Exit");
+        session.send(device->path + keys::enter);
+        session.see(message);
+        EXPECT_FALSE(session.terminal().contains("Refresh")); // the window comes after the box
+        session.send(keys::enter);
+        session.see("Refresh");
+        EXPECT_FALSE(session.terminal().contains(selectedFirst)
+                     || session.terminal().contains(selectedSecond)
+                     || session.terminal().contains(selectedThird));
+        press(session, 4);
+        session.see(message);
+        session.send(keys::enter);
+        session.seeNot(message);
+        EXPECT_TRUE(session.calls("IfSupport").empty());
+    }
+}
+
+TEST(MtbfType, OfAPciModuleIsReadFromItsBoard)
+{
+    Session session;
+    open(session, pciModule);
+    // The second read gets the length that the first one left.
+    EXPECT_EQ(session.calls("yat_ft_get_property"),
+              (std::vector<std::string>{"yat_ft_get_property(3, 1, 9002, 1025) = 0",
+                                        "yat_ft_get_property(1, 3, 8, 2) = 0"}));
+}
+
+TEST(MtbfType, OfACpuModuleIsReadFromTheBoardOfItsNumber)
+{
+    Session session;
+    open(session, cpuModule);
+    EXPECT_EQ(session.calls("yat_ft_get_property"),
+              std::vector<std::string>{"yat_ft_get_property(1, 1, 8, 1025) = 0"});
+}
+
+TEST(MtbfType, IsNotReadOnOtherMachines)
+{
+    for (const char *machine : {"ALDER", "BIRCH"})
+        for (const Device *device : {&cpuModule, &pciModule}) {
+            Session session({.machine = machine});
+            open(session, *device);
+            EXPECT_TRUE(session.calls("yat_ft_get_property").empty());
+            EXPECT_FALSE(session.terminal().contains("MTBF type"));
+        }
+}
+
+TEST(MtbfType, LayoutIsThatOfTheMachineTypeAskedForByTheWindow)
+{
+    for (const char *answer : {"-1", "0", "1", "2"})
+        for (const Device *device : {&cpuModule, &pciModule}) {
+            Session session({.script = std::string("call_yat_is_ft ") + answer + " at=2"});
+            open(session, *device);
+            EXPECT_FALSE(session.terminal().contains("MTBF type"));
+        }
+}
+
+// ---- A window that is given up while it is built
+
+namespace {
+
+struct GivenUp {
+    const char *name;
+    const Device *device;
+    const char *script;
+    const char *trace;
+};
+
+const GivenUp givenUp[] = {
+    {"cpu property function", &cpuModule, "yat_ft_get_property none",
+     "1 CpuSubWin <function pointer of yat_ft_get_property is NULL."},
+    {"cpu conversion function", &cpuModule, "Linux_ConvertDataToInt none",
+     "1 CpuSubWin <function pointer of Linux_ConvertDataToInt is NULL."},
+    {"cpu conversion", &cpuModule, "Linux_ConvertDataToInt -1",
+     "1 CpuSubWin Linux_ConvertDataToInt(...) returns -1."},
+    {"pci property function", &pciModule, "yat_ft_get_property none",
+     "1 PciSubWin <function pointer of yat_ft_get_property is NULL."},
+    {"pci index", &pciModule, "yat_ft_get_property 1",
+     "1 PciSubWin yat_ft_get_property failed when getting mrvIobdRelationalIndex."},
+    {"pci conversion function", &pciModule, "Linux_ConvertDataToInt none",
+     "1 PciSubWin <function pointer of Linux_ConvertDataToInt is NULL."},
+    {"pci index conversion", &pciModule, "Linux_ConvertDataToInt -1",
+     "1 PciSubWin Linux_ConvertDataToInt(...) return -1."},
+    {"pci type conversion", &pciModule, "Linux_ConvertDataToInt -1 at=2",
+     "1 PciSubWin Linux_ConvertDataToInt(...) returns -1."},
+};
+
+class EveryGivenUp : public testing::TestWithParam<GivenUp> {};
+
+TEST_P(EveryGivenUp, IsTracedAndTheTreeGoesOn)
+{
+    // What was made so far is not freed.
+    Session session({.script = GetParam().script,
+                     .environment = {{"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
+    session.see("Exit");
+    session.send(GetParam().device->path + keys::enter + keys::tab + keys::enter);
+    session.expectExit(1);
+    EXPECT_EQ(session.terminal().output().find("Refresh"), std::string::npos);
+    const std::string source = GetParam().device == &cpuModule ? "cpusubwin" : "pcisubwin";
+    const std::vector<std::string> trace = session.trace(source);
+    ASSERT_FALSE(trace.empty());
+    EXPECT_EQ(trace.back(), GetParam().trace);
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, EveryGivenUp, testing::ValuesIn(givenUp),
+                         [](const auto &info) { return inTestName(info.param.name); });
+
+} // namespace
+
+// ---- The state
+
+TEST(State, IsReadAtOpeningAndAtRefreshOnly)
+{
+    for (const Device *device : {&cpuModule, &pciModule}) {
+        const bool isPci = device == &pciModule;
+        Session session({.script = "StatusChange 0 at=1 text=as it was\n"
+                                   "StatusChange 7 at=2 text=as it is now"});
+        open(session, *device);
+        session.see("as it was");
+        press(session, 5); // stop
+        session.see("?");
+        session.send(keys::enter);
+        session.see("The operation was successful.");
+        session.send(keys::enter);
+        session.seeNot("successful");
+        session.see("as it was");
+        EXPECT_EQ(session.calls("StatusChange").size(), 1u);
+        press(session, isPci ? 3 : 9); // refresh
+        session.see("as it is now");
+        EXPECT_EQ(session.calls("StatusChange").back(),
+                  isPci ? "StatusChange(3, 1, 9002) = 7" : "StatusChange(2, 1, 9001) = 7");
+    }
+}
+
+TEST(State, UnreadableIsToldAndShownAsUnknown)
+{
+    for (const auto &[device, message, refreshTabs] :
+         {std::tuple{&cpuModule, "The state of the CPU module cannot be read.", 14},
+          {&pciModule, "The state of the PCI module cannot be read.", 8}}) {
+        Session session({.script = "StatusChange -1"});
+        session.see("Exit");
+        session.send(device->path + keys::enter);
+        session.see(message);
+        EXPECT_FALSE(session.terminal().contains("Refresh"));
+        session.send(keys::enter);
+        session.see("Unknown");
+        press(session, refreshTabs);
+        session.see(message);
+        session.send(keys::enter);
+        session.seeNot(message);
+        session.see("Unknown");
+    }
+}
+
+TEST(State, IsWrappedIntoItsTwoLines)
+{
+    Session session({.script = "StatusChange 0 text=Synchronising memory with the other module"});
+    open(session, pciModule);
+    session.see("PCI module state:       Synchronising");
+    session.see("memory with the");
+    EXPECT_FALSE(session.terminal().contains("other"));
+}
+
+TEST(State, OfTheSimulatedMachineFollowsAnOperation)
+{
+    Session session;
+    open(session, pciModule);
+    session.see("Running, duplex");
+    press(session, 5);
+    session.see("Stop this PCI module");
+    session.send(keys::enter);
+    session.see("The operation was successful.");
+    session.send(keys::enter);
+    session.seeNot("successful");
+    press(session, 3);
+    session.see("Stopped");
+}
+
+// ---- Long operations
+
+TEST(LongOperation, IsShownOnTheHelpLineAndDropsWhatIsTyped)
+{
+    for (const char *result : {"0", "1"}) {
+        Session session({.script = std::string("InitBringDown ") + result + " delay=700"});
+        open(session, pciModule);
+        press(session, 5);
+        session.see("Stop this PCI module");
+        session.send(keys::enter);
+        session.see("  PCI module 1: Stop ...");
+        session.send(keys::enter + keys::enter + keys::enter); // would press what comes next
+        const std::string box = *result == '1' ? "The operation was successful."
+                                               : "The device could not be stopped.";
+        session.see(box);
+        session.seeNot("Stop ...");
+        session.expectScreen(std::string("devices/after-long-operation-") + result);
+        session.send(keys::enter);
+        session.seeNot(box);
+        EXPECT_EQ(session.calls("InitBringDown").size(), 1u);
+    }
+}
+
+TEST(LongOperation, LeavesTheWindowThatCoversTheHelpLineAsItWas)
+{
+    Session session({.script = "InitBringDown 0 delay=300"});
+    open(session, cpuModule);
+    session.expectScreen("devices/cpu-CEDAR-en-80x24");
+    press(session, 5);
+    session.see("Stop this CPU module?");
+    session.send(keys::enter);
+    session.see("  CPU module 1: Stop ...");
+    session.see("The device could not be stopped.");
+    session.send(keys::enter + keys::backTab + keys::backTab + keys::backTab + keys::backTab
+                 + keys::backTab);
+    session.expectScreen("devices/cpu-CEDAR-en-80x24");
+}
+
+// ---- Trace
+
+TEST(WindowTrace, IsThatOfEachWindow)
+{
+    const auto records = [](const Device &device, const std::string &source, int closeTabs) {
+        Session session;
+        open(session, device);
+        press(session, closeTabs);
+        session.seeNot("MTBF");
+        session.send(keys::ctrlO);
+        session.expectExit(1);
+        std::vector<std::string> trace = session.trace(source);
+        for (std::string &record : trace)
+            if (const size_t address = record.find("0x"); address != std::string::npos)
+                record.resize(address);
+        return trace;
+    };
+    EXPECT_EQ(records(cpuModule, "cpusubwin", 15),
+              (std::vector<std::string>{"0 CpuSubWin >[IN] datap = ",
+                                        "0 CpuSubWin number = 1 devName = 2",
+                                        "0 CpuSubWin datap->lpszTreeName=CPU module 1",
+                                        "0 CpuSubWin <"}));
+    EXPECT_EQ(records(pciModule, "pcisubwin", 9),
+              (std::vector<std::string>{"0 PciSubWin >[IN] datap=",
+                                        "0 PciSubWin number = 1 devName = 3",
+                                        "0 PciSubWin datap->lpszTreeName=PCI module 1",
+                                        "0 PciSubWin <"}));
+    EXPECT_EQ(records(scsiAdapter, "scsiadapter", 2),
+              (std::vector<std::string>{"0 ScsiAdapter >[IN] datap=",
+                                        "0 ScsiAdapter devName=8 number=1",
+                                        "0 ScsiAdapter datap->lpszTreeName = SCSI adapter 1",
+                                        "0 ScsiAdapter <"}));
+    EXPECT_EQ(records(ethernetAdapter, "ethernet", 1),
+              (std::vector<std::string>{"0 Ethernet >[IN] datap = ",
+                                        "0 Ethernet number = 1 devName = 13",
+                                        "0 Ethernet datap->lpszTreeName=Ethernet adapter 1",
+                                        "0 Ethernet <"}));
+}
+
+TEST(DeviceWindow, OfAnAdapterReadsNothing)
+{
+    for (const Device *device : {&scsiAdapter, &ethernetAdapter}) {
+        Session session;
+        open(session, *device);
+        EXPECT_EQ(session.calls().back(), "call_yat_is_ft(0) = 3");
+    }
+}
