@@ -1,5 +1,6 @@
 #include "sim/description.h"
 
+#include "common/toml.h"
 #include "yat/ft.h"
 
 #include <algorithm>
@@ -8,8 +9,6 @@
 #include <set>
 #include <span>
 #include <string_view>
-#define TOML_EXCEPTIONS 0
-#include <toml++/toml.h>
 
 namespace sim {
 namespace {
@@ -166,23 +165,31 @@ public:
         return all;
     }
 
+    // A list of bytes, empty when it is missing or wrong.
+    std::vector<uint8_t> bytes(const toml::table &table, std::string_view key, size_t most,
+                               bool required)
+    {
+        const std::string expected =
+            "a list of 1 to " + std::to_string(most) + " numbers from 0 to 255";
+        const toml::node *node = find(table, key, required, expected);
+        if (!node)
+            return {};
+        std::vector<uint8_t> result;
+        const toml::array *array = node->as_array();
+        for (size_t i = 0; array && i < array->size(); ++i)
+            if (const auto value = (*array)[i].value_exact<int64_t>();
+                value && *value >= 0 && *value <= 255)
+                result.push_back(static_cast<uint8_t>(*value));
+        if (array && result.size() == array->size() && !result.empty() && result.size() <= most)
+            return result;
+        wrong(*node, key, expected);
+        return {};
+    }
+
     PathIdentifier path(const toml::table &table)
     {
-        constexpr std::string_view expected = "a list of 1 to 8 numbers from 0 to 255";
         PathIdentifier result{};
-        const toml::node *node = find(table, "path", true, expected);
-        if (!node)
-            return result;
-        const toml::array *array = node->as_array();
-        bool good = array && !array->empty() && array->size() <= result.size();
-        for (size_t i = 0; good && i < array->size(); ++i) {
-            const auto value = (*array)[i].value_exact<int64_t>();
-            good = value && *value >= 0 && *value <= 255;
-            if (good)
-                result[i] = static_cast<uint8_t>(*value);
-        }
-        if (!good)
-            wrong(*node, "path", expected);
+        std::ranges::copy(bytes(table, "path", result.size(), true), result.begin());
         return result;
     }
 
@@ -338,8 +345,10 @@ Description readDescription(const std::string &file, std::vector<Mistake> &mista
     const toml::table &machine = parsed.table();
     Reader reader(mistakes);
     reader.allowKeys(machine, "the description",
-                     {"name", "type", "firmware", "settings", "supports", "cpu_module",
+                     {"name", "type", "bmc", "firmware", "settings", "supports", "cpu_module",
                       "pci_module"});
+    const toml::table &bmc = reader.table(machine, "bmc");
+    reader.allowKeys(bmc, "[bmc]", {"response"});
     const toml::table &firmware = reader.table(machine, "firmware");
     reader.allowKeys(firmware, "[firmware]", {"data_file"});
     const toml::table &settings = reader.table(machine, "settings");
@@ -352,6 +361,7 @@ Description readDescription(const std::string &file, std::vector<Mistake> &mista
     Description result;
     result.name = reader.text(machine, "name", longestName);
     result.type = reader.choice(machine, "type", machineTypes);
+    result.bmcResponse = reader.bytes(bmc, "response", 16, false);
     result.dataFileVersion = reader.text(firmware, "data_file", 1000, false);
     result.automaticFirmwareUpdate = reader.truth(settings, "automatic_firmware_update");
     result.automaticModuleStart = reader.truth(settings, "automatic_module_start");

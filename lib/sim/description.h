@@ -35,6 +35,7 @@ struct Module {
 struct Description {
     std::string name;
     int type = 0;                // YAT_MACHINE_...
+    std::vector<uint8_t> bmcResponse; // to Get Device ID, the completion code first
     std::string dataFileVersion; // of the BIOS in the firmware data file
     bool automaticFirmwareUpdate = false;
     bool automaticModuleStart = false;

@@ -1,5 +1,5 @@
 // The simulated machine as a platform: yatcore.dll.
-#include "common/paths.h"
+#include "common/machine.h"
 #include "sim/description.h"
 #include "sim/records.h"
 #include "text/encoding.h"
@@ -20,22 +20,13 @@ using namespace sim;
 std::optional<Description> machine;
 std::vector<std::string> complaints; // about the description, for standard error at the end
 
-std::string descriptionFile()
-{
-    const char *wanted = secure_getenv("YAT_MACHINE");
-    const std::string name = wanted && *wanted ? wanted : "CEDAR";
-    return name.find('/') != std::string::npos ? name
-                                               : yat::productRoot() + "/data/machines/" + name
-                                                     + ".toml";
-}
-
 // Reads the description when that has not been done. False, with what is wrong in the trace
 // log, when it can't be used.
 bool loadMachine()
 {
     if (machine)
         return true;
-    const std::string file = descriptionFile();
+    const std::string file = yat::descriptionFile();
     std::vector<Mistake> mistakes;
     Description description = readDescription(file, mistakes);
     complaints.clear();
@@ -302,6 +293,11 @@ int putSetting(int kind, int object, int index, int *value)
 
 int openPlatform()
 {
+    if (yat::machineIsHardware()) {
+        TraceLog(YAT_TRACE_ERROR, "yatcore", __func__, __LINE__,
+                 "this yatcore.dll simulates a machine; the configuration wants the real one");
+        return 0;
+    }
     return 1; // a description that can't be read makes the calls fail that need it
 }
 
