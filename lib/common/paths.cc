@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
+#include <link.h>
 #include <pwd.h>
 #include <string_view>
 #include <unistd.h>
@@ -40,8 +41,14 @@ std::string userStateDirectory()
 std::string productRoot()
 {
     Dl_info info;
+    link_map *map = nullptr;
     char path[PATH_MAX];
-    if (!dladdr(&anchor, &info) || !info.dli_fname || !realpath(info.dli_fname, path))
+    if (!dladdr1(&anchor, &info, reinterpret_cast<void **>(&map), RTLD_DL_LINKMAP)
+        || !info.dli_fname)
+        return {};
+    // The loader has no name for the program itself, and what it was called by may be relative.
+    const bool isProgram = map && (!map->l_name || !*map->l_name);
+    if (!realpath(isProgram ? "/proc/self/exe" : info.dli_fname, path))
         return {};
     return std::filesystem::path(path).parent_path().parent_path().string();
 }
