@@ -157,7 +157,9 @@ yat_device *readTree(const std::string &name)
         std::istringstream words(line);
         size_t depth;
         std::string hierarchy, classCode, instance, first, text;
-        words >> depth >> hierarchy >> classCode >> instance >> first >> std::ws;
+        if (!(words >> depth))
+            continue;
+        words >> hierarchy >> classCode >> instance >> first >> std::ws;
         std::getline(words, text);
         yat_device *device = nullptr;
         if (hierarchy != "null") {
