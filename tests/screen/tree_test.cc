@@ -193,13 +193,12 @@ TEST(Tree, TellsOfEachDeviceThatLiesTooDeep)
     for (int told = 0; told < 2; ++told) {
         session.see("A device cannot be shown: it lies too deep in the tree.");
         session.expectScreen("tree/too-deep");
-        session.send(enter);
-        // The next box looks the same, so its coming is seen in the log.
-        EXPECT_TRUE(session.terminal().waitUntil([&] {
+        // The next box looks the same, and what is typed before it opens is dropped.
+        session.sendUntil(enter, [&] {
             const std::vector<std::string> trace = session.trace("mrvmain");
             return std::ranges::count(trace, "1 TreeDrawItem error happen when drawing the tree.")
-                   == told + 1;
-        }));
+                   > told;
+        });
     }
     session.see("Exit");
     session.send(expandAll(6));
