@@ -150,8 +150,9 @@ bool play(int listener, int process, Clock::time_point deadline)
     int machine = -1;
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        const int peer = machine < 0 ? listener : machine;
         pollfd pollers[] = {{.fd = process, .events = POLLIN, .revents = 0},
-                            {.fd = machine < 0 ? listener : machine, .events = POLLIN, .revents = 0}};
+                            {.fd = peer, .events = POLLIN, .revents = 0}};
         if (poll(pollers, 2, static_cast<int>(std::max<Clock::rep>(left.count(), 0))) <= 0)
             return false;
         if (pollers[0].revents)
