@@ -11,16 +11,22 @@
 extern "C" {
 #endif
 
-/* Asks the machine's baseboard management controller who it is.
+/* Asks the machine's baseboard management controller who it is: the one of a simulated
+ * machine or, where the configuration names the machine "hardware", the one behind the
+ * kernel's /dev/ipmi0. That needs the kernel modules ipmi_msghandler, ipmi_devintf and
+ * ipmi_si, and the right to read and write the device.
  *
  * response  out: 16 bytes, the answer to the IPMI command Get Device ID (IPMI 2.0,
  *           20.1): byte 0 the completion code, 1 the device id, 2 the device revision, 3
  *           and 4 the firmware revision (bits 6 to 0 of byte 3 the major one, byte 4 the
- *           minor one in BCD), then the rest; what a short answer lacks is zero.
+ *           minor one in BCD), then the rest; what a short answer lacks is zero, what a
+ *           long one has over 16 bytes is dropped.
  *
- * Returns 1, or another value, with the response untouched, when the controller cannot
+ * Returns 1, or 0, with the response untouched, when it is null or the controller cannot
  * be reached, does not answer within 5 seconds, answers fewer than 5 bytes, or answers
- * with a completion code other than 0. The reason is in the trace log.
+ * with a completion code other than 0. The reason is in the trace log, at level 1, source
+ * "yathwinfo"; a missing device, missing rights and a silent controller read differently.
+ * Nothing stays open or loaded on account of a call.
  */
 YAT_API int YATGetDeviceID(unsigned char response[16]);
 

@@ -143,15 +143,10 @@ void appendTime(Record &record)
 {
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    static time_t second = -1; // the calendar is worked out once a second
-    static char text[32];
-    if (now.tv_sec != second) {
-        tm local;
-        localtime_r(&now.tv_sec, &local);
-        strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-        second = now.tv_sec;
-    }
-    char milliseconds[8];
+    tm local;
+    localtime_r(&now.tv_sec, &local);
+    char text[32], milliseconds[8];
+    strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
     snprintf(milliseconds, sizeof milliseconds, ".%03d",
              static_cast<int>(now.tv_nsec / 1000000));
     record.append(text);

@@ -10,7 +10,9 @@ BusyLine showBusyLine(const char *device, const char *operation)
     BusyLine busy{std::vector<SLsmg_Char_Type>(static_cast<size_t>(SLtt_Screen_Cols))};
     SLsmg_gotorc(SLtt_Screen_Rows - 1, 0);
     SLsmg_read_raw(busy.covered.data(), static_cast<unsigned>(busy.covered.size()));
-    newtPushHelpLine(("  " + std::string(device) + ": " + operation + " ...").c_str());
+    std::string_view name(operation); // texts are padded for their windows
+    name = name.substr(0, name.find_last_not_of(' ') + 1);
+    newtPushHelpLine(("  " + std::string(device) + ": " + std::string(name) + " ...").c_str());
     newtRefresh();
     return busy;
 }

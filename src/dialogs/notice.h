@@ -1,4 +1,4 @@
-// What the one-button boxes share.
+// What the boxes share.
 #pragma once
 
 #include <newt.h>
@@ -7,3 +7,7 @@
 // pressed, and destroys the form with them.
 void showNotice(newtComponent form, newtComponent content, newtComponent button,
                 const char *title);
+
+// The same with two buttons. Returns the one that was pressed, null for a hot key.
+newtComponent showChoice(newtComponent form, newtComponent label, newtComponent left,
+                         newtComponent right, const char *title);

@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr int hotKeyA = 1;  // Ctrl-A
-constexpr int hotKeyO = 15; // Ctrl-O
-
 struct Window {
     newtComponent form;
     std::string title;

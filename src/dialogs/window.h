@@ -13,6 +13,9 @@ using Fit = void (*)(int columns, int rows);
 // high as the screen and the form scrolls; fit, if given, is told how large its contents can be.
 void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit = nullptr);
 
+constexpr int hotKeyA = 1;  // Ctrl-A
+constexpr int hotKeyO = 15; // Ctrl-O
+
 // Registers Ctrl-A and Ctrl-O, for which runForm returns null, on the form opened last.
 void addHotKeys(newtComponent form);
 

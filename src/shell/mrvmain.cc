@@ -90,8 +90,8 @@ int donothing(yat_device *)
     return 0;
 }
 
-// The locale of the environment. Where the machine lacks it, UTF-8 can still be drawn if that is
-// what the locale's name asks for.
+// The locale of the environment. Where the machine lacks it, UTF-8 can still be drawn, unless the
+// locale's name asks for another encoding.
 static void chooseLocale()
 {
     if (setlocale(LC_ALL, ""))
@@ -101,7 +101,8 @@ static void chooseLocale()
         if (!value || !*value)
             continue;
         const std::string_view locale(value);
-        if (locale.ends_with(".UTF-8") || locale.ends_with(".utf8"))
+        if (locale.find('.') == std::string_view::npos || locale.ends_with(".UTF-8")
+            || locale.ends_with(".utf8"))
             setlocale(LC_CTYPE, "C.UTF-8");
         return;
     }

@@ -11,7 +11,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <initializer_list>
 #include <iterator>
+#include <newt.h>
 #include <poll.h>
 #include <slang.h>
 #include <sys/ioctl.h>
@@ -25,11 +27,19 @@ constexpr int requests[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
 constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 
 termios modes;         // of the terminal before newt changed them
-char restoring[256];   // what restores the screen
-size_t restoringLength;
+
+// Bytes for the terminal.
+struct Sequence {
+    char bytes[256];
+    size_t length;
+};
+Sequence restoring;    // leaves the screen
+Sequence initialising; // undoes what a program may have left set
+
 bool consoleOff;
 void (*endProgram)();
 bool guarding;
+volatile sig_atomic_t lent; // a child has the terminal
 struct sigaction former[NSIG];
 
 int wakePipe[2] = {-1, -1};
@@ -54,7 +64,11 @@ void writeToTerminal(const char *bytes, size_t length)
 void restoreTerminal()
 {
     tcsetattr(STDIN_FILENO, TCSANOW, &modes);
-    writeToTerminal(restoring, restoringLength);
+    writeToTerminal(restoring.bytes, restoring.length);
+}
+
+void restoreConsole()
+{
     if (consoleOff)
         klogctl(8, nullptr, 6);
 }
@@ -63,7 +77,9 @@ void restoreTerminal()
 // again: a fault because the faulty instruction runs once more, any other because it is raised.
 void restoreAndDie(int signal, siginfo_t *info, void *)
 {
-    restoreTerminal();
+    if (!lent)
+        restoreTerminal();
+    restoreConsole();
     sigaction(signal, &former[signal], nullptr);
     const bool happensAgain = info->si_code > 0 && signal != SIGABRT
                               && std::find(std::begin(faults), std::end(faults), signal)
@@ -84,14 +100,18 @@ void handle(int signal, void (*handler)(int, siginfo_t *, void *))
     sigaction(signal, &action, nullptr);
 }
 
-void appendCapability(const char *name)
+Sequence capabilities(std::initializer_list<const char *> names)
 {
-    const char *bytes = SLtt_tgetstr(const_cast<char *>(name));
-    const size_t length = bytes ? strlen(bytes) : 0;
-    if (length < sizeof restoring - restoringLength) {
-        memcpy(restoring + restoringLength, bytes ? bytes : "", length);
-        restoringLength += length;
+    Sequence result{};
+    for (const char *name : names) {
+        const char *bytes = SLtt_tgetstr(const_cast<char *>(name));
+        const size_t length = bytes ? strlen(bytes) : 0;
+        if (length < sizeof result.bytes - result.length) {
+            memcpy(result.bytes + result.length, bytes ? bytes : "", length);
+            result.length += length;
+        }
     }
+    return result;
 }
 
 // A stack of their own for the handlers, for the case that the program's is used up.
@@ -131,10 +151,10 @@ void guardTerminal(bool consoleIsOff, void (*end)())
     tcgetattr(STDIN_FILENO, &modes);
     consoleOff = consoleIsOff;
     endProgram = end;
-    restoringLength = 0;
     // Attributes and line drawing off, screen cleared, keypad off, cursor on, screen left.
-    for (const char *capability : {"me", "ae", "cl", "ke", "ve", "te"})
-        appendCapability(capability);
+    restoring = capabilities({"me", "ae", "cl", "ke", "ve", "te"});
+    // Attributes and line drawing off, the terminal's own initialisation.
+    initialising = capabilities({"me", "ae", "is"});
     provideStack();
     for (const int signal : requests)
         handle(signal, restoreAndDie);
@@ -153,6 +173,31 @@ void releaseTerminal()
     for (const int signal : faults)
         sigaction(signal, &former[signal], nullptr);
     guarding = false;
+}
+
+void lendTerminal()
+{
+    newtSuspend();
+    undisguiseTerminal();
+    lent = 1;
+}
+
+void reclaimTerminal()
+{
+    lent = 0;
+    // The child may have made another process group the terminal's, and then this one would be
+    // stopped for what follows.
+    sigset_t output, before;
+    sigemptyset(&output);
+    sigaddset(&output, SIGTTOU);
+    sigprocmask(SIG_BLOCK, &output, &before);
+    tcsetpgrp(STDIN_FILENO, getpgrp());
+    tcsetattr(STDIN_FILENO, TCSADRAIN, &modes);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    tcflush(STDIN_FILENO, TCIFLUSH);
+    writeToTerminal(initialising.bytes, initialising.length);
+    disguiseTerminal();
+    newtResume();
 }
 
 void watchSize()

@@ -25,6 +25,11 @@ void undisguiseTerminal();
 void guardTerminal(bool consoleIsOff, void (*end)());
 void releaseTerminal();
 
+// Leaves the terminal to a child of the program as it was before newt had it, and takes it back
+// whatever the child has made of it.
+void lendTerminal();
+void reclaimTerminal();
+
 // Takes over from newt what a change of the terminal's size does. Call after newtInit, and again
 // before and after newt runs a form: with the mouse, it puts a handler of its own before the one
 // it finds there, and it can forget all of them in the end.

@@ -54,6 +54,17 @@ void Session::seeNot(const std::string &text)
         << running.picture();
 }
 
+void Session::sendUntil(const std::string &keys, const std::function<bool()> &condition)
+{
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    bool holds = false;
+    while (!holds && std::chrono::steady_clock::now() < end) {
+        send(keys);
+        holds = running.waitUntil(condition, std::chrono::milliseconds(500));
+    }
+    EXPECT_TRUE(holds) << running.picture();
+}
+
 void Session::expectScreen(const std::string &name)
 {
     const fs::path file = fs::path(SCREENS) / (name + ".screen");

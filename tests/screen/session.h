@@ -27,6 +27,9 @@ public:
     const Workspace &files() const { return workspace; }
     void send(const std::string &keys) { running.send(keys); }
 
+    // Sends keys until the condition holds, for a window whose opening can't be seen.
+    void sendUntil(const std::string &keys, const std::function<bool()> &condition);
+
     // Waits until the screen shows the text somewhere, or no longer.
     void see(const std::string &text);
     void seeNot(const std::string &text);

@@ -53,7 +53,8 @@ Workspace::~Workspace()
 
 std::vector<std::string> Workspace::command() const
 {
-    std::vector<std::string> result = {std::string(PROGRAMS) + "/" + options.program};
+    std::vector<std::string> result = {
+        options.program == "toolkit" ? TOOLKIT : std::string(PROGRAMS) + "/" + options.program};
     result.insert(result.end(), options.arguments.begin(), options.arguments.end());
     return result;
 }

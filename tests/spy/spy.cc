@@ -157,7 +157,9 @@ yat_device *readTree(const std::string &name)
         std::istringstream words(line);
         size_t depth;
         std::string hierarchy, classCode, instance, first, text;
-        words >> depth >> hierarchy >> classCode >> instance >> first >> std::ws;
+        if (!(words >> depth))
+            continue;
+        words >> hierarchy >> classCode >> instance >> first >> std::ws;
         std::getline(words, text);
         yat_device *device = nullptr;
         if (hierarchy != "null") {
@@ -314,6 +316,29 @@ int PutBBDriverSettings(int kind, int object, int index, int *value)
                   });
 }
 
+void *LoadLibrary(const char *path)
+{
+    const Rule *rule = ruleFor("LoadLibrary");
+    const std::string wanted = rule && rule->text ? *rule->text : path;
+    log(format("LoadLibrary(%s)", std::string(path).substr(std::string(path).rfind('/')).c_str()));
+    return real<decltype(LoadLibrary)>("LoadLibrary")(wanted.c_str());
+}
+
+int FreeLibrary(void *module)
+{
+    return answer("FreeLibrary", "module",
+                  [&] { return real<decltype(FreeLibrary)>("FreeLibrary")(module); });
+}
+
+// YAT_SPY_TEXT is the text of the key in YAT_SPY_TEXT_KEY.
+char *CPGetText(const char *key, char (*work)[1024], char *catalogue)
+{
+    const char *replaced = getenv("YAT_SPY_TEXT_KEY");
+    if (replaced && strcmp(key, replaced) == 0)
+        return strcpy(*work, getenv("YAT_SPY_TEXT"));
+    return real<decltype(CPGetText)>("CPGetText")(key, work, catalogue);
+}
+
 FILE *OpenStrFile(const char *path, int *size)
 {
     const Rule *rule = ruleFor("OpenStrFile");
@@ -352,6 +377,16 @@ int klogctl(int type, char *buffer, int length)
 {
     log(format("klogctl(%d, %s, %d)", type, buffer ? "buffer" : "null", length));
     return 0;
+}
+
+// With a text in its rule, that is the command that really runs.
+int system(const char *command)
+{
+    log(format("system(%s)", command));
+    const Rule *rule = ruleFor("system");
+    if (rule && rule->text)
+        return real<decltype(system)>("system")(rule->text->c_str());
+    return rule ? atoi(rule->result.c_str()) : 0;
 }
 
 } // extern "C"

@@ -1,0 +1,50 @@
+// What an answer to Get Device ID is worth.
+#include "hwinfo/bmc.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <linux/ipmi_msgdefs.h>
+
+namespace hwinfo {
+namespace {
+
+constexpr size_t fewestBytes = 5; // up to the minor firmware revision
+
+struct CompletionCode {
+    uint8_t code;
+    const char *meaning;
+};
+
+constexpr CompletionCode completionCodes[] = {
+    {IPMI_NODE_BUSY_ERR, "is busy"},
+    {IPMI_INVALID_COMMAND_ERR, "does not know the command"},
+    {IPMI_TIMEOUT_ERR, "is silent, the driver gave up waiting for it"},
+    {IPMI_DEVICE_IN_FW_UPDATE_ERR, "updates its firmware"},
+    {IPMI_DEVICE_IN_INIT_ERR, "is starting"},
+    {IPMI_NOT_IN_MY_STATE_ERR, "can't do that now"},
+};
+
+std::string refusal(uint8_t code)
+{
+    const auto *known = std::ranges::find(completionCodes, code, &CompletionCode::code);
+    char text[128];
+    snprintf(text, sizeof text, "the BMC %s (completion code %02X, expected 00)",
+             known != std::end(completionCodes) ? known->meaning : "reports an error", code);
+    return text;
+}
+
+} // namespace
+
+std::string interpret(std::span<const uint8_t> bytes, DeviceId &deviceId)
+{
+    if (!bytes.empty() && bytes[0] != IPMI_CC_NO_ERROR)
+        return refusal(bytes[0]);
+    if (bytes.size() < fewestBytes)
+        return "the answer has " + std::to_string(bytes.size()) + " bytes, expected at least "
+               + std::to_string(fewestBytes);
+    deviceId = {};
+    std::ranges::copy(bytes.first(std::min(bytes.size(), deviceId.size())), deviceId.begin());
+    return {};
+}
+
+} // namespace hwinfo

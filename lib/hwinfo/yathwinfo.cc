@@ -1,0 +1,42 @@
+// The hardware information plug-in: yathwinfo.dll.
+#include "common/machine.h"
+#include "hwinfo/bmc.h"
+#include "yat/hwinfo.h"
+#include "yat/trace.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace {
+
+constexpr char device[] = "/dev/ipmi0";
+constexpr int limit = 5000; // milliseconds
+
+} // namespace
+
+#define TRACE(level, ...) TraceLog(level, "yathwinfo", __func__, __LINE__, __VA_ARGS__)
+
+int YATGetDeviceID(unsigned char response[16])
+try {
+    TRACE(YAT_TRACE_PROGRESS, ">");
+    if (!response) {
+        TRACE(YAT_TRACE_ERROR, "<[OUT]param error.response is NULL.");
+        return 0;
+    }
+    hwinfo::Answer answer = yat::machineIsHardware()
+                                ? hwinfo::askDriver(device, limit)
+                                : hwinfo::askDescription(yat::descriptionFile());
+    hwinfo::DeviceId deviceId;
+    if (answer.problems.empty())
+        if (const std::string problem = hwinfo::interpret(answer.bytes, deviceId); !problem.empty())
+            answer.problems.push_back(problem);
+    for (const std::string &problem : answer.problems)
+        TRACE(YAT_TRACE_ERROR, "%s", problem.c_str());
+    if (answer.problems.empty())
+        std::ranges::copy(deviceId, response);
+    TRACE(YAT_TRACE_PROGRESS, "<");
+    return answer.problems.empty() ? 1 : 0;
+} catch (const std::exception &problem) {
+    TRACE(YAT_TRACE_ERROR, "%s", problem.what());
+    return 0;
+}

@@ -1,0 +1,33 @@
+// The general settings of the machine, by themselves.
+#include "shell/entry.h"
+#include "system/windows.h"
+#include "yat/ft.h"
+#include "yat/winshim.h"
+
+#include <cstdio>
+
+namespace {
+
+// In dump mode: the settings as the driver has them.
+int printSettings()
+{
+    int burn = 0, bringUp = 0;
+    if (GetBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &burn) == 0
+        || GetBBDriverSettings(YAT_SETTING_AUTO_BRING_UP, YAT_CLASS_GENERAL, 1, &bringUp) == 0) {
+        fprintf(stderr, "the settings of the server cannot be read; the trace log says why\n");
+        return 0;
+    }
+    printf("BB_DRV_AUTO_BURN: %d\nBB_DRV_AUTO_BRING_UP: %d\n", burn, bringUp);
+    return 1;
+}
+
+} // namespace
+
+int runProgram()
+{
+    const int opened = ft_FunctionInit();
+    if (debug_flag)
+        return opened ? printSettings() : 0;
+    General(); // says so itself when the settings can't be read
+    return opened;
+}

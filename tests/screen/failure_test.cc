@@ -1,0 +1,140 @@
+// Every failure of the start-up and of the platform: what is traced, what is undone, what is told.
+#include "session.h"
+
+namespace {
+
+struct Failure {
+    const char *name;
+    const char *script;
+    std::vector<std::string> trace; // in order
+    std::vector<std::string> calls; // all of them
+    bool usesScreen = false;
+};
+
+const std::string opened = "OpenStrFile(/data/E_mrvutil.rc) = stream";
+
+const Failure failures[] = {
+    {"catalogue", "OpenStrFile 0",
+     {"0 main >", "0 main enter utility/main() of mrvutil.",
+      "1 main <open file /data/E_mrvutil.rc error."},
+     {"OpenStrFile(/data/E_mrvutil.rc) = null"}},
+    {"newt", "initnewtlib -1",
+     {"1 main <Init /usr/lib/libnewt.so failed!"},
+     {opened, "initnewtlib() = -1"}},
+    {"slang", "initslanglib -1",
+     {"1 main <Init /usr/lib/libslang.so failed!"},
+     {opened, "initnewtlib() = 0", "initslanglib() = -1", "freenewtlib()"}},
+    {"memory", "OpenStrFile real text=-5",
+     {"2 main <malloc error."},
+     {opened}},
+    {"interface", "ft_FunctionInit 0",
+     {"0 EditParameter >", "1 EditParameter <Init keldor I/F by ft_init failed.",
+      "1 main EditParameter failed,can't get data from lib.",
+      "1 main Release keldor I/F by ft_release failed.", "0 main <"},
+     {opened, "initnewtlib() = 0", "initslanglib() = 0", "klogctl(6, null, 0)",
+      "ft_FunctionInit() = 0", "klogctl(8, null, 6)", "ft_FunctionRelease() = 0", "freenewtlib()",
+      "freeslanglib()"},
+     true},
+    {"handle", "handle none",
+     {"0 EditParameter >",
+      "1 EditParameter <handle of /opt/kiv/yatkit/lib/yatcore.dll is NULL.",
+      "1 main EditParameter failed,can't get data from lib.", "0 main <"},
+     {opened, "initnewtlib() = 0", "initslanglib() = 0", "klogctl(6, null, 0)",
+      "ft_FunctionInit() = 1", "klogctl(8, null, 6)", "ft_FunctionRelease() = 0", "freenewtlib()",
+      "freeslanglib()"},
+     true},
+};
+
+class EveryFailure : public testing::TestWithParam<Failure> {};
+
+TEST_P(EveryFailure, IsTracedAndUndone)
+{
+    const Failure &failure = GetParam();
+    Session session({.script = failure.script});
+    session.expectExit(0);
+    expectInOrder(session.trace(), failure.trace);
+    EXPECT_EQ(session.trace().back(), failure.trace.back());
+    EXPECT_EQ(session.calls(), failure.calls);
+    if (!failure.usesScreen) {
+        const std::string output = session.terminal().output();
+        EXPECT_EQ(output, std::string(failure.name) == "memory"
+                              ? "System call error!Can't malloc!"
+                              : "");
+    }
+    EXPECT_FALSE(session.terminal().inAlternateScreen());
+}
+
+INSTANTIATE_TEST_SUITE_P(Failures, EveryFailure, testing::ValuesIn(failures),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+} // namespace
+
+TEST(Failure, ToReadTheDevicesIsShown)
+{
+    for (const auto &[language, text, name] :
+         {std::tuple{"en_US.UTF-8", "The devices of the server cannot be read.", "en"},
+          {"ja_JP.UTF-8", "サーバの装置情報を取得できません。", "ja"}}) {
+        Session session({.language = language, .script = "CreateTreeViewData 0"});
+        session.see(text);
+        session.expectScreen(std::string("failure/devices-") + name);
+        session.send(keys::ctrlA + keys::enter);
+        session.expectExit(0);
+        expectInOrder(session.trace(), {"0 EditParameter get ft function pointer by "
+                                        "ft_FunctionInit.",
+                                        "1 EditParameter <Create data structure for tree view "
+                                        "failed.",
+                                        "1 main EditParameter failed,can't get data from lib."});
+        EXPECT_TRUE(session.calls("FreeTreeViewData").empty());
+    }
+}
+
+TEST(Failure, OfTheMachineTypeQueryIsASuccessWithoutATree)
+{
+    Session session({.script = "call_yat_is_ft -1"});
+    session.expectExit(1);
+    EXPECT_EQ(session.terminal().output().find("FT Server Utility"), std::string::npos);
+    expectInOrder(session.trace(), {"1 EditParameter call_yat_is_ft failed in libwinshim.so.",
+                                    "0 EditParameter <"});
+    EXPECT_EQ(session.calls("FreeTreeViewData").size(), 1u);
+}
+
+TEST(Failure, ToReleaseTheInterfaceLeavesTheStatus)
+{
+    Session session({.script = "ft_FunctionRelease 0"});
+    session.see("Exit");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+    expectInOrder(session.trace(), {"1 main Release keldor I/F by ft_release failed.", "0 main <"});
+}
+
+TEST(Failure, WithoutATreeIsTraced)
+{
+    // The platform says that it made a tree, but there is none.
+    Session session({.script = "CreateTreeViewData 1"});
+    session.expectExit(0);
+    expectInOrder(session.trace(),
+                  {"0 mkTree >[IN]treeDatap=(nil)", "1 mkTree <treeDatap is NULL!",
+                   "1 EditParameter <mkTree(pTreeData) failed.",
+                   "1 main EditParameter failed,can't get data from lib."});
+    EXPECT_EQ(session.calls("FreeTreeViewData").size(), 1u);
+}
+
+TEST(Failure, InADescriptionIsToldWhenTheScreenIsGone)
+{
+    Workspace files({});
+    const std::string description = (files.directory() / "machine.toml").string();
+    FILE *file = fopen(description.c_str(), "w");
+    fputs("name = \"x\"\ntype = \"OAK\"\n", file);
+    fclose(file);
+    Session session({.machine = description});
+    session.see("The devices of the server cannot be read.");
+    session.send(keys::enter);
+    session.expectExit(0);
+    const std::string complaint = description
+                                  + ":2: wrong value for 'type', expected \"ALDER\", \"BIRCH\", "
+                                    "\"CEDAR\", \"PLAIN\"";
+    EXPECT_NE(session.terminal().output().find("mrvutil: " + complaint + "\r\n"),
+              std::string::npos);
+    EXPECT_FALSE(session.terminal().inAlternateScreen());
+    expectInOrder(session.trace("yatcore"), {"1 loadMachine " + complaint});
+}

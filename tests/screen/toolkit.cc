@@ -1,0 +1,102 @@
+// Shows one piece of the dialog toolkit, named by TOOLKIT in the environment, with TOOLKIT_TITLE and
+// TOOLKIT_TEXT where it takes them. What comes out of it goes to the trace log.
+#include "dialogs/autowin.h"
+#include "dialogs/grid.h"
+#include "dialogs/window.h"
+#include "platform/trace.h"
+#include "shell/entry.h"
+#include "system/windows.h"
+
+#include <cstdlib>
+#include <string_view>
+
+static constexpr char traceSource[] = "toolkit";
+
+namespace {
+
+const char *variable(const char *name)
+{
+    return getenv(name);
+}
+
+using Choose = newtComponent (*)(const char *, const char *, newtComponent *, int);
+
+void choose(Choose chooser)
+{
+    newtComponent buttons[] = {newtButton(-1, -1, "One"), newtCompactButton(-1, -1, "Two"),
+                               newtButton(-1, -1, "Three")};
+    const int count = variable("TOOLKIT_COUNT") ? atoi(variable("TOOLKIT_COUNT")) : 3;
+    const newtComponent chosen =
+        chooser(variable("TOOLKIT_TITLE"), variable("TOOLKIT_TEXT"), buttons, count);
+    const char *name = !chosen                ? "null"
+                       : chosen == buttons[0] ? "One"
+                       : chosen == buttons[1] ? "Two"
+                       : chosen == buttons[2] ? "Three"
+                                              : "the form";
+    TRACE("chosen: %s", name);
+}
+
+// A form as the field helpers are meant for: a check box that controls two entries of numbers, and
+// one that controls two check boxes; a third field of each kind is controlled by none.
+void showFields()
+{
+    newtComponent form = newtForm(nullptr, nullptr, 0);
+    char entriesOn, boxesOn, ignored[3];
+    newtComponent entrySwitch = newtCheckbox(-1, -1, "Entries", '*', " *", &entriesOn);
+    newtComponent boxSwitch = newtCheckbox(-1, -1, "Boxes", '*', " *", &boxesOn);
+    newtComponent entries[3], boxes[3];
+    newtGrid grid = newtCreateGrid(1, 9);
+    setField(grid, {0, 0, entrySwitch, NEWT_ANCHOR_LEFT});
+    setField(grid, {0, 4, boxSwitch, NEWT_ANCHOR_LEFT});
+    for (int i = 0; i < 3; ++i) {
+        entries[i] = newtEntry(-1, -1, "", 10, nullptr, NEWT_FLAG_SCROLL);
+        newtEntrySetFilter(entries[i], EntryNumricFilter, nullptr);
+        setField(grid, {0, 1 + i, entries[i], NEWT_ANCHOR_LEFT});
+        boxes[i] = newtCheckbox(-1, -1, "box", ' ', " *", &ignored[i]);
+        setField(grid, {0, 5 + i, boxes[i], NEWT_ANCHOR_LEFT});
+    }
+    newtComponent close = newtButton(-1, -1, "Close");
+    setField(grid, {0, 8, close, NEWT_ANCHOR_TOP});
+
+    CheckStruct = {.components = entries, .first = 0, .last = 1, .state = &entriesOn};
+    CheckboxStruct = {.components = boxes, .first = 1, .last = 2, .state = &boxesOn};
+    newtComponentAddCallback(entrySwitch, CheckButtonFunc, nullptr);
+    newtComponentAddCallback(boxSwitch, CheckBoxFunc, nullptr);
+
+    openWindow(form, grid, "Fields");
+    newtGridFree(grid, 1);
+    newtFormAddComponents(form, entrySwitch, entries[0], entries[1], entries[2], boxSwitch,
+                          boxes[0], boxes[1], boxes[2], close, nullptr);
+    while (runForm(form) != close)
+        continue;
+    TRACE("entries: %s %s %s", newtEntryGetValue(entries[0]), newtEntryGetValue(entries[1]),
+          newtEntryGetValue(entries[2]));
+    closeWindow(form);
+}
+
+} // namespace
+
+int runProgram()
+{
+    const std::string_view piece = variable("TOOLKIT");
+    const char *title = variable("TOOLKIT_TITLE"), *message = variable("TOOLKIT_TEXT");
+    if (piece == "msgWindow")
+        msgWindow(title, " ok ", message);
+    else if (piece == "msgWindowEx")
+        msgWindowEx(title, " ok ", message);
+    else if (piece == "Message")
+        TRACE("answer: %d", Message(title, message));
+    else if (piece == "Success")
+        Success(title);
+    else if (piece == "SelectFromButtons")
+        choose(SelectFromButtons);
+    else if (piece == "SelectFromButtonsEx")
+        choose(SelectFromButtonsEx);
+    else if (piece == "fields")
+        showFields();
+    else if (piece == "FMUpdate")
+        FMUpdate(nullptr);
+    else
+        return 0;
+    return 1;
+}

@@ -1,0 +1,224 @@
+// The dialog toolkit: the boxes, the choosers, the field helpers.
+#include "session.h"
+
+namespace {
+
+RunOptions toolkit(const char *piece, const char *title, const std::string &text,
+                   const char *language = "en_US.UTF-8")
+{
+    return {.program = "toolkit",
+            .language = language,
+            .environment = {{"TOOLKIT", piece},
+                            {"TOOLKIT_TITLE", title ? title : "(unset)"},
+                            {"TOOLKIT_TEXT", text}}};
+}
+
+// The keys do nothing, the button ends the box.
+void expectOnlyItsButtonToEndIt(Session &session, const std::string &shown)
+{
+    session.see(shown);
+    session.send(keys::ctrlA + keys::ctrlO + keys::f12 + "x");
+    session.see(shown);
+    session.send(keys::enter);
+    session.expectExit(1);
+}
+
+} // namespace
+
+TEST(MessageBox, LooksLikeItsPicture)
+{
+    Session session(toolkit("msgWindow", "Error", "Something went wrong."));
+    session.see("wrong");
+    session.expectScreen("boxes/message");
+    expectOnlyItsButtonToEndIt(session, "Something went wrong.");
+}
+
+TEST(MessageBox, CanBeEmpty)
+{
+    Session session(toolkit("msgWindow", "Error", ""));
+    session.see("ok");
+    session.expectScreen("boxes/empty");
+}
+
+TEST(LongMessageBox, IsWrappedAt72Columns)
+{
+    // A height is worked out from the bytes: 71 give one line, 72 two, 144 three.
+    for (const auto &[length, name] : {std::pair{71, "71"}, {72, "72"}, {143, "143"}, {144, "144"}}) {
+        std::string text;
+        while (text.size() < static_cast<size_t>(length))
+            text += text.size() % 8 == 7 ? ' ' : 'a';
+        Session session(toolkit("msgWindowEx", "Long", text));
+        session.see("ok");
+        session.expectScreen(std::string("boxes/long-") + name);
+        session.send(keys::ctrlA + keys::f12 + keys::enter);
+        session.expectExit(1);
+    }
+}
+
+TEST(LongMessageBox, CanBeEmpty)
+{
+    Session session(toolkit("msgWindowEx", "Long", ""));
+    session.see("ok");
+    session.expectScreen("boxes/long-empty");
+}
+
+TEST(Question, LooksLikeItsPicture)
+{
+    for (const auto &[language, ok, name] :
+         {std::tuple{"en_US.UTF-8", "OK", "en"}, {"ja_JP.UTF-8", "取消し", "ja"}}) {
+        Session session(toolkit("Message", "CPU module 1", "Shall it be?", language));
+        session.see(ok);
+        session.expectScreen(std::string("boxes/question-") + name);
+    }
+}
+
+TEST(Question, AnswersOneForOkOnly)
+{
+    for (const auto &[keysSent, answer] :
+         {std::pair{keys::enter, 1}, {keys::tab + keys::enter, 0}, {keys::ctrlA, 0},
+          {keys::ctrlO, 0}, {keys::f12 + keys::enter, 1}}) {
+        Session session(toolkit("Message", "Title", "Shall it be?"));
+        session.see("Cancel");
+        session.send(keysSent);
+        session.expectExit(1);
+        EXPECT_EQ(session.trace("toolkit"),
+                  std::vector<std::string>{"0 runProgram answer: " + std::to_string(answer)});
+    }
+}
+
+TEST(Question, CutsALongTitle)
+{
+    const std::string whole(79, 't');
+    for (const char *box : {"Message", "Success"})
+        for (const std::string &title : {whole, whole + "u"}) {
+            RunOptions options = toolkit(box, title.c_str(), "text");
+            options.columns = 120;
+            Session session(options);
+            session.see("┤ " + whole + " ├");
+        }
+    // 27 characters of three bytes are 81: the last one does not fit as a whole.
+    std::string japanese;
+    for (int i = 0; i < 27; ++i)
+        japanese += "あ";
+    RunOptions options = toolkit("Message", japanese.c_str(), "text");
+    options.columns = 120;
+    Session session(options);
+    session.see("┤ " + japanese.substr(0, 26 * 3) + " ├");
+}
+
+TEST(SuccessBox, LooksLikeItsPicture)
+{
+    Session session(toolkit("Success", "CPU module 1", ""));
+    session.see("successful");
+    session.expectScreen("boxes/success-en");
+    expectOnlyItsButtonToEndIt(session, "successful");
+    Session japanese(toolkit("Success", "CPU module 1", "", "ja_JP.UTF-8"));
+    japanese.see("閉じる");
+    japanese.expectScreen("boxes/success-ja");
+}
+
+TEST(Chooser, LooksLikeItsPicture)
+{
+    Session session(toolkit("SelectFromButtons", "Choose", "Which one?"));
+    session.see("Three");
+    session.expectScreen("boxes/chooser");
+}
+
+TEST(Chooser, WithoutTextsHasBlanks)
+{
+    for (const char *piece : {"SelectFromButtons", "SelectFromButtonsEx"}) {
+        RunOptions options = toolkit(piece, nullptr, "(unset)");
+        Session session(options);
+        session.see("Three");
+        session.expectScreen("boxes/chooser-blank");
+    }
+}
+
+TEST(Chooser, ShowsThreeLinesOfALongText)
+{
+    std::string text;
+    for (int i = 1; i <= 40; ++i)
+        text += "word" + std::to_string(i) + " ";
+    Session session(toolkit("SelectFromButtonsEx", "Choose", text));
+    session.see("Three");
+    session.expectScreen("boxes/chooser-long");
+}
+
+TEST(Chooser, ReturnsWhatEndedIt)
+{
+    for (const char *piece : {"SelectFromButtons", "SelectFromButtonsEx"})
+        for (const auto &[keysSent, chosen] :
+             {std::pair{keys::enter, "One"}, {keys::tab + keys::enter, "Two"},
+              {keys::tab + keys::tab + keys::enter, "Three"}, {keys::ctrlO, "null"},
+              {keys::f12, "the form"}, {keys::ctrlA + keys::enter, "One"}}) {
+            Session session(toolkit(piece, "Choose", "Which one?"));
+            session.see("Three");
+            session.send(keysSent);
+            session.expectExit(1);
+            EXPECT_EQ(session.trace("toolkit").at(0), std::string("0 choose chosen: ") + chosen);
+        }
+}
+
+TEST(Chooser, WithoutButtonsIsLeftByKeys)
+{
+    for (const char *count : {"0", "-3"}) {
+        RunOptions options = toolkit("SelectFromButtons", "Choose", "None at all.");
+        options.environment["TOOLKIT_COUNT"] = count;
+        options.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0:detect_leaks=0";
+        Session session(options);
+        session.see("None at all.");
+        session.send(keys::ctrlO);
+        session.expectExit(1);
+    }
+}
+
+TEST(Fields, AreGreyedOutByTheirCheckBox)
+{
+    Session session(toolkit("fields", nullptr, ""));
+    session.see("Close");
+    session.expectScreen("boxes/fields-on");
+    session.send(keys::space); // entries off
+    session.expectScreen("boxes/fields-entries-off");
+    // The greyed entries take no focus: the next field is the third entry.
+    session.send(keys::tab + "7" + keys::tab + keys::space); // boxes off
+    session.expectScreen("boxes/fields-both-off");
+    session.send(keys::space + keys::backTab + keys::backTab + keys::space);
+    session.send(keys::tab + "1" + keys::tab + "2");
+    for (int i = 0; i < 6; ++i)
+        session.send(keys::tab);
+    session.send(keys::enter);
+    session.expectExit(1);
+    EXPECT_EQ(session.trace("toolkit").at(0), "0 showFields entries: 1 2 7");
+}
+
+TEST(Fields, TakeNumbersAndEditingKeysOnly)
+{
+    Session session(toolkit("fields", nullptr, ""));
+    session.see("Close");
+    session.send(keys::tab + "1.2+a-3 " + keys::left + "4-" + keys::home + "5" + keys::end + "x6"
+                 + "\x7f" + keys::home + "\x1b[3~");
+    session.see("12-4-3");
+    for (int i = 0; i < 7; ++i)
+        session.send(keys::tab);
+    session.send(keys::enter);
+    session.expectExit(1);
+    EXPECT_EQ(session.trace("toolkit").at(0), "0 showFields entries: 12-4-3  ");
+}
+
+TEST(AdapterUpdate, IsNeverSupported)
+{
+    Session session(toolkit("FMUpdate", nullptr, ""));
+    session.see("Close");
+    session.expectScreen("boxes/adapter-update");
+    session.send("/tmp/file" + keys::enter + keys::f12 + keys::ctrlA);
+    session.see("/tmp/file");
+    session.send(keys::tab + keys::enter);
+    session.see("The firmware of this device cannot be updated now.");
+    session.send(keys::enter);
+    session.seeNot("cannot be updated");
+    session.send(keys::tab + keys::enter);
+    session.expectExit(1);
+    EXPECT_TRUE(session.calls("IfSupport").empty() && session.calls("BurnFirmware").empty());
+    EXPECT_EQ(session.trace("fmupdate"),
+              (std::vector<std::string>{"0 FMUpdate >", "0 FMUpdate <"}));
+}

@@ -1,0 +1,334 @@
+// The device tree: which records it shows where, and how it draws them.
+#include "session.h"
+
+#include <algorithm>
+
+using namespace keys;
+
+namespace {
+
+// Keys that expand all of a tree: every branch from the top down.
+std::string expandAll(int rows)
+{
+    std::string result;
+    for (int i = 0; i < rows; ++i)
+        result += space + down;
+    return result;
+}
+
+// The tree as it shows itself: what stands between the frame and the scroll bar, without the blank
+// rows and the blanks at the ends.
+std::vector<std::string> treeRows(const Terminal &terminal)
+{
+    std::vector<std::string> result;
+    for (const std::string &row : terminal.rows()) {
+        const std::string frame = "│ ";
+        const size_t left = row.find(frame);
+        size_t right = std::string::npos;
+        for (const char *scrollbar : {"↑", "▮", "▒", "↓"})
+            right = std::min(right, row.find(scrollbar));
+        if (left == std::string::npos || right == std::string::npos)
+            continue;
+        std::string line = row.substr(left + frame.size(), right - left - frame.size());
+        line.resize(line.find_last_not_of(' ') + 1);
+        if (!line.empty())
+            result.push_back(line);
+    }
+    return result;
+}
+
+void expectTree(Session &session, const std::vector<std::string> &wanted)
+{
+    EXPECT_TRUE(session.terminal().waitUntil([&] { return treeRows(session.terminal()) == wanted; }))
+        << testing::PrintToString(treeRows(session.terminal())) << session.terminal().picture();
+}
+
+RunOptions treeOn(const char *machineType, const std::string &tree, int rows = 24)
+{
+    return {.rows = rows, .script = std::string("call_yat_is_ft ") + machineType, .tree = tree};
+}
+
+const std::string cpuModules = "0 1 2 1 0 CPU 1\n"
+                               "0 1 2 2 1 CPU 2\n"
+                               "0 1 2 3 2 CPU 3\n";
+const std::string pciModules = "0 1 3 1 10 PCI 1\n"
+                               "0 1 3 2 254 PCI 2\n"
+                               "0 1 3 3 1 PCI 3\n";
+
+} // namespace
+
+TEST(Tree, WithoutDevicesHasItsFixedNodes)
+{
+    Session session(treeOn("1", "\n"));
+    session.see("Exit");
+    session.send(space);
+    expectTree(session, {"[-] FT server", " |- CPU modules", " `- PCI modules"});
+    session.send(enter + down + enter + down + enter); // no window opens for these
+    session.send(tab + enter);
+    session.expectExit(1);
+}
+
+TEST(Tree, ShowsEveryDeviceOnAlder)
+{
+    Session session(treeOn("1", cpuModules + pciModules));
+    session.see("Exit");
+    session.send(expandAll(8));
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1", " |   |- CPU 2",
+                         " |   `- CPU 3", " `- [-] PCI modules", "     |- PCI 1", "     |- PCI 2",
+                         "     `- PCI 3"});
+}
+
+TEST(Tree, HidesCpuModulesOfPathOneOnBirch)
+{
+    Session session(treeOn("2", cpuModules + pciModules));
+    session.see("Exit");
+    session.send(expandAll(8));
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1", " |   `- CPU 3",
+                         " `- [-] PCI modules", "     |- PCI 1", "     |- PCI 2", "     `- PCI 3"});
+    expectInOrder(session.trace("mrvmain"),
+                  {"0 EditParameter machine type is:2[1:ALDER,2:BIRCH,3:CEDAR]",
+                   "0 mkTree get an invalid device CPU 2."});
+}
+
+TEST(Tree, HidesDevicesOfPath254OnCedar)
+{
+    Session session(treeOn("3", cpuModules + pciModules + "0 1 3 4 254 -\n"));
+    session.see("Exit");
+    session.send(expandAll(8));
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1", " |   |- CPU 2",
+                         " |   `- CPU 3", " `- [-] PCI modules", "     |- PCI 1", "     `- PCI 3"});
+    expectInOrder(session.trace("mrvmain"), {"0 mkTree get an invalid device PCI 2.",
+                                             "0 mkTree get an invalid device NULL."});
+}
+
+// The change of class is looked for after a device that is shown, so behind a hidden one the PCI
+// modules come under the CPU modules.
+TEST(Tree, MissesAChangeOfClassAtAHiddenDevice)
+{
+    Session session(treeOn("3", "0 1 2 1 0 CPU 1\n"
+                                "0 1 2 2 254 CPU 2\n"
+                                "0 1 3 1 10 PCI 1\n"));
+    session.see("Exit");
+    session.send(expandAll(6));
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1", " |   `- PCI 1",
+                         " `- PCI modules"});
+}
+
+// One at the end of its class is found before, against the hidden device itself.
+TEST(Tree, SeesAChangeOfClassToAHiddenDevice)
+{
+    Session session(treeOn("3", "0 1 2 1 0 CPU 1\n"
+                                "0 1 3 1 254 PCI 1\n"
+                                "0 1 3 2 10 PCI 2\n"));
+    session.see("Exit");
+    session.send(expandAll(6));
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1",
+                         " `- [-] PCI modules", "     `- PCI 2"});
+}
+
+TEST(Tree, PutsDevicesUnderTheirModuleByItsInstance)
+{
+    Session session(treeOn("1", "0 1 3 1 10 PCI 1\n"
+                                "1 2 8 1 10 SCSI 1\n"
+                                "2 3 13 1 10 Ethernet 1\n"
+                                "1 2 13 2 10 Ethernet 2\n"
+                                "0 1 3 2 11 PCI 2\n"
+                                "1 2 8 2 11 SCSI 2\n"));
+    session.see("Exit");
+    // The only class here is taken for the first group.
+    session.send(expandAll(10));
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- [-] PCI 1",
+                         " |   |   |- [-] SCSI 1", " |   |   |   `- Ethernet 1",
+                         " |   |   `- Ethernet 2", " |   `- [-] PCI 2", " |       `- SCSI 2",
+                         " `- PCI modules"});
+}
+
+TEST(Tree, LeavesOutWhatIsNoDevice)
+{
+    Session session(treeOn("1", "0 1 2 0 0 no instance\n"
+                                "0 1 - 0 0 no identity\n"
+                                "0 1 2 1 0 -\n"
+                                "0 0 2 2 0 no hierarchy\n"
+                                "0 1 0 3 0 class zero\n"
+                                "0 1 17 4 0 class seventeen\n"
+                                "0 1 1 5 0 class one\n"
+                                "0 1 20003 6 0 general\n"));
+    session.see("Exit");
+    session.send(expandAll(6));
+    expectTree(session, {"[-] FT server", " |- CPU modules", " `- PCI modules"});
+    std::vector<std::string> records = session.trace("mrvmain");
+    std::erase_if(records, [](const std::string &record) {
+        return record.find("TreeDrawItem") == std::string::npos || record.ends_with(" >");
+    });
+    EXPECT_EQ(records, (std::vector<std::string>{
+                           "1 TreeDrawItem <no such kind of device:no instance.",
+                           "1 TreeDrawItem <[IN]param error. datap is NULL.",
+                           "1 TreeDrawItem <[IN]param error. datap is NULL.",
+                           "1 TreeDrawItem <[IN]param error. datap is NULL.",
+                           "1 TreeDrawItem <classname :0 not in the classtable.",
+                           "1 TreeDrawItem <classname :17 not in the classtable.",
+                           "0 TreeDrawItem <class :1 don't have a function pointer .",
+                           "0 TreeDrawItem <class :20003 don't have a function pointer ."}));
+}
+
+TEST(Tree, PutsTheChildrenOfALeftOutDeviceWhereThePathLeads)
+{
+    Session session(treeOn("1", "0 1 2 1 0 CPU 1\n"
+                                "0 1 2 0 0 left out\n"
+                                "1 2 8 1 0 its child\n"));
+    session.see("Exit");
+    session.send(expandAll(6));
+    // The left-out device's instance of 0 leads to a position before the first.
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1",
+                         " `- PCI modules"});
+}
+
+TEST(Tree, TellsOfEachDeviceThatLiesTooDeep)
+{
+    Session session(treeOn("1", "0 1 2 1 0 CPU 1\n"
+                                "1 2 8 1 0 SCSI 1\n"
+                                "2 3 13 1 0 Ethernet 1\n"
+                                "3 4 13 2 0 too deep\n"
+                                "3 5 13 3 0 too deep as well\n"));
+    for (int told = 0; told < 2; ++told) {
+        session.see("A device cannot be shown: it lies too deep in the tree.");
+        session.expectScreen("tree/too-deep");
+        // The next box looks the same, and what is typed before it opens is dropped.
+        session.sendUntil(enter, [&] {
+            const std::vector<std::string> trace = session.trace("mrvmain");
+            return std::ranges::count(trace, "1 TreeDrawItem error happen when drawing the tree.")
+                   > told;
+        });
+    }
+    session.see("Exit");
+    session.send(expandAll(6));
+    session.see("`- Ethernet 1");
+    expectInOrder(session.trace("mrvmain"), {"1 TreeDrawItem error happen when drawing the tree.",
+                                             "0 TreeDrawItem <",
+                                             "1 TreeDrawItem error happen when drawing the tree."});
+}
+
+TEST(Tree, FailsOnANullRecord)
+{
+    for (const char *tree : {"0 1 2 1 0 CPU 1\n0 null\n", "0 1 2 1 0 CPU 1\n1 null\n"}) {
+        Session session(treeOn("1", tree));
+        session.expectExit(0);
+        expectInOrder(session.trace("mrvmain"),
+                      {"1 mkItem <[IN]datap is NULL when enter mkItem",
+                       "1 mkTree <mkItem(...) to draw brance for devices failed.",
+                       "1 EditParameter <mkTree(pTreeData) failed.",
+                       "1 main EditParameter failed,can't get data from lib.", "0 main <"});
+    }
+}
+
+TEST(Tree, TracesThePathOfEachDevice)
+{
+    Session session(treeOn("1", "0 1 2 1 0 CPU 1\n"
+                                "0 1 3 1 10 PCI 1\n"
+                                "0 1 3 2 11 PCI 2\n"
+                                "1 2 8 1 11 SCSI 1\n"));
+    session.see("Exit");
+    expectInOrder(session.trace("mrvmain"),
+                  {"0 mkTree >[IN]treeDatap=0x*", "0 mkTree Draw device in the first layer ok.",
+                   "0 mkItem >", "0 mkItem [IN]datap=0x*", "0 TreeDrawItem >", "0 TreeDrawItem <",
+                   "0 mkItem <", "0 mkTree Param[1]:\\t1", "0 mkItem >",
+                   "0 mkItem param for device SCSI 1 goes here:", "0 mkItem param[0]:\\t0.",
+                   "0 mkItem param[1]:\\t1.", "0 mkItem param[2]:\\t1.", "0 mkItem param[3]:\\t0.",
+                   "0 mkItem param[7]:\\t0.", "0 mkItem >"});
+    session.send(ctrlO);
+    session.expectExit(1);
+    EXPECT_EQ(session.trace("mrvmain").end()[-3],
+              "0 mkTree <Finished drawing all branches of tree,ok.");
+}
+
+TEST(Tree, ScrollsByPages)
+{
+    std::string tree;
+    for (int i = 1; i <= 40; ++i)
+        tree += "0 1 2 " + std::to_string(i) + " 0 CPU " + std::to_string(i) + "\n";
+    Session session(treeOn("1", tree));
+    session.see("Exit");
+    session.send(space + down + space);
+    session.expectScreen("tree/page-1");
+    session.send(pageDown);
+    session.expectScreen("tree/page-2");
+    session.send(pageDown + pageDown + pageDown);
+    session.expectScreen("tree/page-last");
+    session.send(down + down); // nothing is below
+    session.expectScreen("tree/page-last");
+    session.send(pageUp);
+    session.expectScreen("tree/page-last-but-one");
+    session.send(pageUp + pageUp + pageUp + pageUp + up);
+    session.expectScreen("tree/page-first");
+    // Down beyond the page scrolls by one row.
+    for (int i = 0; i < 12; ++i)
+        session.send(down);
+    session.expectScreen("tree/scrolled-by-one");
+    for (int i = 0; i < 12; ++i)
+        session.send(up);
+    session.expectScreen("tree/scrolled-back");
+}
+
+TEST(Tree, CollapsesToTheBranchThatIsCurrent)
+{
+    Session session;
+    session.see("Exit");
+    session.send(space + down + down + space + down + space);
+    session.see("SCSI adapter 1");
+    session.send(up + space);
+    session.seeNot("PCI module 1");
+    session.expectScreen("tree/collapsed");
+    // A module that was expanded is expanded again with its group.
+    session.send(space);
+    session.see("SCSI adapter 1");
+}
+
+TEST(Tree, GoesOnAtTheSameItemAfterAWindow)
+{
+    Session session;
+    session.see("Exit");
+    session.send(space + down + space + down + down + enter);
+    session.see("Close");
+    session.send(backTab + enter);
+    session.seeNot("MTBF");
+    session.expectScreen("tree/after-window");
+}
+
+TEST(Tree, ShowsNamesOfAnyKindWithinItself)
+{
+    const std::string longest(127, 'x');
+    std::string japanese;
+    for (int i = 0; i < 42; ++i)
+        japanese += "漢"; // 126 bytes, 84 columns
+    Session session(treeOn("1", "0 1 2 1 0 \n"
+                                "0 1 2 2 0 " + longest + "\n"
+                                "0 1 2 3 0 " + japanese + "\n"
+                                "0 1 2 4 0 \x1b[31mred\x07\ttab\n"
+                                "0 1 2 5 0 \xb4\xc1\xbb\xfa\n"
+                                "0 1 2 6 0 \xff\xfe bytes\n"
+                                "0 1 2 7 0 e\xcc\x81 combining\n"));
+    session.see("Exit");
+    session.expectScreen("tree/names-collapsed");
+    session.send(space + down + space);
+    session.expectScreen("tree/names");
+    session.send(down + down + enter);
+    session.see("Close");
+    session.expectScreen("tree/names-window");
+}
+
+TEST(Tree, CutsANameAtTheEndOfItsBuffer)
+{
+    // 128 bytes and more: the name buffer takes 127, and no half of a character.
+    std::string japanese = "x";
+    for (int i = 0; i < 50; ++i)
+        japanese += "漢";
+    RunOptions options = treeOn("1", "0 1 2 1 0 " + std::string(400, 'y') + "\n"
+                                     "0 1 2 2 0 " + japanese + "\n");
+    options.columns = 160;
+    Session session(options);
+    session.see("Exit");
+    session.send(space + down + space);
+    session.see("|- " + std::string(127, 'y') + " ");
+    session.see("`- " + japanese.substr(0, 1 + 42 * 3) + " ");
+    session.see("CPU modules");
+}

@@ -1,0 +1,100 @@
+// A platform with one fault, chosen when it is compiled.
+#include "yat/platform.h"
+
+namespace {
+
+int zero(yat_device **)
+{
+    return 0;
+}
+int property(int, int, int, char *, unsigned long *)
+{
+    return -1;
+}
+int isFt(int)
+{
+    return 2;
+}
+int status(int, int, int, char *)
+{
+    return -1;
+}
+int support(yat_device *, int, int *)
+{
+    return 0;
+}
+int plain(yat_device *, int)
+{
+    return 0;
+}
+int convert(char *, int *)
+{
+    return -1;
+}
+int withText(yat_device *, int, const char *)
+{
+    return 0;
+}
+int setting(int, int, int, int *)
+{
+    return 0;
+}
+
+int open()
+{
+#ifdef PLATFORM_REFUSING
+    return 0;
+#else
+    return 1;
+#endif
+}
+void close() {}
+
+} // namespace
+
+// A foreign object has its table under a name that nobody looks for.
+#ifdef PLATFORM_FOREIGN
+#define YatPlatform SomethingElse
+extern "C" YAT_API const yat_platform SomethingElse;
+#endif
+const yat_platform YatPlatform = {
+#ifdef PLATFORM_MAGIC
+    .magic = 1,
+#else
+    .magic = YAT_PLATFORM_MAGIC,
+#endif
+#ifdef PLATFORM_VERSION
+    .version = YAT_PLATFORM_VERSION + 1,
+#else
+    .version = YAT_PLATFORM_VERSION,
+#endif
+#ifdef PLATFORM_SIZE
+    .size = sizeof(yat_platform) - 8,
+#else
+    .size = sizeof(yat_platform),
+#endif
+    .open = open,
+    .close = close,
+    .functions =
+        {
+            .handle = nullptr,
+            .create_tree = zero,
+            .free_tree = zero,
+            .yat_ft_get_property = property,
+            .is_ft = isFt,
+            .status_change = status,
+            .if_support = support,
+            .clear_mtbf = plain,
+            .bring_up = plain,
+            .Linux_ConvertDataToInt = convert,
+            .bring_down = plain,
+#ifdef PLATFORM_GAP
+            .set_mtbf_type = nullptr,
+#else
+            .set_mtbf_type = withText,
+#endif
+            .burn_firmware = withText,
+            .get_setting = setting,
+            .put_setting = setting,
+        },
+};

@@ -1,0 +1,233 @@
+#include "temporary.h"
+#include "yat/trace.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <regex>
+#include <set>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Trace : public testing::Test {
+protected:
+    Trace() { setenv("YAT_STATE_DIR", directory.path.c_str(), 1); }
+    ~Trace() override
+    {
+        unsetenv("YAT_STATE_DIR");
+        TraceLogInit(0, "", 0, 0, 0); // closes the log
+    }
+
+    std::vector<std::string> lines(const std::string &name) const
+    {
+        std::istringstream text(readWhole(directory.path / "log" / name));
+        std::vector<std::string> result;
+        for (std::string line; std::getline(text, line);)
+            result.push_back(line);
+        return result;
+    }
+
+    // The text of the one record that was written.
+    std::string escaped(const std::string &text)
+    {
+        EXPECT_EQ(TraceLogInit(0, "escape", 0, 0, 0), 1);
+        fs::resize_file(directory.path / "log" / "escape.log", 0);
+        EXPECT_EQ(TraceLog(0, "source", "function", 1, "%s", text.c_str()), 1);
+        const std::vector<std::string> records = lines("escape.log");
+        EXPECT_EQ(records.size(), 1u);
+        return records.at(0).substr(records.at(0).find(" 1 ") + 3);
+    }
+
+    TemporaryDirectory directory;
+};
+
+// Writes records from a process of its own.
+pid_t writeInChild(const char *name, int count, int megabytes, int generations)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        TraceLogInit(0, name, 0, megabytes, generations);
+        for (int i = 0; i < count; ++i)
+            TraceLog(0, "source", "function", i, "%0200d", i);
+        _exit(0);
+    }
+    return child;
+}
+
+} // namespace
+
+TEST_F(Trace, RecordTellsTimeProcessLevelAndPlace)
+{
+    ASSERT_EQ(TraceLogInit(0, "YATmrvutil", 0, 5, 0), 1);
+    EXPECT_EQ(TraceLog(1, "mrvmain", "mkTree", 42, "get an invalid device %s.", "X"), 1);
+    EXPECT_EQ(TraceLog(2, "mrvmain", "main", 7, "<malloc error."), 1);
+    const std::vector<std::string> records = lines("YATmrvutil.log");
+    ASSERT_EQ(records.size(), 2u);
+    const std::regex first(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} )" + std::to_string(getpid())
+                           + R"( 1 mrvmain mkTree 42 get an invalid device X\.)");
+    EXPECT_TRUE(std::regex_match(records[0], first)) << records[0];
+    EXPECT_TRUE(records[1].ends_with(" 2 mrvmain main 7 <malloc error."));
+}
+
+TEST_F(Trace, TimeIsLocal)
+{
+    setenv("TZ", "XXX-11:30", 1);
+    tzset();
+    ASSERT_EQ(TraceLogInit(0, "zone", 0, 0, 0), 1);
+    const time_t now = time(nullptr);
+    TraceLog(0, "s", "f", 1, "text");
+    unsetenv("TZ");
+    tzset();
+    const time_t shifted = now + 11 * 3600 + 30 * 60;
+    tm there;
+    gmtime_r(&shifted, &there);
+    char day[32];
+    strftime(day, sizeof day, "%Y-%m-%d %H", &there);
+    EXPECT_EQ(lines("zone.log").at(0).substr(0, 13), day);
+}
+
+TEST_F(Trace, TextCannotForgeARecord)
+{
+    EXPECT_EQ(escaped("a\nb\tc\rd\\e"), R"(a\nb\tc\rd\\e)");
+    EXPECT_EQ(escaped("\x01\x1b[31m\x7f"), R"(\x01\x1B[31m\x7F)");
+    EXPECT_EQ(escaped("\xc2\x85\xc2\x9b\xc2\xa0"), "\\xC2\\x85\\xC2\\x9B\xc2\xa0"); // C1 controls
+    EXPECT_EQ(escaped("漢字 é"), "漢字 é");
+    EXPECT_EQ(escaped("\xb4\xc1 \xe3\x81 \xed\xa0\x80"), "\\xB4\\xC1 \\xE3\\x81 \\xED\\xA0\\x80");
+    EXPECT_EQ(escaped(""), "");
+}
+
+TEST_F(Trace, LongTextIsCut)
+{
+    EXPECT_EQ(escaped(std::string(10000, 'x')), std::string(4095, 'x'));
+    std::string everyByteEscaped;
+    for (int i = 0; i < 4095; ++i)
+        everyByteEscaped += "\\x01";
+    EXPECT_EQ(escaped(std::string(10000, '\1')), everyByteEscaped);
+}
+
+TEST_F(Trace, LongSourceLeavesTheLineWhole)
+{
+    ASSERT_EQ(TraceLogInit(0, "long", 0, 0, 0), 1);
+    const std::string source(100000, 's');
+    TraceLog(0, source.c_str(), "f", 1, "text");
+    TraceLog(0, "s", "f", 1, "next");
+    ASSERT_EQ(lines("long.log").size(), 2u);
+    EXPECT_TRUE(lines("long.log")[1].ends_with("next"));
+}
+
+TEST_F(Trace, IsNoErrorWhenItCannotBeWritten)
+{
+    setenv("YAT_STATE_DIR", "/proc/nowhere", 1);
+    setenv("XDG_STATE_HOME", "/proc/nowhere", 1);
+    EXPECT_EQ(TraceLogInit(0, "YATmrvutil", 0, 5, 0), 0);
+    errno = 17;
+    EXPECT_EQ(TraceLog(0, "s", "f", 1, "text"), 0);
+    EXPECT_EQ(errno, 17);
+    unsetenv("XDG_STATE_HOME");
+}
+
+TEST_F(Trace, FallsBackToTheUsersStateDirectory)
+{
+    setenv("YAT_STATE_DIR", "/proc/nowhere", 1);
+    setenv("XDG_STATE_HOME", (directory.path / "xdg").c_str(), 1);
+    EXPECT_EQ(TraceLogInit(0, "own", 0, 0, 0), 1);
+    EXPECT_TRUE(fs::exists(directory.path / "xdg/yatkit/log/own.log"));
+    unsetenv("XDG_STATE_HOME");
+    setenv("HOME", (directory.path / "home").c_str(), 1);
+    EXPECT_EQ(TraceLogInit(0, "own", 0, 0, 0), 1);
+    EXPECT_TRUE(fs::exists(directory.path / "home/.local/state/yatkit/log/own.log"));
+}
+
+TEST_F(Trace, RefusesWhatIsNoLogName)
+{
+    for (const char *name : {"", ".hidden", "a/b", "../x", "a b"})
+        EXPECT_EQ(TraceLogInit(0, name, 0, 0, 0), 0) << name;
+    EXPECT_EQ(TraceLogInit(0, std::string(64, 'x').c_str(), 0, 0, 0), 0);
+    EXPECT_EQ(TraceLogInit(0, nullptr, 0, 0, 0), 0);
+    EXPECT_EQ(TraceLogInit(1, "x", 0, 0, 0), 0);
+    EXPECT_EQ(TraceLogInit(0, "x", 1, 0, 0), 0);
+    EXPECT_EQ(TraceLogInit(0, "x", 0, -1, 0), 0);
+    EXPECT_EQ(TraceLogInit(0, "x", 0, 0, -1), 0);
+    EXPECT_EQ(TraceLog(0, "s", "f", 1, "dropped"), 0);
+}
+
+TEST_F(Trace, DoesNotFollowALinkNorWaitForAFifo)
+{
+    fs::create_directories(directory.path / "log");
+    writeWhole(directory.path / "victim", "");
+    fs::create_symlink(directory.path / "victim", directory.path / "log/link.log");
+    EXPECT_EQ(TraceLogInit(0, "link", 0, 0, 0), 0);
+    ASSERT_EQ(mkfifo((directory.path / "log/fifo.log").c_str(), 0600), 0);
+    EXPECT_EQ(TraceLogInit(0, "fifo", 0, 0, 0), 0);
+}
+
+TEST_F(Trace, RotatesBySizeAndKeepsSoManyFiles)
+{
+    ASSERT_EQ(TraceLogInit(0, "rotated", 0, 1, 3), 1);
+    const std::string text(3000, 'x');
+    for (int i = 0; i < 2000; ++i) // six files' worth
+        ASSERT_EQ(TraceLog(0, "s", "f", i, "%s", text.c_str()), 1);
+    std::set<std::string> files;
+    for (const auto &file : fs::directory_iterator(directory.path / "log")) {
+        files.insert(file.path().filename());
+        EXPECT_LE(file.file_size(), 1024u * 1024 + 4096);
+    }
+    EXPECT_EQ(files, (std::set<std::string>{"rotated.log", "rotated.log.1", "rotated.log.2",
+                                            "rotated.log.3"}));
+    // The generations follow one another without a gap, the youngest in .1.
+    int expected = -1;
+    for (const char *name : {"rotated.log.3", "rotated.log.2", "rotated.log.1", "rotated.log"})
+        for (const std::string &line : lines(name)) {
+            const int number = std::stoi(line.substr(line.find(" f ") + 3));
+            if (expected >= 0) {
+                EXPECT_EQ(number, expected);
+            }
+            expected = number + 1;
+        }
+    EXPECT_EQ(expected, 2000);
+}
+
+TEST_F(Trace, KeepsFiveFilesWhenNotToldOtherwise)
+{
+    ASSERT_EQ(TraceLogInit(0, "default", 0, 1, 0), 1);
+    const std::string text(4000, 'x');
+    for (int i = 0; i < 2200; ++i)
+        TraceLog(0, "s", "f", i, "%s", text.c_str());
+    EXPECT_TRUE(fs::exists(directory.path / "log/default.log.5"));
+    EXPECT_FALSE(fs::exists(directory.path / "log/default.log.6"));
+}
+
+TEST_F(Trace, GoesOnInANewFileWhenTheOldOneIsTakenAway)
+{
+    ASSERT_EQ(TraceLogInit(0, "moved", 0, 0, 0), 1);
+    TraceLog(0, "s", "f", 1, "one");
+    fs::rename(directory.path / "log/moved.log", directory.path / "log/elsewhere");
+    TraceLog(0, "s", "f", 1, "two");
+    EXPECT_EQ(lines("moved.log").size(), 1u);
+    EXPECT_EQ(lines("elsewhere").size(), 1u);
+}
+
+TEST_F(Trace, TwoProcessesTearNoLineAndLoseNone)
+{
+    constexpr int count = 8000;
+    const pid_t children[] = {writeInChild("shared", count, 1, 20),
+                              writeInChild("shared", count, 1, 20)};
+    for (const pid_t child : children)
+        waitpid(child, nullptr, 0);
+    const std::regex record(R"([-0-9]+ [:.0-9]+ (\d+) 0 source function (\d+) (\d{200}))");
+    std::map<std::string, std::set<int>> seen;
+    for (const auto &file : fs::directory_iterator(directory.path / "log"))
+        for (const std::string &line : lines(file.path().filename())) {
+            std::smatch parts;
+            ASSERT_TRUE(std::regex_match(line, parts, record)) << line;
+            ASSERT_EQ(std::stoi(parts[2]), std::stoi(parts[3]));
+            seen[parts[1]].insert(std::stoi(parts[2]));
+        }
+    ASSERT_EQ(seen.size(), 2u);
+    for (const auto &[process, numbers] : seen)
+        EXPECT_EQ(numbers.size(), static_cast<size_t>(count));
+}

@@ -1,0 +1,286 @@
+// The model of the checkbox tree against a simple one, with random operations.
+#include "tree/treemodel.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+#include <newt.h>
+#include <rapidcheck/gtest.h>
+
+namespace {
+
+// The same tree as plainly as it can be said: a vector of children, and everything worked out
+// anew.
+struct Simple {
+    int data = 0;
+    int selected = 0;
+    std::vector<std::unique_ptr<Simple>> children;
+};
+
+struct SimpleTree {
+    Simple root;
+    int states = 1;
+    int current = -1, first = -1; // positions among the visible items
+    bool drawn = false;
+
+    static void collect(const Simple &item, bool all, std::vector<const Simple *> &list)
+    {
+        for (const auto &child : item.children) {
+            list.push_back(child.get());
+            if (all || child->selected)
+                collect(*child, all, list);
+        }
+    }
+    std::vector<const Simple *> items(bool all) const
+    {
+        std::vector<const Simple *> list;
+        collect(root, all, list);
+        return list;
+    }
+
+    bool insert(const std::vector<int> &path, int data)
+    {
+        if (path.empty())
+            return false;
+        Simple *parent = &root;
+        for (size_t i = 0; i + 1 < path.size(); ++i) {
+            if (path[i] < 0 || path[i] >= static_cast<int>(parent->children.size()))
+                return false;
+            parent = parent->children[static_cast<size_t>(path[i])].get();
+        }
+        const int size = static_cast<int>(parent->children.size());
+        const int position = path.back() < 0 ? size : std::min(path.back(), size);
+        auto item = std::make_unique<Simple>();
+        item->data = data;
+        parent->children.insert(parent->children.begin() + position, std::move(item));
+        return true;
+    }
+};
+
+// Both trees, and the operations on both.
+class Pair {
+public:
+    ~Pair()
+    {
+        for (Item *item : all)
+            delete item;
+        delete[] model.flatList;
+    }
+
+    void insert(const std::vector<int> &path)
+    {
+        auto *item = new Item;
+        item->data = ++lastData;
+        const bool inserted = insertItem(model, item, path);
+        RC_ASSERT(inserted == simple.insert(path, lastData));
+        if (inserted)
+            all.push_back(item);
+        else
+            delete item;
+        if (inserted && model.flatList)
+            draw(); // as after an expansion: the lists know the new item
+    }
+
+    // What the widget does before it first draws, and what brings the lists up to date.
+    void draw()
+    {
+        Item *current = currentItem(model);
+        Item *first = model.flatList ? model.flatList[model.first] : nullptr;
+        rebuildFlatList(model);
+        model.current = current ? flatPosition(model, current) : 0;
+        model.first = first ? flatPosition(model, first) : 0;
+        simple.current = model.current;
+        simple.first = model.first;
+        simple.drawn = true;
+    }
+
+    void move(Move direction, int height)
+    {
+        if (!simple.drawn)
+            draw();
+        moveCurrent(model, direction, height);
+        const int count = static_cast<int>(simple.items(false).size());
+        int &current = simple.current, &first = simple.first;
+        if (count == 0)
+            return;
+        if (direction == Move::up && current > 0) {
+            first = std::min(first, --current);
+        } else if (direction == Move::down && current + 1 < count) {
+            ++current;
+            if (current - first >= height)
+                ++first;
+        } else if (direction == Move::pageUp) {
+            const bool whole = first >= height;
+            current = whole ? current - height : 0;
+            first = whole ? first - height : 0;
+        } else if (direction == Move::pageDown) {
+            const bool whole = first + 2 * height <= count;
+            current = whole ? current + height : count - 1;
+            first = whole ? first + height : std::max(count - height, 0);
+        }
+    }
+
+    void toggle()
+    {
+        if (!simple.drawn)
+            draw();
+        if (simple.items(false).empty())
+            return;
+        const std::vector<const Simple *> before = simple.items(false);
+        auto *item = const_cast<Simple *>(before[static_cast<size_t>(simple.current)]);
+        const Simple *first = before[static_cast<size_t>(simple.first)];
+        item->selected = item->children.empty() ? (item->selected + 1) % simple.states
+                                                : !item->selected;
+        setItem(model, currentItem(model), SetMode::toggle);
+        const std::vector<const Simple *> after = simple.items(false);
+        simple.current = static_cast<int>(std::ranges::find(after, item) - after.begin());
+        simple.first = static_cast<int>(std::ranges::find(after, first) - after.begin());
+    }
+
+    void makeCurrentItem(int data, int height)
+    {
+        Item *item = findItem(model, data);
+        const std::vector<const Simple *> every = simple.items(true);
+        const auto found = std::ranges::find(every, data, &Simple::data);
+        RC_ASSERT((item != nullptr) == (found != every.end()));
+        if (!item)
+            return;
+        makeCurrent(model, item, height);
+        expandAbove(simple.root, data);
+        const std::vector<const Simple *> visible = simple.items(false);
+        simple.current =
+            static_cast<int>(std::ranges::find(visible, data, &Simple::data) - visible.begin());
+        const int count = static_cast<int>(visible.size());
+        simple.first = simple.current - height / 2;
+        if (simple.first + height > count)
+            simple.first = count - height;
+        simple.first = std::max(simple.first, 0);
+        simple.drawn = true;
+    }
+
+    void compare() const
+    {
+        compareItems();
+        if (simple.drawn)
+            compareVisible();
+    }
+
+    TreeModel model;
+    SimpleTree simple;
+    int lastData = 0;
+
+private:
+    static bool expandAbove(Simple &item, int data)
+    {
+        for (const auto &child : item.children)
+            if (child->data == data || expandAbove(*child, data)) {
+                item.selected = 1;
+                return true;
+            }
+        return false;
+    }
+
+    void compareItems() const
+    {
+        const std::vector<const Simple *> wanted = simple.items(true);
+        const Item *item = model.items;
+        for (const Simple *one : wanted) {
+            RC_ASSERT(item != nullptr);
+            RC_ASSERT(item->data == one->data);
+            RC_ASSERT(static_cast<int>(item->selected) == one->selected);
+            RC_ASSERT((item->branch != nullptr) == !one->children.empty());
+            RC_ASSERT((!item->next || item->next->prev == item));
+            RC_ASSERT((!item->prev || item->prev->next == item));
+            RC_ASSERT(item->depth == (item->parent ? item->parent->depth + 1 : 0));
+            item = nextItem(item);
+        }
+        RC_ASSERT(item == nullptr);
+        RC_ASSERT(countItems(model, 0) == static_cast<int>(wanted.size()));
+        for (int state = 1; state < 4; ++state)
+            RC_ASSERT(countItems(model, state)
+                      == std::ranges::count_if(wanted, [&](const Simple *one) {
+                             return one->children.empty() && one->selected == state;
+                         }));
+    }
+
+    void compareVisible() const
+    {
+        const std::vector<const Simple *> visible = simple.items(false);
+        RC_ASSERT(model.flatCount == static_cast<int>(visible.size()));
+        for (size_t i = 0; i < visible.size(); ++i)
+            RC_ASSERT(model.flatList[i]->data == visible[i]->data);
+        RC_ASSERT(model.flatList[visible.size()] == nullptr);
+        RC_ASSERT(model.current == simple.current);
+        RC_ASSERT(model.first == simple.first);
+    }
+
+    std::vector<Item *> all;
+};
+
+rc::Gen<std::vector<int>> paths()
+{
+    const auto position = rc::gen::weightedOneOf<int>(
+        {{6, rc::gen::inRange(0, 4)},
+         {1, rc::gen::inRange(0, 30)},
+         {3, rc::gen::just(static_cast<int>(NEWT_ARG_APPEND))}});
+    return rc::gen::resize(4, rc::gen::container<std::vector<int>>(position));
+}
+
+} // namespace
+
+RC_GTEST_PROP(TreeModel, DoesWhatTheSimpleTreeDoes, ())
+{
+    Pair pair;
+    pair.simple.states = *rc::gen::inRange(1, 4);
+    pair.model.sequence = std::string(" ab", static_cast<size_t>(pair.simple.states));
+    const int height = *rc::gen::inRange(0, 6);
+    const int operations = *rc::gen::inRange(0, 80);
+    for (int i = 0; i < operations; ++i) {
+        switch (*rc::gen::inRange(0, 9)) {
+        case 0: pair.move(Move::up, height); break;
+        case 1: pair.move(Move::down, height); break;
+        case 2: pair.move(Move::pageUp, height); break;
+        case 3: pair.move(Move::pageDown, height); break;
+        case 4: pair.toggle(); break;
+        case 5: pair.makeCurrentItem(*rc::gen::inRange(0, pair.lastData + 2), height); break;
+        default: pair.insert(*paths());
+        }
+        pair.compare();
+    }
+}
+
+RC_GTEST_PROP(TreeModel, FindsEveryItemWhereItIs, ())
+{
+    Pair pair;
+    for (const auto &path : *rc::gen::container<std::vector<std::vector<int>>>(paths()))
+        pair.insert(path);
+    for (Item *item = pair.model.items; item; item = nextItem(item)) {
+        RC_ASSERT(findItem(pair.model, item->data) == item);
+        int position = 0;
+        const Item *sibling = item->parent ? item->parent->branch : pair.model.items;
+        for (; sibling != item; sibling = sibling->next)
+            ++position;
+        RC_ASSERT(itemPosition(item) == position);
+    }
+}
+
+TEST(TreeModel, KeepsAnOrderedListThroughAnyInsertion)
+{
+    // A long list by random positions, against a vector.
+    TreeModel model;
+    std::vector<intptr_t> wanted;
+    std::vector<std::unique_ptr<Item>> items;
+    uint32_t random = 1;
+    for (int i = 0; i < 3000; ++i) {
+        random = random * 1664525 + 1013904223;
+        const int position = static_cast<int>(random >> 8) % (i + 1);
+        items.push_back(std::make_unique<Item>());
+        items.back()->data = i;
+        ASSERT_TRUE(insertItem(model, items.back().get(), std::vector{position}));
+        wanted.insert(wanted.begin() + position, i);
+    }
+    std::vector<intptr_t> found;
+    for (const Item *item = model.items; item; item = item->next)
+        found.push_back(item->data);
+    EXPECT_EQ(found, wanted);
+}
