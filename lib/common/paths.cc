@@ -1,5 +1,6 @@
 #include "common/paths.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -60,9 +61,12 @@ std::string configurationDirectory()
 
 bool makeWritableDirectory(const std::string &path)
 {
-    std::error_code ignored; // access() has the last word
-    std::filesystem::create_directories(path, ignored);
-    return !path.empty() && access(path.c_str(), W_OK | X_OK) == 0;
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    const bool isWritable = !path.empty() && access(path.c_str(), W_OK | X_OK) == 0;
+    if (!isWritable && error)
+        errno = error.value(); // the directory that is missing says less
+    return isWritable;
 }
 
 std::string stateDirectory()

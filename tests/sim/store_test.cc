@@ -48,6 +48,29 @@ std::string problemOf(const std::function<void()> &work)
     return "";
 }
 
+// The same in a process that has no more rights than anybody: root may write everything.
+std::string problemOfNobody(const std::function<void()> &work)
+{
+    constexpr uid_t nobody = 65534;
+    int told[2];
+    if (pipe(told) != 0)
+        throw std::runtime_error("pipe");
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool isRoot = geteuid() == 0;
+        const bool hasRights = isRoot && (setgid(nobody) != 0 || setuid(nobody) != 0);
+        const std::string problem = hasRights ? "rights can't be given up" : problemOf(work);
+        _exit(write(told[1], problem.data(), problem.size()) < 0);
+    }
+    close(told[1]);
+    std::string problem;
+    for (char byte; read(told[0], &byte, 1) == 1;)
+        problem += byte;
+    close(told[0]);
+    waitpid(child, nullptr, 0);
+    return problem;
+}
+
 std::vector<JournalRow> journalOf(Store &store)
 {
     std::vector<JournalRow> rows;
@@ -313,14 +336,26 @@ TEST(StateFile, WithAWrongByteIsRefusedOrUsedButNeverBringsTheProgramDown)
 
 TEST(StateFile, ThatCantBeWrittenSaysSo)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "root may write everything";
     Stored stored;
     openStore(stored.store);
     stored.store.database.reset();
-    fs::permissions(stored.store.file, fs::perms::owner_read);
-    EXPECT_EQ(problemOf([&] { look(stored.store); }),
+    fs::permissions(stored.sandbox.directory(), fs::perms(0755));
+    fs::permissions(stored.store.file, fs::perms(0444));
+    const std::string before = bytesOf(stored.store);
+    EXPECT_EQ(problemOfNobody([&] { look(stored.store); }),
               stored.store.file + " can't be used: Permission denied");
+    EXPECT_TRUE(bytesOf(stored.store) == before);
+}
+
+TEST(StateFile, ThatCantBeMadeSaysSo)
+{
+    Stored stored;
+    fs::permissions(stored.sandbox.directory(), fs::perms(0555));
+    EXPECT_EQ(problemOfNobody([&] { look(stored.store); }),
+              fs::path(stored.store.file).parent_path().string()
+                  + " can't be written: Permission denied");
+    fs::permissions(stored.sandbox.directory(), fs::perms(0755));
+    EXPECT_FALSE(fs::exists(fs::path(stored.store.file).parent_path()));
 }
 
 // ---- Versions
@@ -349,8 +384,8 @@ TEST(StateFile, HasTablesThatStayAsTheyWerePublished)
             result = (result ^ static_cast<unsigned char>(*byte)) * 0x100000001b3;
         return result;
     };
-    EXPECT_EQ(hash(migrations[0]), 0u);
-    EXPECT_EQ(hash(migrations[1]), 0u);
+    EXPECT_EQ(hash(migrations[0]), 14123809256598249077u);
+    EXPECT_EQ(hash(migrations[1]), 9699884211670217436u);
     EXPECT_EQ(schemaVersion, 2);
 }
 
