@@ -97,8 +97,15 @@ void Session::expectSignal(int signal)
     EXPECT_EQ(WTERMSIG(result), signal) << running.output();
 }
 
-std::vector<std::string> Session::calls(const std::string &beginning) const
+std::vector<std::string> Session::trace(const std::string &source)
 {
+    running.waitUntilIdle();
+    return workspace.trace(source);
+}
+
+std::vector<std::string> Session::calls(const std::string &beginning)
+{
+    running.waitUntilIdle();
     std::vector<std::string> result = workspace.calls();
     std::erase_if(result, [&](const std::string &call) { return !call.starts_with(beginning); });
     return result;

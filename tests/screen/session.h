@@ -42,13 +42,9 @@ public:
     void expectExit(int status);
     void expectSignal(int signal);
 
-    std::vector<std::string> trace(const std::string &source = "") const
-    {
-        return workspace.trace(source);
-    }
-
-    // The calls that begin so.
-    std::vector<std::string> calls(const std::string &beginning = "") const;
+    // What the program has traced, of one source or of all, and the calls that begin so.
+    std::vector<std::string> trace(const std::string &source = "");
+    std::vector<std::string> calls(const std::string &beginning = "");
 
 private:
     Workspace workspace;

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <iconv.h>
 #include <poll.h>
 #include <pty.h>
@@ -197,6 +198,18 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
         }
     }
     return true;
+}
+
+void Terminal::waitUntilIdle()
+{
+    waitUntil([this] {
+        std::ifstream file("/proc/" + std::to_string(child) + "/stat");
+        std::string line;
+        std::getline(file, line);
+        const size_t name = line.rfind(") ");
+        const char state = name == std::string::npos ? 'X' : line.at(name + 2);
+        return state != 'R' && state != 'D';
+    });
 }
 
 void Terminal::settle(std::chrono::milliseconds quiet)
