@@ -234,6 +234,7 @@ TEST(BmcUpdate, MayLeaveTheTerminalInAnyState)
              "stty -icanon min 0 time 1; stty -a >/dev/null",
              "printf '\\033[31;44;7mRED'",           // colours
              "printf '\\033(0'",                     // line drawing for letters
+             "printf '\\033)0\\016'",                 // and in the other place for a character set
              "printf '\\033[?25l'",                  // no cursor
              "printf '\\033[5;10r\\033[?6h'",        // a scrolling region, and its origin
              "printf '\\033[4h'",                    // insert mode
