@@ -290,7 +290,8 @@ std::string Terminal::picture() const
     std::string legend;
     for (int row = 0; row < height; ++row) {
         text += "|";
-        for (int column = 0; column < width; ++column) {
+        int column = 0;
+        while (column < width) {
             VTermScreenCell cell;
             vterm_screen_get_cell(screen, {.row = row, .col = column}, &cell);
             const std::string name = styleName(cell);
@@ -298,7 +299,9 @@ std::string Terminal::picture() const
                 letters.emplace(name, static_cast<char>('a' + letters.size()));
             if (isNew)
                 legend += std::string(1, letter->second) + " " + name + "\n";
-            text += letter->second;
+            // The second column of a wide character has no style of its own.
+            text.append(static_cast<size_t>(cell.width), letter->second);
+            column += cell.width;
         }
         text += "|\n";
     }

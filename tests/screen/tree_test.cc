@@ -332,3 +332,55 @@ TEST(Tree, CutsANameAtTheEndOfItsBuffer)
     session.see("`- " + japanese.substr(0, 1 + 42 * 3) + " ");
     session.see("CPU modules");
 }
+
+// ---- The widget by itself, in sizes that the program does not ask for
+
+namespace {
+
+struct Shape {
+    const char *name;
+    const char *height, *count;
+    std::string text;
+};
+
+const Shape shapes[] = {
+    {"Empty", "3", "0", ""},
+    {"OfNoHeight", "0", "3", "device"},
+    {"OfOneRow", "1", "3", "device"},
+    {"NamesWithoutCharacters", "4", "3", ""},
+    {"NamesOf127Bytes", "4", "2", std::string(127, 'n')},
+    {"NamesOfWideCharacters", "5", "3", "二重化モジュール"},
+    {"DeeperThanItsMarks", "12", "12", "x"},
+};
+
+void PrintTo(const Shape &shape, std::ostream *stream)
+{
+    *stream << shape.name;
+}
+
+class EveryShape : public testing::TestWithParam<Shape> {};
+
+TEST_P(EveryShape, DrawsWithinItself)
+{
+    const Shape &shape = GetParam();
+    Session session({.program = "toolkit",
+                     .columns = 140,
+                     .environment = {{"TOOLKIT", "tree"},
+                                     {"TOOLKIT_HEIGHT", shape.height},
+                                     {"TOOLKIT_COUNT", shape.count},
+                                     {"TOOLKIT_TEXT", shape.text}}});
+    session.see("Close");
+    session.expectScreen(std::string("tree/shape-") + shape.name);
+    // Keys lead through it and back, and it is still left by its button.
+    for (const std::string &key : {keys::down, keys::up, keys::pageDown, keys::pageUp, keys::end,
+                                   keys::home, keys::enter, keys::space})
+        session.send(key + key);
+    session.expectScreen(std::string("tree/shape-") + shape.name);
+    session.send(keys::tab + keys::enter);
+    session.expectExit(1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Widget, EveryShape, testing::ValuesIn(shapes),
+                         [](const auto &info) { return info.param.name; });
+
+} // namespace
