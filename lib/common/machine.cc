@@ -7,14 +7,18 @@
 
 namespace yat {
 
+std::string configuredMachine(const std::string &file)
+{
+    const toml::parse_result configuration = toml::parse_file(file);
+    return configuration ? configuration.table()["machine"].value_or(std::string())
+                         : std::string();
+}
+
 std::string machineName()
 {
     if (const char *wanted = secure_getenv("YAT_MACHINE"); wanted && *wanted)
         return wanted;
-    const toml::parse_result configuration =
-        toml::parse_file(configurationDirectory() + "/yatkit.toml");
-    const std::string configured =
-        configuration ? configuration.table()["machine"].value_or(std::string()) : std::string();
+    const std::string configured = configuredMachine(configurationDirectory() + "/yatkit.toml");
     return configured.empty() ? "CEDAR" : configured;
 }
 

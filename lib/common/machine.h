@@ -10,6 +10,9 @@ namespace yat {
 // for a description of a simulated one. CEDAR when neither does.
 std::string machineName();
 
+// The machine that a configuration file names; empty when there is none, or no such file.
+std::string configuredMachine(const std::string &file);
+
 // True for the machine that this runs on, false for a simulated one.
 bool machineIsHardware();
 

@@ -19,6 +19,20 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Bytes at the end that begin a UTF-8 character which goes on in what is yet to come; the emulator
+// wants it whole.
+size_t incompleteEnd(const std::string &text)
+{
+    for (size_t length = 1; length <= std::min<size_t>(text.size(), 3); ++length) {
+        const unsigned char byte = static_cast<unsigned char>(text[text.size() - length]);
+        if (byte >= 0xC0)
+            return length < (byte < 0xE0 ? 2u : byte < 0xF0 ? 3u : 4u) ? length : 0;
+        if (byte < 0x80)
+            break;
+    }
+    return 0;
+}
+
 std::string encode(uint32_t character)
 {
     std::string bytes;
@@ -162,11 +176,13 @@ bool Terminal::pump(std::chrono::milliseconds limit)
     if (count <= 0)
         return false;
     written.append(bytes, static_cast<size_t>(count));
+    pending.append(bytes, static_cast<size_t>(count));
     if (!decoder) {
-        vterm_input_write(emulator, bytes, static_cast<size_t>(count));
+        const size_t whole = pending.size() - incompleteEnd(pending);
+        vterm_input_write(emulator, pending.data(), whole);
+        pending.erase(0, whole);
         return true;
     }
-    pending.append(bytes, static_cast<size_t>(count));
     std::string decoded(pending.size() * 4, '\0');
     char *in = pending.data(), *out = decoded.data();
     size_t inLeft = pending.size(), outLeft = decoded.size();
