@@ -40,6 +40,12 @@ Session::Session(const RunOptions &options)
 {
 }
 
+void Session::send(const std::string &keys)
+{
+    running.waitUntilIdle();
+    running.send(keys);
+}
+
 void Session::see(const std::string &text)
 {
     EXPECT_TRUE(running.waitUntil([&] { return running.contains(text); }))

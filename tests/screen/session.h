@@ -25,7 +25,9 @@ public:
 
     Terminal &terminal() { return running; }
     const Workspace &files() const { return workspace; }
-    void send(const std::string &keys) { running.send(keys); }
+
+    // Sends keys when the program waits, as somebody does who looks at the screen first.
+    void send(const std::string &keys);
 
     // Sends keys until the condition holds, for a window whose opening can't be seen.
     void sendUntil(const std::string &keys, const std::function<bool()> &condition);
