@@ -47,6 +47,13 @@ std::string withUnit(double seconds)
     return text;
 }
 
+std::string percent(double part)
+{
+    char text[32];
+    snprintf(text, sizeof text, "%.0f %%", part * 100);
+    return text;
+}
+
 const char *growth(benchmark::BigO complexity)
 {
     switch (complexity) {
@@ -87,8 +94,9 @@ public:
                 return;
             }
             if (run.report_big_o)
-                growths += "| " + nameOf(run) + " grows with n like | | " + growth(run.complexity)
-                           + " | |\n";
+                growths += "| " + nameOf(run) + " grows with n like | | " + growth(run.complexity);
+            if (run.report_rms)
+                growths += ", off by " + percent(run.GetAdjustedRealTime()) + " | |\n";
             if (run.run_type == Run::RT_Aggregate && !run.report_big_o && !run.report_rms)
                 aggregates[run.aggregate_name] =
                     run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);

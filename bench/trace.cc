@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -62,10 +63,14 @@ void recordBesideAnother(benchmark::State &state, const char *directory)
             number = number % 1000 + 1;
         _exit(1);
     }
-    if (!openLog(scratch))
+    if (!openLog(scratch)) {
         state.SkipWithError("the log can't be opened");
-    else
+    } else {
+        while (std::filesystem::file_size(scratch.path + "/log/bench.log") == 0
+               && waitpid(other, nullptr, WNOHANG) == 0)
+            sched_yield(); // until the other writes
         writeRecords(state);
+    }
     closeLog();
     if (waitpid(other, nullptr, WNOHANG) != 0)
         return state.SkipWithError("the other process has ended");

@@ -116,7 +116,7 @@ public:
             first = whole ? first - height : 0;
         } else if (direction == Move::pageDown) {
             const bool whole = first + 2 * height <= count;
-            current = whole ? current + height : count - 1;
+            current = whole ? std::min(current + height, count - 1) : count - 1;
             first = whole ? first + height : std::max(count - height, 0);
         }
     }
