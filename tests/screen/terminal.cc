@@ -219,6 +219,9 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
 void Terminal::waitUntilIdle()
 {
     waitUntil([this] {
+        int unread = 0;
+        if (replica >= 0 && ioctl(replica, FIONREAD, &unread) == 0 && unread > 0)
+            return false;
         std::ifstream file("/proc/" + std::to_string(child) + "/stat");
         std::string line;
         std::getline(file, line);
