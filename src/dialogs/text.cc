@@ -37,7 +37,7 @@ void copyText(std::span<char> buffer, const char *source)
 
 void formatTitle(std::span<char> buffer, const char *deviceName, const char *utility)
 {
-    const std::string title = std::string(deviceName ? deviceName : "") + " --" + utility;
+    const std::string title = std::string(deviceName) + " --" + utility;
     copyText(buffer, title.c_str());
 }
 

@@ -316,6 +316,22 @@ TEST(Tree, ShowsNamesOfAnyKindWithinItself)
     session.expectScreen("tree/names-window");
 }
 
+TEST(Tree, ConvertsANameFromEucForWindowsToo)
+{
+    RunOptions options = treeOn("1", "0 1 2 1 0 \xb4\xc1\xbb\xfa\n");
+    options.script += "\nIfSupport 1\nInitBringDown 1 delay=300";
+    Session session(options);
+    session.see("Exit");
+    session.send(space + down + space + down + enter);
+    session.see("┤ 漢字 --FT Server Utility ├");
+    session.send(tab + enter);
+    session.see("┤ 漢字 ├");
+    session.send(enter);
+    session.see("  漢字: Stop ...");
+    session.see("successful");
+    session.see("┤ 漢字 ├");
+}
+
 TEST(Tree, CutsANameAtTheEndOfItsBuffer)
 {
     // 128 bytes and more: the name buffer takes 127, and no half of a character.
@@ -330,6 +346,15 @@ TEST(Tree, CutsANameAtTheEndOfItsBuffer)
     session.send(space + down + space);
     session.see("|- " + std::string(127, 'y') + " ");
     session.see("`- " + japanese.substr(0, 1 + 42 * 3) + " ");
+    // In EUC the name is shorter than its buffer, in UTF-8 it is not.
+    std::string euc;
+    for (int i = 0; i < 60; ++i)
+        euc += "\xb4\xc1";
+    options.tree = "0 1 2 1 0 " + euc + "\n";
+    Session other(options);
+    other.see("Exit");
+    other.send(space + down + space);
+    other.see("`- " + japanese.substr(1, 42 * 3) + " ");
     session.see("CPU modules");
 }
 
