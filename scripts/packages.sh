@@ -5,8 +5,8 @@ buildPackages="g++ cmake ninja-build pkg-config libc6-dev libnewt-dev libslang2-
 libtomlplusplus-dev"
 # To test as well.
 testPackages="libgtest-dev libvterm-dev librapidcheck-dev locales ncurses-bin"
-# To ask the BMC of a virtual machine.
-vmPackages="qemu-system-x86 busybox-static freeipmi-tools"
+# To leave nothing out: the other compiler, and a virtual machine with a BMC.
+fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static freeipmi-tools"
 
 die() {
     echo "$(basename "$0"): $*" >&2

@@ -1,18 +1,10 @@
 // The checkbox tree as a component, without a screen.
 #include "tree/checkboxtree.h"
-#include "yat/export.h"
 
 #include <clocale>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <vector>
-
-// For the leak sanitizer: what the tree does not free.
-extern "C" YAT_API const char *__lsan_default_options();
-const char *__lsan_default_options()
-{
-    return "print_suppressions=0:suppressions=" SUPPRESSIONS;
-}
 
 namespace {
 
