@@ -10,6 +10,14 @@ namespace yat {
 // for a description of a simulated one. CEDAR when neither does.
 std::string machineName();
 
+// The machine that a configuration file names; empty when it names none, or there is no such file.
+// What is wrong with the file goes into mistake, as "FILE:LINE: TEXT".
+std::string configuredMachine(const std::string &file, std::string *mistake = nullptr);
+
+// What is wrong with the configuration file, as far as it counts; empty when nothing is. Whoever
+// asks a machine looks here first: another one than was meant must not be administered.
+std::string configurationMistake();
+
 // True for the machine that this runs on, false for a simulated one.
 bool machineIsHardware();
 

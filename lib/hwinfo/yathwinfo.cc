@@ -12,6 +12,14 @@ namespace {
 constexpr char device[] = "/dev/ipmi0";
 constexpr int limit = 5000; // milliseconds
 
+hwinfo::Answer askMachine()
+{
+    if (const std::string mistake = yat::configurationMistake(); !mistake.empty())
+        return {.bytes = {}, .problems = {mistake}};
+    return yat::machineIsHardware() ? hwinfo::askDriver(device, limit)
+                                    : hwinfo::askDescription(yat::descriptionFile());
+}
+
 } // namespace
 
 #define TRACE(level, ...) TraceLog(level, "yathwinfo", __func__, __LINE__, __VA_ARGS__)
@@ -23,9 +31,7 @@ try {
         TRACE(YAT_TRACE_ERROR, "<[OUT]param error.response is NULL.");
         return 0;
     }
-    hwinfo::Answer answer = yat::machineIsHardware()
-                                ? hwinfo::askDriver(device, limit)
-                                : hwinfo::askDescription(yat::descriptionFile());
+    hwinfo::Answer answer = askMachine();
     hwinfo::DeviceId deviceId;
     if (answer.problems.empty())
         if (const std::string problem = hwinfo::interpret(answer.bytes, deviceId); !problem.empty())

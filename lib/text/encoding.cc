@@ -72,6 +72,8 @@ bool isDisplayable(const char *text)
 
 size_t wholeCharacters(std::string_view text, size_t most)
 {
+    if (text.size() <= most)
+        return text.size();
     size_t length = 0;
     mbstate_t state{};
     while (length < text.size()) {

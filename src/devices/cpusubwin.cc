@@ -183,13 +183,13 @@ static void readBiosText(int index, int property, TextKey unreadable,
     buffer.back() = '\0';
 }
 
-// A text box for a BIOS text, narrower on a terminal that would cut it.
+// A text box for a BIOS text, narrower on a terminal that it would not fit on.
 static newtComponent makeBiosBox()
 {
     constexpr int width = 72, height = 2, around = 4; // frame and margin
     int columns;
     newtGetScreenSize(&columns, nullptr);
-    return newtTextbox(-1, -1, std::min(width, columns - around), height, NEWT_FLAG_WRAP);
+    return newtTextbox(-1, -1, columns < width ? columns - around : width, height, NEWT_FLAG_WRAP);
 }
 
 int BiosData(int index)

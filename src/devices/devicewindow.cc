@@ -127,14 +127,14 @@ void showSuccess(const DeviceWindow &window)
     newtSuspend();
     newtResume();
     newtDrawForm(window.form);
-    Success(nameOf(window.device));
+    Success(nameOf(window.device).c_str());
 }
 
 void answerFromTables(DeviceWindow &window, const WindowTables &tables, newtComponent pressed)
 {
     for (const OperationButton &button : tables.operations)
         if (pressed == window.parts[button.part]
-            && Message(nameOf(window.device), window.questions[button.question].data()) == 1
+            && Message(nameOf(window.device).c_str(), window.questions[button.question].data()) == 1
             && carryOut(button.operation, window.device, nullptr, &window.detail))
             showSuccess(window);
     for (const RefusingButton &button : tables.refusals)
@@ -148,7 +148,7 @@ void answerSetMtbfType(DeviceWindow &window, const Operation &operation)
         showError("MTBFTYPE_UNAVAILABLE");
         return;
     }
-    if (Message(nameOf(window.device), text("QUERYWIN_CHANGEMTBFTYPE_ID")) != 1)
+    if (Message(nameOf(window.device).c_str(), text("QUERYWIN_CHANGEMTBFTYPE_ID")) != 1)
         return;
     // Written are other values than read: 0 for what is read as 2.
     const newtComponent *radios = window.parts + window.firstTypeRadio;
@@ -189,7 +189,7 @@ bool runDeviceWindow(DeviceWindow &window, const WindowTables &tables)
         return false;
     newtGrid grid = makeRows(window, tables.rows);
     std::array<char, 256> title;
-    formatTitle(std::span(title).first(tables.titleSize), window.device->lpszTreeName,
+    formatTitle(std::span(title).first(tables.titleSize), nameOf(window.device).c_str(),
                 text("WINDOW_TITLE_MRV_ID"));
     openWindow(window.form, grid, title.data());
     if (tables.freesGrids)
@@ -227,6 +227,7 @@ bool readBoardMtbfType(DeviceWindow &window, int board, unsigned long *size,
         TRACE_ERROR_AS(function, "<function pointer of Linux_ConvertDataToInt is NULL.");
         return false;
     }
+    property.back() = '\0';
     if (yat_ft_func.Linux_ConvertDataToInt(property.data(), &window.mtbfType) == -1) {
         TRACE_ERROR_AS(function, "Linux_ConvertDataToInt(...) returns -1.");
         return false;

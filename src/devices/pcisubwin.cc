@@ -107,6 +107,7 @@ bool readMtbfType(DeviceWindow &window)
         return false;
     }
     int board = 0;
+    property.back() = '\0';
     if (yat_ft_func.Linux_ConvertDataToInt(property.data(), &board) == -1) {
         TRACE_ERROR_AS(function, "Linux_ConvertDataToInt(...) return -1.");
         return false;

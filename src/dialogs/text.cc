@@ -37,7 +37,7 @@ void copyText(std::span<char> buffer, const char *source)
 
 void formatTitle(std::span<char> buffer, const char *deviceName, const char *utility)
 {
-    const std::string title = std::string(deviceName ? deviceName : "") + " --" + utility;
+    const std::string title = std::string(deviceName) + " --" + utility;
     copyText(buffer, title.c_str());
 }
 
@@ -45,6 +45,11 @@ int textWidth(const char *source)
 {
     int width = 0;
     for (std::string_view rest(source); !rest.empty();) {
+        if (rest[0] >= ' ' && rest[0] <= '~') { // the same in every encoding of a locale
+            rest.remove_prefix(1);
+            ++width;
+            continue;
+        }
         wchar_t character;
         rest.remove_prefix(characterLength(rest, &character));
         width += std::max(wcwidth(character), 0);

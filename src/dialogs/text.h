@@ -65,8 +65,7 @@ inline const char *text(TextKey key)
 // buffer is zero.
 void copyText(std::span<char> buffer, const char *source);
 
-// Writes the title of a device window, "NAME --UTILITY", cut like copyText. A device without a
-// name has an empty one.
+// Writes the title of a device window, "NAME --UTILITY", cut like copyText.
 void formatTitle(std::span<char> buffer, const char *deviceName, const char *utility);
 
 // Columns that a text takes on the screen.

@@ -52,18 +52,6 @@ Place lowPlace(Place natural)
     return natural;
 }
 
-// A title that is wider than the screen would take the frame along.
-std::string fittingTitle(const char *title)
-{
-    std::string result = title;
-    while (!result.empty() && textWidth(result.c_str()) > SLtt_Screen_Cols - 6) {
-        std::string shorter(result.size(), '\0');
-        copyText(shorter, result.c_str()); // one byte shorter, and down to a whole character
-        result = shorter.c_str();
-    }
-    return result;
-}
-
 // Opens the window of the form in the place that the screen has for it now.
 void open(const Window &window, const Place &place)
 {
@@ -123,7 +111,7 @@ void fitScreen()
 
 void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit)
 {
-    Window window{.form = form, .title = fittingTitle(title), .fit = fit};
+    Window window{.form = form, .title = title, .fit = fit};
     if (fit)
         fit(SLtt_Screen_Cols - 4, INT_MAX);
     newtGridGetSize(grid, &window.columns, &window.rows);

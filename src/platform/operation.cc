@@ -11,7 +11,7 @@ bool carryOut(const Operation &operation, yat_device *device, const char *argume
         showError(operation.notSupported);
         return false;
     }
-    BusyLine busy = showBusyLine(nameOf(device), text(operation.name));
+    BusyLine busy = showBusyLine(nameOf(device).c_str(), text(operation.name));
     const int result = operation.run(device, operation.support + 1, argument);
     hideBusyLine(busy);
     if (result != 1)
@@ -19,9 +19,11 @@ bool carryOut(const Operation &operation, yat_device *device, const char *argume
     return result == 1;
 }
 
-const char *nameOf(const yat_device *device)
+std::string nameOf(const yat_device *device)
 {
-    return device->lpszTreeName ? device->lpszTreeName : "";
+    char name[1024] = "";
+    CodeConvertFromEUC(device->lpszTreeName, name, sizeof name);
+    return name;
 }
 
 int numberOf(const yat_device *device)

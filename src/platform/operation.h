@@ -4,6 +4,8 @@
 #include "dialogs/text.h"
 #include "yat/ft.h"
 
+#include <string>
+
 // One operation of one device class.
 struct Operation {
     TextKey name; // the text of the button that asks for it
@@ -26,8 +28,8 @@ int runPlain(yat_device *device, int code, const char *)
 // detail takes what IfSupport says, for the window's own use.
 bool carryOut(const Operation &operation, yat_device *device, const char *argument, int *detail);
 
-// The device's name for titles, "" when it has none.
-const char *nameOf(const yat_device *device);
+// The device's name for titles and questions, in the encoding of the locale; "" when it has none.
+std::string nameOf(const yat_device *device);
 
 // The device's number within its class, 0 when it is unknown.
 int numberOf(const yat_device *device);

@@ -246,7 +246,7 @@ void TreeDrawItem(yat_device *datap)
         TRACE_ERROR("<[IN]param error. datap is NULL.");
         return;
     }
-    copyText(name, datap->lpszTreeName);
+    CodeConvertFromEUC(datap->lpszTreeName, name.data(), static_cast<int>(name.size()));
     if (datap->identity->Instance == 0) {
         TRACE_ERROR("<no such kind of device:%s.", datap->lpszTreeName);
         return;

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <langinfo.h>
+#include <string>
 #include <string_view>
 #include <sys/klog.h>
 
@@ -130,13 +131,13 @@ static void tearDown()
 // Sets the screen up; false, with the reason on standard error, when that can't be done.
 static bool startScreen(const char *program)
 {
-    if (!terminalIsUsable(program))
-        return false;
-    if (const char *fault = componentFault()) {
-        fprintf(stderr,
-                "%s: the installed newt keeps its components in another way (%s); install newt "
-                "0.52.9 or a later 0.52\n",
-                program, fault);
+    std::string fault = terminalFault();
+    if (const char *difference = fault.empty() ? componentFault() : nullptr)
+        fault = std::string("the installed newt keeps its components in another way (")
+                + difference + "); install newt 0.52.9 or a later 0.52";
+    if (!fault.empty()) {
+        fprintf(stderr, "%s: %s\n", program, fault.c_str());
+        TRACE_ERROR_AS("main", "No screen: %s.", fault.c_str());
         return false;
     }
     guardTerminal(consoleOff, tearDown);

@@ -24,15 +24,13 @@ const Operation writeBios = {"TITTLE_FILEPATHUP_ID", 9, "BURNFIRMSUPPORT_ERR_ID"
 // nothing to convert and is left as it stands.
 void formatItself(Question &buffer, const char *format)
 {
-    char *end = buffer.data();
-    Question whole;
-    copyText(whole, format);
-    buffer.fill('\0');
-    for (const char *from = whole.data(); *from; ++from) {
-        *end++ = *from;
+    std::string result;
+    for (const char *from = format; *from; ++from) {
+        result += *from;
         if (from[0] == '%' && from[1] == '%')
             ++from;
     }
+    copyText(buffer, result.c_str());
 }
 
 } // namespace
@@ -83,7 +81,7 @@ int FirmUpdate(yat_device *datap)
         if (Message(text("WINDOW_TITLE_FIRMUP_ID"), question.data()) == 1
             && carryOut(copies ? copyBios : writeBios, datap, copies ? "FWCOPY" : "FWBURN",
                         &detail))
-            Success(nameOf(datap));
+            Success(nameOf(datap).c_str());
     }
     closeWindow(form);
     TRACE("<");

@@ -131,9 +131,11 @@ void Firmware(void)
 
 void Entrance(const char *title, const char *message)
 {
+    TRACE(">");
     newtComponent form = newtForm(nullptr, nullptr, 0);
     newtComponent label = newtLabel(-1, -1, message);
     newtComponent ok = newtButton(-1, -1, "  ok  ");
     newtComponent cancel = newtButton(-1, -1, "cancel");
     showChoice(form, label, ok, cancel, title);
+    TRACE("<");
 }

@@ -1,6 +1,5 @@
 #include "terminal/terminal.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <slang.h>
 #include <string>
@@ -23,35 +22,23 @@ bool isSet(const char *name)
 
 } // namespace
 
-bool terminalIsUsable(const char *program)
+std::string terminalFault()
 {
-    if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO)) {
-        fprintf(stderr,
-                "%s: standard %s is no terminal; run it in a terminal, or with -debug to print "
-                "the device data\n",
-                program, isatty(STDIN_FILENO) ? "output" : "input");
-        return false;
-    }
+    if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO))
+        return std::string("standard ") + (isatty(STDIN_FILENO) ? "output" : "input")
+               + " is no terminal; run it in a terminal, or with -debug to print the device data";
     const char *type = getenv("TERM");
-    if (!type || !*type) {
-        fprintf(stderr, "%s: TERM is not set; set it to the type of this terminal\n", program);
-        return false;
-    }
-    if (SLtt_initialize(nullptr) < 0) {
-        fprintf(stderr,
-                "%s: a terminal of type '%s' is unknown or can't place the cursor; set TERM to "
-                "the type of this terminal\n",
-                program, type);
-        return false;
-    }
+    if (!type || !*type)
+        return "TERM is not set; set it to the type of this terminal";
+    if (SLtt_initialize(nullptr) < 0)
+        return std::string("a terminal of type '") + type
+               + "' is unknown or can't place the cursor; set TERM to the type of this terminal";
     SLtt_get_screen_size();
-    if (SLtt_Screen_Cols < fewestColumns || SLtt_Screen_Rows < fewestRows) {
-        fprintf(stderr,
-                "%s: the terminal has %d columns and %d rows; make it at least %d by %d\n",
-                program, SLtt_Screen_Cols, SLtt_Screen_Rows, fewestColumns, fewestRows);
-        return false;
-    }
-    return true;
+    if (SLtt_Screen_Cols < fewestColumns || SLtt_Screen_Rows < fewestRows)
+        return "the terminal has " + std::to_string(SLtt_Screen_Cols) + " columns and "
+               + std::to_string(SLtt_Screen_Rows) + " rows; make it at least "
+               + std::to_string(fewestColumns) + " by " + std::to_string(fewestRows);
+    return "";
 }
 
 // newt has a switch of its own for a screen without colours. It is set only while newt looks, so

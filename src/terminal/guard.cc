@@ -106,7 +106,7 @@ Sequence capabilities(std::initializer_list<const char *> names)
     for (const char *name : names) {
         const char *bytes = SLtt_tgetstr(const_cast<char *>(name));
         const size_t length = bytes ? strlen(bytes) : 0;
-        if (length < sizeof result.bytes - result.length) {
+        if (length + 1 < sizeof result.bytes - result.length) { // room for one more
             memcpy(result.bytes + result.length, bytes ? bytes : "", length);
             result.length += length;
         }
@@ -155,6 +155,8 @@ void guardTerminal(bool consoleIsOff, void (*end)())
     restoring = capabilities({"me", "ae", "cl", "ke", "ve", "te"});
     // Attributes and line drawing off, the terminal's own initialisation.
     initialising = capabilities({"me", "ae", "is"});
+    constexpr char shiftIn = '\x0f'; // the first character set, which terminfo does not tell of
+    initialising.bytes[initialising.length++] = shiftIn;
     provideStack();
     for (const int signal : requests)
         handle(signal, restoreAndDie);

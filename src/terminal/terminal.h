@@ -2,9 +2,10 @@
 // ends.
 #pragma once
 
-// Whether there is a terminal that newt can draw on. If not, says on standard error, in a line,
-// what is missing and what to do.
-bool terminalIsUsable(const char *program);
+#include <string>
+
+// Why newt can't draw on this terminal, and what to do; empty when it can.
+std::string terminalFault();
 
 // Colours are off where the user asks for none: call these around newtInit.
 void beginColourChoice();

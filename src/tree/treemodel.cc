@@ -271,7 +271,8 @@ bool moveCurrent(TreeModel &model, Move move, int height)
         break;
     case Move::pageDown:
         if (model.first + 2 * height <= model.flatCount) {
-            model.current += height;
+            // Where the list has grown in between, the current item is below the rows.
+            model.current = std::min(model.current + height, model.flatCount - 1);
             model.first += height;
         } else {
             model.current = model.flatCount - 1;

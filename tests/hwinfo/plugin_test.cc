@@ -232,6 +232,11 @@ TEST_F(PluginTest, FollowsTheConfigurationOfItsOwnRoot)
     if (!fs::exists("/dev/ipmi0")) {
         EXPECT_EQ(configure("hardware").result, 0);
     }
+    takeTrace();
+    // A mistake must not lead to another machine than was meant.
+    EXPECT_EQ(configure("BIRCH\" x").result, 0);
+    const Lines trace = takeTrace();
+    EXPECT_NE(trace.at(1).find("/etc/yatkit.toml:1: "), std::string::npos) << trace.at(1);
 }
 
 TEST_F(PluginTest, RefusesANullResponse)

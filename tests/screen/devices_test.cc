@@ -139,7 +139,7 @@ protected:
     }
 
     // The calls for the operation that the spy saw.
-    std::vector<std::string> operationCalls(const Session &session)
+    std::vector<std::string> operationCalls(Session &session)
     {
         std::vector<std::string> calls = session.calls();
         std::erase_if(calls, [&](const std::string &call) {

@@ -94,7 +94,7 @@ TEST(BiosData, CutsALongText)
 
 TEST(BiosData, StaysWithinANarrowTerminal)
 {
-    for (const int columns : {75, 60, 40}) {
+    for (const int columns : {75, 71, 60, 40}) {
         Session session({.rows = 30, .columns = columns});
         openBios(session);
         session.see("Valid");

@@ -26,6 +26,7 @@ void expectRefusal(const RunOptions &options, const std::string &reason,
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(run.errors, workspace.command()[0] + ": " + reason + "\n");
+    expectInOrder(workspace.trace(), {"1 main No screen: " + reason + ".", "0 main <"});
 }
 
 void expectRefusalInTerminal(const RunOptions &options, const std::string &reason)
@@ -34,6 +35,7 @@ void expectRefusalInTerminal(const RunOptions &options, const std::string &reaso
     session.expectExit(0);
     EXPECT_EQ(session.terminal().output(),
               session.files().command()[0] + ": " + reason + "\r\n");
+    expectInOrder(session.trace(), {"1 main No screen: " + reason + ".", "0 main <"});
     // The start-up went its way until the screen, and was undone in order.
     expectInOrder(session.calls(), {"OpenStrFile*", "initnewtlib*", "initslanglib*",
                                     "ft_FunctionRelease*", "freenewtlib*", "freeslanglib*"});

@@ -40,6 +40,12 @@ Session::Session(const RunOptions &options)
 {
 }
 
+void Session::send(const std::string &keys)
+{
+    running.waitUntilIdle();
+    running.send(keys);
+}
+
 void Session::see(const std::string &text)
 {
     EXPECT_TRUE(running.waitUntil([&] { return running.contains(text); }))
@@ -97,8 +103,15 @@ void Session::expectSignal(int signal)
     EXPECT_EQ(WTERMSIG(result), signal) << running.output();
 }
 
-std::vector<std::string> Session::calls(const std::string &beginning) const
+std::vector<std::string> Session::trace(const std::string &source)
 {
+    running.waitUntilIdle();
+    return workspace.trace(source);
+}
+
+std::vector<std::string> Session::calls(const std::string &beginning)
+{
+    running.waitUntilIdle();
     std::vector<std::string> result = workspace.calls();
     std::erase_if(result, [&](const std::string &call) { return !call.starts_with(beginning); });
     return result;

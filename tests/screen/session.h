@@ -25,7 +25,9 @@ public:
 
     Terminal &terminal() { return running; }
     const Workspace &files() const { return workspace; }
-    void send(const std::string &keys) { running.send(keys); }
+
+    // Sends keys when the program waits, as somebody does who looks at the screen first.
+    void send(const std::string &keys);
 
     // Sends keys until the condition holds, for a window whose opening can't be seen.
     void sendUntil(const std::string &keys, const std::function<bool()> &condition);
@@ -42,13 +44,9 @@ public:
     void expectExit(int status);
     void expectSignal(int signal);
 
-    std::vector<std::string> trace(const std::string &source = "") const
-    {
-        return workspace.trace(source);
-    }
-
-    // The calls that begin so.
-    std::vector<std::string> calls(const std::string &beginning = "") const;
+    // What the program has traced, of one source or of all, and the calls that begin so.
+    std::vector<std::string> trace(const std::string &source = "");
+    std::vector<std::string> calls(const std::string &beginning = "");
 
 private:
     Workspace workspace;

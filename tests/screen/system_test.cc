@@ -29,7 +29,7 @@ void openGeneral(Session &session)
     session.see(startOff);
 }
 
-std::vector<std::string> writes(const Session &session)
+std::vector<std::string> writes(Session &session)
 {
     return session.calls("PutBBDriverSettings");
 }

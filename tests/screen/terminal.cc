@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <iconv.h>
 #include <poll.h>
 #include <pty.h>
@@ -17,6 +18,20 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+// Bytes at the end that begin a UTF-8 character which goes on in what is yet to come; the emulator
+// wants it whole.
+size_t incompleteEnd(const std::string &text)
+{
+    for (size_t length = 1; length <= std::min<size_t>(text.size(), 3); ++length) {
+        const unsigned char byte = static_cast<unsigned char>(text[text.size() - length]);
+        if (byte >= 0xC0)
+            return length < (byte < 0xE0 ? 2u : byte < 0xF0 ? 3u : 4u) ? length : 0;
+        if (byte < 0x80)
+            break;
+    }
+    return 0;
+}
 
 std::string encode(uint32_t character)
 {
@@ -161,11 +176,13 @@ bool Terminal::pump(std::chrono::milliseconds limit)
     if (count <= 0)
         return false;
     written.append(bytes, static_cast<size_t>(count));
+    pending.append(bytes, static_cast<size_t>(count));
     if (!decoder) {
-        vterm_input_write(emulator, bytes, static_cast<size_t>(count));
+        const size_t whole = pending.size() - incompleteEnd(pending);
+        vterm_input_write(emulator, pending.data(), whole);
+        pending.erase(0, whole);
         return true;
     }
-    pending.append(bytes, static_cast<size_t>(count));
     std::string decoded(pending.size() * 4, '\0');
     char *in = pending.data(), *out = decoded.data();
     size_t inLeft = pending.size(), outLeft = decoded.size();
@@ -197,6 +214,21 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
         }
     }
     return true;
+}
+
+void Terminal::waitUntilIdle()
+{
+    waitUntil([this] {
+        int unread = 0;
+        if (replica >= 0 && ioctl(replica, FIONREAD, &unread) == 0 && unread > 0)
+            return false;
+        std::ifstream file("/proc/" + std::to_string(child) + "/stat");
+        std::string line;
+        std::getline(file, line);
+        const size_t name = line.rfind(") ");
+        const char state = name == std::string::npos ? 'X' : line.at(name + 2);
+        return state != 'R' && state != 'D';
+    });
 }
 
 void Terminal::settle(std::chrono::milliseconds quiet)
@@ -277,7 +309,8 @@ std::string Terminal::picture() const
     std::string legend;
     for (int row = 0; row < height; ++row) {
         text += "|";
-        for (int column = 0; column < width; ++column) {
+        int column = 0;
+        while (column < width) {
             VTermScreenCell cell;
             vterm_screen_get_cell(screen, {.row = row, .col = column}, &cell);
             const std::string name = styleName(cell);
@@ -285,7 +318,9 @@ std::string Terminal::picture() const
                 letters.emplace(name, static_cast<char>('a' + letters.size()));
             if (isNew)
                 legend += std::string(1, letter->second) + " " + name + "\n";
-            text += letter->second;
+            // The second column of a wide character has no style of its own.
+            text.append(static_cast<size_t>(cell.width), letter->second);
+            column += cell.width;
         }
         text += "|\n";
     }

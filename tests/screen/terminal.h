@@ -33,6 +33,10 @@ public:
     // the program ends before.
     bool waitUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit = deadline);
 
+    // Draws what the program writes until it has taken what was sent and waits, or has ended:
+    // what is seen on the screen may be seen before the program has done what comes after it.
+    void waitUntilIdle();
+
     // Draws what the program writes until it writes nothing for so long.
     void settle(std::chrono::milliseconds quiet);
 

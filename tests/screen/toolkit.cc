@@ -6,9 +6,11 @@
 #include "platform/trace.h"
 #include "shell/entry.h"
 #include "system/windows.h"
+#include "tree/checkboxtree.h"
 
 #include <cstdlib>
 #include <string_view>
+#include <vector>
 
 static constexpr char traceSource[] = "toolkit";
 
@@ -19,13 +21,18 @@ const char *variable(const char *name)
     return getenv(name);
 }
 
+int number(const char *name)
+{
+    return variable(name) ? atoi(variable(name)) : 0;
+}
+
 using Choose = newtComponent (*)(const char *, const char *, newtComponent *, int);
 
 void choose(Choose chooser)
 {
     newtComponent buttons[] = {newtButton(-1, -1, "One"), newtCompactButton(-1, -1, "Two"),
                                newtButton(-1, -1, "Three")};
-    const int count = variable("TOOLKIT_COUNT") ? atoi(variable("TOOLKIT_COUNT")) : 3;
+    const int count = variable("TOOLKIT_COUNT") ? number("TOOLKIT_COUNT") : 3;
     const newtComponent chosen =
         chooser(variable("TOOLKIT_TITLE"), variable("TOOLKIT_TEXT"), buttons, count);
     const char *name = !chosen                ? "null"
@@ -74,6 +81,32 @@ void showFields()
     closeWindow(form);
 }
 
+// A tree of TOOLKIT_HEIGHT rows with TOOLKIT_COUNT items in one another, expanded, and a leaf after
+// each but the topmost. All are named TOOLKIT_TEXT.
+void showTree()
+{
+    newtComponent form = newtForm(nullptr, nullptr, 0);
+    newtComponent tree = yat_newtCheckboxTree(-1, -1, number("TOOLKIT_HEIGHT"), NEWT_FLAG_SCROLL);
+    std::vector<int> path;
+    for (int i = 0; i < number("TOOLKIT_COUNT"); ++i) {
+        for (int position = 0; position <= (i > 0); ++position) {
+            path.insert(path.end(), {position, NEWT_ARG_LAST});
+            yat_newtCheckboxTreeAddArray(tree, variable("TOOLKIT_TEXT"), i + 1, nullptr, nullptr,
+                                         NEWT_FLAG_SELECTED, path.data());
+            path.resize(static_cast<size_t>(i));
+        }
+        path.push_back(0);
+    }
+    newtComponent close = newtButton(-1, -1, "Close");
+    newtGrid grid = makeGrid(1, 2, {{0, 0, tree, NEWT_ANCHOR_TOP},
+                                    {0, 1, close, NEWT_ANCHOR_TOP, {.top = 1}}});
+    openWindow(form, grid, "Tree");
+    newtFormAddComponents(form, tree, close, nullptr);
+    while (runForm(form) != close)
+        continue;
+    closeWindow(form);
+}
+
 } // namespace
 
 int runProgram()
@@ -94,6 +127,8 @@ int runProgram()
         choose(SelectFromButtonsEx);
     else if (piece == "fields")
         showFields();
+    else if (piece == "tree")
+        showTree();
     else if (piece == "FMUpdate")
         FMUpdate(nullptr);
     else

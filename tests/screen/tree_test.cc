@@ -316,6 +316,22 @@ TEST(Tree, ShowsNamesOfAnyKindWithinItself)
     session.expectScreen("tree/names-window");
 }
 
+TEST(Tree, ConvertsANameFromEucForWindowsToo)
+{
+    RunOptions options = treeOn("1", "0 1 2 1 0 \xb4\xc1\xbb\xfa\n");
+    options.script += "\nIfSupport 1\nInitBringDown 1 delay=300";
+    Session session(options);
+    session.see("Exit");
+    session.send(space + down + space + down + enter);
+    session.see("┤ 漢字 --FT Server Utility ├");
+    session.send(tab + enter);
+    session.see("┤ 漢字 ├");
+    session.send(enter);
+    session.see("  漢字: Stop ...");
+    session.see("successful");
+    session.see("┤ 漢字 ├");
+}
+
 TEST(Tree, CutsANameAtTheEndOfItsBuffer)
 {
     // 128 bytes and more: the name buffer takes 127, and no half of a character.
@@ -330,5 +346,66 @@ TEST(Tree, CutsANameAtTheEndOfItsBuffer)
     session.send(space + down + space);
     session.see("|- " + std::string(127, 'y') + " ");
     session.see("`- " + japanese.substr(0, 1 + 42 * 3) + " ");
+    // In EUC the name is shorter than its buffer, in UTF-8 it is not.
+    std::string euc;
+    for (int i = 0; i < 60; ++i)
+        euc += "\xb4\xc1";
+    options.tree = "0 1 2 1 0 " + euc + "\n";
+    Session other(options);
+    other.see("Exit");
+    other.send(space + down + space);
+    other.see("`- " + japanese.substr(1, 42 * 3) + " ");
     session.see("CPU modules");
 }
+
+// ---- The widget by itself, in sizes that the program does not ask for
+
+namespace {
+
+struct Shape {
+    const char *name;
+    const char *height, *count;
+    std::string text;
+};
+
+const Shape shapes[] = {
+    {"Empty", "3", "0", ""},
+    {"OfNoHeight", "0", "3", "device"},
+    {"OfOneRow", "1", "3", "device"},
+    {"NamesWithoutCharacters", "4", "3", ""},
+    {"NamesOf127Bytes", "4", "2", std::string(127, 'n')},
+    {"NamesOfWideCharacters", "5", "3", "二重化モジュール"},
+    {"DeeperThanItsMarks", "12", "12", "x"},
+};
+
+void PrintTo(const Shape &shape, std::ostream *stream)
+{
+    *stream << shape.name;
+}
+
+class EveryShape : public testing::TestWithParam<Shape> {};
+
+TEST_P(EveryShape, DrawsWithinItself)
+{
+    const Shape &shape = GetParam();
+    Session session({.program = "toolkit",
+                     .columns = 140,
+                     .environment = {{"TOOLKIT", "tree"},
+                                     {"TOOLKIT_HEIGHT", shape.height},
+                                     {"TOOLKIT_COUNT", shape.count},
+                                     {"TOOLKIT_TEXT", shape.text}}});
+    session.see("Close");
+    session.expectScreen(std::string("tree/shape-") + shape.name);
+    // Keys lead through it and back, and it is still left by its button.
+    for (const std::string &key : {keys::down, keys::up, keys::pageDown, keys::pageUp, keys::end,
+                                   keys::home, keys::enter, keys::space})
+        session.send(key + key);
+    session.expectScreen(std::string("tree/shape-") + shape.name);
+    session.send(keys::tab + keys::enter);
+    session.expectExit(1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Widget, EveryShape, testing::ValuesIn(shapes),
+                         [](const auto &info) { return info.param.name; });
+
+} // namespace

@@ -209,6 +209,12 @@ int convert(char *text, int *value)
     return answer("Linux_ConvertDataToInt", text, [&] { return realConvert(text, value); });
 }
 
+// The sanitizers start a program that names the places they report; the spy is not for that one.
+__attribute__((constructor)) void keepToThisProgram()
+{
+    unsetenv("LD_PRELOAD");
+}
+
 } // namespace
 
 #pragma GCC visibility push(default)

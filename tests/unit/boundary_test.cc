@@ -47,6 +47,7 @@ TEST(Boundary, HeadersAndExportsAgree)
     EXPECT_EQ(all.size(), 32u);
     EXPECT_EQ(exports("lib/libyat.so"), all);
     EXPECT_EQ(exports("lib/yatcore.dll"), declared("platform.h"));
+    EXPECT_EQ(exports("lib/yathwinfo.dll"), declared("hwinfo.h"));
 }
 
 TEST(Boundary, ServesACProgram)

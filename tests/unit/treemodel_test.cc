@@ -2,6 +2,7 @@
 #include "tree/treemodel.h"
 
 #include <algorithm>
+#include <array>
 #include <gtest/gtest.h>
 #include <memory>
 #include <newt.h>
@@ -115,7 +116,7 @@ public:
             first = whole ? first - height : 0;
         } else if (direction == Move::pageDown) {
             const bool whole = first + 2 * height <= count;
-            current = whole ? current + height : count - 1;
+            current = whole ? std::min(current + height, count - 1) : count - 1;
             first = whole ? first + height : std::max(count - height, 0);
         }
     }
@@ -283,4 +284,23 @@ TEST(TreeModel, KeepsAnOrderedListThroughAnyInsertion)
     for (const Item *item = model.items; item; item = item->next)
         found.push_back(item->data);
     EXPECT_EQ(found, wanted);
+}
+
+TEST(TreeModel, PageDownStaysInAListThatGrewAboveTheCurrentItem)
+{
+    TreeModel model;
+    std::array<Item, 6> items;
+    insertItem(model, &items[0], std::vector{0});
+    insertItem(model, &items[1], std::vector{1});
+    for (int i = 2; i < 6; ++i)
+        insertItem(model, &items[static_cast<size_t>(i)], std::vector{0, i - 2});
+    rebuildFlatList(model);
+    model.first = 0;
+    model.current = 1;
+    setItem(model, &items[0], SetMode::set); // four more rows between the two
+    EXPECT_EQ(model.current, 5);
+    EXPECT_TRUE(moveCurrent(model, Move::pageDown, 3));
+    EXPECT_EQ(currentItem(model), &items[1]);
+    EXPECT_EQ(model.first, 3);
+    delete[] model.flatList;
 }

@@ -1,0 +1,14 @@
+// The configuration file yatkit.toml.
+#include "fuzz.h"
+
+#include "common/machine.h"
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const MemoryFile file(data, size);
+    const std::string machine = yat::configuredMachine(file.path());
+    const std::string_view text(reinterpret_cast<const char *>(data), size);
+    REQUIRE(machine.empty() || text.find("machine") != std::string_view::npos
+            || text.find('\\') != std::string_view::npos); // a key may be written with escapes
+    return 0;
+}

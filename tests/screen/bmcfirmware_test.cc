@@ -1,0 +1,320 @@
+// The BMC firmware window: the revision from the plug-in, and the update program around which the
+// terminal changes hands.
+#include "session.h"
+
+using namespace keys;
+
+namespace {
+
+RunOptions firmware(const std::string &script = "", const char *language = "en_US.UTF-8")
+{
+    return {.program = "mrvfirmware", .language = language, .script = script};
+}
+
+std::string plugin(const std::string &name)
+{
+    return "LoadLibrary real text=" PLUGINS "/" + name + ".dll";
+}
+
+const std::string revisionError = "The firmware revision of the BMC cannot be read.";
+const std::string notRun = "The update program could not be run.";
+const std::string endedBadly = "The update program is missing or ended with an error.";
+
+// A session whose update program is this shell command.
+struct Update : Session {
+    explicit Update(const std::string &command)
+        : Session(firmware("system 0 text=" + command))
+    {
+        see("04.17");
+        before = terminal().picture();
+        send(enter);
+    }
+
+    // The update program has run. Then the window is on the screen as it was, newt has the
+    // terminal, and keys reach the window.
+    void expectTakenBack()
+    {
+        EXPECT_TRUE(terminal().waitUntil([this] {
+            return !calls("system").empty() && terminal().picture() == before
+                   && !terminal().modes().canonical && !terminal().modes().echo;
+        })) << before
+            << terminal().picture();
+        send(tab + enter);
+        expectExit(1);
+        EXPECT_TRUE(terminal().modes().canonical && terminal().modes().echo);
+    }
+
+    void expectNotice(const std::string &text)
+    {
+        see(text);
+        send(enter);
+        seeNot(text);
+    }
+
+    std::string before;
+};
+
+} // namespace
+
+TEST(BmcFirmware, ShowsTheRevisionOfTheMachine)
+{
+    Session session(firmware());
+    session.see("04.17");
+    session.expectScreen("system/firmware-en");
+    session.send(tab + enter);
+    session.expectExit(1);
+    const std::vector<std::string> trace = session.trace("firmware");
+    expectInOrder(trace, {"0 Firmware >", "0 Get_BMC_FWRevision >",
+                          "0 Get_BMC_FWRevision [IN]bmcrev=0x*",
+                          "0 Get_BMC_FWRevision [OUT]Firmware Revision : 04.17.",
+                          "0 Get_BMC_FWRevision <", "0 Firmware <"});
+    EXPECT_EQ(trace.size(), 6u);
+}
+
+TEST(BmcFirmware, IsJapaneseOnAJapaneseSystem)
+{
+    Session session(firmware("", "ja_JP.UTF-8"));
+    session.see("04.17");
+    session.expectScreen("system/firmware-ja");
+}
+
+TEST(BmcFirmware, ShowsTheBitsThatCountInHexadecimal)
+{
+    Session session(firmware(plugin("plugin_shows")));
+    session.see("Firmware revision: 7F.9A ");
+}
+
+TEST(BmcFirmware, LoadsThePluginOfItsRootAndUnloadsItEachTime)
+{
+    Session session(firmware());
+    session.see("04.17");
+    EXPECT_EQ(session.calls("LoadLibrary"), std::vector<std::string>{"LoadLibrary(/yathwinfo.dll)"});
+    EXPECT_EQ(readFile("/proc/" + std::to_string(session.terminal().pid()) + "/maps").find("yathwinfo"),
+              std::string::npos);
+}
+
+TEST(BmcFirmware, TellsOfEachFailureAndOpensNevertheless)
+{
+    struct {
+        std::string plugin, record;
+    } const failures[] = {
+        {"nowhere", "1 Get_BMC_FWRevision load yathwinfo.dll error : " PLUGINS "/nowhere.dll: *"},
+        {"plugin_without_entry",
+         "1 Get_BMC_FWRevision get function pointer of YatGetDeviceID error : *undefined symbol: "
+         "YATGetDeviceID*"},
+        {"plugin_refuses", "1 Get_BMC_FWRevision YatGetDeviceID returns FALSE!"},
+    };
+    for (const auto &[name, record] : failures)
+        for (const char *language : {"en_US.UTF-8", "ja_JP.UTF-8"}) {
+            const bool japanese = std::string(language).starts_with("ja");
+            const std::string message =
+                japanese ? "BMCのファームウェアリビジョンを取得できません。" : revisionError;
+            Session session(firmware(plugin(name), language));
+            session.see(message);
+            session.see("┤ Error ├");
+            EXPECT_FALSE(session.terminal().contains(japanese ? "閉じる" : "Close"));
+            session.send(enter);
+            session.see(japanese ? "ファームウェアリビジョン: 不明" : "Firmware revision: Unknown");
+            session.see(japanese ? "閉じる" : "Close");
+            const std::vector<std::string> trace = session.trace("firmware");
+            ASSERT_EQ(trace.size(), 5u); // both entries, the destination, the failure, the return
+            const size_t star = record.find('*');
+            EXPECT_EQ(trace[3].substr(0, star), record.substr(0, star));
+            EXPECT_EQ(trace[4], "0 Get_BMC_FWRevision <");
+            session.send(tab + enter);
+            session.expectExit(1);
+        }
+}
+
+TEST(BmcFirmware, FailureShowsTheUnknownRevision)
+{
+    Session session(firmware(plugin("nowhere")));
+    session.see(revisionError);
+    session.expectScreen("system/firmware-error-en");
+    session.send(enter);
+    session.see("Unknown");
+    session.expectScreen("system/firmware-unknown-en");
+}
+
+TEST(BmcUpdate, DoneShowsNothingAndAsksForNoRevision)
+{
+    Update session("exit 0");
+    session.expectTakenBack();
+    EXPECT_EQ(session.calls("system"), std::vector<std::string>{"system(/usr/bmcfwupd/bmcfwupm)"});
+    EXPECT_EQ(session.calls("LoadLibrary").size(), 1u);
+}
+
+TEST(BmcUpdate, EndedBadlySaysSo)
+{
+    // With a status, not found by the shell, and killed: none of these is 127 as a wait status.
+    for (const char *command : {"exit 1", "exit 127", "/nowhere/bmcfwupm", "kill -9 $$", "kill $$"}) {
+        Update session(command);
+        session.expectNotice(endedBadly);
+        session.expectTakenBack();
+    }
+}
+
+TEST(BmcUpdate, NotRunSaysSo)
+{
+    for (const char *result : {"-1", "127"}) {
+        Session session(firmware(std::string("system ") + result));
+        session.see("04.17");
+        session.send(enter);
+        session.see(notRun);
+        session.send(enter);
+        session.seeNot(notRun);
+        session.send(tab + enter);
+        session.expectExit(1);
+    }
+    Session other(firmware("system 1"));
+    other.see("04.17");
+    other.send(enter);
+    other.see(endedBadly);
+}
+
+TEST(BmcUpdate, NoticeLooksLikeItsPicture)
+{
+    for (const auto &[language, text] :
+         {std::pair{"en", notRun}, {"ja", std::string("更新プログラムを実行できませんでした。")}}) {
+        Session session(firmware("system -1", *language == 'e' ? "en_US.UTF-8" : "ja_JP.UTF-8"));
+        session.see("04.17");
+        session.send(enter);
+        session.see(text);
+        session.expectScreen(std::string("system/firmware-notice-") + language);
+    }
+}
+
+TEST(BmcUpdate, NoticeIsLeftByBothButtonsAndTheHotKeysAndNotByF12)
+{
+    for (const std::string &key : {enter, tab + enter, ctrlA, ctrlO}) {
+        Session session(firmware("system -1"));
+        session.see("04.17");
+        session.send(enter);
+        session.see(notRun);
+        session.send(f12);
+        session.send(key);
+        session.seeNot(notRun);
+        session.see("Close");
+        EXPECT_EQ(session.calls("system").size(), 1u);
+    }
+    Session session(firmware("system -1"));
+    session.see("04.17");
+    session.send(enter);
+    session.see(notRun);
+    session.send(f12);
+    session.terminal().waitUntilIdle();
+    session.see(notRun);
+}
+
+TEST(BmcUpdate, HasTheTerminalAsItWasBefore)
+{
+    Update session("echo READY; read answer; echo got \"$answer\"; test \"$answer\" = yes");
+    session.see("READY");
+    EXPECT_TRUE(session.terminal().modes().canonical && session.terminal().modes().echo
+                && session.terminal().modes().signals);
+    EXPECT_TRUE(session.terminal().cursorIsVisible());
+    EXPECT_FALSE(session.terminal().contains("Close"));
+    session.send("yes\r");
+    session.expectTakenBack();
+    EXPECT_NE(session.terminal().output().find("got yes"), std::string::npos);
+}
+
+TEST(BmcUpdate, SeesTheTrueTypeOfTheTerminal)
+{
+    Update session("echo \"<$TERM>\"; read answer");
+    session.see("<xterm-256color>");
+    session.send("\r");
+    session.expectTakenBack();
+}
+
+TEST(BmcUpdate, MayLeaveTheTerminalInAnyState)
+{
+    for (const char *command : {
+             "stty raw -echo -isig",
+             "stty -icanon min 0 time 1; stty -a >/dev/null",
+             "printf '\\033[31;44;7mRED'",           // colours
+             "printf '\\033(0'",                     // line drawing for letters
+             "printf '\\033)0\\016'",                 // and in the other place for a character set
+             "printf '\\033[?25l'",                  // no cursor
+             "printf '\\033[5;10r\\033[?6h'",        // a scrolling region, and its origin
+             "printf '\\033[4h'",                    // insert mode
+             "printf '\\033[?7l'",                   // no wrapping at the edge
+             "i=0; while [ $i -lt 60 ]; do echo line $i; i=$((i+1)); done",
+         }) {
+        Update session(command);
+        session.expectTakenBack();
+    }
+}
+
+TEST(BmcUpdate, KeysTypedAheadReachNoButton)
+{
+    Update session("echo READY; read answer; stty raw -echo; echo AGAIN; sleep 0.2");
+    session.see("READY");
+    session.send("\r");
+    session.see("AGAIN");
+    session.send(enter + enter + tab + enter); // would run it again, and close the window
+    session.expectTakenBack();
+    EXPECT_EQ(session.calls("system").size(), 1u);
+}
+
+TEST(BmcUpdate, SignalsTypedReachItAlone)
+{
+    for (const auto &[key, name] : {std::pair{"\x03", "INT"}, {"\x1c", "QUIT"}}) {
+        Update ending("echo READY; while :; do sleep 0.01; done");
+        ending.see("READY");
+        ending.send(key);
+        ending.expectNotice(endedBadly);
+        ending.expectTakenBack();
+
+        Update handling(std::string("trap 'echo CAUGHT; exit 0' ") + name
+                        + "; echo READY; while :; do sleep 0.01; done");
+        handling.see("READY");
+        handling.send(key);
+        handling.expectTakenBack();
+        EXPECT_NE(handling.terminal().output().find("CAUGHT"), std::string::npos);
+    }
+}
+
+TEST(BmcUpdate, GetsDefaultSignalHandling)
+{
+    // The masks of what is blocked and what is ignored; the seven digits are for signals 1 to 28.
+    Update session("sed -n 's/^Sig\\(Blk\\|Ign\\):.*\\(.\\{7\\}\\)$/\\1 \\2/p' /proc/self/status; "
+                   "read answer");
+    session.see("Blk 0000000 ");
+    session.see("Ign 0000000 ");
+    session.send("\r");
+    session.expectTakenBack();
+}
+
+TEST(BmcUpdate, SignalFromOutsideEndsTheProgramAndLeavesTheTerminalToItsUser)
+{
+    Update session("echo READY; read answer");
+    session.see("READY");
+    session.terminal().kill(SIGTERM);
+    session.expectSignal(SIGTERM);
+    EXPECT_TRUE(session.terminal().modes().canonical && session.terminal().modes().echo);
+}
+
+TEST(BmcUpdate, FindsANewSizeOfTheTerminal)
+{
+    Update session("echo READY; read answer");
+    session.see("READY");
+    session.terminal().resize(40, 100);
+    session.send("\r");
+    session.see("04.17");
+    session.see("Close");
+    session.expectScreen("system/firmware-en-100x40");
+}
+
+TEST(BmcFirmware, DumpModePrintsTheRevision)
+{
+    Workspace shown({.program = "mrvfirmware", .arguments = {"-debug"}});
+    const PlainRun run = runPlain(shown);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "\n04.17\n");
+    Workspace failing({.program = "mrvfirmware", .arguments = {"-debug"}, .script = plugin("nowhere")});
+    const PlainRun failed = runPlain(failing);
+    EXPECT_EQ(failed.status, 0);
+    EXPECT_EQ(failed.output, "\n");
+    EXPECT_NE(failed.errors.find("the firmware revision cannot be read"), std::string::npos);
+}

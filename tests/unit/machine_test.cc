@@ -1,0 +1,61 @@
+// Which machine the configuration names.
+#include "common/machine.h"
+#include "temporary.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Configuration {
+    const char *name, *text;
+    const char *machine, *mistake; // behind the file's name
+};
+
+void PrintTo(const Configuration &configuration, std::ostream *stream)
+{
+    *stream << configuration.name;
+}
+
+const char wanted[] =
+    "machine has to be the name of a machine or the path of its description, in quotes";
+
+const Configuration configurations[] = {
+    {"Name", "# a comment\nmachine = \"BIRCH\"\n", "BIRCH", ""},
+    {"Path", "machine = '/srv/mine.toml'", "/srv/mine.toml", ""},
+    {"Empty", "", "", ""},
+    {"OtherKeys", "other = 3\n", "", ""},
+    {"EmptyName", "\nmachine = \"\"\n", "", wanted},
+    {"Number", "\nmachine = 3\n", "", wanted},
+    {"WithoutQuotes", "\nmachine = CEDAR\n", "", nullptr},
+    {"NoToml", "\nmachine\n", "", nullptr},
+    {"Bytes", "\nmachine = \"\xff\xfe\"\n", "", nullptr},
+};
+
+class EveryConfiguration : public testing::TestWithParam<Configuration> {};
+
+TEST_P(EveryConfiguration, NamesAMachineOrHasAMistakeInALine)
+{
+    const Configuration &configuration = GetParam();
+    TemporaryDirectory directory;
+    const std::string file = directory.path / "yatkit.toml";
+    writeWhole(file, configuration.text);
+    std::string mistake;
+    EXPECT_EQ(yat::configuredMachine(file, &mistake), configuration.machine);
+    const std::string place = file + ":2: ";
+    if (!configuration.mistake) // the library's own words
+        EXPECT_TRUE(mistake.starts_with(place) && mistake.size() > place.size()) << mistake;
+    else
+        EXPECT_EQ(mistake, *configuration.mistake ? place + configuration.mistake : "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Machine, EveryConfiguration, testing::ValuesIn(configurations),
+                         [](const auto &info) { return info.param.name; });
+
+} // namespace
+
+TEST(Configuration, ThatIsNotThereNamesNoMachine)
+{
+    std::string mistake;
+    EXPECT_EQ(yat::configuredMachine("/no/such/file", &mistake), "");
+    EXPECT_EQ(mistake, "");
+}
