@@ -40,6 +40,14 @@ extern "C" {
 #define YAT_SETTING_AUTO_BURN 2     /* automatic firmware update */
 #define YAT_SETTING_AUTO_BRING_UP 3 /* automatic module start */
 
+/* Why IfSupport says no. Another platform may have further reasons. */
+#define YAT_DETAIL_UNSUPPORTED 1   /* the machine type does not have it for such a device */
+#define YAT_DETAIL_NO_DEVICE 2     /* the machine has no such device */
+#define YAT_DETAIL_NOT_INSTALLED 3 /* the module is not plugged in */
+#define YAT_DETAIL_STATE 4         /* not in the state that the device has now */
+#define YAT_DETAIL_LAST_RUNNING 5  /* the last module of its pair that runs keeps running */
+#define YAT_DETAIL_NO_BIOS 6       /* there is no BIOS to take, or no valid one to start with */
+
 /* The platform's functions, 8-byte slots. Filled by ft_FunctionInit, all null while
  * the interface is not open. The programs use slots 0, 3 and 9, and test each for
  * null before they use it; the calls declared below go through the others. */
@@ -138,7 +146,8 @@ YAT_API int StatusChange(int kind, int number, int code, char *text);
 
 /* Returns non-zero when the machine supports the operation on this device now, else 0.
  *
- * detail  out, may be null: the reason in the latter case, 0 otherwise. */
+ * detail  out, may be null: YAT_DETAIL_... in the latter case, 0 otherwise; untouched when
+ *         the machine can't be asked. */
 YAT_API int IfSupport(struct yat_device *device, int code, int *detail);
 
 /* Clears the device's MTBF count. Returns 1 for success. */

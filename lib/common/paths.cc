@@ -1,9 +1,11 @@
 #include "common/paths.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
+#include <link.h>
 #include <pwd.h>
 #include <string_view>
 #include <unistd.h>
@@ -40,8 +42,14 @@ std::string userStateDirectory()
 std::string productRoot()
 {
     Dl_info info;
+    link_map *map = nullptr;
     char path[PATH_MAX];
-    if (!dladdr(&anchor, &info) || !info.dli_fname || !realpath(info.dli_fname, path))
+    if (!dladdr1(&anchor, &info, reinterpret_cast<void **>(&map), RTLD_DL_LINKMAP)
+        || !info.dli_fname)
+        return {};
+    // The loader has no name for the program itself, and what it was called by may be relative.
+    const bool isProgram = map && (!map->l_name || !*map->l_name);
+    if (!realpath(isProgram ? "/proc/self/exe" : info.dli_fname, path))
         return {};
     return std::filesystem::path(path).parent_path().parent_path().string();
 }
@@ -53,9 +61,12 @@ std::string configurationDirectory()
 
 bool makeWritableDirectory(const std::string &path)
 {
-    std::error_code ignored; // access() has the last word
-    std::filesystem::create_directories(path, ignored);
-    return !path.empty() && access(path.c_str(), W_OK | X_OK) == 0;
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    const bool isWritable = !path.empty() && access(path.c_str(), W_OK | X_OK) == 0;
+    if (!isWritable && error)
+        errno = error.value(); // the directory that is missing says less
+    return isWritable;
 }
 
 std::string stateDirectory()

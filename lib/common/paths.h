@@ -20,7 +20,7 @@ std::string configurationDirectory();
 std::string stateDirectory();
 
 // Makes a directory and those above it. False when it is not there afterwards or cannot be
-// written to.
+// written to; errno says why.
 bool makeWritableDirectory(const std::string &path);
 
 } // namespace yat

@@ -10,9 +10,7 @@ Answer askDescription(const std::string &file)
     const sim::Description description = sim::readDescription(file, mistakes);
     Answer answer;
     for (const sim::Mistake &mistake : mistakes)
-        answer.problems.push_back(
-            file + ":" + (mistake.line ? std::to_string(mistake.line) + ": " : " ")
-            + mistake.text);
+        answer.problems.push_back(sim::toString(mistake, file));
     if (mistakes.empty() && description.bmcResponse.empty())
         answer.problems.push_back(file + ": no 'response' in [bmc], so this machine has no BMC");
     if (answer.problems.empty())

@@ -1,22 +1,17 @@
 #include "sim/description.h"
 
-#include "common/toml.h"
+#include "sim/reader.h"
 #include "yat/ft.h"
 
-#include <algorithm>
-#include <initializer_list>
-#include <optional>
-#include <set>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <span>
-#include <string_view>
+#include <sstream>
+#include <unistd.h>
 
 namespace sim {
 namespace {
-
-template <class Value> struct Choice {
-    std::string_view text;
-    Value value;
-};
 
 constexpr Choice<int> machineTypes[] = {
     {"ALDER", YAT_MACHINE_ALDER},
@@ -31,18 +26,22 @@ constexpr Choice<State> states[] = {
 };
 
 constexpr Choice<int> mtbfTypes[] = {
-    {"stay down", 0},
-    {"always restart", 1},
-    {"restart above threshold", 2},
+    {"stay down", stayDown},
+    {"always restart", alwaysRestart},
+    {"restart above threshold", restartAboveThreshold},
 };
+
+// An adapter runs when its module does.
+constexpr Choice<bool> adapterStates[] = {{"running", false}, {"broken", true}};
 
 constexpr Choice<int> adapterClasses[] = {
     {"SCSI", YAT_CLASS_SCSI_ADAPTER},
     {"Ethernet", YAT_CLASS_ETHERNET_ADAPTER},
 };
 
+// Each by its support code.
 constexpr Choice<unsigned> cpuOperations[] = {
-    {"clear MTBF", 1u << 1},     {"bring up", 1u << 5},       {"bring down", 1u << 7},
+    {"clear MTBF", 1u << 1},    {"bring up", 1u << 5},       {"bring down", 1u << 7},
     {"burn firmware", 1u << 9}, {"set MTBF type", 1u << 13},
 };
 constexpr Choice<unsigned> pciOperations[] = {
@@ -51,234 +50,35 @@ constexpr Choice<unsigned> pciOperations[] = {
     {"bring down", 1u << 21},
     {"set MTBF type", 1u << 23},
 };
+constexpr Choice<unsigned> setMtbfTypes[] = {{"cpu_module", 1u << 13}, {"pci_module", 1u << 23}};
 constexpr Choice<unsigned> scsiOperations[] = {{"clear MTBF", 1u << 25}};
 constexpr Choice<unsigned> ethernetOperations[] = {{"clear MTBF", 1u << 31}};
 
-// The rules of one description, and the mistakes found so far.
-class Reader {
-public:
-    explicit Reader(std::vector<Mistake> &found) : mistakes(found) {}
+constexpr size_t longestName = 127;     // bytes
+constexpr size_t longestVersion = 1000; // bytes
+constexpr int mostDevices = 9999;       // of a class
+constexpr int deepestAdapter = 3;       // tree level, the module's being 1
+constexpr int boards = -1;              // no device class
+constexpr int longestTiming = 86400;    // seconds
+constexpr int longestMtbf = 876000;     // hours
 
-    void report(const toml::node &where, const std::string &text)
-    {
-        mistakes.push_back({where.source().begin.line, text});
-    }
-
-    // The keys that a table may have; whatever else it has is a mistake.
-    void allowKeys(const toml::table &table, std::string_view what,
-                   std::initializer_list<std::string_view> keys)
-    {
-        for (const auto &[key, value] : table) {
-            if (std::ranges::find(keys, key.str()) != keys.end())
-                continue;
-            std::string known;
-            for (const std::string_view name : keys)
-                known.append(known.empty() ? "" : ", ").append(name);
-            mistakes.push_back({key.source().begin.line,
-                                "unknown key '" + std::string(key.str()) + "' in "
-                                    + std::string(what) + ", expected " + known});
-        }
-    }
-
-    const toml::node *find(const toml::table &table, std::string_view key, bool required,
-                           std::string_view expected)
-    {
-        const toml::node *node = table.get(key);
-        if (!node && required)
-            report(table, "missing key '" + std::string(key) + "', expected "
-                              + std::string(expected));
-        return node;
-    }
-
-    std::string text(const toml::table &table, std::string_view key, size_t most,
-                     bool required = true)
-    {
-        const std::string expected = "a text of 1 to " + std::to_string(most) + " bytes";
-        const toml::node *node = find(table, key, required, expected);
-        if (!node)
-            return {};
-        const auto value = node->value_exact<std::string>();
-        if (value && !value->empty() && value->size() <= most)
-            return *value;
-        wrong(*node, key, expected);
-        return {};
-    }
-
-    int number(const toml::table &table, std::string_view key, int least, int most,
-               bool required = true)
-    {
-        const std::string expected =
-            "a number from " + std::to_string(least) + " to " + std::to_string(most);
-        const toml::node *node = find(table, key, required, expected);
-        if (!node)
-            return 0;
-        const auto value = node->value_exact<int64_t>();
-        if (value && *value >= least && *value <= most)
-            return static_cast<int>(*value);
-        wrong(*node, key, expected);
-        return 0;
-    }
-
-    bool truth(const toml::table &table, std::string_view key)
-    {
-        const toml::node *node = find(table, key, false, "");
-        if (!node)
-            return false;
-        if (const auto value = node->value_exact<bool>())
-            return *value;
-        wrong(*node, key, "true or false");
-        return false;
-    }
-
-    template <class Value, size_t count>
-    Value choice(const toml::table &table, std::string_view key,
-                 const Choice<Value> (&choices)[count], bool required = true)
-    {
-        const std::string expected = list(choices);
-        const toml::node *node = find(table, key, required, expected);
-        if (!node)
-            return {};
-        if (const auto value = choose(*node, choices))
-            return *value;
-        wrong(*node, key, expected);
-        return {};
-    }
-
-    template <size_t count>
-    unsigned choices(const toml::table &table, std::string_view key,
-                     const Choice<unsigned> (&choices)[count])
-    {
-        const toml::node *node = find(table, key, false, "");
-        if (!node)
-            return 0;
-        const std::string expected = "a list out of " + list(choices);
-        unsigned all = 0;
-        const toml::array *array = node->as_array();
-        if (!array)
-            wrong(*node, key, expected);
-        for (size_t i = 0; array && i < array->size(); ++i) {
-            if (const auto value = choose((*array)[i], choices))
-                all |= *value;
-            else
-                wrong((*array)[i], key, expected);
-        }
-        return all;
-    }
-
-    // A list of bytes, empty when it is missing or wrong.
-    std::vector<uint8_t> bytes(const toml::table &table, std::string_view key, size_t most,
-                               bool required)
-    {
-        const std::string expected =
-            "a list of 1 to " + std::to_string(most) + " numbers from 0 to 255";
-        const toml::node *node = find(table, key, required, expected);
-        if (!node)
-            return {};
-        std::vector<uint8_t> result;
-        const toml::array *array = node->as_array();
-        for (size_t i = 0; array && i < array->size(); ++i)
-            if (const auto value = (*array)[i].value_exact<int64_t>();
-                value && *value >= 0 && *value <= 255)
-                result.push_back(static_cast<uint8_t>(*value));
-        if (array && result.size() == array->size() && !result.empty() && result.size() <= most)
-            return result;
-        wrong(*node, key, expected);
-        return {};
-    }
-
-    PathIdentifier path(const toml::table &table)
-    {
-        PathIdentifier result{};
-        std::ranges::copy(bytes(table, "path", result.size(), true), result.begin());
-        return result;
-    }
-
-    // A table below another one; an empty one when it is missing.
-    const toml::table &table(const toml::table &parent, std::string_view key)
-    {
-        static const toml::table none;
-        const toml::node *node = parent.get(key);
-        if (!node)
-            return none;
-        if (const toml::table *found = node->as_table())
-            return *found;
-        wrong(*node, key, "a table");
-        return none;
-    }
-
-    // The tables of a list of tables, such as [[cpu_module]].
-    std::vector<const toml::table *> tables(const toml::table &parent, std::string_view key)
-    {
-        std::vector<const toml::table *> result;
-        const toml::node *node = parent.get(key);
-        if (!node)
-            return result;
-        const std::string expected = "tables that begin with [[" + std::string(key) + "]]";
-        const toml::array *array = node->as_array();
-        if (!array) {
-            wrong(*node, key, expected);
-            return result;
-        }
-        for (const toml::node &element : *array) {
-            if (const toml::table *found = element.as_table())
-                result.push_back(found);
-            else
-                wrong(element, key, expected);
-        }
-        return result;
-    }
-
-    // A number that only one of its kind may have: of a device within its class, of a board.
-    void unique(const toml::table &table, std::string_view key, int kind, int number)
-    {
-        if (number != 0 && !numbers.insert({kind, number}).second)
-            report(*table.get(key), std::string(key) + " " + std::to_string(number)
-                                        + " stands twice, expected one of its own");
-    }
-
-private:
-    template <class Value, size_t count>
-    static std::optional<Value> choose(const toml::node &node,
-                                       const Choice<Value> (&choices)[count])
-    {
-        const auto value = node.value_exact<std::string_view>();
-        for (const auto &choice : choices)
-            if (value && *value == choice.text)
-                return choice.value;
-        return {};
-    }
-
-    template <class Value, size_t count>
-    static std::string list(const Choice<Value> (&choices)[count])
-    {
-        std::string result;
-        for (const auto &choice : choices)
-            result.append(result.empty() ? "\"" : ", \"").append(choice.text).append("\"");
-        return result;
-    }
-
-    void wrong(const toml::node &node, std::string_view key, std::string_view expected)
-    {
-        report(node, "wrong value for '" + std::string(key) + "', expected "
-                         + std::string(expected));
-    }
-
-    std::vector<Mistake> &mistakes;
-    std::set<std::pair<int, int>> numbers;
-};
-
-constexpr size_t longestName = 127; // bytes
-constexpr int mostDevices = 9999;   // of a class
-constexpr int deepestAdapter = 3;   // tree level, the module's being 1
-constexpr int boards = -1;          // no device class
+std::vector<Time> readFailures(Reader &reader, const toml::table &table)
+{
+    return reader.times(table, "failures", hour, longestMtbf, failuresKept);
+}
 
 Adapter readAdapter(Reader &reader, const toml::table &table, int level)
 {
-    reader.allowKeys(table, "an adapter", {"class", "number", "name", "path", "adapter"});
+    reader.allowKeys(
+        table, "an adapter",
+        {"class", "number", "name", "path", "state", "defective", "failures", "adapter"});
     Adapter adapter{.classCode = reader.choice(table, "class", adapterClasses),
                     .number = reader.number(table, "number", 1, mostDevices),
                     .name = reader.text(table, "name", longestName),
                     .path = reader.path(table),
+                    .broken = reader.choice(table, "state", adapterStates, false),
+                    .defective = reader.truth(table, "defective"),
+                    .failures = readFailures(reader, table),
                     .adapters = {}};
     reader.unique(table, "number", adapter.classCode, adapter.number);
     for (const toml::table *below : reader.tables(table, "adapter")) {
@@ -298,22 +98,29 @@ Module readModule(Reader &reader, const toml::table &table, int classCode, bool 
                   .name = reader.text(table, "name", longestName),
                   .path = reader.path(table),
                   .state = reader.choice(table, "state", states),
-                  .mtbfType = reader.choice(table, "mtbf_type", mtbfTypes, hasMtbfType),
+                  .partner = reader.number(table, "partner", 0, mostDevices, false),
+                  .mtbfType = reader.choice(table, "mtbf_type", mtbfTypes, hasMtbfType,
+                                            restartAboveThreshold),
+                  .defective = reader.truth(table, "defective"),
+                  .failures = readFailures(reader, table),
                   .biosVersion = {},
                   .biosStatus = {},
                   .adapters = {}};
-    reader.unique(table, "number", classCode, module.number);
+    const bool isUnique = reader.unique(table, "number", classCode, module.number);
     if (classCode == YAT_CLASS_CPU_MODULE) {
         reader.allowKeys(table, "a CPU module",
-                         {"number", "name", "path", "state", "mtbf_type", "bios_version",
-                          "bios_status"});
+                         {"number", "name", "path", "state", "partner", "mtbf_type", "defective",
+                          "failures", "bios_version", "bios_status", "bios_valid"});
         module.board = module.number; // a CPU module is its own board
-        reader.unique(table, "number", boards, module.board);
-        module.biosVersion = reader.text(table, "bios_version", 1000);
-        module.biosStatus = reader.text(table, "bios_status", 1000);
+        if (isUnique)
+            reader.unique(table, "number", boards, module.board);
+        module.biosVersion = reader.text(table, "bios_version", longestVersion);
+        module.biosStatus = reader.text(table, "bios_status", longestVersion);
+        module.biosValid = reader.truth(table, "bios_valid", true);
     } else {
         reader.allowKeys(table, "a PCI module",
-                         {"number", "name", "path", "state", "mtbf_type", "board", "adapter"});
+                         {"number", "name", "path", "state", "partner", "mtbf_type", "defective",
+                          "failures", "board", "adapter"});
         module.board = reader.number(table, "board", 1, mostDevices);
         reader.unique(table, "board", boards, module.board);
         for (const toml::table *adapter : reader.tables(table, "adapter"))
@@ -322,31 +129,114 @@ Module readModule(Reader &reader, const toml::table &table, int classCode, bool 
     return module;
 }
 
+// A module as it was read, and where.
+struct Read {
+    const toml::table *table;
+    Module module;
+};
+
+const Read *find(const std::vector<Read> &modules, int number)
+{
+    for (const Read &read : modules)
+        if (number != 0 && read.module.number == number)
+            return &read;
+    return nullptr;
+}
+
+bool runs(const Module &module)
+{
+    return module.state == State::simplex || module.state == State::duplex;
+}
+
+// Where nothing else is said, modules 1 and 2 are a pair, 3 and 4 the next.
+void choosePartners(std::vector<Read> &modules)
+{
+    for (Read &read : modules) {
+        Module &module = read.module;
+        const int neighbour = module.number % 2 ? module.number + 1 : module.number - 1;
+        const Read *other = find(modules, neighbour);
+        if (!read.table->contains("partner") && other && !other->table->contains("partner"))
+            module.partner = neighbour;
+    }
+}
+
+void checkPair(Reader &reader, const Read &read, const std::vector<Read> &modules)
+{
+    const Module &module = read.module;
+    const Read *other = find(modules, module.partner);
+    const toml::node *where = read.table->get("partner");
+    if (module.partner != 0
+        && (!other || other == &read || other->module.partner != module.number)) {
+        reader.report(where ? *where : *read.table,
+                      "wrong value for 'partner', expected the number of another module of the "
+                      "class that has this one as its partner, or 0");
+        return;
+    }
+    if (const toml::node *state = read.table->get("state"))
+        where = state;
+    if (module.state == State::duplex && (!other || other->module.state != State::duplex))
+        reader.report(*where, "wrong value for 'state', expected \"duplex\" only where the "
+                              "partner has it too");
+    if (module.state == State::simplex && other && runs(other->module))
+        reader.report(*where, "wrong value for 'state', expected \"duplex\" for both modules of "
+                              "a pair that runs");
+}
+
 std::vector<Module> readModules(Reader &reader, const toml::table &table, std::string_view key,
                                 int classCode, bool hasMtbfType)
 {
-    std::vector<Module> modules;
+    std::vector<Read> modules;
+    const size_t before = reader.found();
     for (const toml::table *module : reader.tables(table, key))
-        modules.push_back(readModule(reader, *module, classCode, hasMtbfType));
-    std::ranges::stable_sort(modules, {}, &Module::number);
-    return modules;
+        modules.push_back({module, readModule(reader, *module, classCode, hasMtbfType)});
+    choosePartners(modules);
+    const bool isRight = reader.found() == before;
+    for (const Read &read : modules)
+        if (isRight) // a wrong number would count as a wrong pair, too
+            checkPair(reader, read, modules);
+    std::vector<Module> result;
+    for (Read &read : modules)
+        result.push_back(std::move(read.module));
+    std::ranges::stable_sort(result, {}, &Module::number);
+    return result;
 }
 
-} // namespace
-
-Description readDescription(const std::string &file, std::vector<Mistake> &mistakes)
+unsigned readSupports(Reader &reader, const toml::table &machine, bool hasMtbfType)
 {
-    const toml::parse_result parsed = toml::parse_file(file);
-    if (!parsed) {
-        mistakes.push_back({parsed.error().source().begin.line,
-                            std::string(parsed.error().description())});
-        return {};
-    }
-    const toml::table &machine = parsed.table();
-    Reader reader(mistakes);
+    const toml::table &supports = reader.table(machine, "supports");
+    reader.allowKeys(supports, "[supports]",
+                     {"cpu_module", "pci_module", "scsi_adapter", "ethernet_adapter"});
+    const unsigned supported = reader.choices(supports, "cpu_module", cpuOperations)
+                               | reader.choices(supports, "pci_module", pciOperations)
+                               | reader.choices(supports, "scsi_adapter", scsiOperations)
+                               | reader.choices(supports, "ethernet_adapter", ethernetOperations);
+    for (const auto &[key, support] : setMtbfTypes)
+        if ((supported & support) != 0 && !hasMtbfType)
+            reader.report(*supports.get(key), "wrong value for '" + std::string(key)
+                                                  + "', expected \"set MTBF type\" only on a "
+                                                    "machine of type \"CEDAR\"");
+    return supported;
+}
+
+Timing readTiming(Reader &reader, const toml::table &machine)
+{
+    const toml::table &table = reader.table(machine, "timing");
+    reader.allowKeys(table, "[timing]", {"start", "synchronise", "stop", "firmware_update"});
+    const auto seconds = [&](std::string_view key, Time otherwise) {
+        return reader.time(table, key, second, longestTiming, otherwise);
+    };
+    const Timing usual;
+    return {.start = seconds("start", usual.start),
+            .synchronise = seconds("synchronise", usual.synchronise),
+            .stop = seconds("stop", usual.stop),
+            .firmwareUpdate = seconds("firmware_update", usual.firmwareUpdate)};
+}
+
+Description readMachine(Reader &reader, const toml::table &machine)
+{
     reader.allowKeys(machine, "the description",
-                     {"name", "type", "bmc", "firmware", "settings", "supports", "cpu_module",
-                      "pci_module"});
+                     {"name", "type", "bmc", "firmware", "settings", "mtbf", "timing", "supports",
+                      "cpu_module", "pci_module"});
     const toml::table &bmc = reader.table(machine, "bmc");
     reader.allowKeys(bmc, "[bmc]", {"response"});
     const toml::table &firmware = reader.table(machine, "firmware");
@@ -354,27 +244,193 @@ Description readDescription(const std::string &file, std::vector<Mistake> &mista
     const toml::table &settings = reader.table(machine, "settings");
     reader.allowKeys(settings, "[settings]",
                      {"automatic_firmware_update", "automatic_module_start"});
-    const toml::table &supports = reader.table(machine, "supports");
-    reader.allowKeys(supports, "[supports]",
-                     {"cpu_module", "pci_module", "scsi_adapter", "ethernet_adapter"});
+    const toml::table &mtbf = reader.table(machine, "mtbf");
+    reader.allowKeys(mtbf, "[mtbf]", {"threshold"});
 
     Description result;
     result.name = reader.text(machine, "name", longestName);
     result.type = reader.choice(machine, "type", machineTypes);
     result.bmcResponse = reader.bytes(bmc, "response", 16, false);
-    result.dataFileVersion = reader.text(firmware, "data_file", 1000, false);
+    result.dataFileVersion = reader.text(firmware, "data_file", longestVersion, false);
     result.automaticFirmwareUpdate = reader.truth(settings, "automatic_firmware_update");
     result.automaticModuleStart = reader.truth(settings, "automatic_module_start");
-    result.supported = reader.choices(supports, "cpu_module", cpuOperations)
-                       | reader.choices(supports, "pci_module", pciOperations)
-                       | reader.choices(supports, "scsi_adapter", scsiOperations)
-                       | reader.choices(supports, "ethernet_adapter", ethernetOperations);
+    result.mtbfThreshold = reader.time(mtbf, "threshold", hour, longestMtbf, result.mtbfThreshold);
+    result.timing = readTiming(reader, machine);
     const bool hasMtbfType = result.type == YAT_MACHINE_CEDAR;
+    result.supported = readSupports(reader, machine, hasMtbfType);
     result.cpuModules =
         readModules(reader, machine, "cpu_module", YAT_CLASS_CPU_MODULE, hasMtbfType);
     result.pciModules =
         readModules(reader, machine, "pci_module", YAT_CLASS_PCI_MODULE, hasMtbfType);
     return result;
+}
+
+// ---- Writing
+
+template <class Value, size_t count>
+std::string_view textOf(Value value, const Choice<Value> (&choices)[count])
+{
+    for (const auto &choice : choices)
+        if (choice.value == value)
+            return choice.text;
+    return choices[0].text;
+}
+
+template <size_t count>
+toml::array supportedOf(unsigned supported, const Choice<unsigned> (&choices)[count])
+{
+    toml::array result;
+    for (const auto &choice : choices)
+        if (supported & choice.value)
+            result.push_back(choice.text);
+    return result;
+}
+
+double in(Time unit, Time time)
+{
+    return static_cast<double>(time) / static_cast<double>(unit);
+}
+
+toml::array toArray(std::span<const uint8_t> bytes)
+{
+    toml::array result;
+    for (const uint8_t byte : bytes)
+        result.push_back(int64_t{byte});
+    return result;
+}
+
+// What a module and an adapter have in common.
+template <class Device> toml::table deviceTable(const Device &device)
+{
+    std::span<const uint8_t> path = device.path;
+    while (path.size() > 1 && path.back() == 0)
+        path = path.first(path.size() - 1);
+    toml::table result{{"number", device.number}, {"name", device.name}, {"path", toArray(path)}};
+    if (device.defective)
+        result.insert("defective", true);
+    toml::array failures;
+    for (const Time ago : device.failures)
+        failures.push_back(in(hour, ago));
+    if (!failures.empty())
+        result.insert("failures", failures);
+    toml::array adapters;
+    for (const Adapter &adapter : device.adapters) {
+        toml::table below = deviceTable(adapter);
+        below.insert("class", textOf(adapter.classCode, adapterClasses));
+        below.insert("state", textOf(adapter.broken, adapterStates));
+        adapters.push_back(below);
+    }
+    if (!adapters.empty())
+        result.insert("adapter", adapters);
+    return result;
+}
+
+toml::array moduleTables(const std::vector<Module> &modules)
+{
+    toml::array result;
+    for (const Module &module : modules) {
+        toml::table table = deviceTable(module);
+        table.insert("state", textOf(module.state, states));
+        table.insert("partner", module.partner);
+        table.insert("mtbf_type", textOf(module.mtbfType, mtbfTypes));
+        if (module.classCode == YAT_CLASS_CPU_MODULE) {
+            table.insert("bios_version", module.biosVersion);
+            table.insert("bios_status", module.biosStatus);
+            if (!module.biosValid)
+                table.insert("bios_valid", false);
+        } else {
+            table.insert("board", module.board);
+        }
+        result.push_back(table);
+    }
+    return result;
+}
+
+toml::table toTable(const Description &machine)
+{
+    toml::table result{
+        {"name", machine.name},
+        {"type", textOf(machine.type, machineTypes)},
+        {"settings", toml::table{{"automatic_firmware_update", machine.automaticFirmwareUpdate},
+                                 {"automatic_module_start", machine.automaticModuleStart}}},
+        {"mtbf", toml::table{{"threshold", in(hour, machine.mtbfThreshold)}}},
+        {"timing", toml::table{{"start", in(second, machine.timing.start)},
+                               {"synchronise", in(second, machine.timing.synchronise)},
+                               {"stop", in(second, machine.timing.stop)},
+                               {"firmware_update", in(second, machine.timing.firmwareUpdate)}}},
+        {"supports",
+         toml::table{{"cpu_module", supportedOf(machine.supported, cpuOperations)},
+                     {"pci_module", supportedOf(machine.supported, pciOperations)},
+                     {"scsi_adapter", supportedOf(machine.supported, scsiOperations)},
+                     {"ethernet_adapter", supportedOf(machine.supported, ethernetOperations)}}},
+    };
+    if (!machine.bmcResponse.empty())
+        result.insert("bmc", toml::table{{"response", toArray(machine.bmcResponse)}});
+    if (!machine.dataFileVersion.empty())
+        result.insert("firmware", toml::table{{"data_file", machine.dataFileVersion}});
+    if (!machine.cpuModules.empty())
+        result.insert("cpu_module", moduleTables(machine.cpuModules));
+    if (!machine.pciModules.empty())
+        result.insert("pci_module", moduleTables(machine.pciModules));
+    return result;
+}
+
+} // namespace
+
+std::string toString(const Mistake &mistake, const std::string &file)
+{
+    return file + ":" + (mistake.line ? std::to_string(mistake.line) + ":" : "") + " "
+           + mistake.text;
+}
+
+std::optional<std::string> readWholeFile(const std::string &file)
+{
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return {};
+    std::string text;
+    char buffer[16384];
+    ssize_t length;
+    while ((length = read(descriptor, buffer, sizeof buffer)) > 0)
+        text.append(buffer, static_cast<size_t>(length));
+    const int reason = errno;
+    close(descriptor);
+    errno = reason;
+    return length == 0 ? std::optional(text) : std::nullopt;
+}
+
+Description readDescription(const std::string &file, std::vector<Mistake> &mistakes)
+{
+    if (const auto text = readWholeFile(file))
+        return parseDescription(*text, mistakes);
+    mistakes.push_back({0, std::string("can't be read: ") + strerror(errno)});
+    return {};
+}
+
+Description parseDescription(const std::string &text, std::vector<Mistake> &mistakes)
+{
+    const toml::parse_result parsed = toml::parse(text);
+    if (!parsed) {
+        mistakes.push_back(
+            {parsed.error().source().begin.line, std::string(parsed.error().description())});
+        return {};
+    }
+    Reader reader(mistakes);
+    return readMachine(reader, parsed.table());
+}
+
+std::string toToml(const Description &description)
+{
+    std::ostringstream text;
+    text << toTable(description) << "\n";
+    return text.str();
+}
+
+std::string toJson(const Description &description)
+{
+    std::ostringstream text;
+    text << toml::json_formatter(toTable(description)) << "\n";
+    return text.str();
 }
 
 } // namespace sim

@@ -1,8 +1,11 @@
 // The description of a machine, as a TOML file gives it. The format is in yat-machine(5).
 #pragma once
 
+#include "sim/time.h"
+
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,14 +13,34 @@ namespace sim {
 
 using PathIdentifier = std::array<uint8_t, 8>;
 
-enum class State { empty, stopped, simplex, duplex, broken };
+// The states of a module. A description knows those that last.
+enum class State {
+    empty,
+    stopped,
+    starting,
+    synchronising, // started, and taking over the memory of the module that runs
+    simplex,
+    duplex,
+    stopping,
+    broken,
+    firmwareUpdate,
+};
+
+// What a module that failed does: see the MTBF types of yat/ft.h.
+constexpr int stayDown = 0, alwaysRestart = 1, restartAboveThreshold = 2;
+
+constexpr size_t failuresKept = 64; // of a device
 
 struct Adapter {
     int classCode = 0;
     int number = 0;
     std::string name;
     PathIdentifier path{};
+    bool broken = false;
+    bool defective = false;        // fails at each start until it is repaired
+    std::vector<Time> failures;    // how long ago
     std::vector<Adapter> adapters; // below this one
+    bool operator==(const Adapter &) const = default;
 };
 
 struct Module {
@@ -26,21 +49,38 @@ struct Module {
     std::string name;
     PathIdentifier path{};
     State state = State::stopped;
-    int board = 0;    // number of the board that carries the module
-    int mtbfType = 0; // 0 stay down, 1 always restart, 2 restart above the threshold
+    int board = 0;   // number of the board that carries the module
+    int partner = 0; // number of the module that makes a pair with this one, 0 for none
+    int mtbfType = restartAboveThreshold;
+    bool defective = false;
+    std::vector<Time> failures;          // how long ago
     std::string biosVersion, biosStatus; // of a CPU module
-    std::vector<Adapter> adapters;       // of a PCI module
+    bool biosValid = true;
+    std::vector<Adapter> adapters; // of a PCI module
+    bool operator==(const Module &) const = default;
+};
+
+// How long a module takes.
+struct Timing {
+    Time start = 20 * second;
+    Time synchronise = 40 * second;
+    Time stop = 10 * second;
+    Time firmwareUpdate = 60 * second;
+    bool operator==(const Timing &) const = default;
 };
 
 struct Description {
     std::string name;
-    int type = 0;                // YAT_MACHINE_...
+    int type = 0;                     // YAT_MACHINE_...
     std::vector<uint8_t> bmcResponse; // to Get Device ID, the completion code first
-    std::string dataFileVersion; // of the BIOS in the firmware data file
+    std::string dataFileVersion;      // of the BIOS in the firmware data file
     bool automaticFirmwareUpdate = false;
     bool automaticModuleStart = false;
-    unsigned supported = 0; // a bit for each support code
+    Time mtbfThreshold = 24 * hour;
+    Timing timing;
+    unsigned supported = 0;                     // a bit for each support code
     std::vector<Module> cpuModules, pciModules; // each in instance order
+    bool operator==(const Description &) const = default;
 };
 
 // A mistake in a description: where it is, what is there, what was expected.
@@ -49,8 +89,19 @@ struct Mistake {
     std::string text;
 };
 
+// The mistake as it is told: "FILE:LINE: TEXT".
+std::string toString(const Mistake &mistake, const std::string &file);
+
+// A file as it is; nothing, with the reason in errno, when it can't be read.
+std::optional<std::string> readWholeFile(const std::string &file);
+
 // Reads a description. Every mistake found is appended to mistakes; the result is only of
 // use when there is none.
 Description readDescription(const std::string &file, std::vector<Mistake> &mistakes);
+Description parseDescription(const std::string &toml, std::vector<Mistake> &mistakes);
+
+// The TOML text that reads back as this description.
+std::string toToml(const Description &description);
+std::string toJson(const Description &description); // the same tables and keys
 
 } // namespace sim

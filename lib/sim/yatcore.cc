@@ -1,171 +1,172 @@
 // The simulated machine as a platform: yatcore.dll.
 #include "common/machine.h"
-#include "sim/description.h"
 #include "sim/records.h"
+#include "sim/store.h"
+#include "sim/words.h"
 #include "text/encoding.h"
 #include "yat/platform.h"
 #include "yat/trace.h"
 #include "yat/winshim.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <optional>
+#include <sstream>
 
 namespace {
 
 using namespace sim;
 
-std::optional<Description> machine;
-std::vector<std::string> complaints; // about the description, for standard error at the end
+std::optional<Store> openedStore;
+std::vector<std::string> complaints; // for standard error at the end
 
-// Reads the description when that has not been done. False, with what is wrong in the trace
-// log, when it can't be used.
-bool loadMachine()
+#define TRACE(level, ...) TraceLog(level, "yatcore", __func__, __LINE__, __VA_ARGS__)
+
+// Puts what the user has to know into the trace log, once.
+void complain(const std::string &problem)
 {
-    if (machine)
-        return true;
-    const std::string file = yat::descriptionFile();
-    std::vector<Mistake> mistakes;
-    Description description = readDescription(file, mistakes);
-    complaints.clear();
-    for (const Mistake &mistake : mistakes) {
-        const std::string line = mistake.line ? std::to_string(mistake.line) + ": " : " ";
-        complaints.push_back(file + ":" + line + mistake.text);
-        TraceLog(YAT_TRACE_ERROR, "yatcore", __func__, __LINE__, "%s", complaints.back().c_str());
+    std::istringstream lines(problem);
+    for (std::string line; std::getline(lines, line);) {
+        if (std::ranges::find(complaints, line) != complaints.end())
+            continue;
+        complaints.push_back(line);
+        TRACE(YAT_TRACE_ERROR, "%s", line.c_str());
     }
-    if (mistakes.empty())
-        machine = std::move(description);
-    return machine.has_value();
 }
 
-Module *findModule(int classCode, int number)
+Store &store()
 {
-    if (!loadMachine())
-        return nullptr;
-    for (std::vector<Module> *modules : {&machine->cpuModules, &machine->pciModules})
-        for (Module &module : *modules)
-            if (module.classCode == classCode && module.number == number)
-                return &module;
-    return nullptr;
+    if (!openedStore)
+        openedStore = configuredStore();
+    return *openedStore;
 }
 
-Module *findBoard(int board)
+// ---- Injections
+
+// The result of a call: the injected one, or the real one.
+int resultOf(const std::optional<Injection> &injection, int real)
 {
-    if (!loadMachine())
-        return nullptr;
-    for (std::vector<Module> *modules : {&machine->cpuModules, &machine->pciModules})
-        for (Module &module : *modules)
+    return injection && injection->result ? *injection->result : real;
+}
+
+// The same for the text that a call gives.
+std::string textOf(const std::optional<Injection> &injection, const std::string &real)
+{
+    return injection && injection->text ? *injection->text : real;
+}
+
+// The same for a number that a call gives.
+int numberOf(const std::optional<Injection> &injection, int real)
+{
+    return injection && injection->text ? atoi(injection->text->c_str()) : real;
+}
+
+// The injection for a call that needs no machine, and so works also without one.
+std::optional<Injection> injectionFor(const char *call)
+try {
+    std::optional<Injection> result;
+    look(store(), call, [&](const Machine &, const auto &injection) { result = injection; });
+    return result;
+} catch (const StoreProblem &problem) {
+    complain(problem.what());
+    return {};
+}
+
+// ---- Devices, properties, state
+
+DeviceId idOf(const yat_device *device)
+{
+    return device->identity ? DeviceId{device->identity->ClassCode, device->identity->Instance}
+                            : DeviceId();
+}
+
+int createTree(yat_device **root)
+{
+    int result = 0;
+    look(store(), "CreateTreeViewData", [&](const Machine &machine, const auto &injection) {
+        result = resultOf(injection, 1);
+        if (result != 0)
+            *root = makeRecords(*machine.description);
+    });
+    return result;
+}
+
+int freeTree(yat_device **root)
+{
+    const auto injection = injectionFor("FreeTreeViewData");
+    if (resultOf(injection, 1) == 0 || !freeRecords(*root))
+        return 0;
+    *root = nullptr;
+    return resultOf(injection, 1);
+}
+
+const Module *moduleOfBoard(const Machine &machine, int board)
+{
+    const Description &description = *machine.description;
+    for (const std::vector<Module> *modules : {&description.cpuModules, &description.pciModules})
+        for (const Module &module : *modules)
             if (module.board == board)
                 return &module;
     return nullptr;
 }
 
-Module *findModule(const yat_device *device)
+const Device *installed(const Machine &machine, DeviceId id)
 {
-    return device->identity ? findModule(device->identity->ClassCode, device->identity->Instance)
-                            : nullptr;
+    const Device *device = find(machine, id);
+    return device && device->state != State::empty ? device : nullptr;
 }
 
-const char *stateText(State state)
+// A property; nothing for one that there is not.
+std::optional<std::string> propertyOf(const Machine &machine, int kind, int number, int property)
 {
-    const bool japanese = GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
-    switch (state) {
-    case State::empty: return japanese ? "未搭載" : "Not installed";
-    case State::stopped: return japanese ? "停止中" : "Stopped";
-    case State::simplex: return japanese ? "稼働中(単独)" : "Running, simplex";
-    case State::duplex: return japanese ? "稼働中(二重化)" : "Running, duplex";
-    case State::broken: return japanese ? "故障" : "Broken";
+    if (kind == YAT_KIND_BOARD && property == YAT_PROPERTY_MTBF_TYPE) {
+        const Module *module = moduleOfBoard(machine, number);
+        const Device *device =
+            module ? installed(machine, {module->classCode, module->number}) : nullptr;
+        if (device && machine.description->type == YAT_MACHINE_CEDAR)
+            return std::to_string(device->mtbfType + 2); // read two above what is written
     }
-    return "";
-}
-
-// The support codes of a device class; the operation codes are one above.
-bool codeFitsClass(const yat_device *device, int support)
-{
-    if (!device->identity)
-        return false;
-    switch (device->identity->ClassCode) {
-    case YAT_CLASS_CPU_MODULE:
-        return support == 1 || support == 5 || support == 7 || support == 9 || support == 13;
-    case YAT_CLASS_PCI_MODULE:
-        return support == 15 || support == 19 || support == 21 || support == 23;
-    case YAT_CLASS_SCSI_ADAPTER: return support == 25;
-    case YAT_CLASS_ETHERNET_ADAPTER: return support == 31;
+    if (kind == YAT_KIND_CPU_MODULE) {
+        const Device *device = installed(machine, {YAT_CLASS_CPU_MODULE, number});
+        if (device && property == YAT_PROPERTY_BIOS_VERSION)
+            return device->biosVersion;
+        if (device && property == YAT_PROPERTY_BIOS_STATUS)
+            return biosStatusText(machine, *device,
+                                  GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE);
     }
-    return false;
-}
-
-bool isSupported(const yat_device *device, int support)
-{
-    return codeFitsClass(device, support) && loadMachine()
-           && (machine->supported & 1u << support) != 0;
-}
-
-// The other module of a pair; modules 1 and 2 are one, 3 and 4 the next.
-Module *partner(const Module &module)
-{
-    return findModule(module.classCode, module.number % 2 ? module.number + 1 : module.number - 1);
-}
-
-bool isRunning(State state)
-{
-    return state == State::simplex || state == State::duplex;
-}
-
-int createTree(yat_device **root)
-{
-    if (!loadMachine())
-        return 0;
-    *root = makeRecords(*machine);
-    return 1;
-}
-
-int freeTree(yat_device **root)
-{
-    if (!freeRecords(*root))
-        return 0;
-    *root = nullptr;
-    return 1;
+    if (kind == YAT_KIND_PCI_MODULE && property == YAT_PROPERTY_RELATIONAL_INDEX)
+        for (const Module &module : machine.description->pciModules)
+            if (module.number == number)
+                return std::to_string(module.board);
+    return {};
 }
 
 int getProperty(int kind, int number, int property, char *buffer, unsigned long *size)
 {
     if (!buffer || !size)
         return -1;
-    std::string value;
-    if (kind == YAT_KIND_BOARD && property == YAT_PROPERTY_MTBF_TYPE) {
-        const Module *module = findBoard(number);
-        if (!module || machine->type != YAT_MACHINE_CEDAR)
-            return -1;
-        value = std::to_string(module->mtbfType + 2); // read two above what is written
-    } else if (kind == YAT_KIND_CPU_MODULE
-               && (property == YAT_PROPERTY_BIOS_VERSION || property == YAT_PROPERTY_BIOS_STATUS)) {
-        const Module *module = findModule(YAT_CLASS_CPU_MODULE, number);
-        if (!module || module->state == State::empty)
-            return -1;
-        value = yat::toDisplay(property == YAT_PROPERTY_BIOS_VERSION ? module->biosVersion
-                                                                      : module->biosStatus);
-    } else if (kind == YAT_KIND_PCI_MODULE && property == YAT_PROPERTY_RELATIONAL_INDEX) {
-        const Module *module = findModule(YAT_CLASS_PCI_MODULE, number);
-        if (!module)
-            return -1;
-        value = std::to_string(module->board);
-    } else {
-        return -1;
-    }
-    if (value.size() + 1 > *size)
-        return -1;
-    memcpy(buffer, value.c_str(), value.size() + 1);
-    *size = value.size() + 1;
-    return 0;
+    int result = -1;
+    look(store(), "yat_ft_get_property", [&](const Machine &machine, const auto &injection) {
+        const auto real = propertyOf(machine, kind, number, property);
+        result = resultOf(injection, real ? 0 : -1);
+        const std::string value = yat::toDisplay(textOf(injection, real.value_or("")));
+        if (result != 0)
+            return;
+        if (value.size() + 1 > *size) {
+            result = -1;
+            return;
+        }
+        memcpy(buffer, value.c_str(), value.size() + 1);
+        *size = value.size() + 1;
+    });
+    return result;
 }
 
-int convertDataToInt(char *text, int *value)
+int toInt(const char *text, int &value)
 {
-    if (!text || !value)
-        return -1;
     const char *begin = text + strspn(text, " \t\r\n");
     if (*begin == '+' && begin[1] != '-')
         ++begin;
@@ -173,132 +174,167 @@ int convertDataToInt(char *text, int *value)
     const auto [end, error] = std::from_chars(begin, begin + strlen(begin), result);
     if (error != std::errc() || end[strspn(end, " \t\r\n")] != '\0')
         return -1;
-    *value = result;
+    value = result;
     return 0;
+}
+
+int convertDataToInt(char *text, int *value)
+{
+    if (!text || !value)
+        return -1;
+    const auto injection = injectionFor("Linux_ConvertDataToInt");
+    int converted = 0;
+    const int real = toInt(text, converted);
+    const int result = resultOf(injection, real);
+    if (result != -1)
+        *value = numberOf(injection, converted);
+    return result;
 }
 
 int isFt(int)
 {
-    return loadMachine() ? machine->type : YAT_MACHINE_QUERY_FAILED;
+    int result = YAT_MACHINE_QUERY_FAILED;
+    look(store(), "call_yat_is_ft", [&](const Machine &machine, const auto &injection) {
+        result = resultOf(injection, machine.description->type);
+    });
+    return result;
 }
+
+constexpr size_t longestState = 1023; // bytes
 
 int statusChange(int kind, int number, int code, char *text)
 {
     const bool known = (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
                        || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
-    const Module *module = known ? findModule(kind, number) : nullptr;
-    if (!module)
-        return -1;
-    strcpy(text, yat::toDisplay(stateText(module->state)).c_str());
-    return 0;
+    int result = -1;
+    look(store(), "StatusChange", [&](const Machine &machine, const auto &injection) {
+        const Device *module = known ? find(machine, {kind, number}) : nullptr;
+        result = resultOf(injection, module ? 0 : -1);
+        if (result == -1)
+            return;
+        const bool japanese = GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
+        const std::string state =
+            yat::toDisplay(textOf(injection, module ? stateText(machine, *module, japanese) : ""));
+        const size_t length = yat::wholeCharacters(state, longestState);
+        memcpy(text, state.data(), length);
+        text[length] = '\0';
+    });
+    return result;
+}
+
+// ---- Operations
+
+int detailOf(Refusal refusal)
+{
+    switch (refusal) {
+    case Refusal::none: return 0;
+    case Refusal::unknownDevice: return YAT_DETAIL_NO_DEVICE;
+    case Refusal::notInstalled: return YAT_DETAIL_NOT_INSTALLED;
+    case Refusal::lastRunning: return YAT_DETAIL_LAST_RUNNING;
+    case Refusal::noBiosSource:
+    case Refusal::biosInvalid: return YAT_DETAIL_NO_BIOS;
+    case Refusal::unsupported:
+    case Refusal::wrongCode: return YAT_DETAIL_UNSUPPORTED;
+    default: return YAT_DETAIL_STATE;
+    }
 }
 
 int ifSupport(yat_device *device, int code, int *detail)
 {
-    const bool supported = isSupported(device, code);
-    if (detail)
-        *detail = supported ? 0 : 1;
-    return supported ? 1 : 0;
+    int result = 0;
+    look(store(), "IfSupport", [&](const Machine &machine, const auto &injection) {
+        const DeviceId id = idOf(device);
+        const auto verb = verbOfSupportCode(id.classCode, code);
+        const Refusal refusal = verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode;
+        result = resultOf(injection, refusal == Refusal::none ? 1 : 0);
+        if (detail)
+            *detail = result != 0 ? 0 : numberOf(injection, detailOf(refusal));
+    });
+    return result;
+}
+
+int operate(const Operation &operation)
+{
+    const Outcome outcome = perform(store(), operation);
+    return outcome.injected.value_or(outcome.refusal == Refusal::none ? 1 : 0);
 }
 
 int clearMtbf(yat_device *device, int code)
 {
-    return isSupported(device, code - 1) && (code == 2 || code == 16 || code == 26 || code == 32);
+    return operate({Verb::clearMtbf, idOf(device), code, ""});
 }
 
 int bringUp(yat_device *device, int code)
 {
-    if ((code != 6 && code != 20) || !isSupported(device, code - 1))
-        return 0;
-    Module *module = findModule(device);
-    if (!module || module->state != State::stopped)
-        return 0;
-    Module *other = partner(*module);
-    module->state = other && isRunning(other->state) ? State::duplex : State::simplex;
-    if (module->state == State::duplex)
-        other->state = State::duplex;
-    return 1;
+    return operate({Verb::bringUp, idOf(device), code, ""});
 }
 
 int bringDown(yat_device *device, int code)
 {
-    if ((code != 8 && code != 22) || !isSupported(device, code - 1))
-        return 0;
-    Module *module = findModule(device);
-    if (!module || module->state != State::duplex) // the last one of a pair keeps running
-        return 0;
-    module->state = State::stopped;
-    if (Module *other = partner(*module))
-        other->state = State::simplex;
-    return 1;
+    return operate({Verb::bringDown, idOf(device), code, ""});
 }
 
 int setMtbfType(yat_device *device, int code, const char *type)
 {
-    if ((code != 14 && code != 24) || !isSupported(device, code - 1))
-        return 0;
-    Module *module = findModule(device);
-    if (!module || type[0] < '0' || type[0] > '2' || type[1] != '\0')
-        return 0;
-    module->mtbfType = type[0] - '0';
-    return 1;
+    return operate({Verb::setMtbfType, idOf(device), code, type});
 }
 
 int burnFirmware(yat_device *device, int code, const char *mode)
 {
-    if (code != 10 || !isSupported(device, code - 1))
-        return 0;
-    Module *module = findModule(device);
-    if (!module || module->state != State::stopped)
-        return 0;
-    if (strcmp(mode, "FWCOPY") == 0) {
-        const Module *other = partner(*module);
-        if (!other || !isRunning(other->state))
-            return 0;
-        module->biosVersion = other->biosVersion;
-    } else if (strcmp(mode, "FWBURN") == 0 && !machine->dataFileVersion.empty()) {
-        module->biosVersion = machine->dataFileVersion;
-    } else {
-        return 0;
-    }
-    return 1;
+    return operate({Verb::burnFirmware, idOf(device), code, mode});
 }
 
-bool *findSetting(int kind, int object, int index)
+// ---- Settings
+
+constexpr int readAsOn = 2, readAsOff = 0;
+
+bool isWholeMachine(int object, int index)
 {
-    if (object != YAT_CLASS_GENERAL || index != 1 || !loadMachine())
-        return nullptr;
-    return kind == YAT_SETTING_AUTO_BURN       ? &machine->automaticFirmwareUpdate
-           : kind == YAT_SETTING_AUTO_BRING_UP ? &machine->automaticModuleStart
-                                               : nullptr;
+    return object == YAT_CLASS_GENERAL && index == 1;
 }
 
 int getSetting(int kind, int object, int index, int *value)
 {
-    const bool *setting = findSetting(kind, object, index);
-    if (!setting)
-        return 0;
-    *value = *setting ? 2 : 0;
-    return 1;
+    int result = 0;
+    look(store(), "GetBBDriverSettings", [&](const Machine &machine, const auto &injection) {
+        const bool known = isWholeMachine(object, index)
+                           && (kind == YAT_SETTING_AUTO_BURN || kind == YAT_SETTING_AUTO_BRING_UP);
+        const bool isOn = kind == YAT_SETTING_AUTO_BURN ? machine.automaticFirmwareUpdate
+                                                        : machine.automaticModuleStart;
+        result = resultOf(injection, known ? 1 : 0);
+        if (result != 0)
+            *value = numberOf(injection, isOn ? readAsOn : readAsOff);
+    });
+    return result;
 }
 
 int putSetting(int kind, int object, int index, int *value)
 {
-    bool *setting = findSetting(kind, object, index);
-    if (!setting || (*value != 0 && *value != 1))
-        return 0;
-    *setting = *value == 1;
-    return 1;
+    constexpr int noSetting = 0;
+    return operate({Verb::putSetting,
+                    {},
+                    isWholeMachine(object, index) ? kind : noSetting,
+                    std::to_string(*value)});
 }
 
+// ---- Opening and closing
+
 int openPlatform()
-{
+try {
     if (yat::machineIsHardware()) {
-        TraceLog(YAT_TRACE_ERROR, "yatcore", __func__, __LINE__,
-                 "this yatcore.dll simulates a machine; the configuration wants the real one");
+        TRACE(YAT_TRACE_ERROR,
+              "this yatcore.dll simulates a machine; the configuration wants the real one");
         return 0;
     }
-    return 1; // a description that can't be read makes the calls fail that need it
+    const int result = resultOf(injectionFor("ft_FunctionInit"), 1);
+    if (result == 0)
+        openedStore.reset();
+    else if (const std::string note = descriptionNote(store()); !note.empty())
+        TRACE(YAT_TRACE_PROGRESS, "%s", note.c_str());
+    return result;
+} catch (const std::exception &problem) {
+    complain(problem.what());
+    return 1; // the calls will fail that need the machine
 }
 
 // The screen is the terminal's again when the interface is closed, so the person who wrote the
@@ -308,7 +344,7 @@ void closePlatform()
     for (const std::string &complaint : complaints)
         fprintf(stderr, "%s: %s\n", program_invocation_short_name, complaint.c_str());
     complaints.clear();
-    machine.reset();
+    openedStore.reset();
 }
 
 // No exception leaves the platform: whatever a call ran out of makes it fail.
@@ -318,8 +354,11 @@ struct Guarded<call, failure> {
     static Result run(Arguments... arguments)
     try {
         return call(arguments...);
+    } catch (const StoreProblem &problem) {
+        complain(problem.what());
+        return failure;
     } catch (const std::exception &problem) {
-        TraceLog(YAT_TRACE_ERROR, "yatcore", "run", __LINE__, "%s", problem.what());
+        TRACE(YAT_TRACE_ERROR, "%s", problem.what());
         return failure;
     }
 };

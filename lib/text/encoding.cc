@@ -112,6 +112,25 @@ std::string toDisplay(std::string_view utf8)
     return result;
 }
 
+std::string fromDisplay(std::string_view text)
+{
+    const Conversion conversion("UTF-8", nl_langinfo(CODESET));
+    std::string result;
+    mbstate_t state{};
+    while (!text.empty()) {
+        size_t length = mbrlen(text.data(), text.size(), &state);
+        const bool isCharacter = length > 0 && length <= text.size();
+        if (!isCharacter) {
+            length = 1;
+            state = {};
+        }
+        if (!isCharacter || !conversion.append(result, text.substr(0, length)))
+            result += replacementCharacter;
+        text.remove_prefix(length);
+    }
+    return result;
+}
+
 std::string fromEuc(std::string_view euc)
 {
     // Two tables: the standard one, and the vendors' for what it lacks, such as circled

@@ -17,6 +17,9 @@ size_t wholeCharacters(std::string_view text, size_t most);
 // what is no UTF-8 becomes U+FFFD first.
 std::string toDisplay(std::string_view utf8);
 
+// From the locale's encoding to UTF-8; what is no character of it becomes U+FFFD.
+std::string fromDisplay(std::string_view text);
+
 // From EUC-JP to UTF-8; what is no EUC-JP becomes U+FFFD.
 std::string fromEuc(std::string_view euc);
 

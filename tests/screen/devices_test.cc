@@ -517,8 +517,9 @@ TEST(State, OfTheSimulatedMachineFollowsAnOperation)
     session.see("The operation was successful.");
     session.send(keys::enter);
     session.seeNot("successful");
+    session.see("Running, duplex");
     press(session, 3);
-    session.see("Stopped");
+    session.see("Stopping 0 %"); // where the machine's clock stands still
 }
 
 // ---- Long operations

@@ -248,7 +248,7 @@ TEST(Low, WindowsWorkAsHighOnesDo)
     session.seeNot("successful");
     session.expectScreen("low/after-operation");
     press(session, 9); // refresh
-    session.see("Stopped");
+    session.see("Stopping 0 %");
 }
 
 TEST(Low, TheBiosViewFits)

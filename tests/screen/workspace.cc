@@ -71,6 +71,7 @@ std::map<std::string, std::string> Workspace::environment() const
         {"TZ", "UTC"},
         {"YAT_STATE_DIR", state.string()},
         {"YAT_MACHINE", options.machine},
+        {"YAT_TIME_SCALE", "0"},
         {"YAT_SPY_SCRIPT", (own / "script").string()},
         {"YAT_SPY_LOG", (own / "calls").string()},
         {"LD_PRELOAD", SPY},

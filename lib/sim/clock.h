@@ -1,0 +1,29 @@
+// The machine's clock. It runs as fast as the process that looked at it last wants, and never
+// backwards, whatever the processes want and whatever happens to the system's clock.
+#pragma once
+
+#include "sim/time.h"
+
+namespace sim {
+
+// What the machine's clock showed at a moment of real time, and how fast it has run since.
+struct Clock {
+    Time simulated = 0, real = 0;
+    double scale = 1;
+    bool operator==(const Clock &) const = default;
+};
+
+constexpr double fastest = 1e6;
+
+// What the clock shows at a moment of real time.
+Time simulatedTime(const Clock &clock, Time real);
+
+// The clock that shows the same at this moment and runs at another pace from there.
+Clock continued(const Clock &clock, Time real, double scale);
+
+// The system's clock, and the pace that the environment wants (YAT_TIME_SCALE: 1 is real time
+// and the default, 0 stands still).
+Time realTime();
+double wantedScale();
+
+} // namespace sim

@@ -1,0 +1,337 @@
+#include "sim/report.h"
+
+#include "common/machine.h"
+#include "sim/words.h"
+#include "text/encoding.h"
+#include "yat/ft.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <cwchar>
+#include <nlohmann/json.hpp>
+
+namespace sim {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string formatted(Time time, const char *format, bool isLocal)
+{
+    const time_t seconds = time / second;
+    tm parts{};
+    isLocal ? localtime_r(&seconds, &parts) : gmtime_r(&seconds, &parts);
+    char text[64];
+    return std::string(text, strftime(text, sizeof text, format, &parts));
+}
+
+std::string localText(Time time)
+{
+    return formatted(time, "%Y-%m-%d %H:%M:%S", true);
+}
+
+std::string utcText(Time time)
+{
+    char fraction[16];
+    snprintf(fraction, sizeof fraction, ".%06dZ", static_cast<int>(time % second));
+    return formatted(time, "%Y-%m-%dT%H:%M:%S", false) + fraction;
+}
+
+double inHours(Time time)
+{
+    return static_cast<double>(time) / static_cast<double>(hour);
+}
+
+std::string hoursText(Time time)
+{
+    char text[32];
+    snprintf(text, sizeof text, "%.2f h", inHours(time));
+    return text;
+}
+
+std::string mtbfText(const Device &device)
+{
+    const auto mean = mtbf(device);
+    return mean ? hoursText(*mean) : "-";
+}
+
+const char *mtbfTypeText(int type)
+{
+    return type == stayDown        ? "0 (stay down)"
+           : type == alwaysRestart ? "1 (always restart)"
+                                   : "2 (restart above threshold)";
+}
+
+const char *machineTypeText(int type)
+{
+    return type == YAT_MACHINE_ALDER   ? "ALDER"
+           : type == YAT_MACHINE_BIRCH ? "BIRCH"
+           : type == YAT_MACHINE_CEDAR ? "CEDAR"
+                                       : "PLAIN";
+}
+
+// Since when a device is in its state; that of an adapter may be its module's.
+Time stateSince(const Machine &machine, const Device &device)
+{
+    if (device.carrier < 0 || stateOf(machine, device) == State::broken)
+        return device.since;
+    return machine.devices[static_cast<size_t>(device.carrier)].since;
+}
+
+size_t columns(const std::string &text)
+{
+    size_t result = 0;
+    mbstate_t state{};
+    for (size_t i = 0; i < text.size();) {
+        wchar_t character = 0;
+        const size_t length = mbrtowc(&character, text.data() + i, text.size() - i, &state);
+        const bool isCharacter = length > 0 && length <= text.size() - i;
+        result += isCharacter ? static_cast<size_t>(std::max(wcwidth(character), 0)) : 1;
+        i += isCharacter ? length : 1;
+        if (!isCharacter)
+            state = {};
+    }
+    return result;
+}
+
+using Row = std::vector<std::string>;
+
+// Prints rows with their columns below one another; the texts are in UTF-8.
+void printTable(const std::vector<Row> &utf8)
+{
+    std::vector<Row> rows = utf8;
+    std::vector<size_t> widths;
+    for (Row &row : rows)
+        for (size_t i = 0; i < row.size(); ++i) {
+            row[i] = yat::toDisplay(row[i]);
+            widths.resize(std::max(widths.size(), i + 1));
+            widths[i] = std::max(widths[i], columns(row[i]));
+        }
+    for (const Row &row : rows) {
+        std::string line;
+        for (size_t i = 0; i < row.size(); ++i) {
+            line += row[i];
+            if (i + 1 < row.size())
+                line.append(widths[i] - columns(row[i]) + 2, ' ');
+        }
+        printf("%s\n", line.c_str());
+    }
+}
+
+// What the text reports show of a text that somebody else wrote: nothing that moves the cursor.
+std::string printable(const std::string &text)
+{
+    std::string result = text;
+    std::ranges::replace_if(
+        result, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
+    return result;
+}
+
+Json deviceJson(const Machine &machine, const Device &device)
+{
+    Json json = {
+        {"device", nameOf(device.id)},
+        {"name", device.name},
+        {"state", nameOf(stateOf(machine, device))},
+        {"progress", nullptr},
+        {"since", utcText(stateSince(machine, device))},
+        {"failures", device.failureCount},
+        {"failure_times", Json::array()},
+        {"mtbf_hours", nullptr},
+        {"defective", device.defective},
+    };
+    if (const auto percent = progress(machine, device))
+        json["progress"] = *percent;
+    for (const Time time : device.failures)
+        json["failure_times"].push_back(utcText(time));
+    if (const auto mean = mtbf(device))
+        json["mtbf_hours"] = inHours(*mean);
+    if (device.carrier >= 0)
+        json["module"] = nameOf(machine.devices[static_cast<size_t>(device.carrier)].id);
+    if (const Device *partner = partnerOf(machine, device))
+        json["partner"] = nameOf(partner->id);
+    if (isModule(device.id))
+        json["mtbf_type"] = device.mtbfType;
+    if (device.id.classCode == YAT_CLASS_CPU_MODULE) {
+        json["bios_version"] = device.biosVersion;
+        json["bios_status"] = biosStatusText(machine, device, false);
+    }
+    return json;
+}
+
+Json injectionJson(const Injection &injection)
+{
+    Json json = {{"call", injection.call},
+                 {"result", nullptr},
+                 {"times", injection.times},
+                 {"delay_ms", injection.delay},
+                 {"text", nullptr}};
+    if (injection.result)
+        json["result"] = *injection.result;
+    if (injection.text)
+        json["text"] = *injection.text;
+    return json;
+}
+
+std::string injectionText(const Injection &injection)
+{
+    std::string text =
+        injection.call + " " + (injection.result ? std::to_string(*injection.result) : "real");
+    text += injection.times == 0   ? ", each time"
+            : injection.times == 1 ? ", once"
+                                   : ", " + std::to_string(injection.times) + " times";
+    if (injection.delay > 0)
+        text += ", after " + std::to_string(injection.delay) + " ms";
+    if (injection.text)
+        text += ", with \"" + printable(*injection.text) + "\"";
+    return text;
+}
+
+void print(const Json &json)
+{
+    printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+}
+
+Json journalJson(const JournalRow &row)
+{
+    return {{"id", row.id},
+            {"time", utcText(row.simulated)},
+            {"real_time", utcText(row.real)},
+            {"user", row.user},
+            {"terminal", row.terminal},
+            {"device", row.device},
+            {"operation", row.operation},
+            {"code", row.code},
+            {"argument", row.argument},
+            {"result", row.result}};
+}
+
+Row journalLine(const JournalRow &row)
+{
+    Row line = {std::to_string(row.id),
+                localText(row.simulated),
+                row.user,
+                row.terminal,
+                row.device,
+                row.operation,
+                row.argument,
+                row.result};
+    for (std::string &text : line)
+        text = text.empty() ? "-" : printable(text);
+    return line;
+}
+
+} // namespace
+
+void reportDevices(const Machine &machine, Form form)
+{
+    if (form == Form::json) {
+        Json json = Json::array();
+        for (const Device &device : machine.devices)
+            json.push_back(deviceJson(machine, device));
+        print(json);
+        return;
+    }
+    std::vector<Row> rows = {{"DEVICE", "NAME", "STATE", "SINCE", "FAILURES", "MTBF"}};
+    for (const Device &device : machine.devices)
+        rows.push_back({nameOf(device.id), printable(device.name),
+                        stateText(machine, device, false), localText(stateSince(machine, device)),
+                        std::to_string(device.failureCount), mtbfText(device)});
+    printTable(rows);
+}
+
+void reportDevice(const Machine &machine, const Device &device, Form form)
+{
+    if (form == Form::json) {
+        print(deviceJson(machine, device));
+        return;
+    }
+    std::vector<Row> rows = {
+        {"Device", nameOf(device.id)},
+        {"Name", printable(device.name)},
+        {"State",
+         stateText(machine, device, false) + ", since " + localText(stateSince(machine, device))},
+    };
+    if (device.carrier >= 0)
+        rows.push_back({"Module", nameOf(machine.devices[static_cast<size_t>(device.carrier)].id)});
+    if (const Device *partner = partnerOf(machine, device))
+        rows.push_back({"Partner", nameOf(partner->id)});
+    if (isModule(device.id))
+        rows.push_back({"MTBF type", mtbfTypeText(device.mtbfType)});
+    rows.push_back({"MTBF", mtbfText(device)});
+    rows.push_back({"Failures", std::to_string(device.failureCount)});
+    for (const Time time : device.failures)
+        rows.push_back({"", localText(time)});
+    rows.push_back({"Defective", device.defective ? "yes, until it is repaired" : "no"});
+    if (device.id.classCode == YAT_CLASS_CPU_MODULE) {
+        rows.push_back({"BIOS version", printable(device.biosVersion)});
+        rows.push_back({"BIOS status", printable(biosStatusText(machine, device, false))});
+    }
+    printTable(rows);
+}
+
+void reportMachine(Store &store, Form form)
+{
+    const Machine machine = look(store);
+    const Clock clock = clockOf(store);
+    const std::string note = descriptionNote(store);
+    const std::vector<Injection> pending = injections(store);
+    if (form == Form::json) {
+        Json json = {{"name", machine.description->name},
+                     {"type", machineTypeText(machine.description->type)},
+                     {"state_file", store.file},
+                     {"description_file", store.descriptionFile},
+                     {"description_note", note},
+                     {"time", utcText(clock.simulated)},
+                     {"time_scale", clock.scale},
+                     {"automatic_firmware_update", machine.automaticFirmwareUpdate},
+                     {"automatic_module_start", machine.automaticModuleStart},
+                     {"mtbf_threshold_hours", inHours(machine.mtbfThreshold)},
+                     {"data_file", machine.dataFileVersion},
+                     {"injections", Json::array()}};
+        for (const Injection &injection : pending)
+            json["injections"].push_back(injectionJson(injection));
+        print(json);
+        return;
+    }
+    char scale[32];
+    snprintf(scale, sizeof scale, "%g", clock.scale);
+    std::vector<Row> rows = {
+        {"Machine", printable(machine.description->name)},
+        {"Type", machineTypeText(machine.description->type)},
+        {"State file", store.file},
+        {"Description", store.descriptionFile},
+        {"Time", localText(clock.simulated) + ", scale " + scale},
+        {"Automatic firmware update", machine.automaticFirmwareUpdate ? "on" : "off"},
+        {"Automatic module start", machine.automaticModuleStart ? "on" : "off"},
+        {"MTBF threshold", hoursText(machine.mtbfThreshold)},
+        {"BIOS in the data file",
+         machine.dataFileVersion.empty() ? "-" : printable(machine.dataFileVersion)},
+    };
+    if (!note.empty())
+        rows.push_back({"Note", note});
+    for (const Injection &injection : pending)
+        rows.push_back({&injection == &pending[0] ? "Injections" : "", injectionText(injection)});
+    printTable(rows);
+}
+
+void reportJournal(Store &store, int64_t last, Form form)
+{
+    if (form == Form::json) {
+        const char *before = "[\n";
+        readJournal(store, last, [&](const JournalRow &row) {
+            printf("%s%s", before,
+                   journalJson(row).dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+            before = ",\n";
+        });
+        printf("%s]\n", *before == '[' ? before : "\n");
+        return;
+    }
+    std::vector<Row> rows = {
+        {"ID", "TIME", "USER", "TERMINAL", "DEVICE", "OPERATION", "ARGUMENT", "RESULT"}};
+    readJournal(store, last, [&](const JournalRow &row) { rows.push_back(journalLine(row)); });
+    printTable(rows);
+}
+
+} // namespace sim

@@ -1,0 +1,15 @@
+// What yatsim prints: as text in the encoding of the locale, or as JSON.
+#pragma once
+
+#include "sim/store.h"
+
+namespace sim {
+
+enum class Form { text, json };
+
+void reportDevices(const Machine &machine, Form form);
+void reportDevice(const Machine &machine, const Device &device, Form form);
+void reportMachine(Store &store, Form form);
+void reportJournal(Store &store, int64_t last, Form form);
+
+} // namespace sim

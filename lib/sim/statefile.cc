@@ -1,0 +1,202 @@
+#include "sim/statefile.h"
+
+#include "common/paths.h"
+#include "sim/schema.h"
+#include "sim/tables.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace sim {
+namespace {
+
+// ---- Which files are taken for a state
+
+constexpr int headerSize = 100;
+constexpr size_t applicationIdAt = 68;
+using Header = std::array<unsigned char, headerSize>;
+
+// Reads through SQLite's own file layer: closing a descriptor of ours would take away the locks
+// that a connection of this process has on the file.
+bool readHeader(const std::string &file, Header &header)
+{
+    sqlite3_vfs *system = sqlite3_vfs_find(nullptr);
+    std::vector<char> memory(static_cast<size_t>(system->szOsFile));
+    auto *handle = reinterpret_cast<sqlite3_file *>(memory.data());
+    const char *name = sqlite3_create_filename(file.c_str(), "", "", 0, nullptr);
+    const int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_MAIN_DB;
+    bool isRead = false;
+    if (name && system->xOpen(system, name, handle, flags, nullptr) == SQLITE_OK) {
+        isRead = handle->pMethods->xRead(handle, header.data(), headerSize, 0) == SQLITE_OK;
+        handle->pMethods->xClose(handle);
+    }
+    sqlite3_free_filename(name);
+    return isRead;
+}
+
+void checkHeader(const std::string &file)
+{
+    struct stat status;
+    if (stat(file.c_str(), &status) != 0)
+        throw StoreProblem(file + " can't be used: " + strerror(errno));
+    if (!S_ISREG(status.st_mode))
+        throw StoreProblem(file + " is no regular file");
+    if (access(file.c_str(), R_OK | W_OK) != 0)
+        throw StoreProblem(file + " can't be used: " + strerror(errno));
+    Header header{};
+    const bool isRead = readHeader(file, header);
+    const unsigned char *id = &header[applicationIdAt];
+    const uint32_t application = static_cast<uint32_t>(id[0]) << 24
+                                 | static_cast<uint32_t>(id[1]) << 16
+                                 | static_cast<uint32_t>(id[2]) << 8 | id[3];
+    if (!isRead || memcmp(header.data(), "SQLite format 3", 16) != 0
+        || application != applicationId)
+        throw StoreProblem(file
+                           + " is damaged or of another program; it is left as it is, move "
+                             "it away to begin anew");
+}
+
+void checkPages(Database &database)
+{
+    const std::string found = database.row("PRAGMA quick_check(1)").text(0);
+    if (found != "ok")
+        throw StoreProblem(database.file + " is damaged: " + found);
+}
+
+// ---- Versions
+
+void migrate(Database &database)
+{
+    const int64_t version = database.number("PRAGMA user_version");
+    for (int64_t step = version; step < schemaVersion; ++step)
+        database.script(migrations[step]);
+    if (version < schemaVersion)
+        database.script(("PRAGMA user_version = " + std::to_string(schemaVersion)).c_str());
+}
+
+void bringUpToDate(Database &database)
+{
+    const int64_t version = database.number("PRAGMA user_version");
+    if (version > schemaVersion)
+        throw StoreProblem(database.file
+                           + " was written by a newer version of this program (its "
+                             "tables have version "
+                           + std::to_string(version)
+                           + ", known are those "
+                             "up to "
+                           + std::to_string(schemaVersion) + ")");
+    if (version < 1)
+        throw StoreProblem(database.file + " is damaged: its tables have no version");
+    if (version < schemaVersion)
+        database.transaction([&] { migrate(database); });
+}
+
+// ---- Making one
+
+// The lock that lets one process at a time make files in a directory.
+class DirectoryLock {
+public:
+    explicit DirectoryLock(const std::string &path)
+        : descriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    {
+        while (descriptor >= 0 && flock(descriptor, LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    ~DirectoryLock()
+    {
+        if (descriptor >= 0)
+            close(descriptor);
+    }
+    DirectoryLock(const DirectoryLock &) = delete;
+    DirectoryLock &operator=(const DirectoryLock &) = delete;
+
+private:
+    int descriptor;
+};
+
+void fillFile(const std::string &file, const Source &source, const Asker &asker)
+{
+    Database database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    database.transaction([&] {
+        database.script(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
+        migrate(database);
+        const Time now = realTime();
+        putMachine(database, source, {.simulated = now, .real = now, .scale = wantedScale()}, 1);
+        writeJournal(database, asker,
+                     {.simulated = now,
+                      .real = now,
+                      .operation = "init",
+                      .argument = source.file,
+                      .result = "done"});
+    });
+    database.script("PRAGMA journal_mode = WAL");
+}
+
+void removeAll(const std::string &file)
+{
+    for (const char *ending : {"", "-journal", "-wal", "-shm"})
+        unlink((file + ending).c_str());
+}
+
+bool exists(const std::string &file)
+{
+    struct stat status;
+    return lstat(file.c_str(), &status) == 0;
+}
+
+} // namespace
+
+bool createStateFile(const std::string &file, const std::string &descriptionFile,
+                     const Asker &asker)
+{
+    if (exists(file))
+        return false;
+    const Source source = readSource(descriptionFile);
+    const std::string directory = std::filesystem::path(file).parent_path().string();
+    if (!yat::makeWritableDirectory(directory))
+        throw StoreProblem(directory + " can't be written: " + strerror(errno));
+    const DirectoryLock lock(directory);
+    if (exists(file))
+        return false;
+    // Made under another name, so that a file of this name is always whole. What a process left
+    // behind that was killed at it, and the log of a file that is gone, belong to nothing.
+    const std::string unfinished = file + ".new";
+    removeAll(unfinished);
+    removeAll(file);
+    fillFile(unfinished, source, asker);
+    if (rename(unfinished.c_str(), file.c_str()) != 0)
+        throw StoreProblem(file + " can't be made: " + strerror(errno));
+    return true;
+}
+
+std::unique_ptr<Database> openStateFile(const std::string &file)
+{
+    checkHeader(file);
+    auto database = std::make_unique<Database>(file, SQLITE_OPEN_READWRITE);
+    // Until it is known to be sound, closing it must not write it.
+    sqlite3_db_config(database->handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    sqlite3_db_config(database->handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    checkPages(*database);
+    bringUpToDate(*database);
+    database->script("PRAGMA synchronous = NORMAL; PRAGMA journal_mode = WAL");
+    sqlite3_db_config(database->handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
+    return database;
+}
+
+void writeJournal(Database &database, const Asker &asker, const JournalRow &row)
+{
+    database.run(
+        "INSERT INTO journal (simulated, real, user, terminal, device, operation, code, argument, "
+        "result) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
+        row.simulated, row.real, asker.user, asker.terminal, row.device, row.operation, row.code,
+        row.argument, row.result);
+}
+
+} // namespace sim

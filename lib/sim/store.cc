@@ -1,0 +1,378 @@
+#include "sim/store.h"
+
+#include "common/machine.h"
+#include "common/paths.h"
+#include "sim/words.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace sim {
+
+const std::vector<std::string> injectableCalls = {
+    "ft_FunctionInit", "CreateTreeViewData",  "FreeTreeViewData",
+    "call_yat_is_ft",  "yat_ft_get_property", "Linux_ConvertDataToInt",
+    "StatusChange",    "IfSupport",           "ClearMTBF",
+    "InitBringUp",     "InitBringDown",       "SetMtbfType",
+    "BurnFirmware",    "GetBBDriverSettings", "PutBBDriverSettings",
+};
+
+namespace {
+
+// ---- Transactions
+
+// True when the file that is open is still the one of that name.
+bool isStillThere(const Store &store)
+{
+    struct stat status;
+    return stat(store.file.c_str(), &status) == 0 && status.st_ino == store.inode
+           && status.st_dev == store.device;
+}
+
+void inTransaction(Store &store, const std::function<void()> &work)
+{
+    openStore(store);
+    store.database->transaction(work);
+}
+
+// A machine on its way through a transaction: as it was written, and as it is now.
+struct Turn {
+    Written before;
+    Machine machine;
+    Time real;
+};
+
+Turn begin(Store &store)
+{
+    Turn turn{.before = readMachine(*store.database, store.description),
+              .machine = {},
+              .real = realTime()};
+    turn.machine = turn.before.machine;
+    advance(turn.machine, simulatedTime(turn.before.clock, turn.real));
+    return turn;
+}
+
+// Writes what is not as it was. The clock goes with every change, so that nothing written is ever
+// later than the clock, also when the system's clock is put back.
+void end(Store &store, const Turn &turn)
+{
+    const Clock &before = turn.before.clock;
+    const double scale = wantedScale();
+    Machine same = turn.machine;
+    same.now = turn.before.machine.now;
+    if (same == turn.before.machine && scale == before.scale && turn.real >= before.real
+        && turn.machine.now == simulatedTime(before, turn.real))
+        return;
+    writeChanges(*store.database, turn.before.machine, turn.machine,
+                 {.simulated = turn.machine.now, .real = turn.real, .scale = scale});
+}
+
+// ---- Injections
+
+Injection readInjection(const Query &row)
+{
+    Injection injection{.call = row.text(1)};
+    if (!row.isNull(2))
+        injection.result = row.number(2);
+    injection.times = row.number(3);
+    injection.delay = row.number(4);
+    if (!row.isNull(5))
+        injection.text = row.text(5);
+    return injection;
+}
+
+// Takes the next injection for a call out of the table.
+std::optional<Injection> takeInjection(Store &store, std::string_view call)
+{
+    int64_t id = 0;
+    Injection injection;
+    {
+        Query row = store.database->query("SELECT id, call, result, times, delay, text FROM "
+                                          "injection WHERE call = ? ORDER BY id LIMIT 1",
+                                          call);
+        if (!row.next())
+            return {};
+        id = row.integer(0);
+        injection = readInjection(row);
+    }
+    if (injection.times == 1)
+        store.database->run("DELETE FROM injection WHERE id = ?", id);
+    else if (injection.times > 1)
+        store.database->run("UPDATE injection SET times = times - 1 WHERE id = ?", id);
+    return injection;
+}
+
+void sleepFor(int milliseconds)
+{
+    timespec rest = {.tv_sec = milliseconds / 1000, .tv_nsec = milliseconds % 1000 * 1'000'000L};
+    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+    }
+}
+
+// A transaction with the injection for a call. One that hangs does so outside of the transaction,
+// so that other programs go on meanwhile.
+void inCall(Store &store, std::string_view call,
+            const std::function<void(const std::optional<Injection> &)> &work)
+{
+    std::optional<Injection> injection;
+    bool isOver = true;
+    inTransaction(store, [&] {
+        if (!call.empty())
+            injection = takeInjection(store, call);
+        isOver = !injection || injection->delay == 0;
+        if (isOver)
+            work(injection);
+    });
+    if (isOver)
+        return;
+    sleepFor(injection->delay);
+    inTransaction(store, [&] { work(injection); });
+}
+
+std::string resultText(const Outcome &outcome)
+{
+    if (outcome.injected)
+        return "injected: " + std::to_string(*outcome.injected);
+    return outcome.refusal == Refusal::none ? "done"
+                                            : "refused: " + std::string(nameOf(outcome.refusal));
+}
+
+std::string argumentOf(const Injection &injection)
+{
+    std::string result = injection.call + " "
+                         + (injection.result ? std::to_string(*injection.result) : "real")
+                         + " --times " + std::to_string(injection.times);
+    if (injection.delay > 0)
+        result += " --delay " + std::to_string(injection.delay);
+    if (injection.text)
+        result += " --text " + *injection.text;
+    return result;
+}
+
+// What changes no device, but has its place in the journal.
+void note(Store &store, const std::string &operation, const std::string &argument,
+          const std::function<void()> &work)
+{
+    inTransaction(store, [&] {
+        const Turn turn = begin(store);
+        work();
+        end(store, turn);
+        writeJournal(*store.database, store.asker,
+                     {.simulated = turn.machine.now,
+                      .real = turn.real,
+                      .operation = operation,
+                      .argument = argument,
+                      .result = "done"});
+    });
+}
+
+// ---- Another machine
+
+void replaceMachine(Store &store, const Source &source, bool keepsClock,
+                    const std::string &operation)
+{
+    inTransaction(store, [&] {
+        const Turn turn = begin(store);
+        const Time real = realTime();
+        const Clock clock = {.simulated = keepsClock ? turn.machine.now : real,
+                             .real = real,
+                             .scale = wantedScale()};
+        putMachine(*store.database, source, clock, store.description.generation + 1);
+        store.database->run("DELETE FROM injection");
+        writeJournal(*store.database, store.asker,
+                     {.simulated = clock.simulated,
+                      .real = real,
+                      .operation = operation,
+                      .argument = source.file,
+                      .result = "done"});
+    });
+}
+
+// A name for the state of a machine that is given by the path of its description.
+std::string nameOfPath(const std::string &path)
+{
+    std::error_code ignored;
+    const std::filesystem::path whole = std::filesystem::weakly_canonical(path, ignored);
+    uint64_t hash = 0xcbf29ce484222325; // FNV-1a
+    for (const char byte : whole.string())
+        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
+    char digits[17];
+    snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
+    return whole.stem().string() + "-" + digits;
+}
+
+} // namespace
+
+Asker whoAsks()
+{
+    const passwd *user = getpwuid(getuid());
+    const char *terminal = ttyname(STDIN_FILENO);
+    return {.user = user ? user->pw_name : std::to_string(getuid()),
+            .terminal = terminal ? terminal : ""};
+}
+
+Store configuredStore()
+{
+    const std::string state = yat::stateDirectory();
+    if (state.empty())
+        throw StoreProblem("no directory for the state can be written; set YAT_STATE_DIR");
+    const std::string machine = yat::machineName();
+    const bool isPath = machine.find('/') != std::string::npos;
+    Store store;
+    store.file = state + "/machines/" + (isPath ? nameOfPath(machine) : machine) + ".db";
+    store.descriptionFile = yat::descriptionFile();
+    store.asker = whoAsks();
+    return store;
+}
+
+bool openStore(Store &store)
+{
+    if (store.database && isStillThere(store))
+        return false;
+    store.database.reset();
+    store.description = {};
+    const bool isNew = createStateFile(store.file, store.descriptionFile, store.asker);
+    store.database = openStateFile(store.file);
+    struct stat status;
+    if (stat(store.file.c_str(), &status) != 0)
+        throw StoreProblem(store.file + " can't be used: " + strerror(errno));
+    store.inode = status.st_ino;
+    store.device = status.st_dev;
+    return isNew;
+}
+
+void look(Store &store, const char *call, const Look &work)
+{
+    inCall(store, call, [&](const std::optional<Injection> &injection) {
+        const Turn turn = begin(store);
+        work(turn.machine, injection);
+        end(store, turn);
+    });
+}
+
+Machine look(Store &store)
+{
+    Machine result;
+    look(store, "", [&](const Machine &machine, const auto &) { result = machine; });
+    return result;
+}
+
+Outcome perform(Store &store, const Operation &operation)
+{
+    Outcome outcome;
+    const bool isCall = operation.verb <= Verb::putSetting;
+    inCall(store, isCall ? nameOf(operation.verb) : "", [&](const auto &injection) {
+        Turn turn = begin(store);
+        const Time asked = turn.machine.now;
+        if (injection && injection->result)
+            outcome.injected = injection->result;
+        else
+            outcome.refusal = apply(turn.machine, operation);
+        end(store, turn);
+        writeJournal(*store.database, store.asker,
+                     {.simulated = asked,
+                      .real = turn.real,
+                      .device = nameOf(operation.device),
+                      .operation = std::string(nameOf(operation.verb)),
+                      .code = operation.code,
+                      .argument = operation.argument,
+                      .result = resultText(outcome)});
+    });
+    return outcome;
+}
+
+void inject(Store &store, const Injection &injection)
+{
+    note(store, "inject", argumentOf(injection), [&] {
+        store.database->run(
+            "INSERT INTO injection (call, result, times, delay, text) VALUES (?, ?, ?, ?, ?)",
+            injection.call, injection.result, injection.times, injection.delay, injection.text);
+    });
+}
+
+void clearInjections(Store &store, const std::string &call)
+{
+    note(store, "inject", call + " off",
+         [&] { store.database->run("DELETE FROM injection WHERE call = ?", call); });
+}
+
+std::vector<Injection> injections(Store &store)
+{
+    std::vector<Injection> result;
+    inTransaction(store, [&] {
+        Query row = store.database->query(
+            "SELECT id, call, result, times, delay, text FROM injection ORDER BY id");
+        while (row.next())
+            result.push_back(readInjection(row));
+    });
+    return result;
+}
+
+void resetMachine(Store &store)
+{
+    replaceMachine(store, readSource(store.descriptionFile), false, "reset");
+}
+
+void importMachine(Store &store, const std::string &file)
+{
+    replaceMachine(store, readSource(file), true, "import");
+}
+
+std::string descriptionNote(Store &store)
+{
+    std::string origin, text;
+    inTransaction(store, [&] {
+        Query row = store.database->query("SELECT origin, description FROM machine");
+        if (row.next()) {
+            origin = row.text(0);
+            text = row.text(1);
+        }
+    });
+    if (origin != store.descriptionFile)
+        return "made from " + origin + "; 'yatsim reset' makes it anew from "
+               + store.descriptionFile;
+    const auto now = readWholeFile(origin);
+    if (!now)
+        return origin + " can't be read: " + strerror(errno) + "; the state is kept";
+    if (*now != text)
+        return origin + " has changed since; the state is kept, 'yatsim reset' makes it anew";
+    return {};
+}
+
+Clock clockOf(Store &store)
+{
+    Clock clock;
+    inTransaction(store, [&] {
+        const Turn turn = begin(store);
+        end(store, turn);
+        clock = {.simulated = turn.machine.now, .real = turn.real, .scale = wantedScale()};
+    });
+    return clock;
+}
+
+void readJournal(Store &store, int64_t last, const std::function<void(const JournalRow &)> &work)
+{
+    openStore(store);
+    Query row = store.database->query(
+        "SELECT * FROM (SELECT id, simulated, real, user, terminal, device, operation, code, "
+        "argument, result FROM journal ORDER BY id DESC LIMIT ?) ORDER BY id",
+        last > 0 ? last : int64_t{-1});
+    while (row.next())
+        work({.id = row.integer(0),
+              .simulated = row.integer(1),
+              .real = row.integer(2),
+              .user = row.text(3),
+              .terminal = row.text(4),
+              .device = row.text(5),
+              .operation = row.text(6),
+              .code = row.number(7),
+              .argument = row.text(8),
+              .result = row.text(9)});
+}
+
+} // namespace sim

@@ -1,0 +1,33 @@
+// The words for what a machine does: for the screen, for the journal, for the store.
+#pragma once
+
+#include "sim/model.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+// The state as the device windows show it: at most 19 columns. In UTF-8.
+std::string stateText(const Machine &machine, const Device &device, bool japanese);
+
+// The BIOS status, which tells an update under way. In UTF-8.
+std::string biosStatusText(const Machine &machine, const Device &device, bool japanese);
+
+std::string_view nameOf(State state);
+std::string_view nameOf(Bios bios);
+std::string_view nameOf(Verb verb); // of a call as yat/ft.h has it, of others as yatsim has it
+std::string_view nameOf(Refusal refusal); // a reason to read: "the module is not stopped"
+
+std::optional<State> stateNamed(std::string_view name);
+std::optional<Bios> biosNamed(std::string_view name);
+std::optional<Verb> verbNamed(std::string_view name);
+
+// "cpu1", "pci2", "scsi1", "ethernet3"; "" for the whole machine.
+std::string nameOf(DeviceId id);
+
+// The device of that short name ("eth3" will do) or display name, whatever its case.
+const Device *deviceNamed(const Machine &machine, std::string_view name);
+
+} // namespace sim

@@ -1,0 +1,403 @@
+// yatsim: looks at a simulated machine, and does to it what operations of the product can't.
+#include "common/machine.h"
+#include "sim/report.h"
+#include "sim/words.h"
+#include "text/encoding.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using namespace sim;
+
+// What the command line says.
+struct Request {
+    std::string machine;
+    bool json = false;
+    std::array<std::string, 2> words; // DEVICE; CALL and RESULT; KEY and VALUE; FILE
+    bool permanent = false;
+    int times = 1, delay = 0;
+    std::optional<std::string> text;
+    int64_t last = 0;
+    std::function<void(const Request &)> command;
+
+    Form form() const
+    {
+        return json ? Form::json : Form::text;
+    }
+};
+
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+Store simulatedStore()
+{
+    if (yat::machineIsHardware())
+        throw Failure("the configuration names the machine that this runs on, which is not "
+                      "simulated; choose another one with --machine or YAT_MACHINE");
+    return configuredStore();
+}
+
+std::string list(const std::vector<std::string> &words)
+{
+    std::string result;
+    for (const std::string &word : words)
+        result += (result.empty() ? "" : ", ") + word;
+    return result;
+}
+
+const Device &deviceOf(const Machine &machine, const std::string &name)
+{
+    const Device *device = deviceNamed(machine, name);
+    if (device)
+        return *device;
+    std::vector<std::string> known;
+    for (const Device &each : machine.devices)
+        known.push_back(nameOf(each.id));
+    throw Failure("no device '" + name + "', expected one of " + list(known));
+}
+
+void performOrFail(Store &store, const Operation &operation)
+{
+    const Outcome outcome = perform(store, operation);
+    if (outcome.refusal != Refusal::none)
+        throw Failure(std::string(nameOf(operation.verb)) + " " + nameOf(operation.device) + ": "
+                      + std::string(nameOf(outcome.refusal)));
+}
+
+// ---- Commands
+
+void init(const Request &)
+{
+    Store store = simulatedStore();
+    if (!openStore(store))
+        throw Failure(store.file + " is there already; 'yatsim reset' makes it anew");
+}
+
+void listDevices(const Request &request)
+{
+    Store store = simulatedStore();
+    reportDevices(look(store), request.form());
+}
+
+void show(const Request &request)
+{
+    Store store = simulatedStore();
+    if (request.words[0].empty()) {
+        reportMachine(store, request.form());
+        return;
+    }
+    const Machine machine = look(store);
+    reportDevice(machine, deviceOf(machine, request.words[0]), request.form());
+}
+
+template <Verb verb> void act(const Request &request)
+{
+    Store store = simulatedStore();
+    const DeviceId device = deviceOf(look(store), request.words[0]).id;
+    performOrFail(
+        store, {.verb = verb, .device = device, .argument = request.permanent ? "permanent" : ""});
+}
+
+std::optional<int> toNumber(const std::string &text)
+{
+    int number = 0;
+    const char *end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
+}
+
+void injectCall(const Request &request)
+{
+    const std::string &call = request.words[0], &result = request.words[1];
+    if (std::ranges::find(injectableCalls, call) == injectableCalls.end())
+        throw Failure("no call '" + call + "', expected one of " + list(injectableCalls));
+    const auto number = toNumber(result);
+    if (!number && result != "real" && result != "off")
+        throw Failure("wrong result '" + result + "', expected a number, 'real' or 'off'");
+    Store store = simulatedStore();
+    if (result == "off") {
+        clearInjections(store, call);
+        return;
+    }
+    const Injection injection{.call = call,
+                              .result = number,
+                              .times = request.times,
+                              .delay = request.delay,
+                              .text = request.text};
+    inject(store, injection);
+}
+
+void set(const Request &request)
+{
+    // KEY of the machine, or DEVICE.KEY; the name of a device may have a dot in it.
+    const std::string &name = request.words[0], &value = request.words[1];
+    const size_t dot = name.rfind('.');
+    const bool ofDevice = dot != std::string::npos;
+    const std::string key = ofDevice ? name.substr(dot + 1) : name;
+    const auto known = std::ranges::find_if(
+        setKeys, [&](const SetKey &each) { return each.key == key && each.ofDevice == ofDevice; });
+    if (known == std::end(setKeys)) {
+        std::vector<std::string> keys;
+        for (const SetKey &each : setKeys)
+            keys.push_back((each.ofDevice ? "DEVICE." : "") + std::string(each.key));
+        throw Failure("no key '" + name + "', expected one of " + list(keys));
+    }
+    Store store = simulatedStore();
+    const DeviceId device = ofDevice ? deviceOf(look(store), name.substr(0, dot)).id : DeviceId();
+    const Outcome outcome =
+        perform(store, {.verb = Verb::set, .device = device, .argument = key + "=" + value});
+    if (outcome.refusal == Refusal::wrongArgument)
+        throw Failure("wrong value '" + value + "' for " + name + ", expected " + known->values);
+    if (outcome.refusal != Refusal::none)
+        throw Failure("set " + name + ": " + std::string(nameOf(outcome.refusal)));
+}
+
+void journal(const Request &request)
+{
+    Store store = simulatedStore();
+    reportJournal(store, request.last, request.form());
+}
+
+void exportDescription(const Request &request)
+{
+    Store store = simulatedStore();
+    const Description description = describe(look(store));
+    printf("%s", (request.json ? toJson(description) : toToml(description)).c_str());
+}
+
+void importDescription(const Request &request)
+{
+    Store store = simulatedStore();
+    importMachine(store, request.words[0]);
+}
+
+void reset(const Request &)
+{
+    Store store = simulatedStore();
+    resetMachine(store);
+}
+
+// ---- The command line
+
+const char about[] =
+    "Looks at a simulated fault-tolerant server and does to it what happens to real ones:\n"
+    "failures, repairs, modules pulled and inserted. It works beside mrvutil, which shows\n"
+    "what is new when its window is refreshed.\n";
+
+const char aboutDevices[] =
+    "DEVICE is a short name such as cpu1, pci2, scsi1 or ethernet3, or the name that mrvutil\n"
+    "shows, such as \"CPU module 1\". 'yatsim list' names them all.";
+
+const char footer[] =
+    "Examples:\n"
+    "  yatsim list                            the devices and their states\n"
+    "  yatsim fail cpu2                       CPU module 2 fails once\n"
+    "  yatsim pull pci1                       PCI module 1 is pulled out while it runs\n"
+    "  yatsim inject InitBringUp 0 --times 2  the next two starts of a module fail\n"
+    "  yatsim inject StatusChange real --delay 3000\n"
+    "                                         the next state that is read takes 3 s\n"
+    "  yatsim set cpu1.mtbf_type 0            CPU module 1 stays down when it fails\n"
+    "  yatsim set time +60                    a minute passes at once\n"
+    "  YAT_TIME_SCALE=60 mrvutil              a minute takes a second\n"
+    "\n"
+    "The machine is that of mrvutil: YAT_MACHINE, or machine in yatkit.toml, or CEDAR. The exit\n"
+    "status is 0 when it was done and 1 when not, with a line on standard error that says why.\n"
+    "See yatsim(1) and, for the descriptions of machines, yat-machine(5).";
+
+std::string setHelp()
+{
+    std::string result;
+    for (const SetKey &key : setKeys)
+        result += "  " + std::string(key.ofDevice ? "DEVICE." : "") + key.key + "\n      "
+                  + key.values + "\n";
+    return "Keys and their values:\n" + result + aboutDevices;
+}
+
+std::string injectHelp()
+{
+    std::string calls;
+    for (const std::string &call : injectableCalls)
+        calls += "  " + call + "\n";
+    return "RESULT is the number that the call returns, 'real' for what it returns really, or\n"
+           "'off' to take all injections for the call back. An operation that is answered so is\n"
+           "not carried out. Without --text, a call that succeeds gives its real text or value.\n"
+           "\nCalls:\n"
+           + calls;
+}
+
+struct Word {
+    const char *name = nullptr, *help = nullptr;
+    bool required = true;
+};
+
+constexpr Word device = {"DEVICE", "Its short name or its display name"};
+
+struct Command {
+    const char *name, *help;
+    void (*run)(const Request &);
+    std::array<Word, 2> words{};
+    bool prints = false;
+    std::string more{}; // below the help
+};
+
+const std::vector<Command> &commands()
+{
+    static const std::vector<Command> all = {
+        {"init", "Make the state of a machine that has none yet", init},
+        {"list", "List the devices and their states", listDevices, {}, true},
+        {"show",
+         "Show a device, or the machine with its clock and its injections",
+         show,
+         {{{"DEVICE", "Without it, the machine", false}}},
+         true,
+         aboutDevices},
+        {"fail",
+         "Let a device fail; its MTBF type decides whether it starts again",
+         act<Verb::fail>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"repair",
+         "Repair a broken device; its failures stay counted",
+         act<Verb::repair>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"pull",
+         "Pull a module out, whatever it does",
+         act<Verb::pull>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"insert",
+         "Insert a module into its empty slot",
+         act<Verb::insert>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"inject",
+         "Make a call of the platform fail, hang, or answer as wanted",
+         injectCall,
+         {{{"CALL", "The call, by its name"}, {"RESULT", "A number, 'real' or 'off'"}}},
+         false,
+         injectHelp()},
+        {"set",
+         "Set a value of the machine, or of a device",
+         set,
+         {{{"KEY", "KEY of the machine, or DEVICE.KEY"}, {"VALUE", "The value"}}},
+         false,
+         setHelp()},
+        {"journal", "Print the journal of the operations that were asked for", journal, {}, true},
+        {"export", "Print the description of a machine like this one", exportDescription, {}, true},
+        {"import",
+         "Make the machine anew from a description; the journal goes on",
+         importDescription,
+         {{{"FILE", "The description, see yat-machine(5)"}}}},
+        {"reset", "Make the machine anew from its own description; the journal goes on", reset},
+    };
+    return all;
+}
+
+void addOptions(CLI::App &app, Request &request, const Command &command)
+{
+    for (size_t i = 0; i < command.words.size() && command.words[i].name; ++i) {
+        const Word &word = command.words[i];
+        app.add_option(word.name, request.words[i], word.help)
+            ->type_name("")
+            ->required(word.required);
+    }
+    if (command.prints)
+        app.add_flag("--json", request.json, "Print JSON instead of text");
+    const std::string_view name = command.name;
+    if (name == "fail")
+        app.add_flag("--permanent", request.permanent,
+                     "It fails again at each start until it is repaired");
+    if (name == "journal")
+        app.add_option("--last", request.last, "Only the last N lines")
+            ->type_name("N")
+            ->check(CLI::Range(int64_t{1}, int64_t{1} << 53));
+    if (name == "inject") {
+        app.add_option("--times", request.times, "For the next N calls (1); 0: until it is off")
+            ->type_name("N")
+            ->check(CLI::Range(0, 1'000'000'000));
+        app.add_option("--delay", request.delay, "The call takes so many milliseconds more")
+            ->type_name("MS")
+            ->check(CLI::Range(0, 86'400'000));
+        app.add_option("--text", request.text, "What the call gives: a text, or a number")
+            ->type_name("TEXT");
+    }
+    app.footer(command.more);
+}
+
+// Arguments come in the encoding of the locale.
+void toUtf8(Request &request)
+{
+    for (std::string &word : request.words)
+        word = yat::fromDisplay(word);
+    if (request.text)
+        request.text = yat::fromDisplay(*request.text);
+}
+
+void print(const std::string &problem)
+{
+    size_t begin = 0;
+    while (begin <= problem.size()) {
+        const size_t end = std::min(problem.find('\n', begin), problem.size());
+        fprintf(stderr, "yatsim: %s\n", yat::toDisplay(problem.substr(begin, end - begin)).c_str());
+        begin = end + 1;
+    }
+}
+
+int run(const Request &request)
+try {
+    if (!request.machine.empty())
+        setenv("YAT_MACHINE", request.machine.c_str(), 1);
+    request.command(request);
+    if (fflush(stdout) != 0 || ferror(stdout)) {
+        print(std::string("standard output can't be written: ") + strerror(errno));
+        return 1;
+    }
+    return 0;
+} catch (const std::exception &problem) {
+    print(problem.what());
+    return 1;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    setlocale(LC_ALL, "");
+    Request request;
+    CLI::App app(about, "yatsim");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option("--machine", request.machine, "Another machine: a name, or a description's path")
+        ->type_name("NAME");
+    for (const Command &command : commands()) {
+        CLI::App *each = app.add_subcommand(command.name, command.help);
+        addOptions(*each, request, command);
+        each->callback([&request, &command] { request.command = command.run; });
+    }
+    app.footer(footer); // last, or the commands would inherit it
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success &help) {
+        return app.exit(help);
+    } catch (const CLI::ParseError &problem) {
+        print(std::string(problem.what()) + "; 'yatsim --help' says more");
+        return 1;
+    }
+    toUtf8(request);
+    return run(request);
+}

@@ -1,0 +1,554 @@
+// The calls themselves: what they refuse, what they give, what is written down of them, and how
+// they answer when they are told to.
+#include "scenario.h"
+#include "yat/trace.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Operations : public Scenario {};
+class Properties : public Scenario {};
+class Settings : public Scenario {};
+class State : public Scenario {};
+class MachineTime : public Scenario {};
+class Injections : public Scenario {};
+
+// What an operation of any code does on a record; the codes that belong to none are tried too.
+int operate(int call, yat_device *device, int code)
+{
+    switch (call) {
+    case 0: return ClearMTBF(device, code);
+    case 1: return InitBringUp(device, code);
+    case 2: return InitBringDown(device, code);
+    case 3: return BurnFirmware(device, code, "FWCOPY");
+    default: return SetMtbfType(device, code, "1");
+    }
+}
+
+// The support codes that belong to a call and a class.
+int supportOf(int call, int classCode)
+{
+    const int cpu[] = {1, 5, 7, 9, 13}, pci[] = {15, 19, 21, 0, 23};
+    switch (classCode) {
+    case YAT_CLASS_CPU_MODULE: return cpu[call];
+    case YAT_CLASS_PCI_MODULE: return pci[call];
+    case YAT_CLASS_SCSI_ADAPTER: return call == 0 ? 25 : 0;
+    default: return call == 0 ? 31 : 0;
+    }
+}
+
+const char *const deviceNames[] = {"CPU module 1", "PCI module 2", "SCSI adapter 1",
+                                   "Ethernet adapter 1"};
+
+} // namespace
+
+// ---- Operations
+
+TEST_P(Operations, AreThoseThatTheMachineTypeHas)
+{
+    // Support codes of what is possible while all runs.
+    const std::tuple<const char *, int, std::vector<int>> machines[] = {
+        {"ALDER", YAT_MACHINE_ALDER, {1, 15, 21, 25, 31}},
+        {"BIRCH", YAT_MACHINE_BIRCH, {1, 7, 15, 21, 25, 31}},
+        {"CEDAR", YAT_MACHINE_CEDAR, {1, 7, 13, 15, 21, 23, 25, 31}},
+    };
+    for (const auto &[name, type, possible] : machines) {
+        SCOPED_TRACE(name);
+        begin(name);
+        EXPECT_EQ(call_yat_is_ft(0), type);
+        std::vector<int> found;
+        for (int code = -1; code < 40; ++code)
+            for (const char *device : deviceNames)
+                if (can(device, code))
+                    found.push_back(code);
+        std::ranges::sort(found);
+        EXPECT_EQ(found, possible);
+        TearDown();
+        watcher.reset();
+        sandbox.reset();
+    }
+    begin("BIRCH");
+    EXPECT_EQ(detail("CPU module 1", 13), YAT_DETAIL_UNSUPPORTED);
+    EXPECT_EQ(setType("CPU module 1", "0"), 0);
+}
+
+TEST_P(Operations, AreDataOfTheDescription)
+{
+    begin("CEDAR", "\"bring down\", \"burn firmware\", \"set MTBF type\"]", "\"set MTBF type\"]");
+    EXPECT_EQ(detail("CPU module 1", 7), YAT_DETAIL_UNSUPPORTED);
+    EXPECT_EQ(stop("CPU module 1"), 0);
+    EXPECT_EQ(cpuState(1), "Running, duplex");
+    EXPECT_EQ(stop("PCI module 1"), 1);
+}
+
+TEST_P(Operations, RefuseCodesThatDoNotBelongToThem)
+{
+    begin();
+    const std::string before = view();
+    for (const char *name : deviceNames)
+        for (int call = 0; call < 5; ++call) {
+            yat_device *device = record(name);
+            const int support = supportOf(call, device->identity->ClassCode);
+            for (int code = -1; code < 36; ++code)
+                if (support == 0 || code != support + 1) {
+                    EXPECT_EQ(operate(call, device, code), 0) << name << call << " " << code;
+                }
+        }
+    EXPECT_EQ(view(), before);
+}
+
+TEST_P(Operations, RefuseDevicesThatThereAreNot)
+{
+    begin();
+    yat_identity identity = {.Instance = 9, .ClassCode = YAT_CLASS_CPU_MODULE, .DevicePathID = {}};
+    yat_device stranger{};
+    stranger.identity = &identity;
+    int why = 0;
+    EXPECT_EQ(IfSupport(&stranger, 7, &why), 0);
+    EXPECT_EQ(why, YAT_DETAIL_NO_DEVICE);
+    EXPECT_EQ(InitBringDown(&stranger, 8), 0);
+    stranger.identity = nullptr;
+    EXPECT_EQ(IfSupport(&stranger, 7, &why), 0);
+    EXPECT_EQ(InitBringDown(&stranger, 8), 0);
+    EXPECT_EQ(IfSupport(nullptr, 7, nullptr), 0);
+    EXPECT_EQ(IfSupport(record("CPU module 1"), 7, nullptr), 1);
+    char text[1025] = "untouched";
+    EXPECT_EQ(StatusChange(YAT_KIND_CPU_MODULE, 3, YAT_STATE_CPU_MODULE, text), -1);
+    EXPECT_EQ(StatusChange(YAT_KIND_CPU_MODULE, 1, YAT_STATE_PCI_MODULE, text), -1);
+    EXPECT_EQ(StatusChange(YAT_KIND_BOARD, 1, YAT_STATE_CPU_MODULE, text), -1);
+    EXPECT_EQ(StatusChange(YAT_KIND_CPU_MODULE, 1, YAT_STATE_CPU_MODULE, nullptr), -1);
+    EXPECT_STREQ(text, "untouched");
+}
+
+TEST_P(Operations, SetTheMtbfTypeThatIsReadTwoAbove)
+{
+    begin();
+    const auto typeOf = [](int board) {
+        return property(YAT_KIND_BOARD, board, YAT_PROPERTY_MTBF_TYPE);
+    };
+    const std::string board = property(YAT_KIND_PCI_MODULE, 2, YAT_PROPERTY_RELATIONAL_INDEX);
+    EXPECT_EQ(board, "4");
+    EXPECT_EQ(typeOf(1), "4");
+    EXPECT_EQ(typeOf(4), "3");
+    for (const char *type : {"0", "1", "2"}) {
+        EXPECT_EQ(setType("CPU module 1", type), 1);
+        EXPECT_EQ(setType("PCI module 2", type), 1);
+        EXPECT_EQ(typeOf(1), std::string(1, static_cast<char>(*type + 2)));
+        EXPECT_EQ(typeOf(4), typeOf(1));
+    }
+    for (const char *type : {"3", "-1", "", "00", "1 ", "x"})
+        EXPECT_EQ(setType("CPU module 1", type), 0) << type;
+    EXPECT_EQ(SetMtbfType(record("CPU module 1"), 14, nullptr), 0);
+    EXPECT_EQ(typeOf(1), "4");
+}
+
+// ---- Properties
+
+TEST_P(Properties, AreThoseOfTheMachineAndNoOthers)
+{
+    begin();
+    const std::map<std::tuple<int, int, int>, std::string> expected = {
+        {{1, 1, 8}, "4"},         {{1, 2, 8}, "4"},         {{1, 3, 8}, "3"},
+        {{1, 4, 8}, "3"},         {{2, 1, 27}, "4.1.0068"}, {{2, 2, 27}, "4.1.0068"},
+        {{3, 1, 9002}, "3"},      {{3, 2, 9002}, "4"},      {{3, 3, 9002}, "5"},
+        {{2, 1, 28}, "Valid, running from the primary bank"},
+        {{2, 2, 28}, "Valid, running from the primary bank"},
+    };
+    std::map<std::tuple<int, int, int>, std::string> found;
+    for (int kind = -1; kind < 6; ++kind)
+        for (int number = -1; number < 8; ++number)
+            for (const int id : {-1, 0, 1, 7, 8, 9, 26, 27, 28, 29, 9001, 9002, 9003})
+                if (const std::string value = property(kind, number, id); value != "(fails)")
+                    found[{kind, number, id}] = value;
+    EXPECT_EQ(found, expected);
+}
+
+TEST_P(Properties, OfTheMtbfTypeAreThereOnCedarOnly)
+{
+    begin("BIRCH");
+    for (int board = 1; board <= 4; ++board)
+        EXPECT_EQ(property(YAT_KIND_BOARD, board, YAT_PROPERTY_MTBF_TYPE), "(fails)");
+    EXPECT_EQ(property(YAT_KIND_PCI_MODULE, 1, YAT_PROPERTY_RELATIONAL_INDEX), "3");
+    EXPECT_EQ(property(YAT_KIND_CPU_MODULE, 1, YAT_PROPERTY_BIOS_VERSION), "2.7.0133");
+}
+
+TEST_P(Properties, StayWithinTheBuffer)
+{
+    begin();
+    const std::string value = "4.1.0068";
+    for (unsigned long size = 0; size < 12; ++size) {
+        char buffer[16];
+        memset(buffer, '#', sizeof buffer);
+        unsigned long length = size;
+        const int result = yat_ft_func.yat_ft_get_property(
+            YAT_KIND_CPU_MODULE, 1, YAT_PROPERTY_BIOS_VERSION, buffer, &length);
+        const bool fits = size > value.size();
+        EXPECT_EQ(result == 0, fits) << size;
+        EXPECT_EQ(length, fits ? value.size() + 1 : size);
+        const std::string whole(buffer, sizeof buffer);
+        EXPECT_EQ(whole, fits ? value + '\0' + std::string(7, '#') : std::string(16, '#'));
+    }
+    char buffer[16];
+    unsigned long length = sizeof buffer;
+    EXPECT_NE(yat_ft_func.yat_ft_get_property(2, 1, 27, nullptr, &length), 0);
+    EXPECT_NE(yat_ft_func.yat_ft_get_property(2, 1, 27, buffer, nullptr), 0);
+}
+
+TEST_P(Properties, AreConvertedToNumbers)
+{
+    begin();
+    const std::tuple<const char *, int, int> cases[] = {
+        {"4", 0, 4},           {" 4 ", 0, 4},          {"-7", 0, -7},       {"+7", 0, 7},
+        {"007", 0, 7},         {"2147483647", 0, 2147483647},               {"\t3\n", 0, 3},
+        {"-2147483648", 0, -2147483647 - 1},           {"2147483648", -1, 99},
+        {"-2147483649", -1, 99}, {"", -1, 99},         {" ", -1, 99},       {"x", -1, 99},
+        {"4x", -1, 99},        {"4 4", -1, 99},        {"+-4", -1, 99},     {"-", -1, 99},
+        {"4.0", -1, 99},       {"0x4", -1, 99},
+    };
+    for (const auto &[text, result, number] : cases) {
+        int value = 99;
+        EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(std::string(text).data(), &value), result)
+            << text;
+        EXPECT_EQ(value, number) << text;
+    }
+    int value = 99;
+    char text[] = "4";
+    EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(nullptr, &value), -1);
+    EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(text, nullptr), -1);
+}
+
+// ---- Settings
+
+TEST_P(Settings, AreWrittenAsOneAndReadAsTwo)
+{
+    begin();
+    const auto read = [](int kind) {
+        int value = -1;
+        EXPECT_NE(GetBBDriverSettings(kind, YAT_CLASS_GENERAL, 1, &value), 0);
+        return value;
+    };
+    const auto write = [](int kind, int value) {
+        return PutBBDriverSettings(kind, YAT_CLASS_GENERAL, 1, &value);
+    };
+    EXPECT_EQ(read(YAT_SETTING_AUTO_BURN), 2);
+    EXPECT_NE(read(YAT_SETTING_AUTO_BRING_UP), 2);
+    EXPECT_NE(write(YAT_SETTING_AUTO_BURN, 0), 0);
+    EXPECT_NE(write(YAT_SETTING_AUTO_BRING_UP, 1), 0);
+    EXPECT_NE(read(YAT_SETTING_AUTO_BURN), 2);
+    EXPECT_EQ(read(YAT_SETTING_AUTO_BRING_UP), 2);
+    for (const int value : {2, -1, 7})
+        EXPECT_EQ(write(YAT_SETTING_AUTO_BURN, value), 0);
+    EXPECT_NE(read(YAT_SETTING_AUTO_BURN), 2);
+}
+
+TEST_P(Settings, ThatThereAreNotFail)
+{
+    begin();
+    const std::tuple<int, int, int> cases[] = {
+        {0, YAT_CLASS_GENERAL, 1}, {1, YAT_CLASS_GENERAL, 1}, {4, YAT_CLASS_GENERAL, 1},
+        {2, YAT_CLASS_GENERAL, 0}, {2, YAT_CLASS_GENERAL, 2}, {2, 20002, 1}};
+    for (const auto &[kind, object, index] : cases) {
+        int value = 1;
+        EXPECT_EQ(PutBBDriverSettings(kind, object, index, &value), 0);
+        value = 77;
+        EXPECT_EQ(GetBBDriverSettings(kind, object, index, &value), 0);
+        EXPECT_EQ(value, 77);
+    }
+    EXPECT_EQ(GetBBDriverSettings(2, YAT_CLASS_GENERAL, 1, nullptr), 0);
+    EXPECT_EQ(PutBBDriverSettings(2, YAT_CLASS_GENERAL, 1, nullptr), 0);
+}
+
+// ---- State and journal
+
+TEST_P(State, IsThereAgainInTheNextProgram)
+{
+    begin();
+    stop("CPU module 2");
+    pass(4);
+    int on = 1;
+    PutBBDriverSettings(YAT_SETTING_AUTO_BRING_UP, YAT_CLASS_GENERAL, 1, &on);
+    setType("PCI module 1", "0");
+    const std::string before = view();
+    interface.reset();
+    interface.emplace();
+    EXPECT_EQ(view(), before);
+    EXPECT_EQ(cpuState(2), "Stopping 40 %");
+}
+
+TEST_P(State, HasAJournalOfAllThatIsAskedFor)
+{
+    begin();
+    stop("CPU module 2");
+    stop("CPU module 1"); // refused
+    setType("PCI module 1", "2");
+    int on = 1;
+    PutBBDriverSettings(YAT_SETTING_AUTO_BRING_UP, YAT_CLASS_GENERAL, 1, &on);
+    pass(10);
+    burn("CPU module 2", "FWCOPY");
+    steer("fail pci2");
+    const auto rows = journal();
+    const char *const expected[][5] = {
+        {"", "init", "", "", "done"},
+        {"cpu2", "InitBringDown", "8", "", "done"},
+        {"cpu1", "InitBringDown", "8", "", "refused: the module is the last one of its pair that runs"},
+        {"pci1", "SetMtbfType", "24", "2", "done"},
+        {"", "PutBBDriverSettings", "3", "1", "done"},
+        {"", "set", "0", "time=+10.000000", "done"},
+        {"cpu2", "BurnFirmware", "10", "FWCOPY", "done"},
+        {"pci2", "fail", "0", "", "done"},
+    };
+    ASSERT_EQ(rows.size(), std::size(expected));
+    for (size_t i = 0; i < rows.size(); ++i) {
+        EXPECT_EQ(rows[i]["id"], i + 1);
+        EXPECT_EQ(rows[i]["device"], expected[i][0]);
+        EXPECT_EQ(rows[i]["operation"], expected[i][1]);
+        EXPECT_EQ(rows[i]["result"], expected[i][4]);
+        EXPECT_EQ(rows[i]["user"], getpwuid(getuid())->pw_name);
+        EXPECT_TRUE(rows[i]["time"].get<std::string>().ends_with("Z"));
+        if (i > 0) {
+            EXPECT_EQ(std::to_string(rows[i]["code"].get<int>()), expected[i][2]);
+            EXPECT_EQ(rows[i]["argument"], expected[i][3]);
+            EXPECT_GE(rows[i]["time"], rows[i - 1]["time"]);
+        }
+    }
+    const char *terminal = ttyname(STDIN_FILENO);
+    EXPECT_EQ(rows[1]["terminal"], terminal ? terminal : "");
+}
+
+TEST_P(State, IsKeptWhenTheDescriptionChanges)
+{
+    prepare("CEDAR", "name = \"CEDAR", "name = \"SEVERAL");
+    ASSERT_EQ(TraceLogInit(0, "scenario", 0, 0, 0), 1);
+    open();
+    stop("CPU module 2");
+    interface.reset();
+    const fs::path file = sandbox->directory() / "CEDAR.toml";
+    std::ofstream(file) << shipped("ALDER");
+    interface.emplace();
+    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_CEDAR);
+    EXPECT_EQ(cpuState(2), "Stopping 0 %");
+    const std::string note = file.string() + " has changed since; the state is kept";
+    EXPECT_NE(contents(sandbox->directory() / "log" / "scenario.log").find(note),
+              std::string::npos);
+    EXPECT_NE(steer("show").find(note), std::string::npos);
+    steer("reset");
+    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_ALDER);
+    EXPECT_EQ(cpuState(2), "Broken");
+}
+
+TEST_P(State, ThatIsDamagedIsRefusedByEveryCallAndLeftAlone)
+{
+    prepare();
+    ASSERT_EQ(TraceLogInit(0, "scenario", 0, 0, 0), 1);
+    steer("init");
+    std::ofstream(sandbox->stateFile()) << "my letter to grandmother";
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(ft_FunctionInit(), 1); // it opens, and each call tells
+    yat_identity identity = {.Instance = 1, .ClassCode = YAT_CLASS_CPU_MODULE, .DevicePathID = {}};
+    yat_device cpu{};
+    cpu.identity = &identity;
+    yat_device *root = nullptr;
+    int value = 77;
+    char text[1025] = "untouched", number[] = "4";
+    unsigned long size = sizeof text;
+    EXPECT_EQ(CreateTreeViewData(&root), 0);
+    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_QUERY_FAILED);
+    EXPECT_EQ(StatusChange(2, 1, YAT_STATE_CPU_MODULE, text), -1);
+    EXPECT_NE(yat_ft_func.yat_ft_get_property(2, 1, 27, text, &size), 0);
+    EXPECT_EQ(IfSupport(&cpu, 1, &value), 0);
+    EXPECT_EQ(ClearMTBF(&cpu, 2), 0);
+    EXPECT_EQ(InitBringUp(&cpu, 6), 0);
+    EXPECT_EQ(InitBringDown(&cpu, 8), 0);
+    EXPECT_EQ(BurnFirmware(&cpu, 10, "FWCOPY"), 0);
+    EXPECT_EQ(SetMtbfType(&cpu, 14, "1"), 0);
+    EXPECT_EQ(GetBBDriverSettings(2, YAT_CLASS_GENERAL, 1, &value), 0);
+    EXPECT_EQ(value, 77);
+    EXPECT_EQ(PutBBDriverSettings(2, YAT_CLASS_GENERAL, 1, &value), 0);
+    EXPECT_EQ(size, sizeof text);
+    EXPECT_STREQ(text, "untouched");
+    EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(number, &value), 0); // needs no machine
+    EXPECT_EQ(ft_FunctionRelease(), 1);
+
+    const std::string problem = sandbox->stateFile().string() + " is damaged or of another program";
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_NE(told.find(problem), std::string::npos) << told;
+    EXPECT_EQ(std::ranges::count(told, '\n'), 1) << told; // once, however many calls failed
+    EXPECT_NE(contents(sandbox->directory() / "log" / "scenario.log").find(problem),
+              std::string::npos);
+    EXPECT_EQ(contents(sandbox->stateFile()), "my letter to grandmother");
+}
+
+// ---- Time
+
+TEST_P(MachineTime, StandsStill)
+{
+    begin(); // at a pace of 0
+    stop("CPU module 2");
+    pass(5);
+    const auto before = nlohmann::json::parse(steer("show --json"))["time"];
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(cpuState(2), "Stopping 50 %");
+    EXPECT_EQ(nlohmann::json::parse(steer("show --json"))["time"], before);
+}
+
+TEST_P(MachineTime, RunsFasterWhenItIsToldTo)
+{
+    begin("CEDAR", "", "", "300");
+    stop("CPU module 2");
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    std::vector<int> seen = {0};
+    for (std::string state; (state = cpuState(2)) != "Stopped";) {
+        ASSERT_LT(std::chrono::steady_clock::now(), limit) << state;
+        int percent = -1;
+        ASSERT_EQ(sscanf(state.c_str(), "Stopping %d", &percent), 1) << state;
+        EXPECT_GE(percent, seen.back());
+        seen.push_back(percent);
+    }
+    EXPECT_GT(seen.back(), 0);
+}
+
+TEST_P(MachineTime, IsRealUnlessItIsToldOtherwise)
+{
+    prepare();
+    sandbox->set("YAT_TIME_SCALE", "");
+    open();
+    const auto at = [](const char *key) {
+        return nlohmann::json::parse(steer("journal --last 1 --json"))[0][key]
+            .get<std::string>()
+            .substr(0, 26);
+    };
+    stop("CPU module 2");
+    EXPECT_EQ(at("time"), at("real_time"));
+    EXPECT_EQ(nlohmann::json::parse(steer("show --json"))["time_scale"], 1);
+}
+
+// ---- Injections
+
+TEST_P(Injections, AnswerInThePlaceOfOperations)
+{
+    begin();
+    for (const int result : {0, -1, 5}) {
+        steer("inject InitBringDown " + std::to_string(result));
+        EXPECT_EQ(stop("CPU module 2"), result);
+        EXPECT_EQ(cpuState(2), "Running, duplex"); // and nothing happened
+        EXPECT_EQ(journal().back()["result"], "injected: " + std::to_string(result));
+    }
+    EXPECT_EQ(stop("CPU module 2"), 1);
+    EXPECT_EQ(cpuState(2), "Stopping 0 %");
+}
+
+TEST_P(Injections, LastAsManyTimesAsTheySay)
+{
+    begin();
+    steer("inject ClearMTBF 0 --times 2");
+    EXPECT_EQ(clearMtbf("CPU module 1"), 0);
+    EXPECT_EQ(clearMtbf("SCSI adapter 1"), 0);
+    EXPECT_EQ(clearMtbf("CPU module 1"), 1);
+    steer("inject ClearMTBF 0 --times 0");
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(clearMtbf("CPU module 1"), 0);
+    steer("inject ClearMTBF off");
+    EXPECT_EQ(clearMtbf("CPU module 1"), 1);
+}
+
+TEST_P(Injections, MakeACallHangForAWhile)
+{
+    begin();
+    steer("inject InitBringDown real --delay 60");
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(stop("CPU module 2"), 1);
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(60));
+    EXPECT_EQ(cpuState(2), "Stopping 0 %");
+}
+
+TEST_P(Injections, FailEveryCallByItsConvention)
+{
+    begin();
+    yat_device *cpu = record("CPU module 2");
+    char text[1025] = "untouched", number[] = "4";
+    unsigned long size = sizeof text;
+    int value = 77;
+    yat_device *tree = nullptr;
+    const std::tuple<const char *, int, std::function<int()>> calls[] = {
+        {"CreateTreeViewData", 0, [&] { return CreateTreeViewData(&tree); }},
+        {"call_yat_is_ft", -1, [] { return call_yat_is_ft(0); }},
+        {"yat_ft_get_property", 3,
+         [&] { return yat_ft_func.yat_ft_get_property(2, 1, 27, text, &size); }},
+        {"Linux_ConvertDataToInt", -1,
+         [&] { return yat_ft_func.Linux_ConvertDataToInt(number, &value); }},
+        {"StatusChange", -1, [&] { return StatusChange(2, 1, 9001, text); }},
+        {"IfSupport", 0, [&] { return IfSupport(cpu, 7, nullptr); }},
+        {"ClearMTBF", 0, [&] { return ClearMTBF(cpu, 2); }},
+        {"InitBringDown", 0, [&] { return InitBringDown(cpu, 8); }},
+        {"InitBringUp", 2, [&] { return InitBringUp(cpu, 6); }},
+        {"SetMtbfType", 0, [&] { return SetMtbfType(cpu, 14, "0"); }},
+        {"BurnFirmware", 0, [&] { return BurnFirmware(cpu, 10, "FWCOPY"); }},
+        {"GetBBDriverSettings", 0, [&] { return GetBBDriverSettings(2, 20003, 1, &value); }},
+        {"PutBBDriverSettings", 0, [&] { return PutBBDriverSettings(2, 20003, 1, &value); }},
+    };
+    const std::string before = view();
+    if (watcher) { // it makes some of these calls itself, and would take their answers
+        EXPECT_EQ(watcher->finish(), "failures 0\n" + before);
+        watcher.reset();
+    }
+    for (const auto &[name, result, call] : calls) {
+        steer(std::string("inject ") + name + " " + std::to_string(result));
+        EXPECT_EQ(call(), result) << name;
+    }
+    EXPECT_EQ(view(), before);
+    EXPECT_STREQ(text, "untouched");
+    EXPECT_EQ(value, 77);
+    EXPECT_EQ(tree, nullptr);
+
+    ASSERT_EQ(CreateTreeViewData(&tree), 1);
+    steer("inject FreeTreeViewData 0");
+    EXPECT_EQ(FreeTreeViewData(&tree), 0);
+    EXPECT_NE(tree, nullptr);
+    EXPECT_EQ(FreeTreeViewData(&tree), 1);
+    interface.reset();
+    steer("inject ft_FunctionInit 0");
+    EXPECT_EQ(ft_FunctionInit(), 0);
+    EXPECT_EQ(yat_ft_func.handle, nullptr);
+    interface.emplace();
+}
+
+TEST_P(Injections, AnswerAsWanted)
+{
+    begin();
+    if (watcher) {
+        EXPECT_EQ(watcher->finish(), "failures 0\n" + view());
+        watcher.reset();
+    }
+    steer("inject StatusChange 0 --text \"Melting\"");
+    EXPECT_EQ(cpuState(9), "Melting");
+    steer("inject yat_ft_get_property 0 --text \"9\"");
+    EXPECT_EQ(property(YAT_KIND_BOARD, 1, YAT_PROPERTY_MTBF_TYPE), "9");
+    steer("inject Linux_ConvertDataToInt 0 --text 12");
+    int value = 0;
+    char number[] = "x";
+    EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(number, &value), 0);
+    EXPECT_EQ(value, 12);
+    steer("inject GetBBDriverSettings 1 --text 5");
+    EXPECT_EQ(GetBBDriverSettings(2, YAT_CLASS_GENERAL, 1, &value), 1);
+    EXPECT_EQ(value, 5);
+    steer("inject IfSupport 0 --text 42");
+    EXPECT_EQ(detail("CPU module 1", 7), 42);
+    steer("inject call_yat_is_ft 2");
+    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_BIRCH);
+    steer("inject StatusChange 0 --text \"" + std::string(1500, 'x') + "\"");
+    EXPECT_EQ(cpuState(1), std::string(1023, 'x')); // as much as the buffer takes
+}
+
+PLAY_SCENARIOS(Operations);
+PLAY_SCENARIOS(Properties);
+PLAY_SCENARIOS(Settings);
+PLAY_SCENARIOS(State);
+PLAY_SCENARIOS(MachineTime);
+PLAY_SCENARIOS(Injections);

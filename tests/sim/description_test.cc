@@ -1,0 +1,219 @@
+// Descriptions of machines: what is right, and what is told about what is not.
+#include "sim/description.h"
+#include "support.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace sim;
+
+std::vector<std::string> mistakesOf(const std::string &toml)
+{
+    std::vector<Mistake> mistakes;
+    parseDescription(toml, mistakes);
+    std::vector<std::string> result;
+    for (const Mistake &mistake : mistakes)
+        result.push_back(toString(mistake, "F"));
+    return result;
+}
+
+// A small machine, one mistake in it.
+struct Case {
+    const char *name, *part, *replacement, *mistake;
+};
+
+const char small[] = "name = \"M\"\n"                            // 1
+                     "type = \"CEDAR\"\n"                        // 2
+                     "[timing]\n"                                // 3
+                     "start = 1.5\n"                             // 4
+                     "[mtbf]\n"                                  // 5
+                     "threshold = 2\n"                           // 6
+                     "[supports]\n"                              // 7
+                     "cpu_module = [\"clear MTBF\"]\n"           // 8
+                     "[[cpu_module]]\n"                          // 9
+                     "number = 1\n"                              // 10
+                     "name = \"C1\"\n"                           // 11
+                     "path = [0]\n"                              // 12
+                     "state = \"duplex\"\n"                      // 13
+                     "mtbf_type = \"stay down\"\n"               // 14
+                     "bios_version = \"1\"\n"                    // 15
+                     "bios_status = \"ok\"\n"                    // 16
+                     "failures = [3, 0.5]\n"                     // 17
+                     "[[cpu_module]]\n"                          // 18
+                     "number = 2\n"                              // 19
+                     "name = \"C2\"\n"                           // 20
+                     "path = [1]\n"                              // 21
+                     "state = \"duplex\"  # second\n"            // 22
+                     "mtbf_type = \"always restart\"\n"          // 23
+                     "bios_version = \"1\"\n"                    // 24
+                     "bios_status = \"ok\"\n"                    // 25
+                     "[[pci_module]]\n"                          // 26
+                     "number = 1\n"                              // 27
+                     "name = \"P1\"\n"                           // 28
+                     "path = [2, 0]\n"                           // 29
+                     "state = \"simplex\"\n"                     // 30
+                     "mtbf_type = \"restart above threshold\"\n" // 31
+                     "board = 3\n"                               // 32
+                     "[[pci_module.adapter]]\n"                  // 33
+                     "class = \"SCSI\"\n"                        // 34
+                     "number = 1\n"                              // 35
+                     "name = \"S1\"\n"                           // 36
+                     "path = [2, 1]\n";                          // 37
+
+const Case cases[] = {
+    {"NotToml", "type = ", "type : ", "F:2: *"},
+    {"MissingName", "name = \"M\"\n", "",
+     "F:1: missing key 'name', expected a text of 1 to 127 bytes"},
+    {"UnknownKey", "type =", "typ = 1\ntype =",
+     "F:2: unknown key 'typ' in the description, expected name, type, bmc, firmware, settings, "
+     "mtbf, timing, supports, cpu_module, pci_module"},
+    {"UnknownType", "\"CEDAR\"", "\"OAK\"",
+     "F:2: wrong value for 'type', expected \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\""},
+    {"NegativeTime", "1.5", "-1.5",
+     "F:4: wrong value for 'start', expected a number from 0 to 86400"},
+    {"TimeThatIsNoNumber", "1.5", "nan",
+     "F:4: wrong value for 'start', expected a number from 0 to 86400"},
+    {"TimeAsText", "1.5", "\"1.5\"",
+     "F:4: wrong value for 'start', expected a number from 0 to 86400"},
+    {"UnknownTiming", "start", "begin",
+     "F:4: unknown key 'begin' in [timing], expected start, synchronise, stop, firmware_update"},
+    {"WrongThreshold", "threshold = 2", "threshold = inf",
+     "F:6: wrong value for 'threshold', expected a number from 0 to 876000"},
+    {"UnknownOperation", "clear MTBF", "clear",
+     "F:8: wrong value for 'cpu_module', expected a list out of \"clear MTBF\", \"bring up\", "
+     "\"bring down\", \"burn firmware\", \"set MTBF type\""},
+    {"SectionThatIsNoTable", "[mtbf]\nthreshold = 2\n", "[[mtbf]]\nthreshold = 2\n",
+     "F:5: wrong value for 'mtbf', expected a table"},
+    {"NumberOutOfRange", "number = 1\nname = \"C1\"", "number = 0\nname = \"C1\"",
+     "F:10: wrong value for 'number', expected a number from 1 to 9999"},
+    {"NumberTwice", "number = 2", "number = 1",
+     "F:19: number 1 stands twice, expected one of its own"},
+    {"PathByteOutOfRange", "path = [0]", "path = [256]",
+     "F:12: wrong value for 'path', expected a list of 1 to 8 numbers from 0 to 255"},
+    {"StateThatDoesNotLast", "\"simplex\"", "\"starting\"",
+     "F:30: wrong value for 'state', expected \"empty\", \"stopped\", \"simplex\", \"duplex\", "
+     "\"broken\""},
+    {"DuplexAlone", "\"simplex\"", "\"duplex\"",
+     "F:30: wrong value for 'state', expected \"duplex\" only where the partner has it too"},
+    {"UnknownMtbfType", "\"stay down\"", "\"0\"",
+     "F:14: wrong value for 'mtbf_type', expected \"stay down\", \"always restart\", \"restart "
+     "above threshold\""},
+    {"MissingMtbfType", "mtbf_type = \"always restart\"\n", "",
+     "F:18: missing key 'mtbf_type', expected \"stay down\", \"always restart\", \"restart above "
+     "threshold\""},
+    {"FailureInTheFuture", "[3, 0.5]", "[3, -1]",
+     "F:17: wrong value for 'failures', expected a list of up to 64 numbers from 0 to 876000"},
+    {"BoardTwice", "board = 3", "board = 1", "F:32: board 1 stands twice, expected one of its own"},
+    {"UnknownClass", "\"SCSI\"", "\"SATA\"",
+     "F:34: wrong value for 'class', expected \"SCSI\", \"Ethernet\""},
+    {"PartnerOfItself", "board = 3", "board = 3\npartner = 1",
+     "F:33: wrong value for 'partner', expected the number of another module of the class that "
+     "has this one as its partner, or 0"},
+};
+
+class EveryMistake : public testing::TestWithParam<Case> {};
+
+TEST_P(EveryMistake, NamesFileLineKeyAndWhatIsAllowed)
+{
+    std::string text = small;
+    const std::string part = GetParam().part, expected = GetParam().mistake;
+    const size_t where = text.find(part);
+    ASSERT_NE(where, std::string::npos);
+    const std::vector<std::string> mistakes =
+        mistakesOf(text.replace(where, part.size(), GetParam().replacement));
+    if (expected.ends_with("*")) {
+        ASSERT_EQ(mistakes.size(), 1u);
+        EXPECT_TRUE(mistakes[0].starts_with(expected.substr(0, expected.size() - 1)))
+            << mistakes[0];
+    } else {
+        EXPECT_EQ(mistakes, std::vector<std::string>{expected});
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Description, EveryMistake, testing::ValuesIn(cases),
+                         [](const auto &info) { return info.param.name; });
+
+} // namespace
+
+TEST(Description, WithoutAMistakeHasNone)
+{
+    EXPECT_EQ(mistakesOf(small), std::vector<std::string>());
+}
+
+TEST(Description, TellsAllItsMistakesAtOnce)
+{
+    EXPECT_EQ(mistakesOf("type = 3\nname = \"\"\n").size(), 2u);
+}
+
+TEST(Description, OfAPairHasBothRunningInDuplexOrOneAlone)
+{
+    std::string text = small;
+    for (size_t at; (at = text.find("\"duplex\"")) != std::string::npos;)
+        text.replace(at, 8, "\"simplex\"");
+    const std::string mistake = " wrong value for 'state', expected \"duplex\" for both modules "
+                                "of a pair that runs";
+    EXPECT_EQ(mistakesOf(text), (std::vector<std::string>{"F:13:" + mistake, "F:22:" + mistake}));
+    text.replace(text.find("\"simplex\"  # second"), 9, "\"broken\"");
+    EXPECT_EQ(mistakesOf(text), std::vector<std::string>());
+}
+
+TEST(Description, PairsNeighboursUnlessItSaysOtherwise)
+{
+    std::vector<Mistake> mistakes;
+    EXPECT_EQ(parseDescription(small, mistakes).cpuModules[0].partner, 2);
+    EXPECT_EQ(parseDescription(small, mistakes).pciModules[0].partner, 0);
+    std::string text = small;
+    for (const char *name : {"name = \"C1\"", "name = \"C2\""})
+        text.insert(text.find(name), "partner = 0\n");
+    for (size_t at; (at = text.find("\"duplex\"")) != std::string::npos;)
+        text.replace(at, 8, "\"simplex\"");
+    EXPECT_EQ(mistakesOf(text), std::vector<std::string>()); // each alone, and both run
+    EXPECT_EQ(parseDescription(text, mistakes).cpuModules[0].partner, 0);
+}
+
+TEST(Description, SetsMtbfTypesOnlyWhereTheMachineHasThem)
+{
+    EXPECT_EQ(
+        mistakesOf(shipped("BIRCH", "\"burn firmware\"", "\"set MTBF type\"")),
+        std::vector<std::string>{
+            "F:29: wrong value for 'cpu_module', expected \"set MTBF type\" only on a machine "
+            "of type \"CEDAR\""});
+}
+
+TEST(Description, HasUnitsOfItsOwn)
+{
+    std::vector<Mistake> mistakes;
+    const Description machine = parseDescription(small, mistakes);
+    EXPECT_EQ(machine.timing.start, 1'500'000);
+    EXPECT_EQ(machine.timing.stop, Timing().stop); // what is not said stays as usual
+    EXPECT_EQ(machine.mtbfThreshold, 2 * hour);
+    EXPECT_EQ(machine.cpuModules[0].failures, (std::vector<Time>{3 * hour, hour / 2}));
+}
+
+TEST(Description, ThatCantBeReadSaysWhy)
+{
+    std::vector<Mistake> mistakes;
+    readDescription("/nowhere/M.toml", mistakes);
+    ASSERT_EQ(mistakes.size(), 1u);
+    EXPECT_EQ(toString(mistakes[0], "F"), "F: can't be read: No such file or directory");
+    mistakes.clear();
+    readDescription("/", mistakes);
+    ASSERT_EQ(mistakes.size(), 1u);
+    EXPECT_EQ(toString(mistakes[0], "F"), "F: can't be read: Is a directory");
+}
+
+TEST(Description, WrittenReadsBackAsItself)
+{
+    std::vector<std::string> texts = {small};
+    for (const char *machine : {"ALDER", "BIRCH", "CEDAR", "PLAIN"})
+        texts.push_back(shipped(machine));
+    for (const std::string &text : texts) {
+        std::vector<Mistake> mistakes;
+        const Description machine = parseDescription(text, mistakes);
+        ASSERT_TRUE(mistakes.empty()) << toString(mistakes[0], text.substr(0, 40));
+        const Description again = parseDescription(toToml(machine), mistakes);
+        ASSERT_TRUE(mistakes.empty()) << toString(mistakes[0], toToml(machine));
+        EXPECT_EQ(again, machine) << toToml(machine);
+    }
+}

@@ -1,0 +1,275 @@
+// The model of the machine by itself: random histories, and what must hold in each of them.
+#include "sim/model.h"
+#include "sim/words.h"
+#include "support.h"
+#include "yat/ft.h"
+
+#include <clocale>
+#include <cwchar>
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+namespace sim {
+
+// How rapidcheck shows a history that broke a rule.
+void showValue(Verb verb, std::ostream &out)
+{
+    out << nameOf(verb);
+}
+
+void showValue(DeviceId device, std::ostream &out)
+{
+    out << nameOf(device);
+}
+
+} // namespace sim
+
+namespace {
+
+using namespace sim;
+
+std::shared_ptr<const Description> machineOf(const std::string &toml)
+{
+    std::vector<Mistake> mistakes;
+    auto description = std::make_shared<Description>(parseDescription(toml, mistakes));
+    EXPECT_TRUE(mistakes.empty());
+    return description;
+}
+
+const Verb verbs[] = {Verb::clearMtbf,    Verb::bringUp,    Verb::bringDown, Verb::setMtbfType,
+                      Verb::burnFirmware, Verb::putSetting, Verb::fail,      Verb::repair,
+                      Verb::pull,         Verb::insert,     Verb::set};
+
+rc::Gen<DeviceId> anyDevice(const Machine &machine)
+{
+    std::vector<DeviceId> ids = {{YAT_CLASS_CPU_MODULE, 99}};
+    for (const Device &device : machine.devices)
+        ids.push_back(device.id);
+    return rc::gen::elementOf(ids);
+}
+
+std::vector<std::string> argumentsFor(Verb verb)
+{
+    switch (verb) {
+    case Verb::setMtbfType: return {"0", "1", "2", "3"};
+    case Verb::burnFirmware: return {"FWCOPY", "FWBURN", "FW"};
+    case Verb::putSetting: return {"0", "1", "2"};
+    case Verb::fail: return {"", "", "permanent", "x"};
+    case Verb::set:
+        return {"mtbf_type=1",         "bios_version=9", "automatic_module_start=on",
+                "mtbf_threshold=0.01", "data_file=",     "time=+7"};
+    default: return {""};
+    }
+}
+
+Operation anyOperation(const Machine &machine)
+{
+    Operation operation;
+    operation.verb = *rc::gen::elementOf(std::vector<Verb>(std::begin(verbs), std::end(verbs)));
+    operation.argument = *rc::gen::elementOf(argumentsFor(operation.verb));
+    operation.device = *anyDevice(machine);
+    operation.code = supportCode(operation.verb, operation.device.classCode) + 1;
+    if (operation.verb == Verb::putSetting) {
+        operation.device = {};
+        operation.code = *rc::gen::inRange(1, 5);
+    } else if (operation.verb == Verb::set && *rc::gen::inRange(0, 3) == 0) {
+        operation.device = {};
+    } else if (*rc::gen::inRange(0, 20) == 0) {
+        operation.code = *rc::gen::inRange(0, 40);
+    }
+    return operation;
+}
+
+// The time until the next step: at once, within a transition, or past several.
+Time anyPause()
+{
+    return *rc::gen::elementOf(std::vector<Time>{0, second, 5 * second, 15 * second, hour});
+}
+
+bool aPairRuns(const Machine &machine, const Device &device)
+{
+    const Device *partner = partnerOf(machine, device);
+    return isRunning(device.state) || (partner && isRunning(partner->state));
+}
+
+void runHistory(const std::string &toml,
+                const std::function<void(Machine &, const Operation &)> &step)
+{
+    Machine machine = makeMachine(machineOf(toml), 1000 * hour);
+    const int steps = *rc::gen::inRange(1, 60);
+    for (int i = 0; i < steps; ++i) {
+        advance(machine, machine.now + anyPause());
+        RC_ASSERT(contradiction(machine) == "");
+        step(machine, anyOperation(machine));
+        RC_ASSERT(contradiction(machine) == "");
+    }
+}
+
+const std::string shippedMachines[] = {"ALDER", "BIRCH", "CEDAR", "PLAIN"};
+
+std::string anyMachine()
+{
+    return shipped(*rc::gen::elementOf(
+        std::vector<std::string>(std::begin(shippedMachines), std::end(shippedMachines))));
+}
+
+} // namespace
+
+TEST(Model, NeverTakesAPairDownByAnOperationOfOurs)
+{
+    EXPECT_TRUE(rc::check([] {
+        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+            const Machine before = machine;
+            apply(machine, operation);
+            if (operation.verb > Verb::putSetting)
+                return;
+            for (size_t i = 0; i < machine.devices.size(); ++i)
+                if (isModule(machine.devices[i].id) && aPairRuns(before, before.devices[i]))
+                    RC_ASSERT(aPairRuns(machine, machine.devices[i]));
+        });
+    }));
+}
+
+TEST(Model, ChangesNothingWhenItRefuses)
+{
+    EXPECT_TRUE(rc::check([] {
+        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+            const Machine before = machine;
+            if (apply(machine, operation) != Refusal::none)
+                RC_ASSERT(machine == before);
+        });
+    }));
+}
+
+TEST(Model, TakesWhatItSaysItTakes)
+{
+    EXPECT_TRUE(rc::check([] {
+        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+            const bool hasArgument =
+                operation.verb == Verb::setMtbfType || operation.verb == Verb::burnFirmware;
+            const Refusal said = check(machine, operation.verb, operation.device, operation.code);
+            const Refusal was = apply(machine, operation);
+            if (operation.verb < Verb::putSetting && !hasArgument)
+                RC_ASSERT(said == was);
+            if (hasArgument && said != Refusal::none)
+                RC_ASSERT(said == was);
+        });
+    }));
+}
+
+TEST(Model, IsTheSameHoweverOftenItIsLookedAt)
+{
+    EXPECT_TRUE(rc::check([] {
+        Machine seldom = makeMachine(machineOf(anyMachine()), 1000 * hour), often = seldom;
+        const int steps = *rc::gen::inRange(1, 40);
+        for (int i = 0; i < steps; ++i) {
+            const Time until = seldom.now + anyPause();
+            const Time stride = *rc::gen::inRange<Time>(second / 10, 9 * second);
+            for (Time time = often.now; time < until && time < often.now + 300 * stride;
+                 time += stride)
+                advance(often, time);
+            advance(often, until);
+            advance(seldom, until);
+            RC_ASSERT(often == seldom);
+            const Operation operation = anyOperation(seldom);
+            RC_ASSERT(apply(often, operation) == apply(seldom, operation));
+            RC_ASSERT(often == seldom);
+        }
+    }));
+}
+
+TEST(Model, ComesToRest)
+{
+    EXPECT_TRUE(rc::check([] {
+        Machine machine = makeMachine(machineOf(anyMachine()), 1000 * hour);
+        for (int i = 0; i < 30; ++i)
+            apply(machine, anyOperation(machine));
+        advance(machine, machine.now + hour);
+        for (const Device &device : machine.devices)
+            RC_ASSERT(!progress(machine, device));
+    }));
+}
+
+TEST(Model, CanBeDescribedAtAnyTime)
+{
+    EXPECT_TRUE(rc::check([] {
+        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+            apply(machine, operation);
+            const std::string toml = toToml(describe(machine));
+            std::vector<Mistake> mistakes;
+            const Description again = parseDescription(toml, mistakes);
+            RC_ASSERT(mistakes.empty());
+            RC_ASSERT(again == describe(machine));
+            const Machine copy = makeMachine(std::make_shared<Description>(again), machine.now);
+            for (size_t i = 0; i < copy.devices.size(); ++i) {
+                const Device &is = copy.devices[i];
+                const Device &was = machine.devices[i];
+                RC_ASSERT(is.failures == was.failures);
+                RC_ASSERT(is.biosVersion == was.biosVersion);
+                RC_ASSERT(is.mtbfType == was.mtbfType);
+                RC_ASSERT(is.defective == was.defective);
+                RC_ASSERT((is.bios == Bios::invalid) == (was.bios == Bios::invalid));
+                const bool isUnderWay = isModule(was.id) && progress(machine, was);
+                RC_ASSERT(is.state == (isUnderWay ? State::stopped : was.state));
+            }
+        });
+    }));
+}
+
+TEST(Model, KeepsCountingFailuresWhenItForgetsTheirTimes)
+{
+    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
+    apply(machine, {.verb = Verb::set, .argument = "mtbf_threshold=0"});
+    for (int i = 0; i < 100; ++i) {
+        advance(machine, machine.now + hour);
+        ASSERT_EQ(apply(machine, {.verb = Verb::fail, .device = ethernet}), Refusal::none);
+    }
+    EXPECT_EQ(find(machine, ethernet)->failureCount, 100);
+    EXPECT_EQ(find(machine, ethernet)->failures.size(), failuresKept);
+    EXPECT_EQ(mtbf(*find(machine, ethernet)), hour);
+}
+
+TEST(Words, ForAStateFitIntoTheWindow)
+{
+    setlocale(LC_ALL, "C.UTF-8");
+    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    Device &module = machine.devices[0];
+    for (const State state :
+         {State::empty, State::stopped, State::starting, State::synchronising, State::simplex,
+          State::duplex, State::stopping, State::broken, State::firmwareUpdate})
+        for (const bool japanese : {false, true})
+            for (int percent = 0; percent < 100; ++percent) {
+                module.state = state;
+                module.since = machine.now - machine.description->timing.start * percent / 100;
+                const std::string text = stateText(machine, module, japanese);
+                wchar_t wide[64];
+                const size_t length = mbstowcs(wide, text.c_str(), std::size(wide));
+                ASSERT_LT(length, std::size(wide));
+                EXPECT_LE(wcswidth(wide, length), 19) << text;
+                EXPECT_GT(wcswidth(wide, length), 0) << text;
+            }
+    setlocale(LC_ALL, "C");
+}
+
+TEST(Words, ForProgressNeverSayThatItIsOver)
+{
+    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    Device &module = machine.devices[0];
+    module.state = State::synchronising;
+    module.since = machine.now - machine.description->timing.synchronise + 1;
+    EXPECT_EQ(stateText(machine, module, false), "Synchronising 99 %");
+    EXPECT_EQ(stateText(machine, module, true), "同期中 99%");
+    module.since = machine.now;
+    EXPECT_EQ(stateText(machine, module, false), "Synchronising 0 %");
+}
+
+TEST(Words, FindADeviceByEitherName)
+{
+    const Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    EXPECT_EQ(nameOf(deviceNamed(machine, "eth3")->id), "ethernet3");
+    EXPECT_EQ(nameOf(deviceNamed(machine, "Ethernet3")->id), "ethernet3");
+    EXPECT_EQ(nameOf(deviceNamed(machine, "pci module 2")->id), "pci2");
+    EXPECT_EQ(deviceNamed(machine, "cpu3"), nullptr);
+    EXPECT_EQ(deviceNamed(machine, ""), nullptr);
+}

@@ -1,0 +1,125 @@
+#include "scenario.h"
+
+#include <clocale>
+#include <fstream>
+
+namespace {
+
+// Support codes: of a CPU module, and of a PCI module.
+struct Codes {
+    int cpu, pci;
+};
+constexpr Codes clearing = {1, 15}, starting = {5, 19}, stopping = {7, 21}, burning = {9, 0},
+                typing = {13, 23};
+
+int codeFor(const Codes &codes, const yat_device *device)
+{
+    switch (device->identity->ClassCode) {
+    case YAT_CLASS_CPU_MODULE: return codes.cpu + 1;
+    case YAT_CLASS_PCI_MODULE: return codes.pci + 1;
+    case YAT_CLASS_SCSI_ADAPTER: return 26;
+    default: return 32;
+    }
+}
+
+} // namespace
+
+Scenario::Scenario()
+{
+    setlocale(LC_ALL, "C.UTF-8");
+}
+
+void Scenario::TearDown()
+{
+    if (watcher) {
+        const std::string own = "failures 0\n" + view();
+        EXPECT_EQ(watcher->finish(), own);
+    }
+    interface.reset();
+    setlocale(LC_ALL, "C");
+}
+
+void Scenario::prepare(const std::string &machine, const std::string &part,
+                       const std::string &replacement, const std::string &timeScale)
+{
+    sandbox.emplace(machine, timeScale);
+    if (part.empty())
+        return;
+    const auto file = sandbox->directory() / (machine + ".toml");
+    std::ofstream(file) << shipped(machine, part, replacement);
+    sandbox->set("YAT_MACHINE", file.string());
+}
+
+void Scenario::open()
+{
+    if (GetParam())
+        watcher.emplace();
+    interface.emplace();
+}
+
+void Scenario::begin(const std::string &machine, const std::string &part,
+                     const std::string &replacement, const std::string &timeScale)
+{
+    prepare(machine, part, replacement, timeScale);
+    open();
+}
+
+void Scenario::pass(double seconds)
+{
+    steer("set time +" + std::to_string(seconds));
+}
+
+bool Scenario::can(const std::string &device, int support)
+{
+    int why = -1;
+    const bool result = IfSupport(record(device), support, &why) != 0;
+    EXPECT_EQ(result, why == 0);
+    return result;
+}
+
+int Scenario::detail(const std::string &device, int support)
+{
+    int why = -1;
+    IfSupport(record(device), support, &why);
+    return why;
+}
+
+int Scenario::clearMtbf(const std::string &device)
+{
+    return ClearMTBF(record(device), codeFor(clearing, record(device)));
+}
+
+int Scenario::start(const std::string &device)
+{
+    return InitBringUp(record(device), codeFor(starting, record(device)));
+}
+
+int Scenario::stop(const std::string &device)
+{
+    return InitBringDown(record(device), codeFor(stopping, record(device)));
+}
+
+int Scenario::burn(const std::string &device, const char *mode)
+{
+    return BurnFirmware(record(device), codeFor(burning, record(device)), mode);
+}
+
+int Scenario::setType(const std::string &device, const char *type)
+{
+    return SetMtbfType(record(device), codeFor(typing, record(device)), type);
+}
+
+nlohmann::json Scenario::shown(const std::string &device)
+{
+    return nlohmann::json::parse(steer("show " + device + " --json"));
+}
+
+nlohmann::json Scenario::journal()
+{
+    return nlohmann::json::parse(steer("journal --json"));
+}
+
+std::string scenarioName(const testing::TestParamInfo<bool> &info)
+{
+    return info.param ? "Watched" : "Alone";
+}

@@ -1,0 +1,55 @@
+// A scenario: a machine as its users meet it, through the calls of yat/ft.h alone; yatsim does
+// what happens to the machine from outside. Each is played twice, alone and while a second process
+// watches, which must not change anything and must see the same.
+#pragma once
+
+#include "support.h"
+#include "watcher.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+class Scenario : public testing::TestWithParam<bool> {
+protected:
+    Scenario();
+    void TearDown() override; // expects the second process to have seen it all without a failure
+
+    // Switches the machine on: a shipped one, or with a part of its description replaced. Time
+    // stands still unless it is to run, so that each state can be looked at.
+    void begin(const std::string &machine = "CEDAR", const std::string &part = "",
+               const std::string &replacement = "", const std::string &timeScale = "0");
+
+    // The same in two steps, for what happens before somebody looks.
+    void prepare(const std::string &machine = "CEDAR", const std::string &part = "",
+                 const std::string &replacement = "", const std::string &timeScale = "0");
+    void open();
+
+    void pass(double seconds); // lets time pass, however it is scaled
+
+    // Whether the machine says that it supports an operation now, with its support code, and why
+    // not.
+    bool can(const std::string &device, int support);
+    int detail(const std::string &device, int support);
+
+    int clearMtbf(const std::string &device);
+    int start(const std::string &device);
+    int stop(const std::string &device);
+    int burn(const std::string &device, const char *mode);
+    int setType(const std::string &device, const char *type);
+
+    yat_device *record(const std::string &device) const { return (*interface)[device]; }
+
+    // What yatsim knows of a device, and its journal.
+    nlohmann::json shown(const std::string &device);
+    nlohmann::json journal();
+
+    std::optional<Sandbox> sandbox;
+    std::optional<Watcher> watcher;
+    std::optional<Interface> interface;
+};
+
+std::string scenarioName(const testing::TestParamInfo<bool> &info);
+
+#define PLAY_SCENARIOS(name)                                                                      \
+    INSTANTIATE_TEST_SUITE_P(Played, name, testing::Bool(), scenarioName)

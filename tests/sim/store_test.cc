@@ -1,0 +1,586 @@
+// The state file: how it comes to be, what is refused, and what survives.
+#include "sim/schema.h"
+#include "sim/store.h"
+#include "support.h"
+#include "yat/ft.h"
+
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace sim;
+
+// The store of a shipped machine, or of another text in the place of its description.
+struct Stored {
+    explicit Stored(const std::string &machine = "CEDAR", const std::string &text = "")
+        : sandbox(machine)
+    {
+        const fs::path file = sandbox.directory() / (machine + ".toml");
+        std::ofstream(file) << (text.empty() ? shipped(machine) : text);
+        store.file = sandbox.stateFile().string();
+        store.descriptionFile = file.string();
+        store.asker = {.user = "tester", .terminal = "/dev/pts/9"};
+    }
+
+    Sandbox sandbox;
+    Store store;
+};
+
+const DeviceId cpu1 = {YAT_CLASS_CPU_MODULE, 1}, cpu2 = {YAT_CLASS_CPU_MODULE, 2};
+const Operation stopCpu2 = {.verb = Verb::bringDown, .device = cpu2, .code = 8};
+
+std::string problemOf(const std::function<void()> &work)
+{
+    try {
+        work();
+    } catch (const StoreProblem &problem) {
+        return problem.what();
+    }
+    return "";
+}
+
+// The same in a process that has no more rights than anybody: root may write everything.
+std::string problemOfNobody(const std::function<void()> &work)
+{
+    constexpr uid_t nobody = 65534;
+    int told[2];
+    if (pipe(told) != 0)
+        throw std::runtime_error("pipe");
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool isRoot = geteuid() == 0;
+        const bool hasRights = isRoot && (setgid(nobody) != 0 || setuid(nobody) != 0);
+        const std::string problem = hasRights ? "rights can't be given up" : problemOf(work);
+        _exit(write(told[1], problem.data(), problem.size()) < 0);
+    }
+    close(told[1]);
+    std::string problem;
+    for (char byte; read(told[0], &byte, 1) == 1;)
+        problem += byte;
+    close(told[0]);
+    waitpid(child, nullptr, 0);
+    return problem;
+}
+
+std::vector<JournalRow> journalOf(Store &store)
+{
+    std::vector<JournalRow> rows;
+    readJournal(store, 0, [&](const JournalRow &row) { rows.push_back(row); });
+    return rows;
+}
+
+// The state file and its log.
+std::string bytesOf(const Store &store)
+{
+    return contents(store.file) + "|" + contents(store.file + "-wal");
+}
+
+// Writes raw SQL into the state, as somebody with another program would.
+void tamper(const Store &store, const std::string &sql)
+{
+    Database database(store.file, SQLITE_OPEN_READWRITE);
+    database.script(sql.c_str());
+}
+
+void expectRefused(Stored &stored, const std::string &reason)
+{
+    const std::string before = bytesOf(stored.store);
+    for (const auto &work : std::vector<std::function<void()>>{
+             [&] { look(stored.store); }, [&] { perform(stored.store, stopCpu2); },
+             [&] { resetMachine(stored.store); }}) {
+        const std::string problem = problemOf(work);
+        EXPECT_TRUE(problem.starts_with(stored.store.file)) << problem;
+        EXPECT_NE(problem.find(reason), std::string::npos) << problem;
+        stored.store.database.reset();
+    }
+    EXPECT_TRUE(bytesOf(stored.store) == before);
+}
+
+} // namespace
+
+// ---- How it comes to be
+
+TEST(StateFile, IsMadeFromTheDescriptionAtFirstUse)
+{
+    Stored stored;
+    EXPECT_TRUE(openStore(stored.store));
+    EXPECT_FALSE(openStore(stored.store));
+    EXPECT_EQ(look(stored.store).devices.size(), 11u);
+    EXPECT_EQ(stored.store.database->row("PRAGMA journal_mode").text(0), "wal");
+    EXPECT_EQ(stored.store.database->number("PRAGMA user_version"), schemaVersion);
+    const auto rows = journalOf(stored.store);
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].operation, "init");
+    EXPECT_EQ(rows[0].user, "tester");
+    EXPECT_EQ(rows[0].terminal, "/dev/pts/9");
+}
+
+TEST(StateFile, IsNotMadeFromADescriptionWithMistakes)
+{
+    Stored stored("CEDAR", "type = 5\nnam = 1\n");
+    const std::string file = stored.store.descriptionFile;
+    EXPECT_EQ(problemOf([&] { look(stored.store); }),
+              file + ":2: unknown key 'nam' in the description, expected name, type, bmc, firmware, "
+                     "settings, mtbf, timing, supports, cpu_module, pci_module\n"
+                  + file + ":1: missing key 'name', expected a text of 1 to 127 bytes\n" + file
+                  + ":1: wrong value for 'type', expected \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\"");
+    EXPECT_FALSE(fs::exists(stored.store.file));
+}
+
+TEST(StateFile, IsMadeOnceByAnyNumberOfProcesses)
+{
+    for (int round = 0; round < 20; ++round) {
+        Stored stored;
+        int made = 0;
+        std::vector<pid_t> children;
+        for (int i = 0; i < 4; ++i)
+            if (const pid_t child = fork(); child == 0)
+                _exit(problemOf([&] { made = openStore(stored.store) ? 1 : 0; }).empty() ? made : 9);
+            else
+                children.push_back(child);
+        int makers = 0;
+        for (const pid_t child : children) {
+            int status = 0;
+            waitpid(child, &status, 0);
+            ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2) << status;
+            makers += WEXITSTATUS(status);
+        }
+        EXPECT_EQ(makers, 1);
+        EXPECT_EQ(journalOf(stored.store).size(), 1u);
+    }
+}
+
+TEST(StateFile, IsNotMisledByWhatAKilledProcessOrAnotherStateLeftBehind)
+{
+    Stored stored;
+    openStore(stored.store);
+    perform(stored.store, stopCpu2);
+    // The log of a state that is gone, and half a new one.
+    const std::string log = contents(stored.store.file + "-wal");
+    ASSERT_FALSE(log.empty());
+    stored.store.database.reset();
+    fs::remove(stored.store.file);
+    std::ofstream(stored.store.file + "-wal") << log;
+    std::ofstream(stored.store.file + ".new") << "half";
+    EXPECT_TRUE(openStore(stored.store));
+    EXPECT_EQ(journalOf(stored.store).size(), 1u);
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
+}
+
+TEST(StateFile, IsOpenedAnewWhenItIsAnotherOne)
+{
+    Stored stored;
+    perform(stored.store, stopCpu2);
+    fs::remove_all(stored.sandbox.directory() / "machines");
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
+}
+
+TEST(StateFile, OfAMachineThatIsGivenByItsPathHasAnOwnName)
+{
+    Stored stored;
+    stored.sandbox.set("YAT_MACHINE", stored.store.descriptionFile);
+    const std::string one = configuredStore().file;
+    fs::create_directory(stored.sandbox.directory() / "x");
+    stored.sandbox.set("YAT_MACHINE", (stored.sandbox.directory() / "x" / "CEDAR.toml").string());
+    const std::string other = configuredStore().file;
+    EXPECT_NE(one, other);
+    stored.sandbox.set("YAT_MACHINE",
+                       (stored.sandbox.directory() / "x" / ".." / "CEDAR.toml").string());
+    EXPECT_EQ(configuredStore().file, one);
+}
+
+// ---- What is refused
+
+TEST(StateFile, ThatIsNoDatabaseIsRefusedAndLeftAlone)
+{
+    for (const std::string &text : {std::string(), std::string("my letter to grandmother\n"),
+                                    std::string(5000, '\0'), std::string("SQLite format 3")}) {
+        Stored stored;
+        fs::create_directories(fs::path(stored.store.file).parent_path());
+        std::ofstream(stored.store.file) << text;
+        expectRefused(stored, " is damaged or of another program; it is left as it is");
+    }
+}
+
+TEST(StateFile, OfAnotherProgramIsRefusedAndLeftAlone)
+{
+    for (const char *id : {"0", "42"}) {
+        Stored stored;
+        fs::create_directories(fs::path(stored.store.file).parent_path());
+        Database(stored.store.file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
+            .script(("PRAGMA application_id = " + std::string(id)
+                     + "; CREATE TABLE machine (x); INSERT INTO machine VALUES (1)")
+                        .c_str());
+        expectRefused(stored, " is damaged or of another program; it is left as it is");
+    }
+}
+
+TEST(StateFile, ThatIsADirectoryOrAFifoIsRefused)
+{
+    Stored stored;
+    fs::create_directories(stored.store.file);
+    EXPECT_EQ(problemOf([&] { look(stored.store); }), stored.store.file + " is no regular file");
+    fs::remove(stored.store.file);
+    ASSERT_EQ(mkfifo(stored.store.file.c_str(), 0600), 0);
+    EXPECT_EQ(problemOf([&] { look(stored.store); }), stored.store.file + " is no regular file");
+}
+
+TEST(StateFile, OfANewerVersionIsRefusedAndLeftAlone)
+{
+    Stored stored;
+    openStore(stored.store);
+    stored.store.database.reset();
+    tamper(stored.store, "PRAGMA user_version = 77");
+    expectRefused(stored, " was written by a newer version of this program (its tables have "
+                          "version 77, known are those up to");
+}
+
+TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
+{
+    const std::pair<const char *, const char *> cases[] = {
+        {"UPDATE device SET state = 'asleep' WHERE class = 2", "cpu1 has a state that there is not"},
+        {"UPDATE device SET bios = '' WHERE class = 2", "cpu1 has a state that there is not"},
+        {"UPDATE device SET state = 'stopped' WHERE class = 2 AND number = 1",
+         "CPU module 2 runs in duplex without its partner"},
+        {"UPDATE device SET state = 'simplex' WHERE class = 2",
+         "CPU module 1 runs in simplex beside its running partner"},
+        {"UPDATE device SET state = 'synchronising' WHERE class = 2 AND number = 2",
+         "CPU module 1 runs in duplex without its partner"},
+        {"UPDATE device SET state = 'firmware update' WHERE class = 3 AND number = 3",
+         "has new firmware without an update"},
+        {"UPDATE device SET state = 'stopped' WHERE class = 8", "in the state of a module"},
+        {"UPDATE device SET mtbf_type = 3 WHERE class = 2", "has an MTBF type that there is not"},
+        {"UPDATE device SET since = 9000000000000000000 WHERE class = 2", "past that is to come"},
+        {"INSERT INTO failure (class, number, time) VALUES (2, 1, 5)", "do not add up"},
+        {"INSERT INTO failure (class, number, time) VALUES (2, 7, 5)",
+         "failures of a device that its description lacks"},
+        {"DELETE FROM device WHERE class = 13 AND number = 4", "lacks a device of its description"},
+        {"INSERT INTO device SELECT class, 9, state, since, mtbf_type, defective, failure_count, "
+         "bios_version, bios_status, bios, new_bios, copies, starts_after FROM device WHERE class "
+         "= 13 AND number = 4",
+         "a device that its description lacks"},
+        {"DELETE FROM machine", "a row is missing"},
+        {"DROP TABLE failure", "no such table: failure"},
+        {"UPDATE machine SET description = 'x'", "is damaged: its description:1:"},
+        {"UPDATE machine SET scale = -1", "its clock is out of range"},
+        {"UPDATE machine SET scale = 1e300 * 1e300", "its clock is out of range"},
+        {"UPDATE machine SET simulated = -1", "its clock is out of range"},
+    };
+    for (const auto &[sql, reason] : cases) {
+        Stored stored;
+        openStore(stored.store);
+        stored.store.database.reset();
+        tamper(stored.store, sql);
+        SCOPED_TRACE(sql);
+        expectRefused(stored, reason);
+    }
+}
+
+// Only free space at the very end can be missed without harm.
+TEST(StateFile, CutOffAnywhereIsRefusedOrComplete)
+{
+    Stored stored;
+    const Machine machine = look(stored.store);
+    stored.store.database.reset();
+    const std::string whole = contents(stored.store.file);
+    int refused = 0;
+    for (size_t length = 0; length < whole.size(); length += 1021) {
+        std::ofstream(stored.store.file, std::ios::binary | std::ios::trunc)
+            << whole.substr(0, length);
+        const std::string problem = problemOf([&] { look(stored.store); });
+        SCOPED_TRACE(length);
+        if (problem.empty()) {
+            EXPECT_TRUE(look(stored.store).devices == machine.devices);
+            EXPECT_EQ(journalOf(stored.store).size(), 1u);
+        } else {
+            ++refused;
+            expectRefused(stored, " is damaged");
+        }
+        stored.store.database.reset();
+    }
+    EXPECT_GT(refused, 25);
+}
+
+// Whatever single byte is wrong: either the file is refused and stays as it is, or the wrong byte
+// says nothing that matters and the machine can be used.
+TEST(StateFile, WithAWrongByteIsRefusedOrUsedButNeverBringsTheProgramDown)
+{
+    Stored stored;
+    openStore(stored.store);
+    perform(stored.store, stopCpu2);
+    stored.store.database.reset();
+    const std::string whole = contents(stored.store.file);
+    int refused = 0;
+    for (size_t at = 0; at < whole.size(); at += 37) {
+        std::string wrong = whole;
+        wrong[at] = static_cast<char>(wrong[at] ^ 0xFF);
+        std::ofstream(stored.store.file, std::ios::binary | std::ios::trunc) << wrong;
+        const std::string problem = problemOf([&] { look(stored.store); });
+        stored.store.database.reset();
+        if (problem.empty())
+            continue;
+        ++refused;
+        EXPECT_TRUE(contents(stored.store.file) == wrong) << at << ": " << problem;
+    }
+    EXPECT_GT(refused, 100);
+}
+
+TEST(StateFile, ThatCantBeWrittenSaysSo)
+{
+    Stored stored;
+    openStore(stored.store);
+    stored.store.database.reset();
+    fs::permissions(stored.sandbox.directory(), fs::perms(0755));
+    fs::permissions(stored.store.file, fs::perms(0444));
+    const std::string before = bytesOf(stored.store);
+    EXPECT_EQ(problemOfNobody([&] { look(stored.store); }),
+              stored.store.file + " can't be used: Permission denied");
+    EXPECT_TRUE(bytesOf(stored.store) == before);
+}
+
+TEST(StateFile, ThatCantBeMadeSaysSo)
+{
+    Stored stored;
+    fs::permissions(stored.sandbox.directory(), fs::perms(0555));
+    EXPECT_EQ(problemOfNobody([&] { look(stored.store); }),
+              fs::path(stored.store.file).parent_path().string()
+                  + " can't be written: Permission denied");
+    fs::permissions(stored.sandbox.directory(), fs::perms(0755));
+    EXPECT_FALSE(fs::exists(fs::path(stored.store.file).parent_path()));
+}
+
+// ---- Versions
+
+TEST(StateFile, OfTheFirstVersionIsBroughtUpToDate)
+{
+    Stored stored;
+    openStore(stored.store);
+    perform(stored.store, stopCpu2);
+    stored.store.database.reset();
+    tamper(stored.store, "DROP TABLE injection; PRAGMA user_version = 1");
+
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
+    EXPECT_EQ(journalOf(stored.store).size(), 2u);
+    EXPECT_EQ(stored.store.database->number("PRAGMA user_version"), schemaVersion);
+    inject(stored.store, {.call = "InitBringUp", .result = 0});
+    EXPECT_EQ(injections(stored.store).size(), 1u);
+}
+
+// A change of a published script would leave two kinds of files with one version number.
+TEST(StateFile, HasTablesThatStayAsTheyWerePublished)
+{
+    const auto hash = [](const char *text) {
+        uint64_t result = 0xcbf29ce484222325;
+        for (const char *byte = text; *byte; ++byte)
+            result = (result ^ static_cast<unsigned char>(*byte)) * 0x100000001b3;
+        return result;
+    };
+    EXPECT_EQ(hash(migrations[0]), 14123809256598249077u);
+    EXPECT_EQ(hash(migrations[1]), 9699884211670217436u);
+    EXPECT_EQ(schemaVersion, 2);
+}
+
+// ---- The journal
+
+TEST(Journal, CantBeRewritten)
+{
+    Stored stored;
+    perform(stored.store, stopCpu2);
+    for (const char *sql :
+         {"UPDATE journal SET user = 'nobody'", "DELETE FROM journal",
+          "DELETE FROM journal WHERE id = 2",
+          "INSERT OR REPLACE INTO journal VALUES (2, 0, 0, '', '', '', '', 0, '', '')",
+          "REPLACE INTO journal VALUES (1, 0, 0, '', '', '', '', 0, '', '')"})
+        EXPECT_NE(problemOf([&] { stored.store.database->script(sql); })
+                      .find("the journal is never rewritten"),
+                  std::string::npos)
+            << sql;
+    EXPECT_EQ(journalOf(stored.store).size(), 2u);
+}
+
+TEST(Journal, GoesOnWhenTheMachineIsMadeAnew)
+{
+    Stored stored;
+    perform(stored.store, stopCpu2);
+    perform(stored.store, stopCpu2);
+    resetMachine(stored.store);
+    const std::string other = (stored.sandbox.directory() / "other.toml").string();
+    std::ofstream(other) << shipped("ALDER");
+    importMachine(stored.store, other);
+    const auto rows = journalOf(stored.store);
+    ASSERT_EQ(rows.size(), 5u);
+    EXPECT_EQ(rows[1].result, "done");
+    EXPECT_EQ(rows[1].device, "cpu2");
+    EXPECT_EQ(rows[1].operation, "InitBringDown");
+    EXPECT_EQ(rows[1].code, 8);
+    EXPECT_EQ(rows[2].result, "refused: the device does not run");
+    EXPECT_EQ(rows[3].operation, "reset");
+    EXPECT_EQ(rows[4].operation, "import");
+    EXPECT_EQ(rows[4].argument, other);
+    EXPECT_EQ(look(stored.store).description->type, YAT_MACHINE_ALDER);
+    resetMachine(stored.store);
+    EXPECT_EQ(look(stored.store).description->type, YAT_MACHINE_CEDAR);
+}
+
+TEST(Journal, IsReadFromItsEnd)
+{
+    Stored stored;
+    for (int i = 0; i < 5; ++i)
+        perform(stored.store, stopCpu2);
+    std::vector<int64_t> ids;
+    readJournal(stored.store, 2, [&](const JournalRow &row) { ids.push_back(row.id); });
+    EXPECT_EQ(ids, (std::vector<int64_t>{5, 6}));
+}
+
+// ---- The description
+
+TEST(DescriptionFile, ThatChangedIsToldAndTheStateKept)
+{
+    Stored stored;
+    perform(stored.store, stopCpu2);
+    EXPECT_EQ(descriptionNote(stored.store), "");
+    const std::string file = stored.store.descriptionFile;
+    std::ofstream(file) << shipped("ALDER");
+    EXPECT_EQ(descriptionNote(stored.store),
+              file + " has changed since; the state is kept, 'yatsim reset' makes it anew");
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
+    std::ofstream(file) << "broken";
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
+    EXPECT_TRUE(problemOf([&] { resetMachine(stored.store); }).starts_with(file + ":1: "));
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
+    fs::remove(file);
+    EXPECT_EQ(descriptionNote(stored.store),
+              file + " can't be read: No such file or directory; the state is kept");
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
+}
+
+TEST(DescriptionFile, ThatWasImportedIsTold)
+{
+    Stored stored;
+    const std::string other = (stored.sandbox.directory() / "other.toml").string();
+    std::ofstream(other) << shipped("ALDER");
+    importMachine(stored.store, other);
+    EXPECT_EQ(descriptionNote(stored.store), "made from " + other
+                                                 + "; 'yatsim reset' makes it anew from "
+                                                 + stored.store.descriptionFile);
+}
+
+// ---- The clock
+
+TEST(MachineClock, NeverRunsBackwards)
+{
+    // A process after the other, each with its own pace and an own view of the real time.
+    Clock clock = {.simulated = 1000 * second, .real = 500 * second, .scale = 1};
+    Time before = clock.simulated, real = clock.real;
+    const double scales[] = {1, 0, 1000, 0.001, 1e6, 3.7};
+    for (int i = 0; i < 600; ++i) {
+        real += (i % 7 - 2) * second / 3; // also back
+        const Time now = simulatedTime(clock, real);
+        EXPECT_GE(now, before);
+        before = now;
+        clock = continued(clock, real, scales[i % 6]);
+        EXPECT_EQ(simulatedTime(clock, real), now);
+        EXPECT_EQ(simulatedTime(clock, real - hour), now);
+    }
+}
+
+TEST(MachineClock, RunsAtThePaceOfWhoeverLookedLast)
+{
+    const Clock clock = {.simulated = hour, .real = 0, .scale = 60};
+    EXPECT_EQ(simulatedTime(clock, second), hour + 60 * second);
+    const Clock frozen = continued(clock, second, 0);
+    EXPECT_EQ(simulatedTime(frozen, hour), hour + 60 * second);
+    const Clock slow = continued(frozen, hour, 0.5);
+    EXPECT_EQ(simulatedTime(slow, hour + 10 * second), hour + 65 * second);
+}
+
+TEST(MachineClock, StopsAtTheEndOfItsRange)
+{
+    const Clock clock = {.simulated = hour, .real = 0, .scale = fastest};
+    EXPECT_EQ(simulatedTime(clock, lastMoment), lastMoment);
+    EXPECT_EQ(simulatedTime(continued(clock, lastMoment, 1), lastMoment), lastMoment);
+}
+
+TEST(MachineClock, TakesItsPaceFromTheEnvironment)
+{
+    Sandbox sandbox;
+    const std::pair<const char *, double> cases[] = {
+        {"", 1},   {"0", 0},     {"2.5", 2.5}, {"60", 60}, {"1e3", 1000},
+        {"-1", 1}, {"fast", 1}, {"5x", 1},    {"nan", 1}, {"1e99", fastest},
+    };
+    for (const auto &[text, scale] : cases) {
+        sandbox.set("YAT_TIME_SCALE", text);
+        EXPECT_EQ(wantedScale(), scale) << text;
+    }
+}
+
+TEST(MachineClock, GoesOnWhereItWasInTheNextProcess)
+{
+    Stored stored;
+    perform(stored.store, {.verb = Verb::set, .argument = "time=+100"});
+    const Time now = look(stored.store).now;
+    stored.store.database.reset();
+    EXPECT_EQ(look(stored.store).now, now);
+    resetMachine(stored.store);
+    EXPECT_LT(look(stored.store).now, now); // the real time again
+}
+
+// ---- Injections
+
+TEST(Injection, IsTakenOutAsOftenAsItSays)
+{
+    Stored stored;
+    inject(stored.store, {.call = "InitBringDown", .result = 5, .times = 2});
+    inject(stored.store, {.call = "InitBringUp", .times = 0});
+    inject(stored.store, {.call = "InitBringDown", .result = 6});
+    std::vector<int> answers;
+    for (int i = 0; i < 4; ++i)
+        answers.push_back(perform(stored.store, stopCpu2).injected.value_or(-99));
+    EXPECT_EQ(answers, (std::vector<int>{5, 5, 6, -99}));
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping); // by the last one
+    ASSERT_EQ(injections(stored.store).size(), 1u);
+    clearInjections(stored.store, "InitBringUp");
+    EXPECT_TRUE(injections(stored.store).empty());
+    const auto rows = journalOf(stored.store);
+    EXPECT_EQ(rows[4].result, "injected: 5");
+    EXPECT_EQ(rows[6].result, "injected: 6");
+    EXPECT_EQ(rows[7].result, "done");
+    EXPECT_EQ(rows[8].argument, "InitBringUp off");
+}
+
+TEST(Injection, ThatHangsLetsOthersGoOn)
+{
+    Stored stored;
+    inject(stored.store, {.call = "InitBringDown", .delay = 86'400'000});
+    int told[2];
+    ASSERT_EQ(pipe(told), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        stored.store.database.release(); // the parent's
+        write(told[1], "x", 1);
+        perform(stored.store, stopCpu2);
+        _exit(0);
+    }
+    char byte;
+    ASSERT_EQ(read(told[0], &byte, 1), 1);
+    // The child takes the injection out and sleeps; meanwhile the machine is there for others.
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!injections(stored.store).empty() && std::chrono::steady_clock::now() < limit) {
+    }
+    EXPECT_TRUE(injections(stored.store).empty());
+    EXPECT_EQ(perform(stored.store, {.verb = Verb::fail, .device = cpu2}).refusal, Refusal::none);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::starting); // not stopped by the child
+    close(told[0]);
+    close(told[1]);
+}

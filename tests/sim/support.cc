@@ -1,0 +1,188 @@
+#include "support.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+Sandbox::Sandbox(const std::string &machine, const std::string &timeScale) : name(machine)
+{
+    std::string pattern = (fs::temp_directory_path() / "sim-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data()))
+        throw std::runtime_error("no temporary directory");
+    own = pattern;
+    set("YAT_STATE_DIR", own.string());
+    set("YAT_MACHINE", machine);
+    set("YAT_TIME_SCALE", timeScale);
+    set("LC_ALL", "C.UTF-8");
+    set("TZ", "UTC");
+}
+
+Sandbox::~Sandbox()
+{
+    for (const auto &[variable, value] : before) {
+        if (value == "(unset)")
+            unsetenv(variable.c_str());
+        else
+            setenv(variable.c_str(), value.c_str(), 1);
+    }
+    fs::remove_all(own);
+}
+
+void Sandbox::set(const std::string &variable, const std::string &value)
+{
+    const char *old = getenv(variable.c_str());
+    before.emplace(variable, old ? old : "(unset)");
+    setenv(variable.c_str(), value.c_str(), 1);
+}
+
+fs::path Sandbox::stateFile() const
+{
+    return own / "machines" / (name + ".db");
+}
+
+Interface::Interface()
+{
+    EXPECT_EQ(ft_FunctionInit(), 1);
+    EXPECT_EQ(CreateTreeViewData(&root), 1);
+}
+
+Interface::~Interface()
+{
+    if (root) {
+        EXPECT_EQ(FreeTreeViewData(&root), 1);
+    }
+    EXPECT_EQ(ft_FunctionRelease(), 1);
+}
+
+namespace {
+
+yat_device *recordNamed(yat_device *above, const std::string &name)
+{
+    for (int i = 0; above && i < above->NextDevNum; ++i) {
+        yat_device *device = above->children[i];
+        if (device->lpszTreeName == name)
+            return device;
+        if (yat_device *below = recordNamed(device, name))
+            return below;
+    }
+    return nullptr;
+}
+
+std::string stateOf(int kind, int number, int code)
+{
+    char text[1025] = {};
+    return StatusChange(kind, number, code, text) == -1 ? "(fails)" : text;
+}
+
+} // namespace
+
+yat_device *Interface::operator[](const std::string &name) const
+{
+    yat_device *device = recordNamed(root, name);
+    if (!device)
+        throw std::runtime_error("no device " + name);
+    return device;
+}
+
+std::string cpuState(int number)
+{
+    return stateOf(YAT_KIND_CPU_MODULE, number, YAT_STATE_CPU_MODULE);
+}
+
+std::string pciState(int number)
+{
+    return stateOf(YAT_KIND_PCI_MODULE, number, YAT_STATE_PCI_MODULE);
+}
+
+std::string property(int kind, int number, int id)
+{
+    char text[1025] = {};
+    unsigned long size = sizeof text;
+    if (yat_ft_func.yat_ft_get_property(kind, number, id, text, &size) != 0)
+        return "(fails)";
+    EXPECT_EQ(size, strlen(text) + 1);
+    return text;
+}
+
+std::string contents(const fs::path &file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    std::stringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
+Run run(const std::vector<std::string> &command)
+{
+    std::vector<std::string> words = command;
+    std::vector<char *> arguments;
+    for (std::string &word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    FILE *out = tmpfile(), *err = tmpfile();
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(open("/dev/null", O_RDONLY), 0);
+        dup2(fileno(out), 1);
+        dup2(fileno(err), 2);
+        alarm(60); // the deadline
+        execv(arguments[0], arguments.data());
+        _exit(126);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    const auto rest = [](FILE *file) {
+        std::string text;
+        rewind(file);
+        for (int byte; (byte = getc(file)) != EOF;)
+            text += static_cast<char>(byte);
+        fclose(file);
+        return text;
+    };
+    return {.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            .output = rest(out),
+            .errors = rest(err)};
+}
+
+Run yatsim(const std::string &arguments)
+{
+    std::vector<std::string> command = {YATSIM};
+    std::istringstream words(arguments);
+    for (std::string word; words >> std::ws && !words.eof();) {
+        if (words.peek() == '"') {
+            words.get();
+            std::getline(words, word, '"');
+        } else {
+            words >> word;
+        }
+        command.push_back(word);
+    }
+    return run(command);
+}
+
+std::string steer(const std::string &arguments)
+{
+    const Run result = yatsim(arguments);
+    EXPECT_EQ(result.status, 0) << "yatsim " << arguments << ": " << result.errors;
+    EXPECT_EQ(result.errors, "") << "yatsim " << arguments;
+    return result.output;
+}
+
+std::string shipped(const std::string &machine, const std::string &part,
+                    const std::string &replacement)
+{
+    std::string text = contents(fs::path(SOURCES) / "data" / "machines" / (machine + ".toml"));
+    if (part.empty())
+        return text;
+    const size_t where = text.find(part);
+    if (where == std::string::npos)
+        throw std::runtime_error(machine + " has no " + part);
+    return text.replace(where, part.size(), replacement);
+}
