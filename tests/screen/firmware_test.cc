@@ -149,7 +149,7 @@ TEST(FirmwareUpdate, RunsTheMethodThatIsChosen)
         session.seeNot("successful");
         session.see("Update method:"); // it stays open for another one
         EXPECT_EQ(session.calls("IfSupport"),
-                  std::vector<std::string>{"IfSupport(CPU module 1, 9) = 1"});
+                  std::vector<std::string>{"IfSupport(CPU module 1, 9, 0) = 1"});
         EXPECT_EQ(session.calls("BurnFirmware"),
                   std::vector<std::string>{std::string("BurnFirmware(CPU module 1, 10, ") + mode
                                            + ") = 1"});
