@@ -16,14 +16,26 @@ std::string plugin(const std::string &name)
     return "LoadLibrary real text=" PLUGINS "/" + name + ".dll";
 }
 
+struct Language {
+    const char *locale;
+    std::string close, notRun, endedBadly;
+};
+
+const Language languages[] = {
+    {"en_US.UTF-8", "Close", "The update program could not be run.",
+     "The update program is missing or ended with an error."},
+    {"ja_JP.UTF-8", "閉じる", "更新プログラムを実行できませんでした。",
+     "更新プログラムがないか、異常終了しました。"},
+};
+
 const std::string revisionError = "The firmware revision of the BMC cannot be read.";
 const std::string notRun = "The update program could not be run.";
 const std::string endedBadly = "The update program is missing or ended with an error.";
 
 // A session whose update program is this shell command.
 struct Update : Session {
-    explicit Update(const std::string &command)
-        : Session(firmware("system 0 text=" + command))
+    explicit Update(const std::string &command, const char *language = "en_US.UTF-8")
+        : Session(firmware("system 0 text=" + command, language))
     {
         see("04.17");
         before = terminal().picture();
@@ -47,6 +59,8 @@ struct Update : Session {
     void expectNotice(const std::string &text)
     {
         see(text);
+        see("  ok  "); // its buttons are in no language
+        see("cancel");
         send(enter);
         seeNot(text);
     }
@@ -130,38 +144,42 @@ TEST(BmcFirmware, FailureShowsTheUnknownRevision)
 
 TEST(BmcUpdate, DoneShowsNothingAndAsksForNoRevision)
 {
-    Update session("exit 0");
-    session.expectTakenBack();
-    EXPECT_EQ(session.calls("system"), std::vector<std::string>{"system(/usr/bmcfwupd/bmcfwupm)"});
-    EXPECT_EQ(session.calls("LoadLibrary").size(), 1u);
+    for (const Language &language : languages) {
+        Update session("exit 0", language.locale);
+        session.expectTakenBack();
+        EXPECT_EQ(session.calls("system"),
+                  std::vector<std::string>{"system(/usr/bmcfwupd/bmcfwupm)"});
+        EXPECT_EQ(session.calls("LoadLibrary").size(), 1u);
+    }
 }
 
 TEST(BmcUpdate, EndedBadlySaysSo)
 {
     // With a status, not found by the shell, and killed: none of these is 127 as a wait status.
-    for (const char *command : {"exit 1", "exit 127", "/nowhere/bmcfwupm", "kill -9 $$", "kill $$"}) {
-        Update session(command);
-        session.expectNotice(endedBadly);
-        session.expectTakenBack();
-    }
+    for (const Language &language : languages)
+        for (const char *command :
+             {"exit 1", "exit 127", "/nowhere/bmcfwupm", "kill -9 $$", "kill $$"}) {
+            Update session(command, language.locale);
+            session.expectNotice(language.endedBadly);
+            session.expectTakenBack();
+        }
 }
 
 TEST(BmcUpdate, NotRunSaysSo)
 {
-    for (const char *result : {"-1", "127"}) {
-        Session session(firmware(std::string("system ") + result));
-        session.see("04.17");
-        session.send(enter);
-        session.see(notRun);
-        session.send(enter);
-        session.seeNot(notRun);
-        session.send(tab + enter);
-        session.expectExit(1);
-    }
-    Session other(firmware("system 1"));
-    other.see("04.17");
-    other.send(enter);
-    other.see(endedBadly);
+    for (const Language &language : languages)
+        for (const char *result : {"-1", "127", "1"}) {
+            const std::string notice = *result == '1' && !result[1] ? language.endedBadly
+                                                                    : language.notRun;
+            Session session(firmware(std::string("system ") + result, language.locale));
+            session.see("04.17");
+            session.send(enter);
+            session.see(notice);
+            session.send(enter);
+            session.seeNot(notice);
+            session.send(tab + enter);
+            session.expectExit(1);
+        }
 }
 
 TEST(BmcUpdate, NoticeLooksLikeItsPicture)
