@@ -74,6 +74,28 @@ TEST(MtbfType, IsWrittenAsSelectedByTheUser)
         }
 }
 
+// Read is another value than written, and it is not read again.
+TEST(MtbfType, StaysAsTheUserSelectedItWhenItIsSet)
+{
+    for (const Device *device : {&cpuModule, &pciModule}) {
+        Session session({.script = typeRead(*device, 4)});
+        open(session, *device);
+        session.send(keys::tab + keys::space);
+        session.see(selectedFirst);
+        const size_t reads = session.calls("yat_ft_get_property").size();
+        press(session, 3);
+        session.see("Change the MTBF type of this module?");
+        session.send(keys::enter);
+        session.see("The operation was successful.");
+        session.send(keys::enter);
+        session.seeNot("successful");
+        press(session, device == &cpuModule ? 10 : 4); // refresh
+        session.see(selectedFirst);
+        EXPECT_FALSE(session.terminal().contains(selectedThird));
+        EXPECT_EQ(session.calls("yat_ft_get_property").size(), reads);
+    }
+}
+
 TEST(MtbfType, UnavailableIsToldAtOpeningAndInsteadOfSetting)
 {
     const std::string message = "The MTBF type of this module cannot be read.";
@@ -176,7 +198,8 @@ TEST_P(EveryGivenUp, IsTracedAndTheTreeGoesOn)
     session.see("Exit");
     session.send(GetParam().device->path + keys::enter + keys::tab + keys::enter);
     session.expectExit(1);
-    EXPECT_EQ(session.terminal().output().find("Refresh"), std::string::npos);
+    for (const char *shown : {"Refresh", "Error", " ok "})
+        EXPECT_EQ(session.terminal().output().find(shown), std::string::npos);
     const std::string source = GetParam().device == &cpuModule ? "cpusubwin" : "pcisubwin";
     const std::vector<std::string> trace = session.trace(source);
     ASSERT_FALSE(trace.empty());
@@ -192,24 +215,43 @@ INSTANTIATE_TEST_SUITE_P(Devices, EveryGivenUp, testing::ValuesIn(givenUp),
 
 TEST(State, IsReadAtOpeningAndAtRefreshOnly)
 {
-    for (const Device *device : {&cpuModule, &pciModule}) {
-        const bool isPci = device == &pciModule;
-        Session session({.script = "StatusChange 0 at=1 text=as it was\n"
-                                   "StatusChange 7 at=2 text=as it is now"});
+    for (const Device *device : {&cpuModule, &pciModule})
+        for (const int tabs : {5, 6}) { // stop, start
+            const bool isPci = device == &pciModule;
+            Session session({.script = "StatusChange 0 at=1 text=as it was\n"
+                                       "StatusChange 7 at=2 text=as it is now\n"
+                                       "IfSupport 1\nInitBringUp 1\nInitBringDown 1"});
+            open(session, *device);
+            session.see("as it was");
+            press(session, tabs);
+            session.see("?");
+            session.send(keys::enter);
+            session.see("The operation was successful.");
+            session.send(keys::enter);
+            session.seeNot("successful");
+            session.see("as it was");
+            EXPECT_EQ(session.calls("StatusChange").size(), 1u);
+            press(session, (isPci ? 8 : 14) - tabs); // refresh
+            session.see("as it is now");
+            EXPECT_EQ(session.calls("StatusChange").back(),
+                      isPci ? "StatusChange(3, 1, 9002) = 7" : "StatusChange(2, 1, 9001) = 7");
+        }
+}
+
+TEST(State, ThatCannotBeReadAnyMoreIsUnknown)
+{
+    for (const auto &[device, message, refreshTabs] :
+         {std::tuple{&cpuModule, "The state of the CPU module cannot be read.", 14},
+          {&pciModule, "The state of the PCI module cannot be read.", 8}}) {
+        Session session({.script = "StatusChange 0 at=1 text=as it was\nStatusChange -1"});
         open(session, *device);
         session.see("as it was");
-        press(session, 5); // stop
-        session.see("?");
+        press(session, refreshTabs);
+        session.see(message);
+        session.see("┤ Error ├");
         session.send(keys::enter);
-        session.see("The operation was successful.");
-        session.send(keys::enter);
-        session.seeNot("successful");
-        session.see("as it was");
-        EXPECT_EQ(session.calls("StatusChange").size(), 1u);
-        press(session, isPci ? 3 : 9); // refresh
-        session.see("as it is now");
-        EXPECT_EQ(session.calls("StatusChange").back(),
-                  isPci ? "StatusChange(3, 1, 9002) = 7" : "StatusChange(2, 1, 9001) = 7");
+        session.see("Unknown");
+        session.seeNot("as it was");
     }
 }
 

@@ -57,12 +57,16 @@ TEST(BiosData, TellsOfEachFailedRead)
         openBios(session);
         if (first) {
             session.see(version);
+            session.see("┤ Error ├");
+            session.see("│  ok  │");
             EXPECT_FALSE(session.terminal().contains("BIOS status:"));
             session.send(keys::enter);
             session.seeNot(version);
         }
         if (second) {
             session.see(status);
+            session.see("┤ Error ├");
+            session.see("│  ok  │");
             session.send(keys::enter);
             session.seeNot(status);
         }
@@ -201,4 +205,43 @@ TEST(FirmwareUpdate, QuestionHasItsPercentSignsOnce)
     openUpdate(session);
     session.send(keys::tab + keys::tab + keys::enter);
     session.see("100% of %s, %n and %d: sure%?");
+}
+
+TEST(FirmwareUpdate, CutsALongQuestion)
+{
+    for (const auto &[key, keysSent] :
+         {std::pair{"LABEL_ONLINETOOFFLINE_ID", keys::tab + keys::tab + keys::enter},
+          {"QUERYWIN_UPDATE_ID", keys::f12}}) {
+        Session session({.columns = 120,
+                         .environment = {{"YAT_SPY_TEXT_KEY", key},
+                                         {"YAT_SPY_TEXT", std::string(79, 'q') + "rst"}}});
+        openUpdate(session);
+        session.send(keysSent);
+        session.see(std::string(79, 'q') + " ");
+    }
+}
+
+TEST(FirmwareUpdate, RunsAsOftenAsTheUserLikes)
+{
+    Session session({.script = "IfSupport 1\nBurnFirmware 1"});
+    openUpdate(session);
+    const auto run = [&](const std::string &keysSent, const std::string &question) {
+        session.send(keysSent);
+        session.see(question);
+        session.send(keys::enter);
+        session.see("The operation was successful.");
+        session.send(keys::enter);
+        session.seeNot("successful");
+    };
+    run(keys::tab + keys::space + keys::tab + keys::enter, fileQuestion);
+    run(keys::enter, fileQuestion);
+    run(keys::f12, fileQuestion);
+    session.see("(*) Write the BIOS"); // F12 has selected nothing
+    run(keys::backTab + keys::backTab + keys::space + keys::tab + keys::tab + keys::enter,
+        copyQuestion);
+    const Calls burnt = session.calls("BurnFirmware");
+    ASSERT_EQ(burnt.size(), 4u);
+    for (size_t i = 0; i < 4; ++i)
+        EXPECT_EQ(burnt[i], std::string("BurnFirmware(CPU module 1, 10, ")
+                                + (i < 3 ? "FWBURN" : "FWCOPY") + ") = 1");
 }

@@ -207,3 +207,128 @@ TEST(Grids, OfBoxesStayAndThatOfTheAdapterUpdateDoesNot)
                   (freed ? Calls{"newtGridFree(Firmware Update, 1)"} : Calls{}));
     }
 }
+
+// ---- The screen's own beginning and end
+
+TEST(StartUp, AsksNewtInOrderAndDumpModeNotAtAll)
+{
+    Session session(watched());
+    session.see("Exit");
+    session.send(ctrlO);
+    session.expectExit(1);
+    Calls calls = session.calls("newt");
+    std::erase(calls, "newtTrashScreen()");
+    EXPECT_EQ(calls,
+              (Calls{"newtInit()",
+                     "newtSetColors(white black black lightgray black lightgray white black "
+                     "yellow blue yellow blue black brown blue lightgray blue brown yellow blue "
+                     "black lightgray white blue black brown black lightgray lightgray black "
+                     "white blue yellow blue blue red blue lightgray black brown yellow brown "
+                     "black brown)",
+                     "newtCls()",
+                     "newtPushHelpLine(  Tab: next item   Space: expand or press   Enter: open or "
+                     "press   Arrows: move)",
+                     "newtDrawRootText(0, 0, \"\")", "newtGridWrappedWindow(FT Server Utility)",
+                     "newtGridFree(FT Server Utility, 1)", "newtCls()", "newtFinished()"}));
+    RunOptions dump = watched({.arguments = {"-debug"}});
+    Workspace workspace(dump);
+    EXPECT_EQ(runPlain(workspace).status, 1);
+    EXPECT_FALSE(workspace.calls().empty());
+    for (const std::string &call : workspace.calls())
+        EXPECT_FALSE(call.starts_with("newt")) << call;
+}
+
+TEST(Suspend, StopsTheProgramBetweenItsCalls)
+{
+    Session session(watched({.program = "toolkit", .environment = {{"TOOLKIT", "suspend"}}}));
+    session.expectExit(1); // a session leader is not stopped for good
+    expectInOrder(session.calls(), {"newtSuspend()", "raise(20)", "newtRefresh()", "newtResume()"});
+}
+
+// ---- The tree's drawing
+
+TEST(TreeDrawing, IsDoneTwiceForAKeyThatDoesSomethingAndOnceForAnother)
+{
+    Session session(watched());
+    session.see("Exit");
+    const auto drawings = [&](const std::string &key) {
+        const size_t before = session.calls("newtTrashScreen").size();
+        session.send(key);
+        return session.calls("newtTrashScreen").size() - before;
+    };
+    EXPECT_EQ(drawings(up), 1u); // on the first item already
+    EXPECT_EQ(drawings(down), 1u); // and the last
+    EXPECT_EQ(drawings("x"), 1u);
+    EXPECT_EQ(drawings(space), 2u);
+    EXPECT_EQ(drawings(down), 2u);
+    EXPECT_EQ(drawings(enter), 2u); // does nothing on a group
+    EXPECT_EQ(drawings(up), 2u);
+    EXPECT_EQ(drawings(pageDown), 2u);
+    EXPECT_EQ(drawings(down), 1u);
+    EXPECT_EQ(drawings(tab), 1u); // the focus goes
+    EXPECT_EQ(drawings(tab), 1u); // and comes
+}
+
+// ---- Order of calls and records
+
+TEST(Order, OfTheStartIsInterfaceRecordMachineTypeWindow)
+{
+    RunOptions options = watched();
+    options.environment["YAT_SPY_MORE"] = "trace";
+    Session session(options);
+    session.see("Exit");
+    session.send(cpuModule.path + enter);
+    session.see("Refresh");
+    expectInOrder(session.calls(),
+                  {"TraceLog(0, mrvmain, main, >)", "OpenStrFile*", "ft_FunctionInit() = 1",
+                   "TraceLog(0, mrvmain, EditParameter, >)", "CreateTreeViewData(null) = 1",
+                   "call_yat_is_ft(0) = 3", "TraceLog(0, mrvmain, mkTree, >[IN]treeDatap=*",
+                   "call_yat_is_ft(0) = 3", "TraceLog(0, cpusubwin, CpuSubWin, >[IN] datap = *",
+                   "StatusChange(2, 1, 9001) = 0", "yat_ft_get_property(1, 1, 8, 1025) = 0"});
+}
+
+TEST(Order, OfAFailedTreeIsReleaseThenRecord)
+{
+    RunOptions options = watched({.tree = "0 null\n"});
+    options.environment["YAT_SPY_MORE"] = "trace";
+    Session session(options);
+    session.expectExit(0);
+    expectInOrder(session.calls(),
+                  {"TraceLog(1, mrvmain, mkTree, <mkItem(...) to draw brance for devices failed.)",
+                   "FreeTreeViewData(root) = 1",
+                   "TraceLog(1, mrvmain, EditParameter, <mkTree(pTreeData) failed.)"});
+}
+
+TEST(Questions, AreFetchedAtTheOpeningButForTheMtbfType)
+{
+    const Calls ofCpu = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_STOP_ID)",
+                         "CPGetText(QUERYWIN_START_ID)", "CPGetText(QUERYWIN_CHANGE_ID)",
+                         "CPGetText(QUERYWIN_DUMP_ID)"};
+    const Calls ofPci = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_PCISTOP_ID)",
+                         "CPGetText(QUERYWIN_PCISTART_ID)"};
+    const Calls ofScsi = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_ADAPTERSTOP_ID)",
+                          "CPGetText(QUERYWIN_ADAPTERSTART_ID)"};
+    const Calls ofEthernet = {"CPGetText(QUERYWIN_CLEAR_ID)",
+                              "CPGetText(QUERYWIN_ETHERNETSTOP_ID)",
+                              "CPGetText(QUERYWIN_ETHERNETSTART_ID)"};
+    for (const auto &[device, keys, isModule] :
+         {std::tuple{&cpuModule, ofCpu, true}, {&pciModule, ofPci, true},
+          {&scsiAdapter, ofScsi, false}, {&ethernetAdapter, ofEthernet, false}}) {
+        RunOptions options = watched();
+        options.environment["YAT_SPY_MORE"] = "texts";
+        Session session(options);
+        open(session, *device);
+        EXPECT_EQ(session.calls("CPGetText(QUERYWIN"), keys);
+        session.send(enter); // clear
+        session.see("Clear the MTBF count of this device?");
+        session.send(ctrlA);
+        session.seeNot("of this device?");
+        EXPECT_EQ(session.calls("CPGetText(QUERYWIN"), keys);
+        if (!isModule)
+            continue;
+        press(session, 4);
+        session.see("Change the MTBF type of this module?");
+        EXPECT_EQ(session.calls("CPGetText(QUERYWIN"),
+                  (keys + Calls{"CPGetText(QUERYWIN_CHANGEMTBFTYPE_ID)"}));
+    }
+}

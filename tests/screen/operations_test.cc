@@ -263,3 +263,15 @@ TEST(LongOperation, LeavesTheWindowThatCoversTheHelpLineAsItWas)
                  + keys::backTab);
     session.expectScreen("devices/cpu-CEDAR-en-80x24");
 }
+
+TEST(LongOperation, IsShownInJapaneseOnAJapaneseSystem)
+{
+    Session session({.language = "ja_JP.UTF-8", .script = "InitBringDown 0 delay=300"});
+    openJapanese(session, pciModule);
+    press(session, 5);
+    session.see("PCIモジュールを停止します。よろしいですか?");
+    session.send(keys::enter);
+    session.see("  PCI module 1: 停止 ...");
+    session.see("┤ Error ├");
+    session.seeNot("停止 ...");
+}

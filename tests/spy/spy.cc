@@ -450,8 +450,8 @@ int raise(int signal)
 
 // What newt asks itself for is its own business.
 #define SCREEN_CALL \
-    (logsMore("screen") && !popping && !isInNewt(__builtin_return_address(0)))
-static bool popping; // ends in a jump, which leaves no return address
+    (logsMore("screen") && !refreshing && !isInNewt(__builtin_return_address(0)))
+static bool refreshing; // some end in a jump to newtRefresh, which leaves no return address of newt
 
 #define PLAIN_SCREEN_CALL(result, name)                                                           \
     result name(void)                                                                             \
@@ -464,9 +464,17 @@ PLAIN_SCREEN_CALL(int, newtInit)
 PLAIN_SCREEN_CALL(int, newtFinished)
 PLAIN_SCREEN_CALL(int, newtResume)
 PLAIN_SCREEN_CALL(void, newtSuspend)
-PLAIN_SCREEN_CALL(void, newtCls)
 PLAIN_SCREEN_CALL(void, newtRefresh)
 PLAIN_SCREEN_CALL(void, newtTrashScreen)
+
+void newtCls(void)
+{
+    if (SCREEN_CALL)
+        log("newtCls()");
+    refreshing = true;
+    real<decltype(newtCls)>("newtCls")();
+    refreshing = false;
+}
 
 void newtPopWindow(void)
 {
@@ -474,9 +482,9 @@ void newtPopWindow(void)
         log("newtPopWindow()");
         titles.pop_back();
     }
-    popping = true;
+    refreshing = true;
     real<decltype(newtPopWindow)>("newtPopWindow")();
-    popping = false;
+    refreshing = false;
 }
 
 void newtGridWrappedWindow(newtGrid grid, char *title)
