@@ -124,8 +124,15 @@ TEST(BmcFirmware, TellsOfEachFailureAndOpensNevertheless)
             session.see(japanese ? "閉じる" : "Close");
             const std::vector<std::string> trace = session.trace("firmware");
             ASSERT_EQ(trace.size(), 5u); // both entries, the destination, the failure, the return
-            const size_t star = record.find('*');
+            // Between stars stands what the loader says in its own words.
+            const size_t star = record.find('*'), last = record.rfind('*');
             EXPECT_EQ(trace[3].substr(0, star), record.substr(0, star));
+            if (star != last) {
+                const std::string between = record.substr(star + 1, last - star - 1);
+                EXPECT_NE(trace[3].find(between), std::string::npos) << trace[3];
+            }
+            // What was loaded is unloaded, and only that.
+            EXPECT_EQ(session.calls("FreeLibrary").size(), name == "nowhere" ? 0u : 1u);
             EXPECT_EQ(trace[4], "0 Get_BMC_FWRevision <");
             session.send(tab + enter);
             session.expectExit(1);

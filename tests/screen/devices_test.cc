@@ -346,3 +346,17 @@ TEST(DeviceWindow, OfAnAdapterReadsNothing)
         EXPECT_EQ(session.calls().back(), "call_yat_is_ft(0) = 3");
     }
 }
+
+TEST(DeviceWindow, CutsItsTitleAtTheEndOfItsBuffer)
+{
+    const std::string name(70, 'n'), utility = " --FT Server Utility";
+    for (const auto &[record, length] :
+         {std::pair{"0 1 2 1 0 ", std::string::npos}, {"0 1 3 1 0 ", size_t{79}}}) {
+        // The first group is that of the CPU modules, whatever its class.
+        Session session({.rows = 40, .columns = 160, .tree = record + name + "\n"});
+        session.see("Exit");
+        session.send(cpuModule.path + keys::enter);
+        session.see("Refresh");
+        session.see("┤ " + (name + utility).substr(0, length) + " ├");
+    }
+}

@@ -188,6 +188,9 @@ int runProgram()
         TRACE("answer: %d", Get_BMC_FWRevision(nullptr));
     else if (piece == "nameless")
         showNameless();
+    else if (piece == "names")
+        for (int i = 0; i < YAT_CLASS_NAMES; ++i)
+            TRACE("%d %s %zu", g_pClassNameList[i], TreeViewNametbl[i], sizeof TreeViewNametbl[i]);
     else if (piece == "controls")
         tryControls();
     else

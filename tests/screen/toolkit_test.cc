@@ -249,6 +249,19 @@ TEST(NamelessDevice, HasATitleWithoutAName)
     }
 }
 
+TEST(ClassNames, ArePairedByPosition)
+{
+    Session session(toolkit("names", nullptr, ""));
+    session.expectExit(1);
+    EXPECT_EQ(session.trace("toolkit"),
+              (std::vector<std::string>{"0 runProgram 1 LABEL_UNKNOWN_ID 128",
+                                        "0 runProgram 20003 MAIN_TREE_GENERAL_ID 128",
+                                        "0 runProgram 2 MAIN_TREE_CPUMODULE_ID 128",
+                                        "0 runProgram 3 MAIN_TREE_PCIMODULE_ID 128",
+                                        "0 runProgram 8 MAIN_TREE_SCSIADAPTER_ID 128",
+                                        "0 runProgram 13 MAIN_TREE_ETHERNET_ID 128"}));
+}
+
 TEST(Revision, NeedsADestination)
 {
     Session session(toolkit("noRevision", nullptr, ""));
