@@ -1,5 +1,7 @@
 #include "devices.h"
 
+#include <algorithm>
+
 using namespace keys;
 
 const Device cpuModule = {"CPU module 1", space + down + space + down};
@@ -27,4 +29,10 @@ void press(Session &session, int tabs)
     for (int i = 0; i < tabs; ++i)
         session.send(tab);
     session.send(enter);
+}
+
+std::string inTestName(std::string text)
+{
+    std::ranges::replace_if(text, [](char c) { return !isalnum(c); }, '_');
+    return text;
 }

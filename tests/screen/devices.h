@@ -21,3 +21,6 @@ void openJapanese(Session &session, const Device &device);
 
 // Presses the button that so many Tabs lead to.
 void press(Session &session, int tabs);
+
+// A text as a part of a test's name.
+std::string inTestName(std::string text);

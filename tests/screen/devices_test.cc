@@ -1,269 +1,5 @@
-// The windows of the devices: how they look, and each button in each outcome.
+// The windows of the devices: what they read, when they are given up, what they trace.
 #include "devices.h"
-
-#include <algorithm>
-
-namespace {
-
-std::string inTestName(std::string text)
-{
-    std::ranges::replace_if(text, [](char c) { return !isalnum(c); }, '_');
-    return text;
-}
-
-// ---- How they look
-
-struct Look {
-    const char *window;
-    const Device *device;
-    const char *machine;
-};
-
-const Look looks[] = {
-    {"cpu", &cpuModule, "ALDER"},      {"cpu", &cpuModule, "BIRCH"},
-    {"cpu", &cpuModule, "CEDAR"},      {"pci", &pciModule, "ALDER"},
-    {"pci", &pciModule, "BIRCH"},      {"pci", &pciModule, "CEDAR"},
-    {"scsi", &scsiAdapter, "CEDAR"},   {"ethernet", &ethernetAdapter, "CEDAR"},
-};
-
-struct Screen {
-    const char *language;
-    int columns, rows;
-};
-
-const Screen screens[] = {
-    {"en", 80, 24}, {"en", 80, 25}, {"en", 100, 40},
-    {"ja", 80, 24}, {"ja", 80, 25}, {"ja", 100, 40},
-};
-
-std::string screenName(const std::tuple<Look, Screen> &shown)
-{
-    const auto &[look, screen] = shown;
-    return std::string(look.window) + "-" + look.machine + "-" + screen.language + "-"
-           + std::to_string(screen.columns) + "x" + std::to_string(screen.rows);
-}
-
-class EveryWindow : public testing::TestWithParam<std::tuple<Look, Screen>> {};
-
-TEST_P(EveryWindow, LooksLikeItsPicture)
-{
-    const auto &[look, screen] = GetParam();
-    const bool english = std::string(screen.language) == "en";
-    Session session({.machine = look.machine,
-                     .language = english ? "en_US.UTF-8" : "ja_JP.UTF-8",
-                     .rows = screen.rows,
-                     .columns = screen.columns});
-    (english ? open : openJapanese)(session, *look.device);
-    session.expectScreen("devices/" + screenName(GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(Devices, EveryWindow,
-                         testing::Combine(testing::ValuesIn(looks), testing::ValuesIn(screens)),
-                         [](const auto &info) { return inTestName(screenName(info.param)); });
-
-// ---- Operations
-
-struct Button {
-    const char *name;
-    const Device *device;
-    const char *machine;
-    int tabs;
-    const char *question;
-    int support;
-    const char *call; // the operation with what follows the device's name
-    const char *notSupported, *failed;
-};
-
-const char clearQuestion[] = "Clear the MTBF count of this device?";
-const char noClear[] = "The MTBF count of this device cannot be cleared.";
-const char clearFailed[] = "The MTBF count could not be cleared.";
-const char noStop[] = "This device cannot be stopped now.";
-const char stopFailed[] = "The device could not be stopped.";
-const char noStart[] = "This device cannot be started now.";
-const char startFailed[] = "The device could not be started.";
-const char typeQuestion[] = "Change the MTBF type of this module?";
-const char noType[] = "The MTBF type of this module cannot be set.";
-const char typeFailed[] = "The MTBF type could not be set.";
-
-const Button buttons[] = {
-    {"cpu clear", &cpuModule, "CEDAR", 0, clearQuestion, 1, "ClearMTBF 2", noClear, clearFailed},
-    {"cpu stop", &cpuModule, "CEDAR", 5, "Stop this CPU module?", 7, "InitBringDown 8", noStop,
-     stopFailed},
-    {"cpu start", &cpuModule, "CEDAR", 6, "Start this CPU module?", 5, "InitBringUp 6", noStart,
-     startFailed},
-    {"cpu type", &cpuModule, "CEDAR", 4, typeQuestion, 13, "SetMtbfType 14, 2", noType, typeFailed},
-    {"plain cpu clear", &cpuModule, "BIRCH", 0, clearQuestion, 1, "ClearMTBF 2", noClear,
-     clearFailed},
-    {"plain cpu stop", &cpuModule, "BIRCH", 1, "Stop this CPU module?", 7, "InitBringDown 8",
-     noStop, stopFailed},
-    {"plain cpu start", &cpuModule, "BIRCH", 2, "Start this CPU module?", 5, "InitBringUp 6",
-     noStart, startFailed},
-    {"pci clear", &pciModule, "CEDAR", 0, clearQuestion, 15, "ClearMTBF 16", noClear, clearFailed},
-    {"pci stop", &pciModule, "CEDAR", 5, "Stop this PCI module and its adapters?", 21,
-     "InitBringDown 22", noStop, stopFailed},
-    {"pci start", &pciModule, "CEDAR", 6, "Start this PCI module and its adapters?", 19,
-     "InitBringUp 20", noStart, startFailed},
-    {"pci type", &pciModule, "CEDAR", 4, typeQuestion, 23, "SetMtbfType 24, 1", noType, typeFailed},
-    {"plain pci stop", &pciModule, "ALDER", 1, "Stop this PCI module and its adapters?", 21,
-     "InitBringDown 22", noStop, stopFailed},
-    {"scsi clear", &scsiAdapter, "CEDAR", 0, clearQuestion, 25, "ClearMTBF 26", noClear,
-     clearFailed},
-    {"ethernet clear", &ethernetAdapter, "CEDAR", 0, clearQuestion, 31, "ClearMTBF 32", noClear,
-     clearFailed},
-};
-
-class EveryOperation : public testing::TestWithParam<Button> {
-protected:
-    const Button &button = GetParam();
-    const std::string operation = std::string(button.call).substr(0, std::string(button.call).find(' '));
-    const std::string supportCall =
-        std::string("IfSupport(") + button.device->name + ", " + std::to_string(button.support) + ")";
-    const std::string operationCall =
-        operation + "(" + button.device->name + ", "
-        + std::string(button.call).substr(operation.size() + 1) + ")";
-
-    // Opens the window and presses the button, up to its question.
-    void ask(Session &session)
-    {
-        open(session, *button.device);
-        picture = stablePicture(session);
-        press(session, button.tabs);
-        session.see(button.question);
-    }
-
-    // The window with the focus on its first button, which is where a test leaves it.
-    static std::string stablePicture(Session &session)
-    {
-        session.terminal().settle(std::chrono::milliseconds(30));
-        return session.terminal().picture();
-    }
-
-    // The calls for the operation that the spy saw.
-    std::vector<std::string> operationCalls(Session &session)
-    {
-        std::vector<std::string> calls = session.calls();
-        std::erase_if(calls, [&](const std::string &call) {
-            return !call.starts_with("IfSupport") && !call.starts_with(operation);
-        });
-        return calls;
-    }
-
-    // Goes back to the first button and expects the window to be as it was.
-    void expectWindowAsBefore(Session &session)
-    {
-        for (int i = 0; i < button.tabs; ++i)
-            session.send(keys::backTab);
-        EXPECT_TRUE(session.terminal().waitUntil(
-            [&] { return session.terminal().picture() == picture; }))
-            << picture << session.terminal().picture();
-    }
-
-    void expectBox(Session &session, const std::string &title, const std::string &text)
-    {
-        session.see(text);
-        session.see("┤ " + title + " ├");
-        session.send(keys::enter);
-        session.seeNot(text);
-        expectWindowAsBefore(session);
-    }
-
-    std::string picture;
-};
-
-TEST_P(EveryOperation, DeclinedCallsNothing)
-{
-    // The cancel button, and the hot key that stands for it.
-    for (const std::string &answer : {keys::tab + keys::enter, keys::ctrlA}) {
-        Session declining({.machine = button.machine});
-        ask(declining);
-        declining.send(answer);
-        declining.seeNot(button.question);
-        expectWindowAsBefore(declining);
-        EXPECT_TRUE(operationCalls(declining).empty());
-    }
-}
-
-TEST_P(EveryOperation, NotSupportedSaysSo)
-{
-    Session session({.machine = button.machine, .script = "IfSupport 0"});
-    ask(session);
-    session.send(keys::enter);
-    expectBox(session, "Error", button.notSupported);
-    EXPECT_EQ(operationCalls(session), std::vector<std::string>{supportCall + " = 0"});
-}
-
-TEST_P(EveryOperation, FailedSaysSo)
-{
-    for (const char *result : {"0", "-1", "2"}) {
-        Session session({.machine = button.machine,
-                         .script = "IfSupport -7\n" + operation + " " + result});
-        ask(session);
-        session.send(keys::enter);
-        expectBox(session, "Error", button.failed);
-        EXPECT_EQ(operationCalls(session),
-                  (std::vector<std::string>{supportCall + " = -7", operationCall + " = " + result}));
-    }
-}
-
-TEST_P(EveryOperation, DoneSaysSo)
-{
-    Session session({.machine = button.machine, .script = "IfSupport 1\n" + operation + " 1"});
-    ask(session);
-    session.send(keys::enter);
-    expectBox(session, button.device->name, "The operation was successful.");
-    EXPECT_EQ(operationCalls(session),
-              (std::vector<std::string>{supportCall + " = 1", operationCall + " = 1"}));
-}
-
-INSTANTIATE_TEST_SUITE_P(Devices, EveryOperation, testing::ValuesIn(buttons),
-                         [](const auto &info) { return inTestName(info.param.name); });
-
-// ---- Buttons that only refuse
-
-struct Refusal {
-    const char *name;
-    const Device *device;
-    const char *machine;
-    int tabs;
-    const char *text;
-};
-
-const char noDiagnosis[] = "Diagnosis is not supported for this device.";
-
-const Refusal refusals[] = {
-    {"cpu diagnose", &cpuModule, "CEDAR", 7, noDiagnosis},
-    {"cpu change", &cpuModule, "CEDAR", 10,
-     "Changing the jump switch is not supported for this board."},
-    {"cpu execute", &cpuModule, "CEDAR", 13, "Memory dumps are not supported for this module."},
-    {"plain cpu diagnose", &cpuModule, "ALDER", 3, noDiagnosis},
-    {"plain cpu change", &cpuModule, "ALDER", 6,
-     "Changing the jump switch is not supported for this board."},
-    {"plain cpu execute", &cpuModule, "ALDER", 9, "Memory dumps are not supported for this module."},
-    {"pci diagnose", &pciModule, "CEDAR", 7, noDiagnosis},
-    {"plain pci diagnose", &pciModule, "BIRCH", 3, noDiagnosis},
-    {"scsi diagnose", &scsiAdapter, "CEDAR", 1, noDiagnosis},
-};
-
-class EveryRefusal : public testing::TestWithParam<Refusal> {};
-
-TEST_P(EveryRefusal, AsksNothingAndCallsNothing)
-{
-    const Refusal &refusal = GetParam();
-    Session session({.machine = refusal.machine});
-    open(session, *refusal.device);
-    const size_t before = session.calls().size();
-    press(session, refusal.tabs);
-    session.see(refusal.text);
-    session.see("┤ Error ├");
-    session.send(keys::enter);
-    session.seeNot(refusal.text);
-    EXPECT_EQ(session.calls().size(), before);
-}
-
-INSTANTIATE_TEST_SUITE_P(Devices, EveryRefusal, testing::ValuesIn(refusals),
-                         [](const auto &info) { return inTestName(info.param.name); });
-
-} // namespace
 
 // ---- The MTBF type
 
@@ -336,6 +72,28 @@ TEST(MtbfType, IsWrittenAsSelectedByTheUser)
             EXPECT_TRUE(session.calls("SetMtbfType").at(0).ends_with(
                 ", " + std::to_string(radio) + ") = 1"));
         }
+}
+
+// Read is another value than written, and it is not read again.
+TEST(MtbfType, StaysAsTheUserSelectedItWhenItIsSet)
+{
+    for (const Device *device : {&cpuModule, &pciModule}) {
+        Session session({.script = typeRead(*device, 4)});
+        open(session, *device);
+        session.send(keys::tab + keys::space);
+        session.see(selectedFirst);
+        const size_t reads = session.calls("yat_ft_get_property").size();
+        press(session, 3);
+        session.see("Change the MTBF type of this module?");
+        session.send(keys::enter);
+        session.see("The operation was successful.");
+        session.send(keys::enter);
+        session.seeNot("successful");
+        press(session, device == &cpuModule ? 10 : 4); // refresh
+        session.see(selectedFirst);
+        EXPECT_FALSE(session.terminal().contains(selectedThird));
+        EXPECT_EQ(session.calls("yat_ft_get_property").size(), reads);
+    }
 }
 
 TEST(MtbfType, UnavailableIsToldAtOpeningAndInsteadOfSetting)
@@ -440,7 +198,8 @@ TEST_P(EveryGivenUp, IsTracedAndTheTreeGoesOn)
     session.see("Exit");
     session.send(GetParam().device->path + keys::enter + keys::tab + keys::enter);
     session.expectExit(1);
-    EXPECT_EQ(session.terminal().output().find("Refresh"), std::string::npos);
+    for (const char *shown : {"Refresh", "Error", " ok "})
+        EXPECT_EQ(session.terminal().output().find(shown), std::string::npos);
     const std::string source = GetParam().device == &cpuModule ? "cpusubwin" : "pcisubwin";
     const std::vector<std::string> trace = session.trace(source);
     ASSERT_FALSE(trace.empty());
@@ -456,24 +215,43 @@ INSTANTIATE_TEST_SUITE_P(Devices, EveryGivenUp, testing::ValuesIn(givenUp),
 
 TEST(State, IsReadAtOpeningAndAtRefreshOnly)
 {
-    for (const Device *device : {&cpuModule, &pciModule}) {
-        const bool isPci = device == &pciModule;
-        Session session({.script = "StatusChange 0 at=1 text=as it was\n"
-                                   "StatusChange 7 at=2 text=as it is now"});
+    for (const Device *device : {&cpuModule, &pciModule})
+        for (const int tabs : {5, 6}) { // stop, start
+            const bool isPci = device == &pciModule;
+            Session session({.script = "StatusChange 0 at=1 text=as it was\n"
+                                       "StatusChange 7 at=2 text=as it is now\n"
+                                       "IfSupport 1\nInitBringUp 1\nInitBringDown 1"});
+            open(session, *device);
+            session.see("as it was");
+            press(session, tabs);
+            session.see("?");
+            session.send(keys::enter);
+            session.see("The operation was successful.");
+            session.send(keys::enter);
+            session.seeNot("successful");
+            session.see("as it was");
+            EXPECT_EQ(session.calls("StatusChange").size(), 1u);
+            press(session, (isPci ? 8 : 14) - tabs); // refresh
+            session.see("as it is now");
+            EXPECT_EQ(session.calls("StatusChange").back(),
+                      isPci ? "StatusChange(3, 1, 9002) = 7" : "StatusChange(2, 1, 9001) = 7");
+        }
+}
+
+TEST(State, ThatCannotBeReadAnyMoreIsUnknown)
+{
+    for (const auto &[device, message, refreshTabs] :
+         {std::tuple{&cpuModule, "The state of the CPU module cannot be read.", 14},
+          {&pciModule, "The state of the PCI module cannot be read.", 8}}) {
+        Session session({.script = "StatusChange 0 at=1 text=as it was\nStatusChange -1"});
         open(session, *device);
         session.see("as it was");
-        press(session, 5); // stop
-        session.see("?");
+        press(session, refreshTabs);
+        session.see(message);
+        session.see("┤ Error ├");
         session.send(keys::enter);
-        session.see("The operation was successful.");
-        session.send(keys::enter);
-        session.seeNot("successful");
-        session.see("as it was");
-        EXPECT_EQ(session.calls("StatusChange").size(), 1u);
-        press(session, isPci ? 3 : 9); // refresh
-        session.see("as it is now");
-        EXPECT_EQ(session.calls("StatusChange").back(),
-                  isPci ? "StatusChange(3, 1, 9002) = 7" : "StatusChange(2, 1, 9001) = 7");
+        session.see("Unknown");
+        session.seeNot("as it was");
     }
 }
 
@@ -522,44 +300,6 @@ TEST(State, OfTheSimulatedMachineFollowsAnOperation)
     session.see("Stopping 0 %"); // where the machine's clock stands still
 }
 
-// ---- Long operations
-
-TEST(LongOperation, IsShownOnTheHelpLineAndDropsWhatIsTyped)
-{
-    for (const char *result : {"0", "1"}) {
-        Session session({.script = std::string("InitBringDown ") + result + " delay=700"});
-        open(session, pciModule);
-        press(session, 5);
-        session.see("Stop this PCI module");
-        session.send(keys::enter);
-        session.see("  PCI module 1: Stop ...");
-        session.send(keys::enter + keys::enter + keys::enter); // would press what comes next
-        const std::string box = *result == '1' ? "The operation was successful."
-                                               : "The device could not be stopped.";
-        session.see(box);
-        session.seeNot("Stop ...");
-        session.expectScreen(std::string("devices/after-long-operation-") + result);
-        session.send(keys::enter);
-        session.seeNot(box);
-        EXPECT_EQ(session.calls("InitBringDown").size(), 1u);
-    }
-}
-
-TEST(LongOperation, LeavesTheWindowThatCoversTheHelpLineAsItWas)
-{
-    Session session({.script = "InitBringDown 0 delay=300"});
-    open(session, cpuModule);
-    session.expectScreen("devices/cpu-CEDAR-en-80x24");
-    press(session, 5);
-    session.see("Stop this CPU module?");
-    session.send(keys::enter);
-    session.see("  CPU module 1: Stop ...");
-    session.see("The device could not be stopped.");
-    session.send(keys::enter + keys::backTab + keys::backTab + keys::backTab + keys::backTab
-                 + keys::backTab);
-    session.expectScreen("devices/cpu-CEDAR-en-80x24");
-}
-
 // ---- Trace
 
 TEST(WindowTrace, IsThatOfEachWindow)
@@ -605,5 +345,19 @@ TEST(DeviceWindow, OfAnAdapterReadsNothing)
         Session session;
         open(session, *device);
         EXPECT_EQ(session.calls().back(), "call_yat_is_ft(0) = 3");
+    }
+}
+
+TEST(DeviceWindow, CutsItsTitleAtTheEndOfItsBuffer)
+{
+    const std::string name(70, 'n'), utility = " --FT Server Utility";
+    for (const auto &[record, length] :
+         {std::pair{"0 1 2 1 0 ", std::string::npos}, {"0 1 3 1 0 ", size_t{79}}}) {
+        // The first group is that of the CPU modules, whatever its class.
+        Session session({.rows = 40, .columns = 160, .tree = record + name + "\n"});
+        session.see("Exit");
+        session.send(cpuModule.path + keys::enter);
+        session.see("Refresh");
+        session.see("┤ " + (name + utility).substr(0, length) + " ├");
     }
 }

@@ -2,6 +2,7 @@
 #include "session.h"
 
 #include <csignal>
+#include <sys/resource.h>
 
 namespace {
 
@@ -21,6 +22,17 @@ void openPciModule(Session &session)
     session.see("Exit");
     session.send(keys::space + keys::down + keys::down + keys::space + keys::down + keys::enter);
     session.see("Refresh");
+}
+
+// What the processor did for the programs that have ended.
+double secondsOfEndedChildren()
+{
+    rusage used;
+    getrusage(RUSAGE_CHILDREN, &used);
+    const auto seconds = [](const timeval &time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return seconds(used.ru_utime) + seconds(used.ru_stime);
 }
 
 class EverySignal : public testing::TestWithParam<int> {};
@@ -79,6 +91,7 @@ TEST(Ending, WithTheTerminalIsByHangup)
 TEST(Ending, WithTheTerminalAndWithoutASignalIsInOrder)
 {
     for (const bool inWindow : {false, true}) {
+        const double before = secondsOfEndedChildren();
         Session session({.ignoreHangup = true});
         if (inWindow)
             openPciModule(session);
@@ -86,6 +99,7 @@ TEST(Ending, WithTheTerminalAndWithoutASignalIsInOrder)
             session.see("Exit");
         session.terminal().hangUp();
         session.expectExit(0);
+        EXPECT_LT(secondsOfEndedChildren() - before, 1); // it does not ask on and on
         expectInOrder(session.calls(), {"klogctl(8, null, 6)", "ft_FunctionRelease() = 1",
                                         "freenewtlib()", "freeslanglib()"});
     }

@@ -64,6 +64,22 @@ TEST_P(EveryFailure, IsTracedAndUndone)
     EXPECT_FALSE(session.terminal().inAlternateScreen());
 }
 
+// Without a screen the same goes wrong in the same way.
+TEST_P(EveryFailure, IsTracedAndUndoneInDumpModeToo)
+{
+    const Failure &failure = GetParam();
+    Workspace workspace({.arguments = {"-debug"}, .script = failure.script});
+    const PlainRun run = runPlain(workspace);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, std::string(failure.name) == "memory"
+                              ? "\nSystem call error!Can't malloc!"
+                              : "\n");
+    expectInOrder(workspace.trace(), failure.trace);
+    Calls calls = failure.calls;
+    std::erase_if(calls, [](const std::string &call) { return call.starts_with("klogctl"); });
+    EXPECT_EQ(workspace.calls(), calls);
+}
+
 INSTANTIATE_TEST_SUITE_P(Failures, EveryFailure, testing::ValuesIn(failures),
                          [](const auto &info) { return std::string(info.param.name); });
 
@@ -137,4 +153,13 @@ TEST(Failure, InADescriptionIsToldWhenTheScreenIsGone)
               std::string::npos);
     EXPECT_FALSE(session.terminal().inAlternateScreen());
     expectInOrder(session.trace("yatcore"), {"1 complain " + complaint});
+}
+
+TEST(Failure, OfAnEmptyCatalogueLeavesTheTextsEmpty)
+{
+    Session session({.script = "OpenStrFile real text=0"});
+    session.see("[+]");
+    EXPECT_FALSE(session.terminal().contains("FT"));
+    session.send(keys::ctrlO);
+    session.expectExit(1);
 }

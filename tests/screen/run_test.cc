@@ -213,3 +213,52 @@ TEST(Language, IsThatOfTheEnvironment)
     EXPECT_EQ(catalogueOf({{"LANG", "ja_JP"}, {"LC_ALL", ""}}), japanese);
     EXPECT_EQ(catalogueOf({{"LANG", "(unset)"}}), english);
 }
+
+TEST(Programs, OfTheOtherWindowsHaveTheSameOptions)
+{
+    for (const char *program : {"mrvgeneral", "mrvfirmware"}) {
+        Workspace wrong({.program = program, .arguments = {"-x"}});
+        const PlainRun run = runPlain(wrong);
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.output, "Usage: " + wrong.command()[0] + " [-d]\n" + usageText);
+        EXPECT_TRUE(wrong.calls().empty());
+        for (const bool quiet : {true, false}) {
+            Session session({.program = program,
+                             .arguments = quiet ? std::vector<std::string>{}
+                                                : std::vector<std::string>{"-d"}});
+            session.see("Close");
+            session.send(keys::backTab + keys::enter);
+            session.expectExit(1);
+            EXPECT_EQ(session.calls("klogctl").size(), quiet ? 2u : 0u);
+        }
+    }
+}
+
+TEST(TraceLog, TellsTheLineOfTheCall)
+{
+    Workspace workspace({.arguments = {"-debug"}});
+    runPlain(workspace);
+    const std::string text = "enter utility/main() of mrvutil.";
+    for (const std::string &line :
+         linesOf(readFile(workspace.stateDirectory() / "log" / "YATmrvutil.log"))) {
+        const size_t end = line.find(" " + text);
+        if (end == std::string::npos)
+            continue;
+        const size_t number = static_cast<size_t>(atoi(line.c_str() + line.rfind(' ', end - 1)));
+        const std::vector<std::string> source = linesOf(readFile(SOURCES "/src/shell/mrvmain.cc"));
+        ASSERT_LE(number, source.size());
+        ASSERT_GT(number, 0u) << line;
+        EXPECT_NE(source[number - 1].find(text), std::string::npos) << line;
+        return;
+    }
+    FAIL() << "no such record";
+}
+
+TEST(TraceLog, ThatCannotBeWrittenStopsNothing)
+{
+    Workspace workspace({.arguments = {"-debug"}, .state = "/dev/null/state"});
+    const PlainRun run = runPlain(workspace);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "");
+    EXPECT_NE(run.output.find("N:CPU module 1"), std::string::npos);
+}

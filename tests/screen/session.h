@@ -19,6 +19,20 @@ inline const std::string f12 = "\x1b[24~";
 inline const std::string ctrlA = "\x01", ctrlO = "\x0f", ctrlZ = "\x1a";
 } // namespace keys
 
+// What the spy saw, and what it sees of a box that is opened and closed.
+using Calls = std::vector<std::string>;
+
+inline Calls box(const std::string &title)
+{
+    return {"newtGridWrappedWindow(" + title + ")", "newtPopWindow()"};
+}
+
+inline Calls operator+(Calls calls, const Calls &more)
+{
+    calls.insert(calls.end(), more.begin(), more.end());
+    return calls;
+}
+
 class Session {
 public:
     explicit Session(const RunOptions &options = {});

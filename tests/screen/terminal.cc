@@ -11,6 +11,7 @@
 #include <pty.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -157,8 +158,20 @@ int Terminal::propertySet(VTermProp property, VTermValue *value, void *self)
     return 1;
 }
 
+// Bytes that the process has read so far, from wherever.
+static long long bytesReadBy(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/io");
+    std::string name;
+    long long count = 0;
+    file >> name >> count;
+    return count;
+}
+
 void Terminal::send(const std::string &keys)
 {
+    readWhenTaken = bytesReadBy(child) + static_cast<long long>(keys.size());
+    takenAtLatest = Clock::now() + std::chrono::milliseconds(50);
     if (write(descriptor, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
         throw std::runtime_error("the terminal takes no keys");
 }
@@ -216,9 +229,22 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
     return true;
 }
 
+// newt sleeps while it shows that a button is pressed, and goes on by itself.
+static bool sleeps(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
+    long call = -1;
+    file >> call;
+    return call == SYS_nanosleep || call == SYS_clock_nanosleep;
+}
+
 void Terminal::waitUntilIdle()
 {
     waitUntil([this] {
+        // The kernel hands on what was sent a little later. Keys may also be thrown away, or be
+        // for a child of the program.
+        if (bytesReadBy(child) < readWhenTaken && Clock::now() < takenAtLatest)
+            return false;
         int unread = 0;
         if (replica >= 0 && ioctl(replica, FIONREAD, &unread) == 0 && unread > 0)
             return false;
@@ -227,7 +253,7 @@ void Terminal::waitUntilIdle()
         std::getline(file, line);
         const size_t name = line.rfind(") ");
         const char state = name == std::string::npos ? 'X' : line.at(name + 2);
-        return state != 'R' && state != 'D';
+        return state != 'R' && state != 'D' && !sleeps(child);
     });
 }
 

@@ -78,6 +78,8 @@ private:
     int replica = -1; // the program's side, kept open so that its modes can be seen afterwards
     pid_t child = -1;
     int waitStatus = -1;
+    long long readWhenTaken = 0; // bytes that the program has read when it has what was sent
+    std::chrono::steady_clock::time_point takenAtLatest;
     bool ended = false;
     VTerm *emulator;
     VTermScreen *screen;

@@ -192,12 +192,17 @@ struct Low {
     const Device *device;
     int rows;
     int positions;
+    const char *machine = "CEDAR";
+    const char *language = "en_US.UTF-8";
 };
 
 const Low lows[] = {
     {"cpu", &cpuModule, 23, 16}, {"cpu", &cpuModule, 20, 16}, {"cpu", &cpuModule, 15, 16},
     {"pci", &pciModule, 17, 10}, {"pci", &pciModule, 15, 10}, {"ethernet", &ethernetAdapter, 15, 2},
-    {"cpu", &cpuModule, 12, 16},
+    {"cpu", &cpuModule, 12, 16}, {"cpu-ALDER-", &cpuModule, 15, 12, "ALDER"},
+    {"cpu-BIRCH-", &cpuModule, 12, 12, "BIRCH"}, {"scsi", &scsiAdapter, 12, 3},
+    {"cpu-ja-", &cpuModule, 15, 16, "CEDAR", "ja_JP.UTF-8"},
+    {"pci-ja-", &pciModule, 12, 10, "CEDAR", "ja_JP.UTF-8"},
 };
 
 class EveryLowTerminal : public testing::TestWithParam<Low> {};
@@ -205,9 +210,9 @@ class EveryLowTerminal : public testing::TestWithParam<Low> {};
 // Neither the exit button nor the close button need be in sight.
 void openLow(Session &session, const Device &device)
 {
-    session.see("FT server");
+    session.see("[+] FT");
     session.send(device.path + enter);
-    session.see("MTBF count:");
+    session.see("MTBF");
 }
 
 std::string lowName(const Low &low)
@@ -218,11 +223,12 @@ std::string lowName(const Low &low)
 TEST_P(EveryLowTerminal, ReachesAndShowsEveryComponent)
 {
     const Low &low = GetParam();
-    Session session({.rows = low.rows});
+    Session session({.machine = low.machine, .language = low.language, .rows = low.rows});
     openLow(session, *low.device);
     session.expectScreen("low/" + lowName(low) + "-top");
-    // The title and the frame are there.
-    session.see(std::string("┤ ") + low.device->name);
+    // The title and the frame are there. One that just fits has its title above the screen.
+    if (low.device != &scsiAdapter)
+        session.see(std::string("┤ ") + low.device->name);
     session.see("└");
     expectFocusToBeSeen(session, low.positions);
     // Back on top after the last one.
@@ -232,7 +238,7 @@ TEST_P(EveryLowTerminal, ReachesAndShowsEveryComponent)
 }
 
 INSTANTIATE_TEST_SUITE_P(Low, EveryLowTerminal, testing::ValuesIn(lows),
-                         [](const auto &info) { return lowName(info.param); });
+                         [](const auto &info) { return inTestName(lowName(info.param)); });
 
 } // namespace
 

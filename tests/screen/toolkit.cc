@@ -1,14 +1,19 @@
 // Shows one piece of the dialog toolkit, named by TOOLKIT in the environment, with TOOLKIT_TITLE and
 // TOOLKIT_TEXT where it takes them. What comes out of it goes to the trace log.
+#include "devices/windows.h"
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
 #include "platform/trace.h"
 #include "shell/entry.h"
+#include "shell/mrvmain.h"
 #include "system/windows.h"
 #include "tree/checkboxtree.h"
+#include "tree/component.h"
+#include "yat/ft.h"
 
 #include <cstdlib>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -107,6 +112,52 @@ void showTree()
     closeWindow(form);
 }
 
+// The window of TOOLKIT_COUNT, a class code, for a device that has no name.
+void showNameless()
+{
+    yat_identity identity{1, number("TOOLKIT_COUNT"), {}};
+    yat_device device{};
+    device.identity = &identity;
+    ft_FunctionInit();
+    switch (identity.ClassCode) {
+    case YAT_CLASS_CPU_MODULE: CpuSubWin(&device); break;
+    case YAT_CLASS_PCI_MODULE: PciSubWin(&device); break;
+    case YAT_CLASS_SCSI_ADAPTER: ScsiAdapter(&device); break;
+    case YAT_CLASS_ETHERNET_ADAPTER: Ethernet(&device); break;
+    }
+}
+
+// What the field helpers do for each state and range, and for each key.
+void tryControls()
+{
+    TRACE("zero: %d %d", !CheckStruct.components && !CheckStruct.state && !CheckStruct.first,
+          !CheckboxStruct.components && !CheckboxStruct.state && !CheckboxStruct.last);
+    newtComponent fields[] = {newtEntry(-1, -1, "", 3, nullptr, 0),
+                              newtCheckbox(-1, -1, "", ' ', nullptr, nullptr)};
+    char state = ' ';
+    const auto tryAll = [&](int first, int last) {
+        CheckStruct = {.components = fields, .first = first, .last = last, .state = &state};
+        CheckboxStruct = {.components = fields + 1, .first = first, .last = last, .state = &state};
+        CheckButtonFunc(nullptr, nullptr);
+        CheckBoxFunc(nullptr, nullptr);
+        TRACE("state %d from %d to %d: %d %d", state, first, last, fields[0]->takesFocus,
+              fields[1]->takesFocus);
+    };
+    tryAll(1, 0);
+    tryAll(0, 0);
+    for (const char other : {'x', '\0', '*'}) {
+        state = ' ';
+        tryAll(0, 0);
+        state = other;
+        tryAll(0, 0);
+    }
+    std::string accepted;
+    for (int key = -0x100; key < 0x9000; ++key)
+        if (const int result = EntryNumricFilter(nullptr, nullptr, key, 0))
+            accepted += (result == key ? " " : " other than ") + std::to_string(key);
+    TRACE("keys:%s", accepted.c_str());
+}
+
 } // namespace
 
 int runProgram()
@@ -131,6 +182,17 @@ int runProgram()
         showTree();
     else if (piece == "FMUpdate")
         FMUpdate(nullptr);
+    else if (piece == "suspend")
+        suspend(nullptr);
+    else if (piece == "noRevision")
+        TRACE("answer: %d", Get_BMC_FWRevision(nullptr));
+    else if (piece == "nameless")
+        showNameless();
+    else if (piece == "names")
+        for (int i = 0; i < YAT_CLASS_NAMES; ++i)
+            TRACE("%d %s %zu", g_pClassNameList[i], TreeViewNametbl[i], sizeof TreeViewNametbl[i]);
+    else if (piece == "controls")
+        tryControls();
     else
         return 0;
     return 1;

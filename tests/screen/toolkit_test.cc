@@ -205,6 +205,84 @@ TEST(Fields, TakeNumbersAndEditingKeysOnly)
     EXPECT_EQ(session.trace("toolkit").at(0), "0 showFields entries: 12-4-3  ");
 }
 
+TEST(Fields, FollowTheirControlRecordsAndNeverAnEmptyRange)
+{
+    Session session(toolkit("controls", nullptr, ""));
+    session.expectExit(1);
+    const std::vector<std::string> trace = session.trace("toolkit");
+    ASSERT_EQ(trace.size(), 10u);
+    EXPECT_EQ(trace[0], "0 tryControls zero: 1 1");
+    // A blank greys them out, any other character lets them be used.
+    const std::string states[] = {"32 from 1 to 0: 1 1", "32 from 0 to 0: 0 0",
+                                  "32 from 0 to 0: 0 0", "120 from 0 to 0: 1 1",
+                                  "32 from 0 to 0: 0 0", "0 from 0 to 0: 1 1",
+                                  "32 from 0 to 0: 0 0", "42 from 0 to 0: 1 1"};
+    for (size_t i = 0; i < std::size(states); ++i)
+        EXPECT_EQ(trace[i + 1], "0 operator() state " + states[i]);
+    EXPECT_EQ(trace[9], "0 tryControls keys: 45 48 49 50 51 52 53 54 55 56 57 32769 32770 32772 "
+                        "32773 32774 32775 32776 32777");
+}
+
+TEST(NamelessDevice, HasATitleWithoutAName)
+{
+    for (const auto &[classCode, source, record] :
+         {std::tuple{"2", "cpusubwin", "0 CpuSubWin datap->lpszTreeName=NULL"},
+          {"3", "pcisubwin", "0 PciSubWin datap->lpszTreeName=NULL"},
+          {"8", "scsiadapter", "0 ScsiAdapter datap->lpszTreeName = NULL"},
+          {"13", "ethernet", "0 Ethernet datap->lpszTreeName=NULL"}}) {
+        RunOptions options = toolkit("nameless", nullptr, "");
+        options.rows = 40;
+        options.environment["TOOLKIT_COUNT"] = classCode;
+        options.environment["YAT_SPY_MORE"] = "screen";
+        Session session(options);
+        session.see("┤  --FT Server Utility ├");
+        session.send(keys::enter); // clear
+        session.see("Clear the MTBF count of this device?");
+        session.send(keys::enter);
+        session.see("The operation was successful.");
+        session.send(keys::enter);
+        session.seeNot("successful");
+        session.send(keys::backTab + keys::enter);
+        session.expectExit(1);
+        EXPECT_EQ(session.trace(source).at(2), record);
+        EXPECT_EQ(session.calls("newtGridWrappedWindow()").size(), 2u); // question and success
+    }
+}
+
+TEST(ClassNames, ArePairedByPosition)
+{
+    Session session(toolkit("names", nullptr, ""));
+    session.expectExit(1);
+    EXPECT_EQ(session.trace("toolkit"),
+              (std::vector<std::string>{"0 runProgram 1 LABEL_UNKNOWN_ID 128",
+                                        "0 runProgram 20003 MAIN_TREE_GENERAL_ID 128",
+                                        "0 runProgram 2 MAIN_TREE_CPUMODULE_ID 128",
+                                        "0 runProgram 3 MAIN_TREE_PCIMODULE_ID 128",
+                                        "0 runProgram 8 MAIN_TREE_SCSIADAPTER_ID 128",
+                                        "0 runProgram 13 MAIN_TREE_ETHERNET_ID 128"}));
+}
+
+TEST(Revision, NeedsADestination)
+{
+    Session session(toolkit("noRevision", nullptr, ""));
+    session.expectExit(1);
+    EXPECT_EQ(session.trace("firmware"),
+              (std::vector<std::string>{"0 Get_BMC_FWRevision >",
+                                        "1 Get_BMC_FWRevision <[IN]param error.bmcrev is NULL."}));
+    EXPECT_EQ(session.trace("toolkit"), std::vector<std::string>{"0 runProgram answer: 0"});
+    EXPECT_TRUE(session.calls("LoadLibrary").empty());
+}
+
+TEST(AdapterUpdate, IsJapaneseOnAJapaneseSystem)
+{
+    Session session(toolkit("FMUpdate", nullptr, "", "ja_JP.UTF-8"));
+    session.see("データファイルのパス:");
+    session.expectScreen("boxes/adapter-update-ja");
+    session.send(keys::tab + keys::enter);
+    session.see("この装置のファームウェアは現在更新できません。");
+    session.see("┤ Error ├");
+}
+
 TEST(AdapterUpdate, IsNeverSupported)
 {
     Session session(toolkit("FMUpdate", nullptr, ""));

@@ -358,6 +358,38 @@ TEST(Tree, CutsANameAtTheEndOfItsBuffer)
     session.see("CPU modules");
 }
 
+TEST(Tree, TellsThroughEachLevelWhereItFailed)
+{
+    Session session(treeOn("1", "0 1 2 1 0 CPU 1\n"
+                                "1 2 8 1 0 SCSI 1\n"
+                                "2 null\n"));
+    session.expectExit(0);
+    expectInOrder(session.trace("mrvmain"),
+                  {"0 mkItem param for device NULL goes here:",
+                   "1 mkItem <[IN]datap is NULL when enter mkItem", "1 mkItem <mkItem failed.",
+                   "1 mkItem <mkItem failed.",
+                   "1 mkTree <mkItem(...) to draw brance for devices failed.",
+                   "1 EditParameter <mkTree(pTreeData) failed."});
+}
+
+TEST(Tree, KeepsItsPathOfEightForDevicesThatLieDeeper)
+{
+    std::string tree = "0 1 2 1 0 CPU 1\n";
+    for (int depth = 1; depth <= 12; ++depth)
+        for (const char *name : {"left", "right"})
+            tree += std::to_string(depth) + " 1 1 1 0 " + name + "\n";
+    Session session(treeOn("1", tree));
+    session.see("Exit");
+    session.send(space + down + space);
+    session.see("CPU 1");
+    session.send(ctrlO);
+    session.expectExit(1);
+    const std::vector<std::string> trace = session.trace("mrvmain");
+    EXPECT_EQ(std::ranges::count(trace, "0 mkItem param[7]:\\t1."), 15); // once set, it stays
+    EXPECT_TRUE(std::ranges::any_of(
+        trace, [](const std::string &record) { return record.ends_with("level=14"); }));
+}
+
 // ---- The widget by itself, in sizes that the program does not ask for
 
 namespace {

@@ -11,11 +11,19 @@
 // there. TEXT is what the call writes into its text buffer. With at, the rule is for the N-th
 // call only. The first rule that fits counts. A line "tree FILE" makes CreateTreeViewData read its
 // records from a file, see readTree.
+//
+// YAT_SPY_MORE names, separated by blanks, what else goes to the log:
+//
+//     screen  what the program asks newt for, windows, their forms and their grids by the title
+//     texts   the keys that are looked up
+//     trace   the records for the trace log
 #include "yat/device.h"
 #include "yat/ft.h"
 #include "yat/text.h"
+#include "yat/trace.h"
 #include "yat/winshim.h"
 
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -25,6 +33,7 @@
 #include <map>
 #include <newt.h>
 #include <optional>
+#include <poll.h>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -94,6 +103,27 @@ __attribute__((format(printf, 1, 2))) std::string format(const char *pattern, ..
     return text;
 }
 
+bool logsMore(const char *what)
+{
+    const char *wanted = getenv("YAT_SPY_MORE");
+    std::istringstream words(wanted ? wanted : "");
+    for (std::string word; words >> word;)
+        if (word == what)
+            return true;
+    return false;
+}
+
+bool isInNewt(void *address)
+{
+    Dl_info info;
+    return dladdr(address, &info) && strstr(info.dli_fname, "libnewt");
+}
+
+// The windows that are open, the top one last, and what belongs to which.
+std::vector<std::string> titles;
+std::map<newtComponent, std::string> titlesOfForms;
+std::map<newtGrid, std::string> titlesOfGrids;
+
 const Rule *ruleFor(const std::string &call)
 {
     static std::map<std::string, int> calls;
@@ -119,7 +149,7 @@ int answer(const char *call, const std::string &arguments, Real real, char *buff
     const Rule *rule = ruleFor(call);
     int result;
     if (rule)
-        usleep(static_cast<useconds_t>(rule->delay) * 1000);
+        poll(nullptr, 0, rule->delay); // which keeps the tests from taking it for newt's own sleep
     if (rule && rule->result != "real") {
         result = atoi(rule->result.c_str());
         if (buffer && rule->text)
@@ -275,7 +305,9 @@ int StatusChange(int kind, int number, int code, char *text)
 
 int IfSupport(yat_device *device, int code, int *detail)
 {
-    return answer("IfSupport", format("%s, %d", nameOf(device), code),
+    const int before = *detail;
+    *detail = before + 1000; // for nobody to read
+    return answer("IfSupport", format("%s, %d, %d", nameOf(device), code, before),
                   [&] { return real<decltype(IfSupport)>("IfSupport")(device, code, detail); });
 }
 
@@ -339,6 +371,8 @@ int FreeLibrary(void *module)
 // YAT_SPY_TEXT is the text of the key in YAT_SPY_TEXT_KEY.
 char *CPGetText(const char *key, char (*work)[1024], char *catalogue)
 {
+    if (logsMore("texts"))
+        log(format("CPGetText(%s)", key));
     const char *replaced = getenv("YAT_SPY_TEXT_KEY");
     if (replaced && strcmp(key, replaced) == 0)
         return strcpy(*work, getenv("YAT_SPY_TEXT"));
@@ -393,6 +427,121 @@ int system(const char *command)
     if (rule && rule->text)
         return real<decltype(system)>("system")(rule->text->c_str());
     return rule ? atoi(rule->result.c_str()) : 0;
+}
+
+int TraceLog(int level, const char *source, const char *function, int line, const char *pattern, ...)
+{
+    char text[2048];
+    va_list arguments;
+    va_start(arguments, pattern);
+    vsnprintf(text, sizeof text, pattern, arguments);
+    va_end(arguments);
+    if (logsMore("trace"))
+        log(format("TraceLog(%d, %s, %s, %s)", level, source, function, text));
+    return real<decltype(TraceLog)>("TraceLog")(level, source, function, line, "%s", text);
+}
+
+int raise(int signal)
+{
+    if (logsMore("screen"))
+        log(format("raise(%d)", signal));
+    return real<decltype(raise)>("raise")(signal);
+}
+
+// What newt asks itself for is its own business.
+#define SCREEN_CALL \
+    (logsMore("screen") && !refreshing && !isInNewt(__builtin_return_address(0)))
+static bool refreshing; // some end in a jump to newtRefresh, which leaves no return address of newt
+
+#define PLAIN_SCREEN_CALL(result, name)                                                           \
+    result name(void)                                                                             \
+    {                                                                                             \
+        if (SCREEN_CALL)                                                                          \
+            log(#name "()");                                                                      \
+        return real<decltype(name)>(#name)();                                                     \
+    }
+PLAIN_SCREEN_CALL(int, newtInit)
+PLAIN_SCREEN_CALL(int, newtFinished)
+PLAIN_SCREEN_CALL(int, newtResume)
+PLAIN_SCREEN_CALL(void, newtSuspend)
+PLAIN_SCREEN_CALL(void, newtRefresh)
+PLAIN_SCREEN_CALL(void, newtTrashScreen)
+
+void newtCls(void)
+{
+    if (SCREEN_CALL)
+        log("newtCls()");
+    refreshing = true;
+    real<decltype(newtCls)>("newtCls")();
+    refreshing = false;
+}
+
+void newtPopWindow(void)
+{
+    if (SCREEN_CALL) {
+        log("newtPopWindow()");
+        titles.pop_back();
+    }
+    refreshing = true;
+    real<decltype(newtPopWindow)>("newtPopWindow")();
+    refreshing = false;
+}
+
+void newtGridWrappedWindow(newtGrid grid, char *title)
+{
+    if (SCREEN_CALL) {
+        log(format("newtGridWrappedWindow(%s)", title));
+        titles.push_back(title);
+        titlesOfGrids[grid] = title;
+    }
+    real<decltype(newtGridWrappedWindow)>("newtGridWrappedWindow")(grid, title);
+}
+
+void newtGridFree(newtGrid grid, int recurse)
+{
+    if (SCREEN_CALL)
+        log(format("newtGridFree(%s, %d)", titlesOfGrids[grid].c_str(), recurse));
+    real<decltype(newtGridFree)>("newtGridFree")(grid, recurse);
+}
+
+void newtFormRun(newtComponent form, newtExitStruct *left)
+{
+    if (SCREEN_CALL && !titles.empty())
+        titlesOfForms[form] = titles.back();
+    real<decltype(newtFormRun)>("newtFormRun")(form, left);
+}
+
+void newtDrawForm(newtComponent form)
+{
+    if (SCREEN_CALL)
+        log(format("newtDrawForm(%s)", titlesOfForms[form].c_str()));
+    real<decltype(newtDrawForm)>("newtDrawForm")(form);
+}
+
+void newtSetColors(newtColors colours)
+{
+    if (SCREEN_CALL) {
+        std::string names;
+        const char *const *name = reinterpret_cast<const char *const *>(&colours);
+        for (size_t i = 0; i < sizeof colours / sizeof *name; ++i)
+            names += std::string(i ? " " : "") + name[i];
+        log("newtSetColors(" + names + ")");
+    }
+    real<decltype(newtSetColors)>("newtSetColors")(colours);
+}
+
+void newtPushHelpLine(const char *text)
+{
+    if (SCREEN_CALL)
+        log(format("newtPushHelpLine(%s)", text));
+    real<decltype(newtPushHelpLine)>("newtPushHelpLine")(text);
+}
+
+void newtDrawRootText(int column, int row, const char *text)
+{
+    if (SCREEN_CALL)
+        log(format("newtDrawRootText(%d, %d, \"%s\")", column, row, text));
+    real<decltype(newtDrawRootText)>("newtDrawRootText")(column, row, text);
 }
 
 } // extern "C"

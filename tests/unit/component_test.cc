@@ -270,6 +270,37 @@ TEST_F(CheckboxTree, CallsTheItemThatIsChosenWithItsRecord)
     EXPECT_EQ(calls, 1);
 }
 
+TEST_F(CheckboxTree, TakesAnItemWithoutACallback)
+{
+    Item item{};
+    EXPECT_EQ(yat_ctSetItem1(&item), 0);
+    item.callback = [](yat_device *) { return 7; };
+    EXPECT_EQ(yat_ctSetItem1(&item), 0); // whatever the callback says
+}
+
+TEST_F(CheckboxTree, SetsAndResetsLeavesAndBranches)
+{
+    Item leaf{}, branch{}, child{};
+    branch.branch = &child;
+    for (Item *item : {&leaf, &branch})
+        for (const auto &[mode, selected] :
+             {std::pair{SetMode::set, 1}, {SetMode::set, 1}, {SetMode::reset, 0},
+              {SetMode::reset, 0}, {SetMode::toggle, 1}, {SetMode::toggle, 0}}) {
+            yat_ctSetItem(tree, item, mode);
+            EXPECT_EQ(item->selected, selected);
+        }
+}
+
+TEST_F(CheckboxTree, TakesTheMappedFlagAsItIs)
+{
+    newtComponentDestroy(tree);
+    tree = yat_newtCheckboxTreeMulti(1, 1, 5, " ", NEWT_FLAG_SCROLL);
+    for (const int flag : {1, 0, 1}) {
+        yat_ctMapped(tree, flag);
+        EXPECT_EQ(tree->isMapped, flag);
+    }
+}
+
 TEST_F(CheckboxTree, OfAnyHeightAndDepthHoldsTogether)
 {
     for (const int height : {0, 1, -3}) {

@@ -63,6 +63,10 @@ const Refused refused[] = {
     {"version", "has another version or size"},
     {"size", "has another version or size"},
     {"gap", "has gaps"},
+    {"no_open", "has gaps"},
+    {"no_close", "has gaps"},
+    {"no_property", "has gaps"},
+    {"no_convert", "has gaps"},
     {"refusing", "refuses to open"},
 };
 

@@ -7,7 +7,7 @@ int zero(yat_device **)
 {
     return 0;
 }
-int property(int, int, int, char *, unsigned long *)
+[[maybe_unused]] int property(int, int, int, char *, unsigned long *)
 {
     return -1;
 }
@@ -27,7 +27,7 @@ int plain(yat_device *, int)
 {
     return 0;
 }
-int convert(char *, int *)
+[[maybe_unused]] int convert(char *, int *)
 {
     return -1;
 }
@@ -40,7 +40,7 @@ int setting(int, int, int, int *)
     return 0;
 }
 
-int open()
+[[maybe_unused]] int open()
 {
 #ifdef PLATFORM_REFUSING
     return 0;
@@ -48,7 +48,7 @@ int open()
     return 1;
 #endif
 }
-void close() {}
+[[maybe_unused]] void close() {}
 
 } // namespace
 
@@ -73,20 +73,36 @@ const yat_platform YatPlatform = {
 #else
     .size = sizeof(yat_platform),
 #endif
+#ifdef PLATFORM_NO_OPEN
+    .open = nullptr,
+#else
     .open = open,
+#endif
+#ifdef PLATFORM_NO_CLOSE
+    .close = nullptr,
+#else
     .close = close,
+#endif
     .functions =
         {
             .handle = nullptr,
             .create_tree = zero,
             .free_tree = zero,
+#ifdef PLATFORM_NO_PROPERTY
+            .yat_ft_get_property = nullptr,
+#else
             .yat_ft_get_property = property,
+#endif
             .is_ft = isFt,
             .status_change = status,
             .if_support = support,
             .clear_mtbf = plain,
             .bring_up = plain,
+#ifdef PLATFORM_NO_CONVERT
+            .Linux_ConvertDataToInt = nullptr,
+#else
             .Linux_ConvertDataToInt = convert,
+#endif
             .bring_down = plain,
 #ifdef PLATFORM_GAP
             .set_mtbf_type = nullptr,

@@ -1,0 +1,334 @@
+// What the program asks newt for where the screen alone does not tell.
+#include "devices.h"
+
+#include <algorithm>
+
+using namespace keys;
+
+namespace {
+
+RunOptions watched(RunOptions options = {})
+{
+    options.rows = 40; // so that no window has to be made lower
+    options.environment["YAT_SPY_MORE"] = "screen";
+    return options;
+}
+
+// The calls from a point on, but for what comes with the drawing of the tree and of text boxes.
+Calls callsSince(Session &session, size_t begin)
+{
+    Calls calls = session.calls();
+    calls.erase(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(begin));
+    std::erase(calls, "newtTrashScreen()");
+    return calls;
+}
+
+// Draws the whole terminal and then the form of the window anew.
+Calls redraw(const std::string &title)
+{
+    return {"newtSuspend()", "newtResume()", "newtDrawForm(" + title + ")"};
+}
+
+// ---- Closing and refreshing
+
+struct Closing {
+    const char *name;
+    const Device *device;
+    int tabs;
+    bool resumes;
+};
+
+const Closing closings[] = {
+    {"cpu", &cpuModule, 15, true},
+    {"pci", &pciModule, 9, false},
+    {"scsi", &scsiAdapter, 2, false},
+    {"ethernet", &ethernetAdapter, 1, false},
+};
+
+class EveryClosing : public testing::TestWithParam<Closing> {};
+
+TEST_P(EveryClosing, ResumesInTheCpuWindowOnly)
+{
+    Session session(watched());
+    open(session, *GetParam().device);
+    const size_t opened = session.calls().size();
+    press(session, GetParam().tabs);
+    session.seeNot("MTBF");
+    const Calls resumed = GetParam().resumes ? Calls{"newtResume()"} : Calls{};
+    EXPECT_EQ(callsSince(session, opened), (resumed + Calls{"newtPopWindow()"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Newt, EveryClosing, testing::ValuesIn(closings),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+} // namespace
+
+TEST(Refresh, DrawsTheFormAndTheScreen)
+{
+    for (const auto &[device, tabs] : {std::pair{&cpuModule, 14}, {&pciModule, 8}}) {
+        Session session(watched());
+        open(session, *device);
+        const size_t opened = session.calls().size();
+        press(session, tabs);
+        const std::string title = std::string(device->name) + " --FT Server Utility";
+        Calls calls = callsSince(session, opened);
+        ASSERT_FALSE(calls.empty());
+        EXPECT_TRUE(calls[0].starts_with("StatusChange"));
+        calls.erase(calls.begin());
+        EXPECT_EQ(calls, (Calls{"newtDrawForm(" + title + ")", "newtRefresh()"}));
+    }
+}
+
+TEST(FirmwareUpdateScreen, IsNotDrawnAnewAfterASuccessNorAtTheEnd)
+{
+    Session session(watched({.script = "IfSupport 1\nBurnFirmware 1"}));
+    open(session, cpuModule);
+    const size_t opened = session.calls().size();
+    press(session, 8);
+    session.see("Update method:");
+    press(session, 2);
+    session.see("Copy the BIOS of the running CPU module to this one?");
+    session.send(enter);
+    session.see("The operation was successful.");
+    session.send(enter);
+    session.seeNot("successful");
+    session.send(tab + enter);
+    session.seeNot("Update method:");
+    Calls calls = callsSince(session, opened);
+    std::erase_if(calls, [](const std::string &call) { // of the help line
+        return call.starts_with("newtPushHelpLine") || call == "newtRefresh()";
+    });
+    EXPECT_EQ(calls, (Calls{"newtGridWrappedWindow(Firmware Update)",
+                            "newtGridFree(Firmware Update, 1)"}
+                      + box("Firmware Update")
+                      + Calls{"IfSupport(CPU module 1, 9, 0) = 1",
+                              "BurnFirmware(CPU module 1, 10, FWCOPY) = 1"}
+                      + box("CPU module 1") + Calls{"newtPopWindow()"}));
+}
+
+TEST(GeneralScreen, IsDrawnAnewAfterTheBoxesThatTellOfNoError)
+{
+    const std::string window = "General Settings", question = "System Settings";
+    const Calls tell = box(question) + redraw(window), asked = box(question);
+    struct {
+        std::string script, keysSent, text;
+        Calls calls;
+    } const cases[] = {
+        {"", tab + tab + enter, "No setting was changed.", tell},
+        {"", space + tab + tab + enter, "The settings were changed.",
+         asked + Calls{"PutBBDriverSettings(2, 20003, 1, 0) = 1"} + tell},
+        {"PutBBDriverSettings 0", space + tab + tab + enter,
+         "The automatic firmware update could not be set.",
+         asked + Calls{"PutBBDriverSettings(2, 20003, 1, 0) = 0"} + box("Error")},
+        {"PutBBDriverSettings 0", tab + space + tab + enter,
+         "The automatic module start could not be set.",
+         asked + Calls{"PutBBDriverSettings(3, 20003, 1, 1) = 0"} + box("Error")},
+    };
+    for (const auto &[script, keysSent, text, wanted] : cases) {
+        Session session(watched({.program = "mrvgeneral", .script = script}));
+        session.see("Execute");
+        const size_t opened = session.calls().size();
+        session.send(keysSent);
+        if (wanted != tell) {
+            session.see("Change the settings of the server?");
+            session.send(enter);
+        }
+        session.see(text);
+        session.send(enter);
+        session.seeNot(text);
+        EXPECT_EQ(callsSince(session, opened), wanted);
+    }
+}
+
+// ---- Grids
+
+TEST(Grids, OfWindowsAreFreedOnceAndWhole)
+{
+    Session session(watched({.script = "IfSupport 0"}));
+    open(session, cpuModule);
+    const std::string title = "CPU module 1 --FT Server Utility";
+    EXPECT_EQ(session.calls("newtGrid"),
+              (Calls{"newtGridWrappedWindow(FT Server Utility)",
+                     "newtGridFree(FT Server Utility, 1)", "newtGridWrappedWindow(" + title + ")",
+                     "newtGridFree(" + title + ", 1)"}));
+    press(session, 9);
+    session.see("BIOS status:");
+    session.send(enter);
+    session.seeNot("BIOS status:");
+    EXPECT_EQ(session.calls("newtGrid").size(), 6u);
+    EXPECT_EQ(session.calls("newtGrid")[5], "newtGridFree(BIOS Data, 1)");
+    Session pci(watched());
+    open(pci, pciModule);
+    EXPECT_EQ(pci.calls("newtGridFree").back(),
+              "newtGridFree(PCI module 1 --FT Server Utility, 1)");
+    Session general(watched({.program = "mrvgeneral"}));
+    general.see("Execute");
+    EXPECT_EQ(general.calls("newtGrid"), (Calls{"newtGridWrappedWindow(General Settings)",
+                                                "newtGridFree(General Settings, 1)"}));
+}
+
+TEST(Grids, OfAdaptersWindowsStay)
+{
+    for (const Device *device : {&scsiAdapter, &ethernetAdapter}) {
+        Session session(watched());
+        open(session, *device);
+        press(session, device == &scsiAdapter ? 2 : 1);
+        session.seeNot("MTBF");
+        EXPECT_EQ(session.calls("newtGridFree"), Calls{"newtGridFree(FT Server Utility, 1)"});
+    }
+}
+
+TEST(Grids, OfTheBmcWindowAndItsNoticeStay)
+{
+    Session session(watched({.program = "mrvfirmware", .script = "system -1"}));
+    session.see("04.17");
+    session.send(enter);
+    session.see("The update program could not be run.");
+    session.send(enter);
+    session.seeNot("could not be run");
+    session.send(tab + enter);
+    session.expectExit(1);
+    EXPECT_EQ(session.calls("newtGrid"), Calls(2, "newtGridWrappedWindow(BMC Firmware)"));
+}
+
+TEST(Grids, OfBoxesStayAndThatOfTheAdapterUpdateDoesNot)
+{
+    for (const char *piece : {"msgWindow", "msgWindowEx", "Message", "Success", "SelectFromButtons",
+                              "SelectFromButtonsEx", "FMUpdate"}) {
+        Session session(watched({.program = "toolkit",
+                                 .environment = {{"TOOLKIT", piece},
+                                                 {"TOOLKIT_TITLE", "Title"},
+                                                 {"TOOLKIT_TEXT", "text"}}}));
+        session.see("┤ ");
+        const bool freed = std::string(piece) == "FMUpdate";
+        session.send(freed ? tab + tab + enter : enter);
+        session.expectExit(1);
+        EXPECT_EQ(session.calls("newtGridFree"),
+                  (freed ? Calls{"newtGridFree(Firmware Update, 1)"} : Calls{}));
+    }
+}
+
+// ---- The screen's own beginning and end
+
+TEST(StartUp, AsksNewtInOrderAndDumpModeNotAtAll)
+{
+    Session session(watched());
+    session.see("Exit");
+    session.send(ctrlO);
+    session.expectExit(1);
+    Calls calls = session.calls("newt");
+    std::erase(calls, "newtTrashScreen()");
+    EXPECT_EQ(calls,
+              (Calls{"newtInit()",
+                     "newtSetColors(white black black lightgray black lightgray white black "
+                     "yellow blue yellow blue black brown blue lightgray blue brown yellow blue "
+                     "black lightgray white blue black brown black lightgray lightgray black "
+                     "white blue yellow blue blue red blue lightgray black brown yellow brown "
+                     "black brown)",
+                     "newtCls()",
+                     "newtPushHelpLine(  Tab: next item   Space: expand or press   Enter: open or "
+                     "press   Arrows: move)",
+                     "newtDrawRootText(0, 0, \"\")", "newtGridWrappedWindow(FT Server Utility)",
+                     "newtGridFree(FT Server Utility, 1)", "newtCls()", "newtFinished()"}));
+    RunOptions dump = watched({.arguments = {"-debug"}});
+    Workspace workspace(dump);
+    EXPECT_EQ(runPlain(workspace).status, 1);
+    EXPECT_FALSE(workspace.calls().empty());
+    for (const std::string &call : workspace.calls())
+        EXPECT_FALSE(call.starts_with("newt")) << call;
+}
+
+TEST(Suspend, StopsTheProgramBetweenItsCalls)
+{
+    Session session(watched({.program = "toolkit", .environment = {{"TOOLKIT", "suspend"}}}));
+    session.expectExit(1); // a session leader is not stopped for good
+    expectInOrder(session.calls(), {"newtSuspend()", "raise(20)", "newtRefresh()", "newtResume()"});
+}
+
+// ---- The tree's drawing
+
+TEST(TreeDrawing, IsDoneTwiceForAKeyThatDoesSomethingAndOnceForAnother)
+{
+    Session session(watched());
+    session.see("Exit");
+    const auto drawings = [&](const std::string &key) {
+        const size_t before = session.calls("newtTrashScreen").size();
+        session.send(key);
+        return session.calls("newtTrashScreen").size() - before;
+    };
+    EXPECT_EQ(drawings(up), 1u); // on the first item already
+    EXPECT_EQ(drawings(down), 1u); // and the last
+    EXPECT_EQ(drawings("x"), 1u);
+    EXPECT_EQ(drawings(space), 2u);
+    EXPECT_EQ(drawings(down), 2u);
+    EXPECT_EQ(drawings(enter), 2u); // does nothing on a group
+    EXPECT_EQ(drawings(up), 2u);
+    EXPECT_EQ(drawings(pageDown), 2u);
+    EXPECT_EQ(drawings(down), 1u);
+    EXPECT_EQ(drawings(tab), 1u); // the focus goes
+    EXPECT_EQ(drawings(tab), 1u); // and comes
+}
+
+// ---- Order of calls and records
+
+TEST(Order, OfTheStartIsInterfaceRecordMachineTypeWindow)
+{
+    RunOptions options = watched();
+    options.environment["YAT_SPY_MORE"] = "trace";
+    Session session(options);
+    session.see("Exit");
+    session.send(cpuModule.path + enter);
+    session.see("Refresh");
+    expectInOrder(session.calls(),
+                  {"TraceLog(0, mrvmain, main, >)", "OpenStrFile*", "ft_FunctionInit() = 1",
+                   "TraceLog(0, mrvmain, EditParameter, >)", "CreateTreeViewData(null) = 1",
+                   "call_yat_is_ft(0) = 3", "TraceLog(0, mrvmain, mkTree, >[IN]treeDatap=*",
+                   "call_yat_is_ft(0) = 3", "TraceLog(0, cpusubwin, CpuSubWin, >[IN] datap = *",
+                   "StatusChange(2, 1, 9001) = 0", "yat_ft_get_property(1, 1, 8, 1025) = 0"});
+}
+
+TEST(Order, OfAFailedTreeIsReleaseThenRecord)
+{
+    RunOptions options = watched({.tree = "0 null\n"});
+    options.environment["YAT_SPY_MORE"] = "trace";
+    Session session(options);
+    session.expectExit(0);
+    expectInOrder(session.calls(),
+                  {"TraceLog(1, mrvmain, mkTree, <mkItem(...) to draw brance for devices failed.)",
+                   "FreeTreeViewData(root) = 1",
+                   "TraceLog(1, mrvmain, EditParameter, <mkTree(pTreeData) failed.)"});
+}
+
+TEST(Questions, AreFetchedAtTheOpeningButForTheMtbfType)
+{
+    const Calls ofCpu = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_STOP_ID)",
+                         "CPGetText(QUERYWIN_START_ID)", "CPGetText(QUERYWIN_CHANGE_ID)",
+                         "CPGetText(QUERYWIN_DUMP_ID)"};
+    const Calls ofPci = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_PCISTOP_ID)",
+                         "CPGetText(QUERYWIN_PCISTART_ID)"};
+    const Calls ofScsi = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_ADAPTERSTOP_ID)",
+                          "CPGetText(QUERYWIN_ADAPTERSTART_ID)"};
+    const Calls ofEthernet = {"CPGetText(QUERYWIN_CLEAR_ID)",
+                              "CPGetText(QUERYWIN_ETHERNETSTOP_ID)",
+                              "CPGetText(QUERYWIN_ETHERNETSTART_ID)"};
+    for (const auto &[device, keys, isModule] :
+         {std::tuple{&cpuModule, ofCpu, true}, {&pciModule, ofPci, true},
+          {&scsiAdapter, ofScsi, false}, {&ethernetAdapter, ofEthernet, false}}) {
+        RunOptions options = watched();
+        options.environment["YAT_SPY_MORE"] = "texts";
+        Session session(options);
+        open(session, *device);
+        EXPECT_EQ(session.calls("CPGetText(QUERYWIN"), keys);
+        session.send(enter); // clear
+        session.see("Clear the MTBF count of this device?");
+        session.send(ctrlA);
+        session.seeNot("of this device?");
+        EXPECT_EQ(session.calls("CPGetText(QUERYWIN"), keys);
+        if (!isModule)
+            continue;
+        press(session, 4);
+        session.see("Change the MTBF type of this module?");
+        EXPECT_EQ(session.calls("CPGetText(QUERYWIN"),
+                  (keys + Calls{"CPGetText(QUERYWIN_CHANGEMTBFTYPE_ID)"}));
+    }
+}
