@@ -38,8 +38,9 @@ std::string stateOf(const std::string &device)
 const char devicesOfCedar[] = "cpu1, cpu2, pci1, scsi1, ethernet1, ethernet2, pci2, scsi2, "
                               "ethernet3, ethernet4, pci3";
 
-const char *const subcommands[] = {"init",   "list", "show",    "fail",   "repair", "pull", "insert",
-                                   "inject", "set",  "journal", "export", "import", "reset"};
+const char *const subcommands[] = {"init", "list",   "show",   "fail", "repair",  "pull",
+                                   "insert", "inject", "set", "journal", "export", "import",
+                                   "reset"};
 
 class Yatsim : public testing::Test {
 protected:
@@ -147,7 +148,8 @@ TEST_F(Yatsim, TakesTheMachineFromItsOption)
     EXPECT_EQ(asJson("--machine ALDER show").at("type"), "ALDER");
     EXPECT_EQ(asJson("show --machine BIRCH").at("type"), "BIRCH");
     EXPECT_EQ(asJson("show").at("type"), "CEDAR");
-    const std::string file = write("own.toml", shipped("CEDAR", "CEDAR demonstration server", "My own"));
+    const std::string file =
+        write("own.toml", shipped("CEDAR", "CEDAR demonstration server", "My own"));
     EXPECT_EQ(asJson("--machine " + file + " show").at("name"), "My own");
 }
 
