@@ -129,7 +129,8 @@ TEST_F(Manual, OfYatsimDescribesEveryOption)
     const std::set<std::string> general = optionsOf(steer("--help"), "^  (?:-h,)?--([a-z]+)[ ]");
     EXPECT_EQ(general, (std::set<std::string>{"help", "machine"}));
     for (const std::string &option : general)
-        EXPECT_TRUE(std::regex_search(description, std::regex("\n\\.It .*Fl -" + option))) << option;
+        EXPECT_TRUE(std::regex_search(description, std::regex("\n\\.It .*Fl -" + option)))
+            << option;
 }
 
 TEST_F(Manual, OfYatsimNamesEveryCallAndEveryKey)
