@@ -11,7 +11,8 @@
 namespace sim {
 
 const SetKey setKeys[8] = {
-    {"mtbf_type", "0 (stay down), 1 (always restart) or 2 (restart above threshold)", true},
+    {"mtbf_type",
+     "0 (stay down), 1 (always restart) or 2 (restart above threshold), of a module", true},
     {"bios_version", "a text of 1 to 1000 bytes, of a CPU module", true},
     {"bios_status", "a text of 1 to 1000 bytes, of a CPU module", true},
     {"automatic_firmware_update", "on or off", false},

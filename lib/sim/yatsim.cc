@@ -24,7 +24,7 @@ struct Request {
     bool json = false;
     std::array<std::string, 2> words; // DEVICE; CALL and RESULT; KEY and VALUE; FILE
     bool permanent = false;
-    int times = 1, delay = 0;
+    std::optional<int> times, delay;
     std::optional<std::string> text;
     int64_t last = 0;
     std::function<void(const Request &)> command;
@@ -123,7 +123,10 @@ void injectCall(const Request &request)
         throw Failure("no call '" + call + "', expected one of " + list(injectableCalls));
     const auto number = toNumber(result);
     if (!number && result != "real" && result != "off")
-        throw Failure("wrong result '" + result + "', expected a number, 'real' or 'off'");
+        throw Failure("wrong result '" + result + "', expected a number of 32 bits, 'real' or "
+                      "'off'");
+    if (result == "off" && (request.times || request.delay || request.text))
+        throw Failure("--times, --delay and --text go with a result, not with 'off'");
     Store store = simulatedStore();
     if (result == "off") {
         clearInjections(store, call);
@@ -131,8 +134,8 @@ void injectCall(const Request &request)
     }
     const Injection injection{.call = call,
                               .result = number,
-                              .times = request.times,
-                              .delay = request.delay,
+                              .times = request.times.value_or(1),
+                              .delay = request.delay.value_or(0),
                               .text = request.text};
     inject(store, injection);
 }
@@ -212,7 +215,9 @@ const char footer[] =
     "\n"
     "The machine is that of mrvutil: YAT_MACHINE, or machine in yatkit.toml, or CEDAR. The exit\n"
     "status is 0 when it was done and 1 when not, with a line on standard error that says why.\n"
-    "See yatsim(1) and, for the descriptions of machines, yat-machine(5).";
+    "\n"
+    "'yatsim SUBCOMMAND --help' says what a subcommand takes. See also yatsim(1) and, for the\n"
+    "descriptions of machines, yat-machine(5).";
 
 std::string setHelp()
 {
@@ -220,7 +225,7 @@ std::string setHelp()
     for (const SetKey &key : setKeys)
         result += "  " + std::string(key.ofDevice ? "DEVICE." : "") + key.key + "\n      "
                   + key.values + "\n";
-    return "Keys and their values:\n" + result + aboutDevices;
+    return "Keys and their values:\n" + result + "\n" + aboutDevices;
 }
 
 std::string injectHelp()
@@ -308,6 +313,12 @@ const std::vector<Command> &commands()
     return all;
 }
 
+// The limits of a number, told by messages and not by the help.
+CLI::Validator between(int64_t least, int64_t most)
+{
+    return CLI::Range(least, most).description("");
+}
+
 void addOptions(CLI::App &app, Request &request, const Command &command)
 {
     for (size_t i = 0; i < command.words.size() && command.words[i].name; ++i) {
@@ -325,14 +336,14 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
     if (name == "journal")
         app.add_option("--last", request.last, "Only the last N lines")
             ->type_name("N")
-            ->check(CLI::Range(int64_t{1}, int64_t{1} << 53));
+            ->check(between(1, int64_t{1} << 53));
     if (name == "inject") {
         app.add_option("--times", request.times, "For the next N calls (1); 0: until it is off")
             ->type_name("N")
-            ->check(CLI::Range(0, 1'000'000'000));
+            ->check(between(0, 1'000'000'000));
         app.add_option("--delay", request.delay, "The call takes so many milliseconds more")
             ->type_name("MS")
-            ->check(CLI::Range(0, 86'400'000));
+            ->check(between(0, 86'400'000));
         app.add_option("--text", request.text, "What the call gives: a text, or a number")
             ->type_name("TEXT");
     }
@@ -358,16 +369,37 @@ void print(const std::string &problem)
     }
 }
 
+// The exit status of what succeeded, if it could be written too.
+int statusOfOutput()
+{
+    if (fflush(stdout) == 0 && !ferror(stdout))
+        return 0;
+    print(std::string("standard output can't be written: ") + strerror(errno));
+    return 1;
+}
+
+// What is wrong with the command line.
+std::string toString(const CLI::App &app, const CLI::ParseError &problem)
+{
+    if (!app.get_subcommands().empty())
+        return std::string(problem.what()) + "; 'yatsim " + app.get_subcommands()[0]->get_name()
+               + " --help' says more";
+    const std::vector<std::string> rest = app.remaining();
+    if (rest.empty() || rest[0].starts_with('-'))
+        return (rest.empty() ? problem.what() : "no option '" + rest[0] + "'")
+               + "; 'yatsim --help' says more";
+    std::vector<std::string> known;
+    for (const Command &command : commands())
+        known.push_back(command.name);
+    return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + list(known);
+}
+
 int run(const Request &request)
 try {
     if (!request.machine.empty())
         setenv("YAT_MACHINE", request.machine.c_str(), 1);
     request.command(request);
-    if (fflush(stdout) != 0 || ferror(stdout)) {
-        print(std::string("standard output can't be written: ") + strerror(errno));
-        return 1;
-    }
-    return 0;
+    return statusOfOutput();
 } catch (const std::exception &problem) {
     print(problem.what());
     return 1;
@@ -392,10 +424,11 @@ int main(int argc, char **argv)
     app.footer(footer); // last, or the commands would inherit it
     try {
         app.parse(argc, argv);
-    } catch (const CLI::Success &help) {
-        return app.exit(help);
+    } catch (const CLI::CallForHelp &) {
+        printf("%s", app.help().c_str());
+        return statusOfOutput();
     } catch (const CLI::ParseError &problem) {
-        print(std::string(problem.what()) + "; 'yatsim --help' says more");
+        print(toString(app, problem));
         return 1;
     }
     toUtf8(request);
