@@ -24,7 +24,8 @@ protected:
     {
         const fs::path file = sandbox.directory() / "killed.toml";
         std::ofstream(file) << shipped("CEDAR");
-        std::ofstream(sandbox.directory() / "other.toml") << shipped("CEDAR", "start = 20", "start = 9");
+        std::ofstream(sandbox.directory() / "other.toml")
+            << shipped("CEDAR", "start = 20", "start = 9");
         sandbox.set("YAT_MACHINE", file.string());
         description = readSource(file.string()).description;
         const auto begin = std::chrono::steady_clock::now();
@@ -77,7 +78,8 @@ protected:
 
 void waitFor(int microseconds)
 {
-    const timespec length = {.tv_sec = 0, .tv_nsec = microseconds * 1000L};
+    const timespec length = {.tv_sec = microseconds / 1'000'000,
+                             .tv_nsec = microseconds % 1'000'000 * 1000L};
     nanosleep(&length, nullptr);
 }
 
@@ -117,9 +119,10 @@ void Killed::killYatsim()
 {
     const std::string other = (sandbox.directory() / "other.toml").string();
     const std::vector<std::string> commands[] = {
-        {"fail", "cpu1"},   {"fail", "pci2"},        {"repair", "cpu1"}, {"pull", "cpu2"},
-        {"insert", "cpu2"}, {"set", "time", "+40"},  {"reset"},          {"inject", "ClearMTBF", "0"},
-        {"insert", "pci1"}, {"set", "data_file", "9"}, {"import", other}, {"repair", "pci2"},
+        {"fail", "cpu1"},   {"fail", "pci2"},          {"repair", "cpu1"},
+        {"pull", "cpu2"},   {"insert", "cpu2"},        {"set", "time", "+40"},
+        {"insert", "pci1"}, {"set", "data_file", "9"}, {"inject", "ClearMTBF", "0"},
+        {"import", other},  {"repair", "pci2"},        {"reset"},
     };
     std::vector<std::string> command = commands[below(std::size(commands))];
     const std::string operation = command[0];

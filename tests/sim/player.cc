@@ -91,7 +91,8 @@ void play(Progress &progress, const std::vector<Act> &acts, bool watchesPairs)
         ++progress.asked;
         progress.results[i] = carryOut(root, outside, acts[i]);
         ++progress.answered;
-        if ((cpuRan && !pairRuns(YAT_KIND_CPU_MODULE)) || (pciRan && !pairRuns(YAT_KIND_PCI_MODULE)))
+        if ((cpuRan && !pairRuns(YAT_KIND_CPU_MODULE))
+            || (pciRan && !pairRuns(YAT_KIND_PCI_MODULE)))
             progress.tookPairDown = true;
     }
     FreeTreeViewData(&root);
@@ -253,9 +254,12 @@ Act anyBlow(const Description &machine, const std::function<int(int)> &below)
     case 3: return {.operation = {.verb = Verb::insert, .device = module}};
     case 4: {
         const std::string call = anyOf({"InitBringUp", "InitBringDown", "ClearMTBF"}, below);
-        return {.operation = {},
-                .injection = Injection{.call = call, .result = below(3) - 1, .times = below(3) + 1}};
+        const Injection injection = {
+            .call = call, .result = below(3) - 1, .times = below(3) + 1};
+        return {.operation = {}, .injection = injection};
     }
-    default: return {.operation = {.verb = Verb::set, .argument = "time=+" + std::to_string(below(60))}};
+    default:
+        return {.operation = {.verb = Verb::set,
+                              .argument = "time=+" + std::to_string(below(60))}};
     }
 }

@@ -35,7 +35,7 @@ struct Stored {
     Store store;
 };
 
-const DeviceId cpu1 = {YAT_CLASS_CPU_MODULE, 1}, cpu2 = {YAT_CLASS_CPU_MODULE, 2};
+const DeviceId cpu2 = {YAT_CLASS_CPU_MODULE, 2};
 const Operation stopCpu2 = {.verb = Verb::bringDown, .device = cpu2, .code = 8};
 
 std::string problemOf(const std::function<void()> &work)
