@@ -95,8 +95,8 @@ static_assert(offsetof(struct yat_ft_functions, Linux_ConvertDataToInt) == 72,
 
 /* Opens the interface: loads <root>/lib/yatcore.dll (see yat/platform.h) and fills
  * yat_ft_func. Returns 1, also when the interface is open already; 0 when there is no
- * such object, when it is not a platform, or when its table has gaps: then nothing
- * stays loaded, yat_ft_func is empty and the reason is in the trace log. */
+ * such object, when it is not a platform, when its table has gaps, or when it refuses:
+ * then yat_ft_func is empty and the reason is in the trace log. */
 YAT_API int ft_FunctionInit(void);
 
 /* Closes the interface: empties yat_ft_func and unloads the platform. Returns 1, or 0

@@ -57,19 +57,24 @@ Turn begin(Store &store)
     return turn;
 }
 
-// Writes what is not as it was. The clock goes with every change, so that nothing written is ever
-// later than the clock, also when the system's clock is put back.
+// Writes what is not as it was. The clock goes with every change and with every row of the
+// journal, so that nothing written is ever later than the clock, also when the system's clock is
+// put back.
 void end(Store &store, const Turn &turn)
 {
+    writeChanges(*store.database, turn.before.machine, turn.machine,
+                 {.simulated = turn.machine.now, .real = turn.real, .scale = wantedScale()});
+}
+
+// The same for who only looked: mostly there is nothing to write then.
+void endLook(Store &store, const Turn &turn)
+{
     const Clock &before = turn.before.clock;
-    const double scale = wantedScale();
     Machine same = turn.machine;
     same.now = turn.before.machine.now;
-    if (same == turn.before.machine && scale == before.scale && turn.real >= before.real
-        && turn.machine.now == simulatedTime(before, turn.real))
-        return;
-    writeChanges(*store.database, turn.before.machine, turn.machine,
-                 {.simulated = turn.machine.now, .real = turn.real, .scale = scale});
+    if (same != turn.before.machine || wantedScale() != before.scale || turn.real < before.real
+        || turn.machine.now != simulatedTime(before, turn.real))
+        end(store, turn);
 }
 
 // ---- Injections
@@ -251,7 +256,7 @@ void look(Store &store, const char *call, const Look &work)
     inCall(store, call, [&](const std::optional<Injection> &injection) {
         const Turn turn = begin(store);
         work(turn.machine, injection);
-        end(store, turn);
+        endLook(store, turn);
     });
 }
 
@@ -320,7 +325,9 @@ void resetMachine(Store &store)
 
 void importMachine(Store &store, const std::string &file)
 {
-    replaceMachine(store, readSource(file), true, "import");
+    Source source = readSource(file);
+    source.file = std::filesystem::absolute(file).string(); // it is told elsewhere later
+    replaceMachine(store, source, true, "import");
 }
 
 std::string descriptionNote(Store &store)
@@ -349,7 +356,7 @@ Clock clockOf(Store &store)
     Clock clock;
     inTransaction(store, [&] {
         const Turn turn = begin(store);
-        end(store, turn);
+        endLook(store, turn);
         clock = {.simulated = turn.machine.now, .real = turn.real, .scale = wantedScale()};
     });
     return clock;

@@ -12,6 +12,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <exception>
 #include <optional>
 #include <sstream>
@@ -21,7 +22,23 @@ namespace {
 using namespace sim;
 
 std::optional<Store> openedStore;
-std::vector<std::string> complaints; // for standard error at the end
+
+// For standard error when the interface is closed, or when it could not be opened, at the end of
+// the program: the screen is the terminal's again then.
+struct Complaints {
+    std::vector<std::string> lines;
+
+    void tell()
+    {
+        for (const std::string &line : lines)
+            fprintf(stderr, "%s: %s\n", program_invocation_short_name, line.c_str());
+        lines.clear();
+    }
+    ~Complaints()
+    {
+        tell();
+    }
+} complaints;
 
 #define TRACE(level, ...) TraceLog(level, "yatcore", __func__, __LINE__, __VA_ARGS__)
 
@@ -30,9 +47,9 @@ void complain(const std::string &problem)
 {
     std::istringstream lines(problem);
     for (std::string line; std::getline(lines, line);) {
-        if (std::ranges::find(complaints, line) != complaints.end())
+        if (std::ranges::find(complaints.lines, line) != complaints.lines.end())
             continue;
-        complaints.push_back(line);
+        complaints.lines.push_back(line);
         TRACE(YAT_TRACE_ERROR, "%s", line.c_str());
     }
 }
@@ -319,8 +336,21 @@ int putSetting(int kind, int object, int index, int *value)
 
 // ---- Opening and closing
 
+// An object that refuses to open is unloaded at once; what it has to say is for later.
+void stayUntilTheEnd()
+{
+    Dl_info info;
+    if (dladdr(&complaints, &info) && info.dli_fname)
+        dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
 int openPlatform()
 try {
+    if (const std::string mistake = yat::configurationMistake(); !mistake.empty()) {
+        complain(mistake);
+        stayUntilTheEnd();
+        return 0;
+    }
     if (yat::machineIsHardware()) {
         TRACE(YAT_TRACE_ERROR,
               "this yatcore.dll simulates a machine; the configuration wants the real one");
@@ -337,13 +367,9 @@ try {
     return 1; // the calls will fail that need the machine
 }
 
-// The screen is the terminal's again when the interface is closed, so the person who wrote the
-// description is told now.
 void closePlatform()
 {
-    for (const std::string &complaint : complaints)
-        fprintf(stderr, "%s: %s\n", program_invocation_short_name, complaint.c_str());
-    complaints.clear();
+    complaints.tell();
     openedStore.reset();
 }
 

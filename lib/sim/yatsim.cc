@@ -41,6 +41,8 @@ struct Failure : std::runtime_error {
 
 Store simulatedStore()
 {
+    if (const std::string mistake = yat::configurationMistake(); !mistake.empty())
+        throw Failure(mistake);
     if (yat::machineIsHardware())
         throw Failure("the configuration names the machine that this runs on, which is not "
                       "simulated; choose another one with --machine or YAT_MACHINE");

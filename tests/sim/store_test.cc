@@ -441,6 +441,22 @@ TEST(Journal, IsReadFromItsEnd)
     EXPECT_EQ(ids, (std::vector<int64_t>{5, 6}));
 }
 
+// As when the system's clock is put back by an hour after an operation that changed nothing.
+TEST(Journal, NeverGoesBackInTime)
+{
+    Stored stored;
+    stored.sandbox.set("YAT_TIME_SCALE", "1");
+    openStore(stored.store);
+    const Operation refused = {.verb = Verb::bringUp, .device = cpu2, .code = 6};
+    perform(stored.store, refused);
+    stored.store.database->script("UPDATE machine SET real = real + 3600000000");
+    perform(stored.store, refused);
+    const auto rows = journalOf(stored.store);
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_GT(rows[1].simulated, rows[0].simulated);
+    EXPECT_GE(rows[2].simulated, rows[1].simulated);
+}
+
 // ---- The description
 
 TEST(DescriptionFile, ThatChangedIsToldAndTheStateKept)
@@ -472,6 +488,18 @@ TEST(DescriptionFile, ThatWasImportedIsTold)
     EXPECT_EQ(descriptionNote(stored.store), "made from " + other
                                                  + "; 'yatsim reset' makes it anew from "
                                                  + stored.store.descriptionFile);
+}
+
+TEST(DescriptionFile, ThatWasImportedIsToldWithItsWholePath)
+{
+    Stored stored;
+    const fs::path other = stored.sandbox.directory() / "other.toml", before = fs::current_path();
+    std::ofstream(other) << shipped("ALDER");
+    fs::current_path(stored.sandbox.directory());
+    importMachine(stored.store, "other.toml");
+    fs::current_path(before);
+    EXPECT_EQ(journalOf(stored.store)[1].argument, other.string());
+    EXPECT_TRUE(descriptionNote(stored.store).starts_with("made from " + other.string() + ";"));
 }
 
 // ---- The clock

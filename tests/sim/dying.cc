@@ -1,0 +1,114 @@
+#include "dying.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace {
+
+int callsLeft;  // until this process is killed; 0: it is not
+int whenInCall; // 0 before it, 1 in the middle of it, 2 after it
+int writesLeft; // until the disk is full
+int fullWrites;
+
+void die()
+{
+    raise(SIGKILL);
+}
+
+// True when the process is to die by this call.
+bool isLastCall()
+{
+    return callsLeft > 0 && --callsLeft == 0;
+}
+
+ssize_t dyingWrite(int file, const void *bytes, size_t size, off_t at)
+{
+    if (fullWrites > 0 && --writesLeft <= 0) {
+        --fullWrites;
+        errno = ENOSPC;
+        return -1;
+    }
+    const bool isLast = isLastCall();
+    if (isLast && whenInCall == 0)
+        die();
+    const ssize_t written = pwrite(file, bytes, isLast && whenInCall == 1 ? size / 2 : size, at);
+    if (isLast)
+        die();
+    return written;
+}
+
+int dyingTruncate(int file, off_t size)
+{
+    const bool isLast = isLastCall();
+    if (isLast && whenInCall == 0)
+        die();
+    const int result = ftruncate(file, size);
+    if (isLast)
+        die();
+    return result;
+}
+
+int dyingUnlink(const char *path)
+{
+    const bool isLast = isLastCall();
+    if (isLast && whenInCall == 0)
+        die();
+    const int result = unlink(path);
+    if (isLast)
+        die();
+    return result;
+}
+
+// Locks.
+int dyingControl(int file, int command, ...)
+{
+    va_list arguments;
+    va_start(arguments, command);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    const bool isLast = isLastCall();
+    if (isLast && whenInCall == 0)
+        die();
+    const int result = fcntl(file, command, argument);
+    if (isLast)
+        die();
+    return result;
+}
+
+template <class Function> void replace(const char *name, Function *function)
+{
+    sqlite3_vfs *system = sqlite3_vfs_find(nullptr);
+    if (system->xSetSystemCall(system, name, reinterpret_cast<sqlite3_syscall_ptr>(function))
+        != SQLITE_OK)
+        throw std::runtime_error(name);
+}
+
+void replaceCalls()
+{
+    replace("pwrite", dyingWrite);
+    replace("pwrite64", dyingWrite);
+    replace("ftruncate", dyingTruncate);
+    replace("unlink", dyingUnlink);
+    replace("fcntl", dyingControl);
+}
+
+} // namespace
+
+void dieAtCall(int number)
+{
+    replaceCalls();
+    callsLeft = number;
+    whenInCall = number % 3;
+}
+
+void fillDiskAtWrite(int number, int writes)
+{
+    replaceCalls();
+    writesLeft = number;
+    fullWrites = writes;
+}

@@ -1,0 +1,10 @@
+// What happens to a process in the middle of its work on a file: it is killed, or the disk is
+// full. SQLite's calls of the system are counted for it, so that each moment can be had again.
+#pragma once
+
+// Kills this process with SIGKILL at the call of that number from now on: before it, when half of
+// what is to be written is written, or after it.
+void dieAtCall(int number);
+
+// Lets this process find the disk full at so many writes, from the one of that number on.
+void fillDiskAtWrite(int number, int writes);
