@@ -154,6 +154,8 @@ TEST(Terminal, IsNeeded)
                       "print the device data");
     expectRefusal({}, "standard input is no terminal; run it in a terminal, or with -debug to "
                       "print the device data", {.outputIsTerminal = true});
+    expectRefusal({}, "standard output is no terminal; run it in a terminal, or with -debug to "
+                      "print the device data", {.inputIsTerminal = true});
 }
 
 TEST(Terminal, HasToBeKnown)

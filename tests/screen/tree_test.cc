@@ -402,6 +402,7 @@ struct Shape {
 
 const Shape shapes[] = {
     {"Empty", "3", "0", ""},
+    {"LeafAtTheTop", "3", "1", "leaf"}, // its row is three columns too long by design
     {"OfNoHeight", "0", "3", "device"},
     {"OfOneRow", "1", "3", "device"},
     {"NamesWithoutCharacters", "4", "3", ""},

@@ -143,13 +143,14 @@ PlainRun runPlain(const Workspace &workspace, const PlainStreams &streams)
 
     const fs::path out = workspace.directory() / "out", err = workspace.directory() / "err";
     int controller = -1, replica = -1;
-    if (streams.outputIsTerminal && openpty(&controller, &replica, nullptr, nullptr, nullptr) != 0)
+    const bool needsTerminal = streams.inputIsTerminal || streams.outputIsTerminal;
+    if (needsTerminal && openpty(&controller, &replica, nullptr, nullptr, nullptr) != 0)
         throw std::runtime_error("openpty");
     const pid_t child = fork();
     if (child == 0) {
         setsid(); // no controlling terminal either
-        dup2(open(streams.input.c_str(), O_RDONLY), 0);
-        dup2(replica >= 0 ? replica : open(out.c_str(), O_WRONLY | O_CREAT, 0600), 1);
+        dup2(streams.inputIsTerminal ? replica : open(streams.input.c_str(), O_RDONLY), 0);
+        dup2(streams.outputIsTerminal ? replica : open(out.c_str(), O_WRONLY | O_CREAT, 0600), 1);
         dup2(open(err.c_str(), O_WRONLY | O_CREAT, 0600), 2);
         alarm(30); // the deadline
         execve(arguments[0], arguments.data(), environment.data());

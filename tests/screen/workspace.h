@@ -60,6 +60,6 @@ struct PlainRun {
 };
 struct PlainStreams {
     std::string input = "/dev/null";
-    bool outputIsTerminal = false;
+    bool inputIsTerminal = false, outputIsTerminal = false;
 };
 PlainRun runPlain(const Workspace &workspace, const PlainStreams &streams = {});

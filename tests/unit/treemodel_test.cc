@@ -304,3 +304,24 @@ TEST(TreeModel, PageDownStaysInAListThatGrewAboveTheCurrentItem)
     EXPECT_EQ(model.first, 3);
     delete[] model.flatList;
 }
+
+TEST(TreeModel, CollapsingABranchMakesItCurrentInThePlaceOfWhatItHides)
+{
+    // top > middle > leaf, and one after it.
+    TreeModel model;
+    std::array<Item, 4> items;
+    insertItem(model, &items[0], std::vector{0});
+    insertItem(model, &items[1], std::vector{0, 0});
+    insertItem(model, &items[2], std::vector{0, 0, 0});
+    insertItem(model, &items[3], std::vector{1});
+    makeCurrent(model, &items[2], 1);
+    ASSERT_EQ(currentItem(model), &items[2]);
+    setItem(model, &items[0], SetMode::reset);
+    EXPECT_EQ(currentItem(model), &items[0]);
+    EXPECT_EQ(model.first, 0);
+    EXPECT_EQ(model.flatCount, 2);
+    // A branch that is hidden itself changes nothing of what is shown.
+    setItem(model, &items[1], SetMode::reset);
+    EXPECT_EQ(currentItem(model), &items[0]);
+    EXPECT_EQ(model.flatCount, 2);
+}
