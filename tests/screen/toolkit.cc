@@ -156,6 +156,8 @@ void tryControls()
         if (const int result = EntryNumricFilter(nullptr, nullptr, key, 0))
             accepted += (result == key ? " " : " other than ") + std::to_string(key);
     TRACE("keys:%s", accepted.c_str());
+    for (const newtComponent field : fields)
+        newtComponentDestroy(field);
 }
 
 } // namespace
