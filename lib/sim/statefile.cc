@@ -145,6 +145,15 @@ void removeAll(const std::string &file)
         unlink((file + ending).c_str());
 }
 
+// A log without its file may be all that is left of what was done, for instance when the file was
+// moved away alone: it must not be taken for the new one's, and it must not be lost.
+void setLogsAside(const std::string &file)
+{
+    for (const char *ending : {"-journal", "-wal"})
+        rename((file + ending).c_str(), (file + ending + ".aside").c_str());
+    unlink((file + "-shm").c_str()); // an index of the log, made anew from it
+}
+
 bool exists(const std::string &file)
 {
     struct stat status;
@@ -166,10 +175,10 @@ bool createStateFile(const std::string &file, const std::string &descriptionFile
     if (exists(file))
         return false;
     // Made under another name, so that a file of this name is always whole. What a process left
-    // behind that was killed at it, and the log of a file that is gone, belong to nothing.
+    // behind that was killed at it belongs to nothing.
     const std::string unfinished = file + ".new";
     removeAll(unfinished);
-    removeAll(file);
+    setLogsAside(file);
     fillFile(unfinished, source, asker);
     if (rename(unfinished.c_str(), file.c_str()) != 0)
         throw StoreProblem(file + " can't be made: " + strerror(errno));

@@ -174,6 +174,7 @@ TEST(StateFile, IsNotMisledByWhatAKilledProcessOrAnotherStateLeftBehind)
     EXPECT_TRUE(openStore(stored.store));
     EXPECT_EQ(journalOf(stored.store).size(), 1u);
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
+    EXPECT_EQ(contents(stored.store.file + "-wal.aside"), log); // it may be all that is left
 }
 
 TEST(StateFile, IsOpenedAnewWhenItIsAnotherOne)
