@@ -91,25 +91,27 @@ Injection readInjection(const Query &row)
     return injection;
 }
 
-// Takes the next injection for a call out of the table.
-std::optional<Injection> takeInjection(Store &store, std::string_view call)
-{
+struct Waiting {
     int64_t id = 0;
     Injection injection;
-    {
-        Query row = store.database->query("SELECT id, call, result, times, delay, text FROM "
-                                          "injection WHERE call = ? ORDER BY id LIMIT 1",
-                                          call);
-        if (!row.next())
-            return {};
-        id = row.integer(0);
-        injection = readInjection(row);
-    }
-    if (injection.times == 1)
-        store.database->run("DELETE FROM injection WHERE id = ?", id);
-    else if (injection.times > 1)
-        store.database->run("UPDATE injection SET times = times - 1 WHERE id = ?", id);
-    return injection;
+};
+
+std::optional<Waiting> nextInjection(Store &store, std::string_view call)
+{
+    Query row = store.database->query("SELECT id, call, result, times, delay, text FROM "
+                                      "injection WHERE call = ? ORDER BY id LIMIT 1",
+                                      call);
+    if (!row.next())
+        return {};
+    return Waiting{.id = row.integer(0), .injection = readInjection(row)};
+}
+
+void takeOut(Store &store, const Waiting &waiting)
+{
+    if (waiting.injection.times == 1)
+        store.database->run("DELETE FROM injection WHERE id = ?", waiting.id);
+    else if (waiting.injection.times > 1)
+        store.database->run("UPDATE injection SET times = times - 1 WHERE id = ?", waiting.id);
 }
 
 void sleepFor(int milliseconds)
@@ -119,24 +121,30 @@ void sleepFor(int milliseconds)
     }
 }
 
-// A transaction with the injection for a call. One that hangs does so outside of the transaction,
-// so that other programs go on meanwhile.
+// A transaction with the injection for a call. One that hangs does so before, so that other
+// programs go on meanwhile; and it is taken out with the work that it is for, so that a program
+// that is killed while it hangs has done nothing.
 void inCall(Store &store, std::string_view call,
             const std::function<void(const std::optional<Injection> &)> &work)
 {
-    std::optional<Injection> injection;
-    bool isOver = true;
-    inTransaction(store, [&] {
-        if (!call.empty())
-            injection = takeInjection(store, call);
-        isOver = !injection || injection->delay == 0;
-        if (isOver)
-            work(injection);
-    });
-    if (isOver)
-        return;
-    sleepFor(injection->delay);
-    inTransaction(store, [&] { work(injection); });
+    int64_t hungFor = 0; // the injection whose delay is over
+    for (;;) {
+        int delay = 0;
+        inTransaction(store, [&] {
+            const auto next = call.empty() ? std::nullopt : nextInjection(store, call);
+            if (next && next->id != hungFor && next->injection.delay > 0) {
+                hungFor = next->id;
+                delay = next->injection.delay;
+                return;
+            }
+            if (next)
+                takeOut(store, *next);
+            work(next ? std::optional(next->injection) : std::nullopt);
+        });
+        if (delay == 0)
+            return;
+        sleepFor(delay);
+    }
 }
 
 std::string resultText(const Outcome &outcome)

@@ -254,8 +254,11 @@ Act anyBlow(const Description &machine, const std::function<int(int)> &below)
     case 3: return {.operation = {.verb = Verb::insert, .device = module}};
     case 4: {
         const std::string call = anyOf({"InitBringUp", "InitBringDown", "ClearMTBF"}, below);
-        const Injection injection = {
-            .call = call, .result = below(3) - 1, .times = below(3) + 1};
+        const int result = below(4) - 1;
+        const Injection injection = {.call = call,
+                                     .result = result < 2 ? std::optional(result) : std::nullopt,
+                                     .times = below(3) + 1,
+                                     .delay = below(3)};
         return {.operation = {}, .injection = injection};
     }
     default:

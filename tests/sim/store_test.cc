@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -586,30 +587,76 @@ TEST(Injection, IsTakenOutAsOftenAsItSays)
     EXPECT_EQ(rows[8].argument, "InitBringUp off");
 }
 
-TEST(Injection, ThatHangsLetsOthersGoOn)
+namespace {
+
+// A process that stops CPU module 2 in a machine whose calls for that hang.
+pid_t hangingStop(Stored &stored)
 {
-    Stored stored;
-    inject(stored.store, {.call = "InitBringDown", .delay = 86'400'000});
-    int told[2];
-    ASSERT_EQ(pipe(told), 0);
     const pid_t child = fork();
     if (child == 0) {
         stored.store.database.release(); // the parent's
-        write(told[1], "x", 1);
         perform(stored.store, stopCpu2);
         _exit(0);
     }
-    char byte;
-    ASSERT_EQ(read(told[0], &byte, 1), 1);
-    // The child takes the injection out and sleeps; meanwhile the machine is there for others.
+    return child;
+}
+
+bool sleeps(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
+    long call = -1;
+    return file >> call && (call == SYS_nanosleep || call == SYS_clock_nanosleep);
+}
+
+bool isSleepingSoon(pid_t process)
+{
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!injections(stored.store).empty() && std::chrono::steady_clock::now() < limit) {
-    }
-    EXPECT_TRUE(injections(stored.store).empty());
+    while (!sleeps(process))
+        if (std::chrono::steady_clock::now() > limit)
+            return false;
+    return true;
+}
+
+} // namespace
+
+TEST(Injection, ThatHangsLetsOthersGoOn)
+{
+    Stored stored;
+    inject(stored.store, {.call = "InitBringDown", .result = 0, .delay = 2000});
+    const pid_t child = hangingStop(stored);
+    ASSERT_TRUE(isSleepingSoon(child));
     EXPECT_EQ(perform(stored.store, {.verb = Verb::fail, .device = cpu2}).refusal, Refusal::none);
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    const auto rows = journalOf(stored.store);
+    ASSERT_EQ(rows.size(), 4u);
+    EXPECT_EQ(rows[2].operation, "fail");
+    EXPECT_EQ(rows[3].operation + " " + rows[3].result, "InitBringDown injected: 0");
+    EXPECT_TRUE(injections(stored.store).empty());
+}
+
+TEST(Injection, ThatHangsIsStillThereWhenTheProgramIsKilled)
+{
+    Stored stored;
+    inject(stored.store, {.call = "InitBringDown", .result = 0, .delay = 86'400'000});
+    const pid_t child = hangingStop(stored);
+    ASSERT_TRUE(isSleepingSoon(child));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
-    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::starting); // not stopped by the child
-    close(told[0]);
-    close(told[1]);
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
+    EXPECT_EQ(journalOf(stored.store).back().operation, "inject");
+    EXPECT_EQ(injections(stored.store).size(), 1u);
+}
+
+TEST(Injection, ThatIsTakenBackWhileACallHangsIsNotAnswered)
+{
+    Stored stored;
+    inject(stored.store, {.call = "InitBringDown", .result = 0, .delay = 2000});
+    const pid_t child = hangingStop(stored);
+    ASSERT_TRUE(isSleepingSoon(child));
+    clearInjections(stored.store, "InitBringDown");
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(journalOf(stored.store).back().result, "done");
+    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
 }
