@@ -48,7 +48,7 @@ void checkHeader(const std::string &file)
         throw StoreProblem(file + " can't be used: " + strerror(errno));
     if (!S_ISREG(status.st_mode))
         throw StoreProblem(file + " is no regular file");
-    if (access(file.c_str(), R_OK | W_OK) != 0)
+    if (faccessat(AT_FDCWD, file.c_str(), R_OK | W_OK, AT_EACCESS) != 0)
         throw StoreProblem(file + " can't be used: " + strerror(errno));
     Header header{};
     const bool isRead = readHeader(file, header);

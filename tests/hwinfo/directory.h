@@ -1,4 +1,4 @@
-// A temporary directory that anyone may enter.
+// A temporary directory.
 #pragma once
 
 #include <cstdlib>
@@ -16,7 +16,6 @@ struct Directory {
         if (!mkdtemp(pattern.data()))
             throw std::runtime_error("no temporary directory");
         path = pattern;
-        permissions(path, std::filesystem::perms(0755));
     }
     ~Directory() { remove_all(path); }
     Directory(const Directory &) = delete;

@@ -1,5 +1,6 @@
 // The question to the kernel's IPMI driver. The driver is played here: a FIFO is the device, and
 // the system calls on it are answered as each test wants it.
+#include "../privileges.h"
 #include "directory.h"
 #include "hwinfo/bmc.h"
 
@@ -268,13 +269,11 @@ TEST_F(DriverTest, TellsADeviceWithoutItsDriver)
 TEST_F(DriverTest, TellsMissingRights)
 {
     chmod(device.c_str(), 0);
-    const bool isRoot = geteuid() == 0;
-    ASSERT_TRUE(!isRoot || seteuid(65534) == 0);
-    const hwinfo::Answer answer = hwinfo::askDriver(device, 1000);
-    ASSERT_TRUE(!isRoot || seteuid(0) == 0);
-    expectProblem(answer, "no right to open " + device
-                              + " for reading and writing (Permission denied): run as root, or "
-                                "as a user with that right");
+    const WithoutPrivileges since;
+    expectProblem(hwinfo::askDriver(device, 1000),
+                  "no right to open " + device
+                      + " for reading and writing (Permission denied): run as root, or as a user "
+                        "with that right");
 }
 
 TEST_F(DriverTest, TellsWhatIsNoIpmiDevice)

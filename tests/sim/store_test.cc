@@ -1,4 +1,5 @@
 // The state file: how it comes to be, what is refused, and what survives.
+#include "../privileges.h"
 #include "sim/schema.h"
 #include "sim/store.h"
 #include "support.h"
@@ -49,27 +50,11 @@ std::string problemOf(const std::function<void()> &work)
     return "";
 }
 
-// The same in a process that has no more rights than anybody: root may write everything.
-std::string problemOfNobody(const std::function<void()> &work)
+// The same for one who has no more rights than anybody.
+std::string problemOfAnybody(const std::function<void()> &work)
 {
-    constexpr uid_t nobody = 65534;
-    int told[2];
-    if (pipe(told) != 0)
-        throw std::runtime_error("pipe");
-    const pid_t child = fork();
-    if (child == 0) {
-        const bool isRoot = geteuid() == 0;
-        const bool hasRights = isRoot && (setgid(nobody) != 0 || setuid(nobody) != 0);
-        const std::string problem = hasRights ? "rights can't be given up" : problemOf(work);
-        _exit(write(told[1], problem.data(), problem.size()) < 0);
-    }
-    close(told[1]);
-    std::string problem;
-    for (char byte; read(told[0], &byte, 1) == 1;)
-        problem += byte;
-    close(told[0]);
-    waitpid(child, nullptr, 0);
-    return problem;
+    const WithoutPrivileges since;
+    return problemOf(work);
 }
 
 std::vector<JournalRow> journalOf(Store &store)
@@ -341,10 +326,9 @@ TEST(StateFile, ThatCantBeWrittenSaysSo)
     Stored stored;
     openStore(stored.store);
     stored.store.database.reset();
-    fs::permissions(stored.sandbox.directory(), fs::perms(0755));
     fs::permissions(stored.store.file, fs::perms(0444));
     const std::string before = bytesOf(stored.store);
-    EXPECT_EQ(problemOfNobody([&] { look(stored.store); }),
+    EXPECT_EQ(problemOfAnybody([&] { look(stored.store); }),
               stored.store.file + " can't be used: Permission denied");
     EXPECT_TRUE(bytesOf(stored.store) == before);
 }
@@ -353,7 +337,7 @@ TEST(StateFile, ThatCantBeMadeSaysSo)
 {
     Stored stored;
     fs::permissions(stored.sandbox.directory(), fs::perms(0555));
-    EXPECT_EQ(problemOfNobody([&] { look(stored.store); }),
+    EXPECT_EQ(problemOfAnybody([&] { look(stored.store); }),
               fs::path(stored.store.file).parent_path().string()
                   + " can't be written: Permission denied");
     fs::permissions(stored.sandbox.directory(), fs::perms(0755));

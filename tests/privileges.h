@@ -1,0 +1,33 @@
+// Tests of missing rights. Root has to lose what makes it pass over them; its files stay within
+// its reach wherever the directory for temporary files is.
+#pragma once
+
+#include <linux/capability.h>
+#include <stdexcept>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+// While it lives, this thread has no more rights than the owner of a file has.
+class WithoutPrivileges {
+public:
+    WithoutPrivileges()
+    {
+        if (syscall(SYS_capget, &header, before) != 0)
+            throw std::runtime_error("capget");
+        Sets none = {before[0], before[1]};
+        none[0].effective = none[1].effective = 0;
+        if (syscall(SYS_capset, &header, none) != 0)
+            throw std::runtime_error("capset");
+    }
+    ~WithoutPrivileges()
+    {
+        syscall(SYS_capset, &header, before);
+    }
+    WithoutPrivileges(const WithoutPrivileges &) = delete;
+    WithoutPrivileges &operator=(const WithoutPrivileges &) = delete;
+
+private:
+    using Sets = __user_cap_data_struct[2];
+    __user_cap_header_struct header = {.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
+    Sets before;
+};
