@@ -39,6 +39,12 @@ constexpr Choice<int> adapterClasses[] = {
     {"Ethernet", YAT_CLASS_ETHERNET_ADAPTER},
 };
 
+// Where a BIOS comes from that an update brought.
+constexpr Choice<Bios> biosSources[] = {
+    {"running module", Bios::copied},
+    {"data file", Bios::burnt},
+};
+
 // Each by its support code.
 constexpr Choice<unsigned> cpuOperations[] = {
     {"clear MTBF", 1u << 1},    {"bring up", 1u << 5},       {"bring down", 1u << 7},
@@ -54,32 +60,51 @@ constexpr Choice<unsigned> setMtbfTypes[] = {{"cpu_module", 1u << 13}, {"pci_mod
 constexpr Choice<unsigned> scsiOperations[] = {{"clear MTBF", 1u << 25}};
 constexpr Choice<unsigned> ethernetOperations[] = {{"clear MTBF", 1u << 31}};
 
-constexpr size_t longestName = 127;     // bytes
-constexpr size_t longestVersion = 1000; // bytes
-constexpr int mostDevices = 9999;       // of a class
-constexpr int deepestAdapter = 3;       // tree level, the module's being 1
-constexpr int boards = -1;              // no device class
-constexpr int longestTiming = 86400;    // seconds
-constexpr int longestMtbf = 876000;     // hours
+constexpr size_t longestName = 127;  // bytes
+constexpr int mostDevices = 9999;    // of a class
+constexpr int deepestAdapter = 3;    // tree level, the module's being 1
+constexpr int boards = -1;           // no device class
+constexpr int longestTiming = 86400; // seconds
 
 std::vector<Time> readFailures(Reader &reader, const toml::table &table)
 {
     return reader.times(table, "failures", hour, longestMtbf, failuresKept);
 }
 
+int readFailureCount(Reader &reader, const toml::table &table, size_t known)
+{
+    const int least = static_cast<int>(known);
+    return table.contains("failure_count")
+               ? reader.number(table, "failure_count", least, mostFailures)
+               : least;
+}
+
+Bios readBios(Reader &reader, const toml::table &table)
+{
+    const bool isValid = reader.truth(table, "bios_valid", true);
+    const Bios source = reader.choice(table, "bios_from", biosSources, false, Bios::described);
+    if (!isValid && source != Bios::described)
+        reader.report(*table.get("bios_from"),
+                      "wrong value for 'bios_from', expected none where 'bios_valid' is false");
+    return isValid ? source : Bios::invalid;
+}
+
 Adapter readAdapter(Reader &reader, const toml::table &table, int level)
 {
     reader.allowKeys(
         table, "an adapter",
-        {"class", "number", "name", "path", "state", "defective", "failures", "adapter"});
+        {"class", "number", "name", "path", "state", "defective", "failures", "failure_count",
+         "adapter"});
     Adapter adapter{.classCode = reader.choice(table, "class", adapterClasses),
                     .number = reader.number(table, "number", 1, mostDevices),
                     .name = reader.text(table, "name", longestName),
                     .path = reader.path(table),
                     .broken = reader.choice(table, "state", adapterStates, false),
                     .defective = reader.truth(table, "defective"),
+                    .failureCount = 0,
                     .failures = readFailures(reader, table),
                     .adapters = {}};
+    adapter.failureCount = readFailureCount(reader, table, adapter.failures.size());
     reader.unique(table, "number", adapter.classCode, adapter.number);
     for (const toml::table *below : reader.tables(table, "adapter")) {
         if (level == deepestAdapter)
@@ -102,25 +127,28 @@ Module readModule(Reader &reader, const toml::table &table, int classCode, bool 
                   .mtbfType = reader.choice(table, "mtbf_type", mtbfTypes, hasMtbfType,
                                             restartAboveThreshold),
                   .defective = reader.truth(table, "defective"),
+                  .failureCount = 0,
                   .failures = readFailures(reader, table),
                   .biosVersion = {},
                   .biosStatus = {},
                   .adapters = {}};
+    module.failureCount = readFailureCount(reader, table, module.failures.size());
     const bool isUnique = reader.unique(table, "number", classCode, module.number);
     if (classCode == YAT_CLASS_CPU_MODULE) {
         reader.allowKeys(table, "a CPU module",
                          {"number", "name", "path", "state", "partner", "mtbf_type", "defective",
-                          "failures", "bios_version", "bios_status", "bios_valid"});
+                          "failures", "failure_count", "bios_version", "bios_status", "bios_valid",
+                          "bios_from"});
         module.board = module.number; // a CPU module is its own board
         if (isUnique)
             reader.unique(table, "number", boards, module.board);
         module.biosVersion = reader.text(table, "bios_version", longestVersion);
         module.biosStatus = reader.text(table, "bios_status", longestVersion);
-        module.biosValid = reader.truth(table, "bios_valid", true);
+        module.bios = readBios(reader, table);
     } else {
         reader.allowKeys(table, "a PCI module",
                          {"number", "name", "path", "state", "partner", "mtbf_type", "defective",
-                          "failures", "board", "adapter"});
+                          "failures", "failure_count", "board", "adapter"});
         module.board = reader.number(table, "board", 1, mostDevices);
         reader.unique(table, "board", boards, module.board);
         for (const toml::table *adapter : reader.tables(table, "adapter"))
@@ -313,6 +341,8 @@ template <class Device> toml::table deviceTable(const Device &device)
         failures.push_back(in(hour, ago));
     if (!failures.empty())
         result.insert("failures", failures);
+    if (device.failureCount > static_cast<int>(failures.size()))
+        result.insert("failure_count", device.failureCount);
     toml::array adapters;
     for (const Adapter &adapter : device.adapters) {
         toml::table below = deviceTable(adapter);
@@ -336,8 +366,10 @@ toml::array moduleTables(const std::vector<Module> &modules)
         if (module.classCode == YAT_CLASS_CPU_MODULE) {
             table.insert("bios_version", module.biosVersion);
             table.insert("bios_status", module.biosStatus);
-            if (!module.biosValid)
+            if (module.bios == Bios::invalid)
                 table.insert("bios_valid", false);
+            else if (module.bios != Bios::described)
+                table.insert("bios_from", textOf(module.bios, biosSources));
         } else {
             table.insert("board", module.board);
         }

@@ -26,10 +26,21 @@ enum class State {
     firmwareUpdate,
 };
 
+// What the BIOS status says.
+enum class Bios {
+    described, // the text of the description, or one that was set
+    copied,    // from the running module
+    burnt,     // from the data file
+    invalid,   // an update was interrupted
+};
+
 // What a module that failed does: see the MTBF types of yat/ft.h.
 constexpr int stayDown = 0, alwaysRestart = 1, restartAboveThreshold = 2;
 
 constexpr size_t failuresKept = 64; // of a device
+constexpr int mostFailures = 1'000'000'000;
+constexpr int longestMtbf = 876000;     // hours
+constexpr size_t longestVersion = 1000; // bytes; a BIOS status has no more either
 
 struct Adapter {
     int classCode = 0;
@@ -38,6 +49,7 @@ struct Adapter {
     PathIdentifier path{};
     bool broken = false;
     bool defective = false;        // fails at each start until it is repaired
+    int failureCount = 0;          // at least as many as there are failures
     std::vector<Time> failures;    // how long ago
     std::vector<Adapter> adapters; // below this one
     bool operator==(const Adapter &) const = default;
@@ -53,9 +65,10 @@ struct Module {
     int partner = 0; // number of the module that makes a pair with this one, 0 for none
     int mtbfType = restartAboveThreshold;
     bool defective = false;
+    int failureCount = 0;
     std::vector<Time> failures;          // how long ago
     std::string biosVersion, biosStatus; // of a CPU module
-    bool biosValid = true;
+    Bios bios = Bios::described;
     std::vector<Adapter> adapters; // of a PCI module
     bool operator==(const Module &) const = default;
 };

@@ -1,6 +1,5 @@
 #include "sim/model.h"
 
-#include "sim/words.h"
 #include "yat/ft.h"
 
 #include <algorithm>
@@ -43,8 +42,7 @@ constexpr Code codes[] = {
     {Verb::clearMtbf, YAT_CLASS_ETHERNET_ADAPTER, 31},
 };
 
-constexpr size_t longestText = 1000;        // bytes
-constexpr double longestThreshold = 876000; // hours
+constexpr Time longestThreshold = longestMtbf * hour;
 constexpr double longestStep = 315'360'000; // seconds
 
 Device *partnerOf(Machine &machine, const Device &device)
@@ -66,12 +64,12 @@ bool supports(const Machine &machine, Verb verb, int classCode)
 
 // ---- Making a machine
 
-void addFailures(Device &device, std::vector<Time> ago, Time now)
+void addFailures(Device &device, std::vector<Time> ago, int count, Time now)
 {
     std::ranges::sort(ago, std::greater());
     for (const Time time : ago)
         device.failures.push_back(now - time);
-    device.failureCount = static_cast<int>(ago.size());
+    device.failureCount = count;
 }
 
 void addAdapters(Machine &machine, const std::vector<Adapter> &adapters, int carrier)
@@ -84,7 +82,7 @@ void addAdapters(Machine &machine, const std::vector<Adapter> &adapters, int car
         device.state = adapter.broken ? State::broken : State::duplex;
         device.defective = adapter.defective;
         device.since = machine.now;
-        addFailures(device, adapter.failures, machine.now);
+        addFailures(device, adapter.failures, adapter.failureCount, machine.now);
         machine.devices.push_back(std::move(device));
         addAdapters(machine, adapter.adapters, carrier);
     }
@@ -100,9 +98,9 @@ void addModule(Machine &machine, const Module &module)
     device.mtbfType = module.mtbfType;
     device.biosVersion = module.biosVersion;
     device.biosStatus = module.biosStatus;
-    device.bios = module.biosValid ? Bios::described : Bios::invalid;
+    device.bios = module.bios;
     device.defective = module.defective;
-    addFailures(device, module.failures, machine.now);
+    addFailures(device, module.failures, module.failureCount, machine.now);
     const int position = static_cast<int>(machine.devices.size());
     machine.devices.push_back(std::move(device));
     addAdapters(machine, module.adapters, position);
@@ -118,11 +116,12 @@ int positionOf(const Machine &machine, DeviceId id)
 
 // ---- Describing one
 
+// A description has no room for what is longer ago than the longest MTBF.
 std::vector<Time> failuresAgo(const Machine &machine, const Device &device)
 {
     std::vector<Time> result;
     for (const Time time : device.failures)
-        result.push_back(machine.now - time);
+        result.push_back(std::min(machine.now - time, longestMtbf * hour));
     return result;
 }
 
@@ -132,6 +131,7 @@ void describeAdapters(const Machine &machine, std::vector<Adapter> &adapters)
         const Device &device = *find(machine, {adapter.classCode, adapter.number});
         adapter.broken = device.state == State::broken;
         adapter.defective = device.defective;
+        adapter.failureCount = device.failureCount;
         adapter.failures = failuresAgo(machine, device);
         describeAdapters(machine, adapter.adapters);
     }
@@ -163,9 +163,17 @@ bool partnerRuns(const Machine &machine, const Device &device)
     return partner && isRunning(partner->state);
 }
 
+// The running module whose BIOS this one can take, null when there is none.
+const Device *biosSource(const Machine &machine, const Device &device)
+{
+    const Device *partner = sim::partnerOf(machine, device);
+    return partner && isRunning(partner->state) && partner->bios != Bios::invalid ? partner
+                                                                                  : nullptr;
+}
+
 void countFailure(const Machine &machine, Device &device)
 {
-    ++device.failureCount;
+    device.failureCount = std::min(device.failureCount + 1, mostFailures);
     device.failures.push_back(machine.now);
     if (device.failures.size() > failuresKept)
         device.failures.erase(device.failures.begin());
@@ -174,12 +182,12 @@ void countFailure(const Machine &machine, Device &device)
 // The BIOS of a module that is about to start is brought up to that of the running one.
 bool needsFirmware(const Machine &machine, const Device &device)
 {
-    if (!machine.automaticFirmwareUpdate || !partnerRuns(machine, device)
+    const Device *source = biosSource(machine, device);
+    if (!machine.automaticFirmwareUpdate || !source
         || !supports(machine, Verb::burnFirmware, device.id.classCode))
         return false;
-    const std::string &running = sim::partnerOf(machine, device)->biosVersion;
     return device.bios == Bios::invalid
-           || strverscmp(device.biosVersion.c_str(), running.c_str()) < 0;
+           || strverscmp(device.biosVersion.c_str(), source->biosVersion.c_str()) < 0;
 }
 
 bool canStart(const Machine &machine, const Device &device)
@@ -194,7 +202,7 @@ void start(const Machine &machine, Device &device)
         return;
     }
     enter(machine, device, State::firmwareUpdate);
-    device.newBios = sim::partnerOf(machine, device)->biosVersion;
+    device.newBios = biosSource(machine, device)->biosVersion;
     device.copies = true;
     device.startsAfter = true;
 }
@@ -242,6 +250,18 @@ void interrupt(Machine &machine, Device &device, State next)
         tellPartner(machine, device);
 }
 
+// What a module carries starts with it.
+void startAdapters(Machine &machine, const Device &module)
+{
+    for (Device &device : machine.devices)
+        if (device.carrier >= 0 && &machine.devices[static_cast<size_t>(device.carrier)] == &module
+            && device.defective && device.state != State::broken) {
+            countFailure(machine, device);
+            enter(machine, device, State::broken);
+        }
+}
+
+// A start that fails is not tried again, whatever the MTBF type: that is for what runs.
 void finishStart(Machine &machine, Device &device)
 {
     if (device.defective) {
@@ -250,6 +270,7 @@ void finishStart(Machine &machine, Device &device)
     } else {
         enter(machine, device,
               partnerRuns(machine, device) ? State::synchronising : State::simplex);
+        startAdapters(machine, device);
     }
 }
 
@@ -324,10 +345,10 @@ Refusal burnFirmware(const Machine &machine, Device &device, const std::string &
     const bool copies = mode == "FWCOPY";
     if (!copies && mode != "FWBURN")
         return Refusal::wrongArgument;
-    if (copies ? !partnerRuns(machine, device) : machine.dataFileVersion.empty())
+    const Device *source = biosSource(machine, device);
+    if (copies ? !source : machine.dataFileVersion.empty())
         return Refusal::noBiosSource;
-    device.newBios =
-        copies ? sim::partnerOf(machine, device)->biosVersion : machine.dataFileVersion;
+    device.newBios = copies ? source->biosVersion : machine.dataFileVersion;
     device.copies = copies;
     enter(machine, device, State::firmwareUpdate);
     return Refusal::none;
@@ -376,7 +397,8 @@ Refusal fail(Machine &machine, Device &device, const std::string &argument)
             enter(machine, device, State::broken);
         return Refusal::none;
     }
-    const bool wasToRun = device.state != State::stopping && device.state != State::firmwareUpdate;
+    const bool wasToRun =
+        device.state == State::firmwareUpdate ? device.startsAfter : device.state != State::stopping;
     interrupt(machine, device, State::broken);
     if (wasToRun && restarts(machine, device) && canStart(machine, device))
         start(machine, device);
@@ -409,9 +431,9 @@ bool setOfMachine(Machine &machine, const std::string &key, const std::string &v
         machine.automaticFirmwareUpdate = value == "on";
     } else if (key == "automatic_module_start" && isSwitch) {
         machine.automaticModuleStart = value == "on";
-    } else if (key == "data_file" && value.size() <= longestText) {
+    } else if (key == "data_file" && value.size() <= longestVersion) {
         machine.dataFileVersion = value;
-    } else if (const auto hours = number(value, longestThreshold);
+    } else if (const auto hours = number(value, longestMtbf);
                key == "mtbf_threshold" && hours) {
         machine.mtbfThreshold = std::llround(*hours * static_cast<double>(hour));
     } else if (key == "time" && value.starts_with('+')) {
@@ -429,7 +451,7 @@ bool setOfMachine(Machine &machine, const std::string &key, const std::string &v
 bool setOfDevice(Device &device, const std::string &key, const std::string &value)
 {
     const bool isCpu = device.id.classCode == YAT_CLASS_CPU_MODULE;
-    const bool isText = !value.empty() && value.size() <= longestText;
+    const bool isText = !value.empty() && value.size() <= longestVersion;
     if (key == "mtbf_type" && isModule(device.id))
         return setMtbfType(device, value) == Refusal::none;
     if (key == "bios_version" && isCpu && isText) {
@@ -474,8 +496,8 @@ Refusal checkBurn(const Machine &machine, const Device &device)
 {
     if (device.state != State::stopped)
         return Refusal::notStopped;
-    return partnerRuns(machine, device) || !machine.dataFileVersion.empty() ? Refusal::none
-                                                                            : Refusal::noBiosSource;
+    return biosSource(machine, device) || !machine.dataFileVersion.empty() ? Refusal::none
+                                                                           : Refusal::noBiosSource;
 }
 
 Refusal checkFailure(const Machine &machine, const Device &device)
@@ -525,14 +547,30 @@ std::string contradictionOfModule(const Machine &machine, const Device &device)
     return {};
 }
 
+std::string contradictionOfBios(const Device &device)
+{
+    const bool hasBios = device.id.classCode == YAT_CLASS_CPU_MODULE;
+    if (hasBios && (device.biosVersion.empty() || device.biosStatus.empty()))
+        return "has no BIOS";
+    if (!hasBios && !(device.biosVersion.empty() && device.biosStatus.empty()))
+        return "has a BIOS and is no CPU module";
+    if (std::max({device.biosVersion.size(), device.biosStatus.size(), device.newBios.size()})
+        > longestVersion)
+        return "has a BIOS with too long a name";
+    return {};
+}
+
 std::string contradictionOfFailures(const Machine &machine, const Device &device)
 {
     if (device.mtbfType < stayDown || device.mtbfType > restartAboveThreshold)
         return "has an MTBF type that there is not";
-    if (device.since > machine.now
+    if (device.since < 0 || device.since > machine.now
         || (!device.failures.empty() && device.failures.back() > machine.now))
         return "has a past that is to come";
+    if (!device.failures.empty() && device.failures.front() < -longestMtbf * hour)
+        return "has failed before there were such machines";
     if (!std::ranges::is_sorted(device.failures) || device.failures.size() > failuresKept
+        || device.failureCount < 0 || device.failureCount > mostFailures
         || static_cast<size_t>(device.failureCount) < device.failures.size())
         return "has failures that do not add up";
     return {};
@@ -596,10 +634,11 @@ Description describe(const Machine &machine)
             module.state = device.state;
             module.mtbfType = device.mtbfType;
             module.defective = device.defective;
+            module.failureCount = device.failureCount;
             module.failures = failuresAgo(machine, device);
             module.biosVersion = device.biosVersion;
-            module.biosStatus = biosStatusText(machine, device, false);
-            module.biosValid = device.bios != Bios::invalid;
+            module.biosStatus = device.biosStatus;
+            module.bios = device.bios;
             describeAdapters(machine, module.adapters);
         }
     return result;
@@ -711,6 +750,10 @@ std::optional<Time> mtbf(const Device &device)
 
 std::string contradiction(const Machine &machine)
 {
+    if (machine.mtbfThreshold < 0 || machine.mtbfThreshold > longestThreshold)
+        return "it has an MTBF threshold that there is not";
+    if (machine.dataFileVersion.size() > longestVersion)
+        return "it has a data file with too long a version";
     for (const Device &device : machine.devices) {
         std::string found = isModule(device.id) ? contradictionOfModule(machine, device)
                             : device.state != State::broken && device.state != State::duplex
@@ -718,6 +761,8 @@ std::string contradiction(const Machine &machine)
                                 : "";
         if (found.empty())
             found = contradictionOfFailures(machine, device);
+        if (found.empty())
+            found = contradictionOfBios(device);
         if (!found.empty())
             return device.name + " " + found;
     }

@@ -18,14 +18,6 @@ struct DeviceId {
     auto operator<=>(const DeviceId &) const = default;
 };
 
-// What the BIOS status says.
-enum class Bios {
-    described, // the text of the description, or one that was set
-    copied,    // from the running module
-    burnt,     // from the data file
-    invalid,   // an update was interrupted
-};
-
 struct Device {
     DeviceId id;
     std::string name;

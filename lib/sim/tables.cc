@@ -32,8 +32,9 @@ Written readMachineRow(Database &database, KnownDescription &known)
     readDescription(database, row, known);
     Written written;
     written.clock = {.simulated = row.integer(2), .real = row.integer(3), .scale = row.real(4)};
-    if (!(written.clock.scale >= 0 && written.clock.scale <= fastest) || written.clock.simulated < 0
-        || written.clock.simulated > lastMoment)
+    const Clock &clock = written.clock;
+    if (!(clock.scale >= 0 && clock.scale <= fastest) || clock.simulated < 0
+        || clock.simulated > lastMoment || clock.real < 0 || clock.real > lastMoment)
         damaged(database, "its clock is out of range");
     written.machine = makeMachine(known.description, written.clock.simulated);
     written.machine.automaticFirmwareUpdate = row.integer(5) != 0;

@@ -208,7 +208,12 @@ TEST(Model, CanBeDescribedAtAnyTime)
                 RC_ASSERT(is.biosVersion == was.biosVersion);
                 RC_ASSERT(is.mtbfType == was.mtbfType);
                 RC_ASSERT(is.defective == was.defective);
-                RC_ASSERT((is.bios == Bios::invalid) == (was.bios == Bios::invalid));
+                RC_ASSERT(is.failureCount == was.failureCount);
+                RC_ASSERT(is.bios == was.bios);
+                for (const bool japanese : {false, true})
+                    RC_ASSERT(was.state == State::firmwareUpdate
+                              || biosStatusText(copy, is, japanese)
+                                     == biosStatusText(machine, was, japanese));
                 const bool isUnderWay = isModule(was.id) && progress(machine, was);
                 RC_ASSERT(is.state == (isUnderWay ? State::stopped : was.state));
             }
@@ -228,6 +233,32 @@ TEST(Model, KeepsCountingFailuresWhenItForgetsTheirTimes)
     EXPECT_EQ(find(machine, ethernet)->failureCount, 100);
     EXPECT_EQ(find(machine, ethernet)->failures.size(), failuresKept);
     EXPECT_EQ(mtbf(*find(machine, ethernet)), hour);
+    const Description again = describe(machine);
+    EXPECT_EQ(find(makeMachine(std::make_shared<Description>(again), machine.now), ethernet)
+                  ->failureCount,
+              100);
+}
+
+TEST(Model, CountsNoFurtherThanADescriptionCanSay)
+{
+    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
+    find(machine, ethernet)->failureCount = mostFailures;
+    EXPECT_EQ(apply(machine, {.verb = Verb::fail, .device = ethernet}), Refusal::none);
+    EXPECT_EQ(find(machine, ethernet)->failureCount, mostFailures);
+}
+
+TEST(Model, CanBeDescribedWhenItsFailuresAreForgottenElsewhere)
+{
+    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
+    apply(machine, {.verb = Verb::fail, .device = ethernet});
+    advance(machine, machine.now + 2 * longestMtbf * hour);
+    std::vector<Mistake> mistakes;
+    const Description again = parseDescription(toToml(describe(machine)), mistakes);
+    EXPECT_TRUE(mistakes.empty());
+    const Machine copy = makeMachine(std::make_shared<Description>(again), machine.now);
+    EXPECT_EQ(find(copy, ethernet)->failures.at(0), machine.now - longestMtbf * hour);
 }
 
 TEST(Words, ForAStateFitIntoTheWindow)

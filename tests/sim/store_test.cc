@@ -247,7 +247,19 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
         {"UPDATE device SET state = 'stopped' WHERE class = 8", "in the state of a module"},
         {"UPDATE device SET mtbf_type = 3 WHERE class = 2", "has an MTBF type that there is not"},
         {"UPDATE device SET since = 9000000000000000000 WHERE class = 2", "past that is to come"},
+        {"UPDATE device SET since = -1 WHERE class = 2", "past that is to come"},
         {"INSERT INTO failure (class, number, time) VALUES (2, 1, 5)", "do not add up"},
+        {"UPDATE device SET failure_count = -1 WHERE class = 2", "do not add up"},
+        {"UPDATE device SET failure_count = 3000000000 WHERE class = 2", "do not add up"},
+        {"UPDATE device SET failure_count = 1 WHERE class = 2; INSERT INTO failure (class, "
+         "number, time) VALUES (2, 1, -9000000000000000000)",
+         "has failed before there were such machines"},
+        {"UPDATE device SET bios_version = '' WHERE class = 2", "has no BIOS"},
+        {"UPDATE device SET bios_status = '' WHERE class = 2", "has no BIOS"},
+        {"UPDATE device SET bios_version = 'x' WHERE class = 8",
+         "SCSI adapter 1 has a BIOS and is no CPU module"},
+        {"UPDATE device SET bios_version = printf('%1001d', 1) WHERE class = 2",
+         "has a BIOS with too long a name"},
         {"INSERT INTO failure (class, number, time) VALUES (2, 7, 5)",
          "failures of a device that its description lacks"},
         {"DELETE FROM device WHERE class = 13 AND number = 4", "lacks a device of its description"},
@@ -261,6 +273,13 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
         {"UPDATE machine SET scale = -1", "its clock is out of range"},
         {"UPDATE machine SET scale = 1e300 * 1e300", "its clock is out of range"},
         {"UPDATE machine SET simulated = -1", "its clock is out of range"},
+        {"UPDATE machine SET real = 9223372036854775807", "its clock is out of range"},
+        {"UPDATE machine SET real = -9223372036854775807 - 1", "its clock is out of range"},
+        {"UPDATE machine SET mtbf_threshold = -1", "it has an MTBF threshold that there is not"},
+        {"UPDATE machine SET mtbf_threshold = 3153600000000001",
+         "it has an MTBF threshold that there is not"},
+        {"UPDATE machine SET data_file = printf('%1001d', 1)",
+         "it has a data file with too long a version"},
     };
     for (const auto &[sql, reason] : cases) {
         Stored stored;
