@@ -177,12 +177,13 @@ TEST(FirmwareUpdate, TellsWhatIsNotSupportedAndWhatFails)
 
 TEST(FirmwareUpdate, TellsOnTheHelpLineThatItRuns)
 {
-    Session session({.script = "IfSupport 1\nBurnFirmware 1 delay=300"});
+    Session session({.script = "IfSupport 1\nBurnFirmware 1 held"});
     openUpdate(session);
     session.send(keys::tab + keys::tab + keys::enter);
     session.see(copyQuestion);
     session.send(keys::enter);
     session.see("  CPU module 1: Copy the BIOS of the running CPU module ...");
+    session.files().letGo();
     session.see("The operation was successful.");
 }
 

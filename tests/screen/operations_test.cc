@@ -231,13 +231,15 @@ INSTANTIATE_TEST_SUITE_P(Devices, EveryRefusal, testing::ValuesIn(refusals),
 TEST(LongOperation, IsShownOnTheHelpLineAndDropsWhatIsTyped)
 {
     for (const char *result : {"0", "1"}) {
-        Session session({.script = std::string("InitBringDown ") + result + " delay=700"});
+        Session session({.script = std::string("InitBringDown ") + result + " held"});
         open(session, pciModule);
         press(session, 5);
         session.see("Stop this PCI module");
         session.send(keys::enter);
         session.see("  PCI module 1: Stop ...");
         session.send(keys::enter + keys::enter + keys::enter); // would press what comes next
+        ASSERT_TRUE(session.terminal().waitUntil([&] { return session.terminal().unread() == 3; }));
+        session.files().letGo();
         const std::string box = *result == '1' ? "The operation was successful."
                                                : "The device could not be stopped.";
         session.see(box);
@@ -251,13 +253,14 @@ TEST(LongOperation, IsShownOnTheHelpLineAndDropsWhatIsTyped)
 
 TEST(LongOperation, LeavesTheWindowThatCoversTheHelpLineAsItWas)
 {
-    Session session({.script = "InitBringDown 0 delay=300"});
+    Session session({.script = "InitBringDown 0 held"});
     open(session, cpuModule);
     session.expectScreen("devices/cpu-CEDAR-en-80x24");
     press(session, 5);
     session.see("Stop this CPU module?");
     session.send(keys::enter);
     session.see("  CPU module 1: Stop ...");
+    session.files().letGo();
     session.see("The device could not be stopped.");
     session.send(keys::enter + keys::backTab + keys::backTab + keys::backTab + keys::backTab
                  + keys::backTab);
@@ -266,12 +269,13 @@ TEST(LongOperation, LeavesTheWindowThatCoversTheHelpLineAsItWas)
 
 TEST(LongOperation, IsShownInJapaneseOnAJapaneseSystem)
 {
-    Session session({.language = "ja_JP.UTF-8", .script = "InitBringDown 0 delay=300"});
+    Session session({.language = "ja_JP.UTF-8", .script = "InitBringDown 0 held"});
     openJapanese(session, pciModule);
     press(session, 5);
     session.see("PCIモジュールを停止します。よろしいですか?");
     session.send(keys::enter);
     session.see("  PCI module 1: 停止 ...");
+    session.files().letGo();
     session.see("┤ Error ├");
     session.seeNot("停止 ...");
 }

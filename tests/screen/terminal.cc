@@ -245,8 +245,7 @@ void Terminal::waitUntilIdle()
         // for a child of the program.
         if (bytesReadBy(child) < readWhenTaken && Clock::now() < takenAtLatest)
             return false;
-        int unread = 0;
-        if (replica >= 0 && ioctl(replica, FIONREAD, &unread) == 0 && unread > 0)
+        if (unread() > 0)
             return false;
         std::ifstream file("/proc/" + std::to_string(child) + "/stat");
         std::string line;
@@ -255,6 +254,12 @@ void Terminal::waitUntilIdle()
         const char state = name == std::string::npos ? 'X' : line.at(name + 2);
         return state != 'R' && state != 'D' && !sleeps(child);
     });
+}
+
+int Terminal::unread() const
+{
+    int bytes = 0;
+    return replica >= 0 && ioctl(replica, FIONREAD, &bytes) == 0 ? bytes : 0;
 }
 
 void Terminal::settle(std::chrono::milliseconds quiet)

@@ -40,6 +40,9 @@ public:
     // Draws what the program writes until it writes nothing for so long.
     void settle(std::chrono::milliseconds quiet);
 
+    // How many bytes of what was sent the program has not taken yet.
+    int unread() const;
+
     void resize(int rows, int columns);
     void hangUp(); // closes the terminal
 

@@ -319,7 +319,7 @@ TEST(Tree, ShowsNamesOfAnyKindWithinItself)
 TEST(Tree, ConvertsANameFromEucForWindowsToo)
 {
     RunOptions options = treeOn("1", "0 1 2 1 0 \xb4\xc1\xbb\xfa\n");
-    options.script += "\nIfSupport 1\nInitBringDown 1 delay=300";
+    options.script += "\nIfSupport 1\nInitBringDown 1 held";
     Session session(options);
     session.see("Exit");
     session.send(space + down + space + down + enter);
@@ -328,6 +328,7 @@ TEST(Tree, ConvertsANameFromEucForWindowsToo)
     session.see("┤ 漢字 ├");
     session.send(enter);
     session.see("  漢字: Stop ...");
+    session.files().letGo();
     session.see("successful");
     session.see("┤ 漢字 ├");
 }

@@ -51,6 +51,11 @@ Workspace::~Workspace()
     fs::remove_all(own);
 }
 
+void Workspace::letGo() const
+{
+    std::ofstream(own / "script.go");
+}
+
 std::vector<std::string> Workspace::command() const
 {
     std::vector<std::string> result = {

@@ -35,6 +35,9 @@ public:
     const std::filesystem::path &directory() const { return own; }
     const std::filesystem::path &stateDirectory() const { return state; }
 
+    // Lets the calls go on that the script has as held.
+    void letGo() const;
+
     // The records of the trace log, of one source or of all, each as "LEVEL FUNCTION TEXT".
     std::vector<std::string> trace(const std::string &source = "") const;
 

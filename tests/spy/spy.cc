@@ -5,11 +5,11 @@
 //
 // YAT_SPY_SCRIPT names the script, a line a rule:
 //
-//     CALL RESULT [text=TEXT] [delay=MS] [at=N]
+//     CALL RESULT [text=TEXT] [delay=MS] [held] [at=N]
 //
 // RESULT is a number, "real" for what the real call answers, or "none" for a function that is not
-// there. TEXT is what the call writes into its text buffer. With at, the rule is for the N-th
-// call only. The first rule that fits counts. A line "tree FILE" makes CreateTreeViewData read its
+// there. TEXT is what the call writes into its text buffer. A call that is held goes on when there
+// is a file SCRIPT.go. With at, the rule is for the N-th call only. The first rule that fits counts. A line "tree FILE" makes CreateTreeViewData read its
 // records from a file, see readTree.
 //
 // YAT_SPY_MORE names, separated by blanks, what else goes to the log:
@@ -45,7 +45,8 @@ struct Rule {
     std::string call, result;
     std::optional<std::string> text;
     int delay = 0; // milliseconds
-    int at = 0;    // 0: every call
+    bool isHeld = false;
+    int at = 0; // 0: every call
 };
 
 struct Script {
@@ -74,6 +75,8 @@ const Script &script()
                     break; // the text is the rest of the line
                 if (word.starts_with("delay="))
                     rule.delay = atoi(word.c_str() + 6);
+                if (word == "held")
+                    rule.isHeld = true;
                 if (word.starts_with("at="))
                     rule.at = atoi(word.c_str() + 3);
             }
@@ -142,6 +145,14 @@ bool isMissing(const char *function)
     return false;
 }
 
+void waitFor(const Rule &rule)
+{
+    poll(nullptr, 0, rule.delay); // which keeps the tests from taking it for newt's own sleep
+    const std::string go = std::string(getenv("YAT_SPY_SCRIPT")) + ".go";
+    while (rule.isHeld && access(go.c_str(), F_OK) != 0)
+        poll(nullptr, 0, 5);
+}
+
 // Answers a call: by its rule, else really. Text goes into the buffer, if there is one.
 template <class Real>
 int answer(const char *call, const std::string &arguments, Real real, char *buffer = nullptr)
@@ -149,7 +160,7 @@ int answer(const char *call, const std::string &arguments, Real real, char *buff
     const Rule *rule = ruleFor(call);
     int result;
     if (rule)
-        poll(nullptr, 0, rule->delay); // which keeps the tests from taking it for newt's own sleep
+        waitFor(*rule);
     if (rule && rule->result != "real") {
         result = atoi(rule->result.c_str());
         if (buffer && rule->text)
