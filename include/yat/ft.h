@@ -94,14 +94,15 @@ static_assert(offsetof(struct yat_ft_functions, Linux_ConvertDataToInt) == 72,
               "function table layout");
 
 /* Opens the interface: loads <root>/lib/yatcore.dll (see yat/platform.h) and fills
- * yat_ft_func. Returns 1, also when the interface is open already; 0 when there is no
- * such object, when it is not a platform, when its table has gaps, or when it refuses:
+ * yat_ft_func. Returns what the platform says, 1 as a rule and never 0; 1 when the
+ * interface is open already; 0 when there is no such object, when it is not a platform, when its table has gaps, or when it refuses:
  * then yat_ft_func is empty and the reason is in the trace log. */
 YAT_API int ft_FunctionInit(void);
 
-/* Closes the interface: empties yat_ft_func and unloads the platform. Returns 1, or 0
- * when the interface is not open. Records from CreateTreeViewData must have been freed
- * before. */
+/* Closes the interface: empties yat_ft_func and unloads the platform. Returns what the
+ * platform says, 1 for success; 0 when the interface is not open, or when the platform
+ * can't be unloaded. It is closed in any case. Records from CreateTreeViewData must have
+ * been freed before. */
 YAT_API int ft_FunctionRelease(void);
 
 /* Reads the machine's devices.
@@ -141,8 +142,8 @@ YAT_API int StatusChange(int kind, int number, int code, char *text);
  *     Ethernet    31, 32
  *
  * The record is one from CreateTreeViewData. A code that does not belong to the
- * operation and the record's class is refused. A refused or failed operation changes
- * nothing. */
+ * operation and the record's class is refused, and so is a null pointer. A refused or
+ * failed operation changes nothing. */
 
 /* Returns non-zero when the machine supports the operation on this device now, else 0.
  *

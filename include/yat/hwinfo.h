@@ -12,7 +12,7 @@ extern "C" {
 #endif
 
 /* Asks the machine's baseboard management controller who it is: the one of a simulated
- * machine or, where the configuration names the machine "hardware", the one behind the
+ * machine as its description says or, where the configuration names the machine "hardware", the one behind the
  * kernel's /dev/ipmi0. That needs the kernel modules ipmi_msghandler, ipmi_devintf and
  * ipmi_si, and the right to read and write the device.
  *

@@ -13,20 +13,24 @@ extern "C" {
 #endif
 
 #define YAT_PLATFORM_MAGIC 0x50544159u /* "YATP" in memory */
-#define YAT_PLATFORM_VERSION 1u
+#define YAT_PLATFORM_VERSION 2u
 #define YAT_PLATFORM_SYMBOL "YatPlatform"
 
 struct yat_platform {
     uint32_t magic;   /* YAT_PLATFORM_MAGIC */
     uint32_t version; /* YAT_PLATFORM_VERSION */
     uint64_t size;    /* sizeof(struct yat_platform) */
-    /* Called once after loading; 0 refuses to open, having undone whatever it did. Called
-     * with the interface closed, so it must not use the calls of yat/ft.h. */
+    /* Called once after loading; 0 refuses to open, having undone whatever it did, any other
+     * value is what ft_FunctionInit returns. Called with the interface closed, so it must not
+     * use the calls of yat/ft.h. */
     int (*open)(void);
-    /* Called once before unloading. */
-    void (*close)(void);
+    /* Called once before unloading, which happens whatever it returns; ft_FunctionRelease
+     * returns the same. */
+    int (*close)(void);
     /* The functions, with the conventions of yat/ft.h; the handle is null. None may be
-     * missing. */
+     * missing. The operations, PutBBDriverSettings among them, get null pointers as their
+     * callers gave them, to refuse them and write them down; the others get none but for
+     * detail. */
     struct yat_ft_functions functions;
 };
 

@@ -54,7 +54,8 @@ int ft_FunctionInit(void)
     const auto *platform =
         static_cast<const yat_platform *>(dlsym(handle, YAT_PLATFORM_SYMBOL));
     const char *fault = platformFault(platform);
-    if (!fault && platform->open() == 0)
+    const int opened = fault ? 0 : platform->open();
+    if (!fault && opened == 0)
         fault = "it refuses to open";
     if (fault) {
         TRACE_ERROR("%s is no platform to use: %s", path.c_str(), fault);
@@ -64,7 +65,7 @@ int ft_FunctionInit(void)
     loadedPlatform = platform;
     yat_ft_func = platform->functions;
     yat_ft_func.handle = handle;
-    return 1;
+    return opened;
 }
 
 int ft_FunctionRelease(void)
@@ -72,10 +73,10 @@ int ft_FunctionRelease(void)
     if (!loadedPlatform)
         return 0;
     void *handle = yat_ft_func.handle;
-    loadedPlatform->close();
+    const int closed = loadedPlatform->close();
     loadedPlatform = nullptr;
     yat_ft_func = {};
-    return handle && dlclose(handle) == 0 ? 1 : 0;
+    return handle && dlclose(handle) == 0 ? closed : 0;
 }
 
 int CreateTreeViewData(yat_device **root)
@@ -107,31 +108,27 @@ int IfSupport(yat_device *device, int code, int *detail)
 
 int ClearMTBF(yat_device *device, int code)
 {
-    return device && yat_ft_func.clear_mtbf ? yat_ft_func.clear_mtbf(device, code) : 0;
+    return yat_ft_func.clear_mtbf ? yat_ft_func.clear_mtbf(device, code) : 0;
 }
 
 int InitBringUp(yat_device *device, int code)
 {
-    return device && yat_ft_func.bring_up ? yat_ft_func.bring_up(device, code) : 0;
+    return yat_ft_func.bring_up ? yat_ft_func.bring_up(device, code) : 0;
 }
 
 int InitBringDown(yat_device *device, int code)
 {
-    return device && yat_ft_func.bring_down ? yat_ft_func.bring_down(device, code) : 0;
+    return yat_ft_func.bring_down ? yat_ft_func.bring_down(device, code) : 0;
 }
 
 int SetMtbfType(yat_device *device, int code, const char *type)
 {
-    return device && type && yat_ft_func.set_mtbf_type
-               ? yat_ft_func.set_mtbf_type(device, code, type)
-               : 0;
+    return yat_ft_func.set_mtbf_type ? yat_ft_func.set_mtbf_type(device, code, type) : 0;
 }
 
 int BurnFirmware(yat_device *device, int code, const char *mode)
 {
-    return device && mode && yat_ft_func.burn_firmware
-               ? yat_ft_func.burn_firmware(device, code, mode)
-               : 0;
+    return yat_ft_func.burn_firmware ? yat_ft_func.burn_firmware(device, code, mode) : 0;
 }
 
 int GetBBDriverSettings(int kind, int object, int index, int *value)
@@ -143,7 +140,5 @@ int GetBBDriverSettings(int kind, int object, int index, int *value)
 
 int PutBBDriverSettings(int kind, int object, int index, int *value)
 {
-    return value && yat_ft_func.put_setting
-               ? yat_ft_func.put_setting(kind, object, index, value)
-               : 0;
+    return yat_ft_func.put_setting ? yat_ft_func.put_setting(kind, object, index, value) : 0;
 }

@@ -1,20 +1,34 @@
 // The BMC of a simulated machine.
 #include "hwinfo/bmc.h"
-#include "sim/description.h"
+#include "sim/store.h"
+#include "sim/words.h"
+
+#include <sstream>
 
 namespace hwinfo {
 
-Answer askDescription(const std::string &file)
-{
-    std::vector<sim::Mistake> mistakes;
-    const sim::Description description = sim::readDescription(file, mistakes);
+Answer askSimulated()
+try {
     Answer answer;
-    for (const sim::Mistake &mistake : mistakes)
-        answer.problems.push_back(sim::toString(mistake, file));
-    if (mistakes.empty() && description.bmcResponse.empty())
-        answer.problems.push_back(file + ": no 'response' in [bmc], so this machine has no BMC");
-    if (answer.problems.empty())
-        answer.bytes = description.bmcResponse;
+    sim::Store store = sim::configuredStore();
+    sim::look(store, "YATGetDeviceID", [&](const sim::Machine &machine, const auto &injection) {
+        answer.bytes = machine.description->bmcResponse;
+        if (injection && injection->text)
+            answer.bytes = sim::bytesOf(*injection->text).value_or(answer.bytes);
+        if (injection)
+            answer.result = injection->result;
+        if (answer.result == 0)
+            answer.problems.push_back("injected: 0");
+        else if (answer.bytes.empty())
+            answer.problems.push_back("no 'response' in [bmc] of the machine's description, so it "
+                                      "has no BMC");
+    });
+    return answer;
+} catch (const sim::StoreProblem &problem) {
+    Answer answer;
+    std::istringstream lines(problem.what());
+    for (std::string line; std::getline(lines, line);)
+        answer.problems.push_back(line);
     return answer;
 }
 

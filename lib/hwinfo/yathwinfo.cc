@@ -17,7 +17,7 @@ hwinfo::Answer askMachine()
     if (const std::string mistake = yat::configurationMistake(); !mistake.empty())
         return {.bytes = {}, .problems = {mistake}};
     return yat::machineIsHardware() ? hwinfo::askDriver(device, limit)
-                                    : hwinfo::askDescription(yat::descriptionFile());
+                                    : hwinfo::askSimulated();
 }
 
 } // namespace
@@ -32,16 +32,17 @@ try {
         return 0;
     }
     hwinfo::Answer answer = askMachine();
-    hwinfo::DeviceId deviceId;
+    hwinfo::DeviceId deviceId{};
     if (answer.problems.empty())
         if (const std::string problem = hwinfo::interpret(answer.bytes, deviceId); !problem.empty())
             answer.problems.push_back(problem);
     for (const std::string &problem : answer.problems)
         TRACE(YAT_TRACE_ERROR, "%s", problem.c_str());
-    if (answer.problems.empty())
+    const int result = answer.result.value_or(answer.problems.empty() ? 1 : 0);
+    if (result != 0)
         std::ranges::copy(deviceId, response);
     TRACE(YAT_TRACE_PROGRESS, "<");
-    return answer.problems.empty() ? 1 : 0;
+    return result;
 } catch (const std::exception &problem) {
     TRACE(YAT_TRACE_ERROR, "%s", problem.what());
     return 0;

@@ -683,8 +683,10 @@ Refusal check(const Machine &machine, Verb verb, DeviceId id, int code)
 Refusal apply(Machine &machine, const Operation &operation)
 {
     if (operation.verb == Verb::putSetting)
-        return putSetting(machine, operation.code, operation.argument);
-    if (operation.verb == Verb::set && operation.device == DeviceId())
+        return operation.device == wholeMachine
+                   ? putSetting(machine, operation.code, operation.argument)
+                   : Refusal::unknownDevice;
+    if (operation.verb == Verb::set && operation.device == wholeMachine)
         return set(machine, nullptr, operation.argument);
     const Refusal refusal = check(machine, operation.verb, operation.device, operation.code);
     if (refusal != Refusal::none)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "sim/description.h"
+#include "yat/device.h"
 
 #include <compare>
 #include <memory>
@@ -17,6 +18,8 @@ struct DeviceId {
     int number = 0;
     auto operator<=>(const DeviceId &) const = default;
 };
+
+constexpr DeviceId wholeMachine = {YAT_CLASS_GENERAL, 1};
 
 struct Device {
     DeviceId id;
@@ -70,7 +73,7 @@ enum class Verb {
 
 struct Operation {
     Verb verb = Verb::clearMtbf;
-    DeviceId device{};      // none for the whole machine
+    DeviceId device = wholeMachine;
     int code = 0;           // the operation code of a call on a device, or the kind of a setting
     std::string argument{}; // see apply
 };

@@ -11,8 +11,12 @@ namespace sim {
 
 // Who asks for an operation, for the journal.
 struct Asker {
-    std::string user, terminal;
+    std::string user, terminal; // "" for no terminal
 };
+
+// The user of this process; the terminal of its standard input or, when that is none, the one that
+// controls the process.
+Asker whoAsks();
 
 // Makes the file from a description, whole or not at all, unless there is a file of that name.
 // True when it was made.

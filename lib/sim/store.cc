@@ -4,22 +4,23 @@
 #include "common/paths.h"
 #include "sim/words.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace sim {
 
 const std::vector<std::string> injectableCalls = {
-    "ft_FunctionInit", "CreateTreeViewData",  "FreeTreeViewData",
-    "call_yat_is_ft",  "yat_ft_get_property", "Linux_ConvertDataToInt",
-    "StatusChange",    "IfSupport",           "ClearMTBF",
-    "InitBringUp",     "InitBringDown",       "SetMtbfType",
-    "BurnFirmware",    "GetBBDriverSettings", "PutBBDriverSettings",
+    "ft_FunctionInit",     "ft_FunctionRelease",  "CreateTreeViewData",
+    "FreeTreeViewData",    "call_yat_is_ft",      "yat_ft_get_property",
+    "Linux_ConvertDataToInt", "StatusChange",     "IfSupport",
+    "ClearMTBF",           "InitBringUp",         "InitBringDown",
+    "SetMtbfType",         "BurnFirmware",        "GetBBDriverSettings",
+    "PutBBDriverSettings", "YATGetDeviceID",
 };
 
 namespace {
@@ -167,24 +168,35 @@ std::string argumentOf(const Injection &injection)
     return result;
 }
 
-// What changes no device, but has its place in the journal.
-void note(Store &store, const std::string &operation, const std::string &argument,
-          const std::function<void()> &work)
+// What changes no device, but has its place in the journal, which lacks the times only.
+void note(Store &store, JournalRow row, const std::function<void()> &work)
 {
     inTransaction(store, [&] {
         const Turn turn = begin(store);
         work();
         end(store, turn);
-        writeJournal(*store.database, store.asker,
-                     {.simulated = turn.machine.now,
-                      .real = turn.real,
-                      .operation = operation,
-                      .argument = argument,
-                      .result = "done"});
+        row.simulated = turn.machine.now;
+        row.real = turn.real;
+        writeJournal(*store.database, store.asker, row);
     });
 }
 
 // ---- Another machine
+
+// The description for an operation, which is refused when there is a mistake in it.
+Source readSourceFor(Store &store, const std::string &operation, const std::string &file)
+try {
+    return readSource(file);
+} catch (const StoreProblem &problem) {
+    try {
+        refuse(store, {.operation = operation,
+                       .argument = std::filesystem::absolute(file).string(),
+                       .result = problem.what()});
+    } catch (const StoreProblem &) {
+        // The mistake is what the user has to know.
+    }
+    throw;
+}
 
 void replaceMachine(Store &store, const Source &source, bool keepsClock,
                     const std::string &operation)
@@ -220,14 +232,6 @@ std::string nameOfPath(const std::string &path)
 }
 
 } // namespace
-
-Asker whoAsks()
-{
-    const passwd *user = getpwuid(getuid());
-    const char *terminal = ttyname(STDIN_FILENO);
-    return {.user = user ? user->pw_name : std::to_string(getuid()),
-            .terminal = terminal ? terminal : ""};
-}
 
 Store configuredStore()
 {
@@ -301,7 +305,7 @@ Outcome perform(Store &store, const Operation &operation)
 
 void inject(Store &store, const Injection &injection)
 {
-    note(store, "inject", argumentOf(injection), [&] {
+    note(store, {.operation = "inject", .argument = argumentOf(injection), .result = "done"}, [&] {
         store.database->run(
             "INSERT INTO injection (call, result, times, delay, text) VALUES (?, ?, ?, ?, ?)",
             injection.call, injection.result, injection.times, injection.delay, injection.text);
@@ -310,8 +314,15 @@ void inject(Store &store, const Injection &injection)
 
 void clearInjections(Store &store, const std::string &call)
 {
-    note(store, "inject", call + " off",
+    note(store, {.operation = "inject", .argument = call + " off", .result = "done"},
          [&] { store.database->run("DELETE FROM injection WHERE call = ?", call); });
+}
+
+void refuse(Store &store, JournalRow row)
+{
+    row.result = "refused: " + row.result;
+    std::ranges::replace(row.result, '\n', ';');
+    note(store, row, [] {});
 }
 
 std::vector<Injection> injections(Store &store)
@@ -328,12 +339,12 @@ std::vector<Injection> injections(Store &store)
 
 void resetMachine(Store &store)
 {
-    replaceMachine(store, readSource(store.descriptionFile), false, "reset");
+    replaceMachine(store, readSourceFor(store, "reset", store.descriptionFile), false, "reset");
 }
 
 void importMachine(Store &store, const std::string &file)
 {
-    Source source = readSource(file);
+    Source source = readSourceFor(store, "import", file);
     source.file = std::filesystem::absolute(file).string(); // it is told elsewhere later
     replaceMachine(store, source, true, "import");
 }

@@ -17,8 +17,6 @@
 
 namespace sim {
 
-Asker whoAsks(); // the user of this process and the terminal of its standard input
-
 struct Store {
     std::string file;            // NAME.db
     std::string descriptionFile; // what a machine is made from that has no state yet
@@ -38,7 +36,7 @@ Store configuredStore();
 // there is none. True when it was made.
 bool openStore(Store &store);
 
-// What a call of yat/ft.h is to do instead of what it does.
+// What a call of yat/ft.h or yat/hwinfo.h is to do instead of what it does.
 struct Injection {
     std::string call{};
     std::optional<int> result{}; // none: what the call answers really
@@ -60,6 +58,10 @@ struct Outcome {
     std::optional<int> injected;
 };
 Outcome perform(Store &store, const Operation &operation);
+
+// Puts an operation that was refused before it came to the machine into the journal. The row has
+// the reason as its result, and no times.
+void refuse(Store &store, JournalRow row);
 
 // The calls that injections can be for.
 extern const std::vector<std::string> injectableCalls;

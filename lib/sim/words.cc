@@ -3,10 +3,13 @@
 #include "yat/ft.h"
 
 #include <algorithm>
+#include <charconv>
 #include <strings.h>
 
-namespace sim {
-namespace {
+namespace sim
+{
+namespace
+{
 
 struct StateWords {
     State state;
@@ -163,6 +166,26 @@ std::string_view nameOf(Refusal refusal)
     return textOf(refusal, refusalNames);
 }
 
+std::optional<std::vector<uint8_t>> bytesOf(const std::string &text)
+{
+    constexpr size_t mostBytes = 16;
+    std::vector<uint8_t> bytes;
+    size_t at = 0;
+    while ((at = text.find_first_not_of(" ,", at)) != std::string::npos) {
+        const size_t end = std::min(text.find_first_of(" ,", at), text.size());
+        const bool isHexadecimal = text.compare(at, 2, "0x") == 0;
+        const char *last = text.data() + end;
+        uint8_t byte = 0;
+        const auto [rest, error] = std::from_chars(text.data() + at + (isHexadecimal ? 2 : 0), last,
+                                                   byte, isHexadecimal ? 16 : 10);
+        if (error != std::errc() || rest != last || bytes.size() == mostBytes)
+            return {};
+        bytes.push_back(byte);
+        at = end;
+    }
+    return bytes.empty() ? std::nullopt : std::optional(bytes);
+}
+
 std::optional<State> stateNamed(std::string_view name)
 {
     for (const StateWords &words : stateWords)
@@ -183,12 +206,12 @@ std::optional<Verb> verbNamed(std::string_view name)
 
 std::string nameOf(DeviceId id)
 {
+    if (id == wholeMachine)
+        return {};
     for (const ClassName &named : classNames)
         if (named.classCode == id.classCode)
             return std::string(named.name) + std::to_string(id.number);
-    return id == DeviceId()
-               ? std::string()
-               : "class" + std::to_string(id.classCode) + "/" + std::to_string(id.number);
+    return "class" + std::to_string(id.classCode) + "/" + std::to_string(id.number);
 }
 
 const Device *deviceNamed(const Machine &machine, std::string_view name)

@@ -20,11 +20,15 @@ std::string_view nameOf(Bios bios);
 std::string_view nameOf(Verb verb); // of a call as yat/ft.h has it, of others as yatsim has it
 std::string_view nameOf(Refusal refusal); // a reason to read: "the module is not stopped"
 
+// Bytes as a list of 1 to 16 numbers from 0 to 255, with blanks or commas between them, 0x before
+// hexadecimal ones; nothing for another text.
+std::optional<std::vector<uint8_t>> bytesOf(const std::string &text);
+
 std::optional<State> stateNamed(std::string_view name);
 std::optional<Bios> biosNamed(std::string_view name);
 std::optional<Verb> verbNamed(std::string_view name);
 
-// "cpu1", "pci2", "scsi1", "ethernet3"; "" for the whole machine.
+// "cpu1", "pci2", "scsi1", "ethernet3"; "" for the whole machine; "class7/1" for what is no device.
 std::string nameOf(DeviceId id);
 
 // The device of that short name ("eth3" will do) or display name, whatever its case.

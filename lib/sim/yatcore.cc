@@ -94,9 +94,10 @@ try {
 
 // ---- Devices, properties, state
 
+// What is no device is refused like one that there is not.
 DeviceId idOf(const yat_device *device)
 {
-    return device->identity ? DeviceId{device->identity->ClassCode, device->identity->Instance}
+    return device && device->identity ? DeviceId{device->identity->ClassCode, device->identity->Instance}
                             : DeviceId();
 }
 
@@ -293,28 +294,23 @@ int bringDown(yat_device *device, int code)
 
 int setMtbfType(yat_device *device, int code, const char *type)
 {
-    return operate({Verb::setMtbfType, idOf(device), code, type});
+    return operate({Verb::setMtbfType, idOf(device), code, type ? type : ""});
 }
 
 int burnFirmware(yat_device *device, int code, const char *mode)
 {
-    return operate({Verb::burnFirmware, idOf(device), code, mode});
+    return operate({Verb::burnFirmware, idOf(device), code, mode ? mode : ""});
 }
 
 // ---- Settings
 
 constexpr int readAsOn = 2, readAsOff = 0;
 
-bool isWholeMachine(int object, int index)
-{
-    return object == YAT_CLASS_GENERAL && index == 1;
-}
-
 int getSetting(int kind, int object, int index, int *value)
 {
     int result = 0;
     look(store(), "GetBBDriverSettings", [&](const Machine &machine, const auto &injection) {
-        const bool known = isWholeMachine(object, index)
+        const bool known = DeviceId{object, index} == wholeMachine
                            && (kind == YAT_SETTING_AUTO_BURN || kind == YAT_SETTING_AUTO_BRING_UP);
         const bool isOn = kind == YAT_SETTING_AUTO_BURN ? machine.automaticFirmwareUpdate
                                                         : machine.automaticModuleStart;
@@ -327,11 +323,10 @@ int getSetting(int kind, int object, int index, int *value)
 
 int putSetting(int kind, int object, int index, int *value)
 {
-    constexpr int noSetting = 0;
     return operate({Verb::putSetting,
-                    {},
-                    isWholeMachine(object, index) ? kind : noSetting,
-                    std::to_string(*value)});
+                    {object, index},
+                    kind,
+                    value ? std::to_string(*value) : std::string()});
 }
 
 // ---- Opening and closing
@@ -367,10 +362,12 @@ try {
     return 1; // the calls will fail that need the machine
 }
 
-void closePlatform()
+int closePlatform()
 {
+    const int result = resultOf(injectionFor("ft_FunctionRelease"), 1);
     complaints.tell();
     openedStore.reset();
+    return result;
 }
 
 // No exception leaves the platform: whatever a call ran out of makes it fail.
@@ -396,7 +393,7 @@ const yat_platform YatPlatform = {
     .version = YAT_PLATFORM_VERSION,
     .size = sizeof(struct yat_platform),
     .open = openPlatform,
-    .close = closePlatform,
+    .close = Guarded<closePlatform, 0>::run,
     .functions =
         {
             .handle = nullptr,

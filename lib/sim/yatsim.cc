@@ -57,15 +57,30 @@ std::string list(const std::vector<std::string> &words)
     return result;
 }
 
-const Device &deviceOf(const Machine &machine, const std::string &name)
+std::string noDevice(const Machine &machine, const std::string &name)
 {
-    const Device *device = deviceNamed(machine, name);
-    if (device)
-        return *device;
     std::vector<std::string> known;
     for (const Device &each : machine.devices)
         known.push_back(nameOf(each.id));
-    throw Failure("no device '" + name + "', expected one of " + list(known));
+    return "no device '" + name + "', expected one of " + list(known);
+}
+
+// Tells what is wrong with an operation that doesn't come to the machine, and puts it into the
+// journal, with the reason as the result of the row.
+[[noreturn]] void refuseAndFail(Store &store, const JournalRow &row, const std::string &mistake)
+{
+    refuse(store, row);
+    throw Failure(mistake);
+}
+
+// The device of an operation, of which the row has all but the result.
+DeviceId deviceFor(Store &store, JournalRow row)
+{
+    const Machine machine = look(store);
+    if (const Device *device = deviceNamed(machine, row.device))
+        return device->id;
+    row.result = nameOf(Refusal::unknownDevice);
+    refuseAndFail(store, row, noDevice(machine, row.device));
 }
 
 void performOrFail(Store &store, const Operation &operation)
@@ -82,7 +97,10 @@ void init(const Request &)
 {
     Store store = simulatedStore();
     if (!openStore(store))
-        throw Failure(store.file + " is there already; 'yatsim reset' makes it anew");
+        refuseAndFail(
+            store,
+            {.operation = "init", .argument = store.descriptionFile, .result = "it is there already"},
+            store.file + " is there already; 'yatsim reset' makes it anew");
 }
 
 void listDevices(const Request &request)
@@ -99,15 +117,20 @@ void show(const Request &request)
         return;
     }
     const Machine machine = look(store);
-    reportDevice(machine, deviceOf(machine, request.words[0]), request.form());
+    const Device *device = deviceNamed(machine, request.words[0]);
+    if (!device)
+        throw Failure(noDevice(machine, request.words[0]));
+    reportDevice(machine, *device, request.form());
 }
 
 template <Verb verb> void act(const Request &request)
 {
     Store store = simulatedStore();
-    const DeviceId device = deviceOf(look(store), request.words[0]).id;
-    performOrFail(
-        store, {.verb = verb, .device = device, .argument = request.permanent ? "permanent" : ""});
+    const std::string argument = request.permanent ? "permanent" : "";
+    const DeviceId device = deviceFor(store, {.device = request.words[0],
+                                              .operation = std::string(nameOf(verb)),
+                                              .argument = argument});
+    performOrFail(store, {.verb = verb, .device = device, .argument = argument});
 }
 
 std::optional<int> toNumber(const std::string &text)
@@ -118,24 +141,39 @@ std::optional<int> toNumber(const std::string &text)
     return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
-void injectCall(const Request &request)
+// What is wrong with an injection; empty for nothing.
+std::string mistakeIn(const Request &request)
 {
     const std::string &call = request.words[0], &result = request.words[1];
     if (std::ranges::find(injectableCalls, call) == injectableCalls.end())
-        throw Failure("no call '" + call + "', expected one of " + list(injectableCalls));
-    const auto number = toNumber(result);
-    if (!number && result != "real" && result != "off")
-        throw Failure("wrong result '" + result + "', expected a number of 32 bits, 'real' or "
-                      "'off'");
+        return "no call '" + call + "', expected one of " + list(injectableCalls);
+    if (!toNumber(result) && result != "real" && result != "off")
+        return "wrong result '" + result + "', expected a number of 32 bits, 'real' or 'off'";
     if (result == "off" && (request.times || request.delay || request.text))
-        throw Failure("--times, --delay and --text go with a result, not with 'off'");
+        return "--times, --delay and --text go with a result, not with 'off'";
+    if (call == "YATGetDeviceID" && request.text && !bytesOf(*request.text))
+        return "wrong text '" + *request.text
+               + "' for YATGetDeviceID, expected 1 to 16 numbers from 0 to 255, 0x before "
+                 "hexadecimal ones";
+    return {};
+}
+
+void injectCall(const Request &request)
+{
+    const std::string &call = request.words[0], &result = request.words[1];
     Store store = simulatedStore();
+    if (const std::string mistake = mistakeIn(request); !mistake.empty())
+        refuseAndFail(store,
+                      {.operation = "inject",
+                       .argument = call + " " + result,
+                       .result = std::string(nameOf(Refusal::wrongArgument))},
+                      mistake);
     if (result == "off") {
         clearInjections(store, call);
         return;
     }
     const Injection injection{.call = call,
-                              .result = number,
+                              .result = toNumber(result),
                               .times = request.times.value_or(1),
                               .delay = request.delay.value_or(0),
                               .text = request.text};
@@ -149,18 +187,22 @@ void set(const Request &request)
     const size_t dot = name.rfind('.');
     const bool ofDevice = dot != std::string::npos;
     const std::string key = ofDevice ? name.substr(dot + 1) : name;
+    JournalRow row = {.device = ofDevice ? name.substr(0, dot) : "",
+                      .operation = std::string(nameOf(Verb::set)),
+                      .argument = key + "=" + value};
+    Store store = simulatedStore();
     const auto known = std::ranges::find_if(
         setKeys, [&](const SetKey &each) { return each.key == key && each.ofDevice == ofDevice; });
     if (known == std::end(setKeys)) {
         std::vector<std::string> keys;
         for (const SetKey &each : setKeys)
             keys.push_back((each.ofDevice ? "DEVICE." : "") + std::string(each.key));
-        throw Failure("no key '" + name + "', expected one of " + list(keys));
+        row.result = nameOf(Refusal::wrongArgument);
+        refuseAndFail(store, row, "no key '" + name + "', expected one of " + list(keys));
     }
-    Store store = simulatedStore();
-    const DeviceId device = ofDevice ? deviceOf(look(store), name.substr(0, dot)).id : DeviceId();
+    const DeviceId device = ofDevice ? deviceFor(store, row) : wholeMachine;
     const Outcome outcome =
-        perform(store, {.verb = Verb::set, .device = device, .argument = key + "=" + value});
+        perform(store, {.verb = Verb::set, .device = device, .argument = row.argument});
     if (outcome.refusal == Refusal::wrongArgument)
         throw Failure("wrong value '" + value + "' for " + name + ", expected " + known->values);
     if (outcome.refusal != Refusal::none)
@@ -346,7 +388,7 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
         app.add_option("--delay", request.delay, "The call takes so many milliseconds more")
             ->type_name("MS")
             ->check(between(0, 86'400'000));
-        app.add_option("--text", request.text, "What the call gives: a text, or a number")
+        app.add_option("--text", request.text, "What the call gives: a text, or numbers")
             ->type_name("TEXT");
     }
     app.footer(command.more);

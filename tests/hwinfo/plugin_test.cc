@@ -93,9 +93,10 @@ protected:
         return records;
     }
 
-    // A description like CEDAR's with another line for the answer.
+    // A description like CEDAR's with another line for the answer, of a machine that is made anew.
     std::string describe(const std::string &line)
     {
+        fs::remove_all(directory.path / "machines");
         const fs::path file = directory.path / "machine.toml";
         const std::string cedar = contentsOf(stage / "data/machines/CEDAR.toml");
         const std::regex answer("\nresponse = [^\n]*");
@@ -179,7 +180,8 @@ TEST_F(PluginTest, FailsWhereTheDescriptionIsWrong)
             records[1], std::regex("1 YATGetDeviceID " + file + ":10: .*response.*" + bytes)))
             << records[1];
     }
-    expectFailure(describe(""), file + ": no 'response' in [bmc], so this machine has no BMC");
+    expectFailure(describe(""), "no 'response' in [bmc] of the machine's description, so it has no "
+                                "BMC");
 }
 
 TEST_F(PluginTest, TellsEveryMistakeOfADescription)
@@ -193,7 +195,6 @@ TEST_F(PluginTest, TellsEveryMistakeOfADescription)
 TEST_F(PluginTest, TakesNoAnswerFromADescriptionWithAMistakeElsewhere)
 {
     const std::string file = describe("response = [0, 1, 2, 3, 4]\nanswer = 7");
-    EXPECT_TRUE(hwinfo::askDescription(file).bytes.empty());
     expectFailure(file, file + ":11: unknown key 'answer' in [bmc], expected response");
 }
 

@@ -70,10 +70,10 @@ Operation anyOperation(const Machine &machine)
     operation.device = *anyDevice(machine);
     operation.code = supportCode(operation.verb, operation.device.classCode) + 1;
     if (operation.verb == Verb::putSetting) {
-        operation.device = {};
+        operation.device = *rc::gen::weightedElement<DeviceId>({{9, wholeMachine}, {1, {}}});
         operation.code = *rc::gen::inRange(1, 5);
     } else if (operation.verb == Verb::set && *rc::gen::inRange(0, 3) == 0) {
-        operation.device = {};
+        operation.device = wholeMachine;
     } else if (*rc::gen::inRange(0, 20) == 0) {
         operation.code = *rc::gen::inRange(0, 40);
     }

@@ -235,7 +235,7 @@ Act anyCall(const Description &machine, const std::function<int(int)> &below)
     case Verb::setMtbfType: operation.argument = anyOf({"0", "1", "2", "3"}, below); break;
     case Verb::burnFirmware: operation.argument = anyOf({"FWCOPY", "FWBURN"}, below); break;
     case Verb::putSetting:
-        operation.device = {};
+        operation.device = wholeMachine;
         operation.code = 2 + below(2);
         operation.argument = anyOf({"0", "1"}, below);
         break;

@@ -3,6 +3,7 @@
 #include "sim/words.h"
 
 #include <algorithm>
+#include <map>
 #include <sstream>
 
 using namespace sim;
@@ -62,16 +63,34 @@ bool tookPairDown(const Machine &before, const Machine &after)
     return false;
 }
 
+// A name out of the journal.
+DeviceId idOf(const Machine &machine, const std::string &name)
+{
+    DeviceId id;
+    if (name.empty())
+        return wholeMachine;
+    if (const Device *device = deviceNamed(machine, name))
+        return device->id;
+    for (const auto &[classCode, format] : std::map<int, const char *>{
+             {YAT_CLASS_CPU_MODULE, "cpu%d"},
+             {YAT_CLASS_PCI_MODULE, "pci%d"},
+             {YAT_CLASS_SCSI_ADAPTER, "scsi%d"},
+             {YAT_CLASS_ETHERNET_ADAPTER, "ethernet%d"}})
+        if (sscanf(name.c_str(), format, &id.number) == 1)
+            return {classCode, id.number};
+    sscanf(name.c_str(), "class%d/%d", &id.classCode, &id.number);
+    return id;
+}
+
 std::string carryOut(Replay &replay, const JournalRow &row, Verb verb)
 {
     if (const auto injection = isOperation(row.operation) ? takeInjection(replay, row.operation)
                                                           : std::nullopt;
         injection && injection->result)
         return "injected: " + std::to_string(*injection->result);
-    const Device *device = deviceNamed(replay.machine, row.device);
     const Machine before = replay.machine;
     const Refusal refusal = apply(replay.machine, {.verb = verb,
-                                                   .device = device ? device->id : DeviceId(),
+                                                   .device = idOf(replay.machine, row.device),
                                                    .code = row.code,
                                                    .argument = row.argument});
     if (verb <= Verb::putSetting && tookPairDown(before, replay.machine))
@@ -85,7 +104,9 @@ std::string followRow(Replay &replay, const JournalRow &row, const std::string &
         return "a row is missing before it";
     replay.last = row.id;
     const std::string &operation = row.operation;
-    if (operation == "init" || operation == "reset" || operation == "import") {
+    const bool isRefused = row.result.starts_with("refused: ");
+    const bool makesMachine = operation == "init" || operation == "reset" || operation == "import";
+    if (makesMachine && !isRefused) {
         const std::string file = operation == "import" ? row.argument : descriptionFile;
         replay.machine = makeMachine(readSource(file).description, row.simulated);
         replay.injections.clear();
@@ -94,8 +115,11 @@ std::string followRow(Replay &replay, const JournalRow &row, const std::string &
     if (row.simulated < replay.machine.now)
         return "the clock ran backwards";
     advance(replay.machine, row.simulated);
+    if (makesMachine)
+        return {};
     if (operation == "inject") {
-        followInjection(replay, row);
+        if (!isRefused)
+            followInjection(replay, row);
         return {};
     }
     const auto verb = verbNamed(operation);

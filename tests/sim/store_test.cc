@@ -567,6 +567,44 @@ TEST(MachineClock, GoesOnWhereItWasInTheNextProcess)
     EXPECT_LT(look(stored.store).now, now); // the real time again
 }
 
+namespace {
+
+// The terminal that the journal has of a process whose standard input is that of the terminal, or
+// not.
+std::string terminalOfAsker(const char *terminal, bool atInput)
+{
+    int told[2];
+    EXPECT_EQ(pipe(told), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        setsid();
+        const int own = terminal ? open(terminal, O_RDWR) : -1; // becomes the controlling one
+        dup2(atInput ? own : open("/dev/null", O_RDONLY), STDIN_FILENO);
+        const std::string name = whoAsks().terminal;
+        _exit(write(told[1], name.data(), name.size()) < 0);
+    }
+    close(told[1]);
+    char name[256] = "";
+    const ssize_t length = read(told[0], name, sizeof name);
+    close(told[0]);
+    waitpid(child, nullptr, 0);
+    return std::string(name, static_cast<size_t>(std::max<ssize_t>(length, 0)));
+}
+
+} // namespace
+
+TEST(Journal, NamesTheTerminalWhereverTheInputComesFrom)
+{
+    const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_EQ(grantpt(master), 0);
+    ASSERT_EQ(unlockpt(master), 0);
+    const std::string terminal = ptsname(master);
+    EXPECT_EQ(terminalOfAsker(terminal.c_str(), true), terminal);
+    EXPECT_EQ(terminalOfAsker(terminal.c_str(), false), terminal);
+    EXPECT_EQ(terminalOfAsker(nullptr, false), "");
+    close(master);
+}
+
 // ---- Injections
 
 TEST(Injection, IsTakenOutAsOftenAsItSays)

@@ -21,6 +21,7 @@ Sandbox::Sandbox(const std::string &machine, const std::string &timeScale) : nam
     set("YAT_MACHINE", machine);
     set("YAT_TIME_SCALE", timeScale);
     set("LC_ALL", "C.UTF-8");
+    set("LANGUAGE", ""); // goes before the line above in messages of the system
     set("TZ", "UTC");
 }
 

@@ -421,11 +421,11 @@ TEST_F(Yatsim, InjectsResultsAndTakesThemBack)
     steer("inject IfSupport off");
     EXPECT_EQ(asJson("show").at("injections").size(), 1u);
     expectRefusal("inject Bogus 1",
-                  "no call 'Bogus', expected one of ft_FunctionInit, CreateTreeViewData, "
-                  "FreeTreeViewData, call_yat_is_ft, yat_ft_get_property, "
+                  "no call 'Bogus', expected one of ft_FunctionInit, ft_FunctionRelease, "
+                  "CreateTreeViewData, FreeTreeViewData, call_yat_is_ft, yat_ft_get_property, "
                   "Linux_ConvertDataToInt, StatusChange, IfSupport, ClearMTBF, InitBringUp, "
                   "InitBringDown, SetMtbfType, BurnFirmware, GetBBDriverSettings, "
-                  "PutBBDriverSettings");
+                  "PutBBDriverSettings, YATGetDeviceID");
     for (const std::string result : {"maybe", "1x", "1.5", "2147483648"})
         expectRefusal("inject InitBringUp " + result,
                       "wrong result '" + result
@@ -605,7 +605,7 @@ TEST_F(Yatsim, ExportAsJsonHasTheKeysOfTheDescription)
 TEST_F(Yatsim, ImportOfAWrongDescriptionChangesNothing)
 {
     steer("pull cpu1");
-    const std::string before = steer("export"), journal = steer("journal");
+    const std::string before = steer("export");
     const std::string missing = (sandbox.directory() / "missing.toml").string();
     expectRefusal("import " + missing, missing + ": can't be read: No such file or directory");
     const std::string directory = sandbox.directory().string();
@@ -619,7 +619,51 @@ TEST_F(Yatsim, ImportOfAWrongDescriptionChangesNothing)
         ": wrong value for 'threshold', expected a number from 0 to 876000\n"))
         << result.errors;
     EXPECT_EQ(steer("export"), before);
-    EXPECT_EQ(steer("journal"), journal);
+    const Json rows = Json::parse(steer("journal --json"));
+    ASSERT_EQ(rows.size(), 5u); // all of them were asked for
+    for (const auto &[row, file] : std::map<int, std::string>{{2, missing}, {3, directory}, {4, wrong}}) {
+        EXPECT_EQ(rows[row]["operation"], "import");
+        EXPECT_EQ(rows[row]["argument"], file);
+        EXPECT_TRUE(rows[row]["result"].get<std::string>().starts_with("refused: " + file + ":"));
+    }
+}
+
+// What is asked for and is not to be had is in the journal, too.
+TEST_F(Yatsim, WritesDownWhatItRefusesByItself)
+{
+    struct Refused {
+        const char *arguments;
+        std::string device, operation, argument, reason;
+    };
+    const std::string file = write("own.toml", shipped("CEDAR"));
+    sandbox.set("YAT_MACHINE", file);
+    steer("init");
+    write("own.toml", "type = 1");
+    const Refused cases[] = {
+        {"init", "", "init", file, "it is there already"},
+        {"fail cpu9", "cpu9", "fail", "", "the machine has no such device"},
+        {"fail cpu9 --permanent", "cpu9", "fail", "permanent", "the machine has no such device"},
+        {"pull \"CPU module 7\"", "CPU module 7", "pull", "", "the machine has no such device"},
+        {"set cpu9.mtbf_type 1", "cpu9", "set", "mtbf_type=1", "the machine has no such device"},
+        {"set colour red", "", "set", "colour=red", "wrong value"},
+        {"set cpu1.colour red", "cpu1", "set", "colour=red", "wrong value"},
+        {"set cpu1.mtbf_type 9", "cpu1", "set", "mtbf_type=9", "wrong value"},
+        {"inject Bogus 1", "", "inject", "Bogus 1", "wrong value"},
+        {"inject InitBringUp often", "", "inject", "InitBringUp often", "wrong value"},
+        {"reset", "", "reset", file, file + ":1: missing key"},
+    };
+    for (const Refused &refused : cases) {
+        SCOPED_TRACE(refused.arguments);
+        EXPECT_EQ(yatsim(refused.arguments).status, 1);
+        const Json row = Json::parse(steer("journal --last 1 --json"))[0];
+        EXPECT_EQ(row["device"], refused.device);
+        EXPECT_EQ(row["operation"], refused.operation);
+        EXPECT_EQ(row["argument"], refused.argument);
+        const std::string result = row["result"];
+        EXPECT_TRUE(result.starts_with("refused: " + refused.reason)) << result;
+        EXPECT_EQ(result.find('\n'), std::string::npos);
+    }
+    EXPECT_EQ(Json::parse(steer("journal --json")).size(), 1 + std::size(cases));
 }
 
 // ---- Texts that somebody else wrote

@@ -48,7 +48,10 @@ int setting(int, int, int, int *)
     return 1;
 #endif
 }
-[[maybe_unused]] void close() {}
+[[maybe_unused]] int close()
+{
+    return 1;
+}
 
 } // namespace
 
