@@ -6,8 +6,24 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <optional>
 
 namespace sim {
+namespace {
+
+std::optional<double> scaleOf(const char *text)
+{
+    if (!text || !*text)
+        return 1;
+    double scale = 0;
+    const char *end = text + strlen(text);
+    const auto [rest, error] = std::from_chars(text, end, scale);
+    if (error != std::errc() || rest != end || !(scale >= 0 && scale <= fastest))
+        return {};
+    return scale;
+}
+
+} // namespace
 
 Time simulatedTime(const Clock &clock, Time real)
 {
@@ -31,13 +47,15 @@ Time realTime()
 
 double wantedScale()
 {
+    return scaleOf(secure_getenv("YAT_TIME_SCALE")).value_or(1);
+}
+
+std::string scaleMistake()
+{
     const char *wanted = secure_getenv("YAT_TIME_SCALE");
-    if (!wanted || !*wanted)
-        return 1;
-    double scale = 1;
-    const char *end = wanted + strlen(wanted);
-    const auto [rest, error] = std::from_chars(wanted, end, scale);
-    return error == std::errc() && rest == end && scale >= 0 ? std::min(scale, fastest) : 1;
+    return scaleOf(wanted) ? ""
+                           : "wrong value '" + std::string(wanted)
+                                 + "' for YAT_TIME_SCALE, expected a number from 0 to 1000000";
 }
 
 } // namespace sim

@@ -4,6 +4,8 @@
 
 #include "sim/time.h"
 
+#include <string>
+
 namespace sim {
 
 // What the machine's clock showed at a moment of real time, and how fast it has run since.
@@ -24,6 +26,9 @@ Clock continued(const Clock &clock, Time real, double scale);
 // The system's clock, and the pace that the environment wants (YAT_TIME_SCALE: 1 is real time
 // and the default, 0 stands still).
 Time realTime();
-double wantedScale();
+double wantedScale(); // 1, too, when what the environment says is wrong
+
+// What is wrong with the pace that the environment wants; empty for nothing.
+std::string scaleMistake();
 
 } // namespace sim

@@ -4,11 +4,14 @@
 #include "sim/schema.h"
 #include "sim/tables.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <initializer_list>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -61,6 +64,59 @@ void checkHeader(const std::string &file)
         throw StoreProblem(file
                            + " is damaged or of another program; it is left as it is, move "
                              "it away to begin anew");
+}
+
+// ---- What stands beside it
+
+// The index of the log is looked at from outside only: closing it would take away the locks that a
+// connection of this process has on it.
+constexpr off_t indexUnit = 4096;
+constexpr off_t newIndex = 3; // while SQLite begins one
+
+bool isIndex(const std::string &, const struct stat &status)
+{
+    return status.st_size % indexUnit == 0 || status.st_size == newIndex;
+}
+
+// An empty log begins with zeros, or not at all.
+bool beginsWithOneOf(const std::string &file, std::initializer_list<std::string_view> beginnings)
+{
+    char bytes[8] = "";
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    const ssize_t length = descriptor >= 0 ? read(descriptor, bytes, sizeof bytes) : -1;
+    if (descriptor >= 0)
+        close(descriptor);
+    const std::string_view found(bytes, static_cast<size_t>(std::max<ssize_t>(length, 0)));
+    return found.find_first_not_of('\0') == found.npos
+           || std::ranges::any_of(beginnings, [&](std::string_view beginning) {
+                  return found.starts_with(beginning);
+              });
+}
+
+bool isLog(const std::string &file, const struct stat &)
+{
+    return beginsWithOneOf(file, {"\x37\x7f\x06\x82", "\x37\x7f\x06\x83"});
+}
+
+bool isRollbackJournal(const std::string &file, const struct stat &)
+{
+    return beginsWithOneOf(file, {"\xd9\xd5\x05\xf9\x20\xa1\x63\xd7"});
+}
+
+// SQLite writes over whatever has the name of a log and is none.
+void checkCompanions(const std::string &file)
+{
+    const std::pair<const char *, bool (*)(const std::string &, const struct stat &)> companions[] = {
+        {"-wal", isLog}, {"-shm", isIndex}, {"-journal", isRollbackJournal}};
+    for (const auto &[ending, isRight] : companions) {
+        const std::string companion = file + ending;
+        struct stat status;
+        if (lstat(companion.c_str(), &status) == 0
+            && !(S_ISREG(status.st_mode) && isRight(companion, status)))
+            throw StoreProblem(companion
+                               + " is damaged or of another program; it is left as it is, move it "
+                                 "away to go on without it");
+    }
 }
 
 void checkPages(Database &database)
@@ -188,6 +244,7 @@ bool createStateFile(const std::string &file, const std::string &descriptionFile
 std::unique_ptr<Database> openStateFile(const std::string &file)
 {
     checkHeader(file);
+    checkCompanions(file);
     auto database = std::make_unique<Database>(file, SQLITE_OPEN_READWRITE);
     // Until it is known to be sound, closing it must not write it.
     sqlite3_db_config(database->handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);

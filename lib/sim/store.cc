@@ -235,6 +235,8 @@ std::string nameOfPath(const std::string &path)
 
 Store configuredStore()
 {
+    if (const std::string mistake = scaleMistake(); !mistake.empty())
+        throw StoreProblem(mistake);
     const std::string state = yat::stateDirectory();
     if (state.empty())
         throw StoreProblem("no directory for the state can be written; set YAT_STATE_DIR");

@@ -29,7 +29,8 @@ struct Store {
     KnownDescription description;
 };
 
-// The store of the machine that the product administers, see common/machine.h.
+// The store of the machine that the product administers, see common/machine.h. A mistake in the
+// environment is thrown.
 Store configuredStore();
 
 // Opens the file, which other functions do by themselves, and makes it from the description when

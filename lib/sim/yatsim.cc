@@ -459,7 +459,10 @@ int main(int argc, char **argv)
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--machine", request.machine, "Another machine: a name, or a description's path")
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->check([](const std::string &name) {
+            return name.empty() ? std::string("expected a name, or a description's path") : "";
+        });
     for (const Command &command : commands()) {
         CLI::App *each = app.add_subcommand(command.name, command.help);
         addOptions(*each, request, command);

@@ -363,6 +363,40 @@ TEST(StateFile, ThatCantBeMadeSaysSo)
     EXPECT_FALSE(fs::exists(fs::path(stored.store.file).parent_path()));
 }
 
+TEST(StateFile, BesideOfForeignFilesIsRefusedAndTheyAreLeftAlone)
+{
+    Stored stored;
+    openStore(stored.store);
+    stored.store.database.reset();
+    for (const char *ending : {"-wal", "-shm", "-journal"})
+        for (const std::string text : {"my diary\n", "x"}) {
+            const std::string file = stored.store.file + ending;
+            std::ofstream(file) << text;
+            EXPECT_EQ(problemOf([&] { look(stored.store); }),
+                      file + " is damaged or of another program; it is left as it is, move it away "
+                             "to go on without it");
+            EXPECT_EQ(contents(file), text);
+            fs::remove(file);
+            fs::create_directory(file);
+            EXPECT_NE(problemOf([&] { look(stored.store); }), "");
+            fs::remove(file);
+        }
+    EXPECT_EQ(problemOf([&] { look(stored.store); }), "");
+}
+
+TEST(StateFile, BesideOfEmptyLogsIsTaken)
+{
+    Stored stored;
+    openStore(stored.store);
+    stored.store.database.reset();
+    for (const char *ending : {"-wal", "-shm", "-journal"})
+        for (const size_t size : {0, 4096}) {
+            std::ofstream(stored.store.file + ending) << std::string(size, '\0');
+            EXPECT_EQ(problemOf([&] { look(stored.store); }), "") << ending << " " << size;
+            stored.store.database.reset();
+        }
+}
+
 // ---- Versions
 
 TEST(StateFile, OfTheFirstVersionIsBroughtUpToDate)
@@ -548,11 +582,19 @@ TEST(MachineClock, TakesItsPaceFromTheEnvironment)
     Sandbox sandbox;
     const std::pair<const char *, double> cases[] = {
         {"", 1},   {"0", 0},     {"2.5", 2.5}, {"60", 60}, {"1e3", 1000},
-        {"-1", 1}, {"fast", 1}, {"5x", 1},    {"nan", 1}, {"1e99", fastest},
+        {"1000000", fastest},
     };
     for (const auto &[text, scale] : cases) {
         sandbox.set("YAT_TIME_SCALE", text);
         EXPECT_EQ(wantedScale(), scale) << text;
+        EXPECT_EQ(scaleMistake(), "");
+    }
+    for (const std::string text : {"-1", "fast", "5x", "nan", "inf", "1e99", "1000000.1", " 1"}) {
+        sandbox.set("YAT_TIME_SCALE", text);
+        const std::string mistake = "wrong value '" + text
+                                    + "' for YAT_TIME_SCALE, expected a number from 0 to 1000000";
+        EXPECT_EQ(scaleMistake(), mistake);
+        EXPECT_EQ(problemOf([] { configuredStore(); }), mistake);
     }
 }
 

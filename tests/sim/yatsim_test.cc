@@ -102,6 +102,8 @@ TEST_F(Yatsim, RefusesWhatItDoesNotKnow)
     expectRefusal("fail cpu1 cpu2", "The following argument was not expected: cpu2; 'yatsim fail "
                                     "--help' says more");
     expectRefusal("fail", "DEVICE is required; 'yatsim fail --help' says more");
+    expectRefusal("--machine \"\" list", "--machine: expected a name, or a description's path; "
+                                          "'yatsim list --help' says more");
     expectRefusal("set time", "VALUE is required; 'yatsim set --help' says more");
     EXPECT_FALSE(exists(sandbox.stateFile()));
 }
