@@ -30,9 +30,23 @@ yat_device *recordOf(yat_device *above, DeviceId id)
     return nullptr;
 }
 
+// The record of a device, also of one that there is not; null for no device at all.
+yat_device *anyRecordOf(yat_device *root, DeviceId id)
+{
+    static yat_identity identity;
+    static yat_device stranger;
+    yat_device *device = recordOf(root, id);
+    if (device || id == DeviceId())
+        return device;
+    identity.ClassCode = id.classCode;
+    identity.Instance = id.number;
+    stranger.identity = &identity;
+    return &stranger;
+}
+
 int callOf(yat_device *root, const Operation &operation)
 {
-    yat_device *device = recordOf(root, operation.device);
+    yat_device *device = anyRecordOf(root, operation.device);
     const char *argument = operation.argument.c_str();
     switch (operation.verb) {
     case Verb::clearMtbf: return ClearMTBF(device, operation.code);
@@ -42,7 +56,8 @@ int callOf(yat_device *root, const Operation &operation)
     case Verb::burnFirmware: return BurnFirmware(device, operation.code, argument);
     default: {
         int value = atoi(argument);
-        return PutBBDriverSettings(operation.code, YAT_CLASS_GENERAL, 1, &value);
+        return PutBBDriverSettings(operation.code, operation.device.classCode,
+                                   operation.device.number, &value);
     }
     }
 }
@@ -51,6 +66,14 @@ int carryOut(yat_device *root, Store &outside, const Act &act)
 try {
     if (act.injection) {
         inject(outside, *act.injection);
+        return 1;
+    }
+    if (act.another == "reset") {
+        resetMachine(outside);
+        return 1;
+    }
+    if (act.another == "import") {
+        importMachine(outside, outside.descriptionFile);
         return 1;
     }
     if (act.operation.verb <= Verb::putSetting)
@@ -85,7 +108,8 @@ void play(Progress &progress, const std::vector<Act> &acts, bool watchesPairs)
             _exit(3);
     Store outside = configuredStore();
     for (size_t i = 0; i < acts.size(); ++i) {
-        const bool isOurs = !acts[i].injection && acts[i].operation.verb <= Verb::putSetting;
+        const bool isOurs =
+            !acts[i].injection && acts[i].another.empty() && acts[i].operation.verb <= Verb::putSetting;
         const bool cpuRan = watchesPairs && isOurs && pairRuns(YAT_KIND_CPU_MODULE);
         const bool pciRan = watchesPairs && isOurs && pairRuns(YAT_KIND_PCI_MODULE);
         ++progress.asked;
@@ -116,6 +140,8 @@ bool isOf(const JournalRow &row, const Act &act)
 {
     if (act.injection)
         return row.operation == "inject";
+    if (!act.another.empty())
+        return row.operation == act.another;
     return row.operation == nameOf(act.operation.verb) && row.device == nameOf(act.operation.device)
            && row.code == act.operation.code && row.argument == act.operation.argument;
 }
@@ -214,6 +240,12 @@ DeviceId anyModule(const Description &machine, const std::function<int(int)> &be
     return {isCpu ? YAT_CLASS_CPU_MODULE : YAT_CLASS_PCI_MODULE, number};
 }
 
+DeviceId anyAdapter(const std::function<int(int)> &below)
+{
+    const int classCode = below(2) == 0 ? YAT_CLASS_SCSI_ADAPTER : YAT_CLASS_ETHERNET_ADAPTER;
+    return {classCode, 1 + below(2)};
+}
+
 std::string anyOf(const std::vector<std::string> &texts, const std::function<int(int)> &below)
 {
     return texts[static_cast<size_t>(below(static_cast<int>(texts.size())))];
@@ -227,33 +259,43 @@ Act anyCall(const Description &machine, const std::function<int(int)> &below)
                           Verb::clearMtbf, Verb::setMtbfType, Verb::burnFirmware, Verb::putSetting};
     Operation operation = {.verb = verbs[below(8)], .device = anyModule(machine, below)};
     if (operation.verb == Verb::clearMtbf && below(3) == 0)
-        operation.device = {YAT_CLASS_ETHERNET_ADAPTER, 1 + below(2)};
+        operation.device = anyAdapter(below);
     if (operation.verb == Verb::burnFirmware)
         operation.device = {YAT_CLASS_CPU_MODULE, 1 + below(2)};
+    if (below(20) == 0)
+        operation.device.number = 77; // there is none
     operation.code = supportCode(operation.verb, operation.device.classCode) + 1;
     switch (operation.verb) {
     case Verb::setMtbfType: operation.argument = anyOf({"0", "1", "2", "3"}, below); break;
     case Verb::burnFirmware: operation.argument = anyOf({"FWCOPY", "FWBURN"}, below); break;
     case Verb::putSetting:
-        operation.device = wholeMachine;
+        operation.device = below(20) == 0 ? DeviceId{5, 3} : wholeMachine;
         operation.code = 2 + below(2);
         operation.argument = anyOf({"0", "1"}, below);
         break;
-    default: break;
+    default:
+        if (below(40) == 0)
+            operation.device = {}; // a null pointer
     }
+    if (below(20) == 0)
+        operation.code = below(40);
     return {.operation = operation};
 }
 
 Act anyBlow(const Description &machine, const std::function<int(int)> &below)
 {
     const DeviceId module = anyModule(machine, below);
-    switch (below(7)) {
+    switch (below(12)) {
     case 0: return {.operation = {.verb = Verb::fail, .device = module}};
     case 1: return {.operation = {.verb = Verb::repair, .device = module}};
     case 2: return {.operation = {.verb = Verb::pull, .device = module}};
     case 3: return {.operation = {.verb = Verb::insert, .device = module}};
-    case 4: {
-        const std::string call = anyOf({"InitBringUp", "InitBringDown", "ClearMTBF"}, below);
+    case 4:
+    case 5: {
+        const std::string call =
+            anyOf({"InitBringUp", "InitBringDown", "ClearMTBF", "SetMtbfType", "BurnFirmware",
+                   "PutBBDriverSettings"},
+                  below);
         const int result = below(4) - 1;
         const Injection injection = {.call = call,
                                      .result = result < 2 ? std::optional(result) : std::nullopt,
@@ -261,6 +303,17 @@ Act anyBlow(const Description &machine, const std::function<int(int)> &below)
                                      .delay = below(3)};
         return {.operation = {}, .injection = injection};
     }
+    case 6:
+        return {.operation = {.verb = Verb::fail, .device = module, .argument = "permanent"}};
+    case 7: {
+        const std::string argument = anyOf({"", "", "permanent"}, below);
+        return {.operation = {.verb = Verb::fail, .device = anyAdapter(below), .argument = argument}};
+    }
+    case 8: return {.operation = {.verb = Verb::repair, .device = anyAdapter(below)}};
+    case 9:
+        if (below(4) == 0)
+            return {.operation = {}, .another = anyOf({"reset", "import"}, below)};
+        [[fallthrough]];
     default:
         return {.operation = {.verb = Verb::set,
                               .argument = "time=+" + std::to_string(below(60))}};

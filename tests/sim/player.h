@@ -14,6 +14,7 @@
 struct Act {
     sim::Operation operation;
     std::optional<sim::Injection> injection{}; // then this, and no operation
+    std::string another{};                     // "reset" or "import", from the machine's own file
 };
 
 constexpr int mostActs = 6000;
@@ -58,7 +59,7 @@ private:
     pid_t child = -1;
 };
 
-// An act as an administrator's, by one of the calls.
+// An act as an administrator's, by one of the calls; now and then one that can't be.
 Act anyCall(const sim::Description &machine, const std::function<int(int)> &below);
 // One from outside.
 Act anyBlow(const sim::Description &machine, const std::function<int(int)> &below);
