@@ -31,12 +31,23 @@ Scenario::Scenario()
 
 void Scenario::TearDown()
 {
-    if (watcher) {
-        const std::string own = "failures 0\n" + view();
-        EXPECT_EQ(watcher->finish(), own);
-    }
+    endWatch();
     interface.reset();
     setlocale(LC_ALL, "C");
+}
+
+void Scenario::endWatch()
+{
+    EXPECT_EQ(watcher.has_value(), GetParam()) << "nobody watches";
+    if (!watcher)
+        return;
+    const auto sight = watcher->finish();
+    watcher.reset();
+    ASSERT_TRUE(sight) << "the second process did not end as it should";
+    EXPECT_GE(sight->looks, 2);
+    EXPECT_EQ(sight->failures, 0);
+    EXPECT_EQ(sight->fault, "");
+    EXPECT_EQ(sight->view, view());
 }
 
 void Scenario::prepare(const std::string &machine, const std::string &part,
@@ -66,7 +77,21 @@ void Scenario::begin(const std::string &machine, const std::string &part,
 
 void Scenario::pass(double seconds)
 {
+    const auto seeTheSame = [&] {
+        if (watcher) {
+            EXPECT_EQ(watcher->look(), view());
+        }
+    };
+    seeTheSame();
     steer("set time +" + std::to_string(seconds));
+    seeTheSame();
+}
+
+void Scenario::inject(const std::string &call, const std::string &answer)
+{
+    if (watcher)
+        watcher->leaveOut(call);
+    steer("inject " + call + " " + answer);
 }
 
 bool Scenario::can(const std::string &device, int support)
