@@ -70,9 +70,7 @@ TEST_P(Operations, AreThoseThatTheMachineTypeHas)
                     found.push_back(code);
         std::ranges::sort(found);
         EXPECT_EQ(found, possible);
-        endWatch();
-        interface.reset();
-        sandbox.reset();
+        leave();
     }
     begin("BIRCH");
     EXPECT_EQ(detail("CPU module 1", 13), YAT_DETAIL_UNSUPPORTED);

@@ -31,18 +31,24 @@ Scenario::Scenario()
 
 void Scenario::TearDown()
 {
-    endWatch();
-    interface.reset();
+    leave();
     setlocale(LC_ALL, "C");
+    EXPECT_EQ(wasWatched, GetParam());
+}
+
+void Scenario::leave()
+{
+    if (watcher)
+        endWatch();
+    watcher.reset();
+    interface.reset();
+    sandbox.reset();
 }
 
 void Scenario::endWatch()
 {
-    EXPECT_EQ(watcher.has_value(), GetParam()) << "nobody watches";
-    if (!watcher)
-        return;
     const auto sight = watcher->finish();
-    watcher.reset();
+    wasWatched = true;
     ASSERT_TRUE(sight) << "the second process did not end as it should";
     EXPECT_GE(sight->looks, 2);
     EXPECT_EQ(sight->failures, 0);

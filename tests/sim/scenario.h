@@ -14,7 +14,7 @@
 class Scenario : public testing::TestWithParam<bool> {
 protected:
     Scenario();
-    void TearDown() override; // see endWatch
+    void TearDown() override; // leaves the machine
 
     // Switches the machine on: a shipped one, or with a part of its description replaced. Time
     // stands still unless it is to run, so that each state can be looked at.
@@ -26,9 +26,9 @@ protected:
                  const std::string &replacement = "", const std::string &timeScale = "0");
     void open();
 
-    // Expects the second process to have watched until now without a failure, and to see what is
-    // seen here. Without one, the scenario must be one that is played alone.
-    void endWatch();
+    // Ends with this machine, so that another one can begin. Expects the second process to have
+    // watched until now without a failure, and to see what is seen here.
+    void leave();
 
     // Lets time pass that stands still otherwise. The second process has to see before and after
     // what is seen here.
@@ -58,6 +58,11 @@ protected:
     std::optional<Sandbox> sandbox;
     std::optional<Watcher> watcher;
     std::optional<Interface> interface;
+
+private:
+    void endWatch();
+
+    bool wasWatched = false;
 };
 
 std::string scenarioName(const testing::TestParamInfo<bool> &info);
