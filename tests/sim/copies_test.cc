@@ -109,8 +109,9 @@ std::vector<std::string> Copies::future()
     std::vector<std::string> result;
     for (const auto &step : steps) {
         step();
-        result.push_back(portrait());
+        result.push_back(view());
     }
+    result.push_back(portrait());
     return result;
 }
 
