@@ -14,6 +14,8 @@ protected:
         const std::string file = (sandbox->directory() / "exported.toml").string();
         std::ofstream(file) << exported;
         stop("PCI module 1");
+        yatsim("fail cpu2");
+        yatsim("fail ethernet4");
         steer("inject InitBringDown 0 --times 0");
         steer("import " + file);
         interface.reset(); // its records are those of the other machine
@@ -53,11 +55,13 @@ std::string toText(yat_device *device)
 }
 
 // All that can be seen of the machine: its records, what each device supports, states, properties,
-// settings.
+// settings; and what yatsim shows beside that, except the times, which are those of another clock.
 std::string Copies::portrait()
 {
     yat_device *root = nullptr;
     EXPECT_EQ(CreateTreeViewData(&root), 1);
+    if (!root)
+        return "no machine";
     std::string result = view() + toText(root);
     EXPECT_EQ(FreeTreeViewData(&root), 1);
     for (const int kind : {YAT_KIND_BOARD, YAT_KIND_CPU_MODULE, YAT_KIND_PCI_MODULE})
@@ -65,6 +69,11 @@ std::string Copies::portrait()
             for (const int id : {YAT_PROPERTY_MTBF_TYPE, YAT_PROPERTY_BIOS_VERSION,
                                  YAT_PROPERTY_BIOS_STATUS, YAT_PROPERTY_RELATIONAL_INDEX})
                 result += property(kind, number, id) + "\n";
+    for (auto &device : nlohmann::json::parse(steer("list --json"))) {
+        for (const char *key : {"since", "failure_times"})
+            device.erase(key);
+        result += device.dump() + "\n";
+    }
     return result;
 }
 
@@ -100,6 +109,9 @@ std::vector<std::string> Copies::future()
         [&] { pass(10); },
         [] { operate(burnFromFile, cpu, 1, 10); },
         [&] { pass(200); },
+        [] { operate(ClearMTBF, cpu, 2, 2); },
+        [] { operate(InitBringUp, cpu, 2, 6); },
+        [&] { pass(70); },
         [] { yatsim("repair cpu2"); },
         [] { operate(InitBringUp, cpu, 2, 6); },
         [] { yatsim("insert pci2"); },
@@ -126,6 +138,7 @@ const Past pasts[] = {
     {"BIRCH", {"pull cpu2", "set automatic_firmware_update off", "set data_file \"\""}},
     {"PLAIN", {}},
     // failures that decide what the next one does
+    {"CEDAR", {"set cpu2.mtbf_type 2", "fail cpu2", "set time +36000"}},
     {"CEDAR",
      {"set cpu2.mtbf_type 2", "fail cpu2", "set time +180000", "fail cpu2", "set time +3600",
       "fail ethernet3 --permanent"}},
@@ -219,11 +232,12 @@ TEST_P(Copies, ForgetInjectionsAndGoOnWithTheClockAndTheJournal)
     EXPECT_EQ(stop("CPU module 2"), 1); // and not 0, as was injected
     EXPECT_EQ(nlohmann::json::parse(steer("show --json"))["time"], time);
     const auto rows = journal();
-    ASSERT_EQ(rows.size(), before.size() + 4);
+    const char *const operations[] = {"InitBringDown", "fail",   "fail",
+                                      "inject",        "import", "InitBringDown"};
+    ASSERT_EQ(rows.size(), before.size() + std::size(operations));
     for (size_t i = 0; i < before.size(); ++i)
         EXPECT_EQ(rows[i], before[i]);
-    const char *const operations[] = {"InitBringDown", "inject", "import", "InitBringDown"};
-    for (size_t i = 0; i < 4; ++i)
+    for (size_t i = 0; i < std::size(operations); ++i)
         EXPECT_EQ(rows[before.size() + i]["operation"], operations[i]);
 }
 

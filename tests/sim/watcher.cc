@@ -84,8 +84,9 @@ std::optional<Word> wordOf(const std::string &state)
 {
     for (const Words &words : allWords)
         for (const char *text : {words.english, words.japanese})
-            if (words.hasProgress ? state.starts_with(text) && isProgress(state.substr(strlen(text)))
-                                  : state == text)
+            if (words.hasProgress
+                    ? state.starts_with(text) && isProgress(state.substr(strlen(text)))
+                    : state == text)
                 return words.word;
     return {};
 }
