@@ -101,9 +101,14 @@ void replaceCalls()
 
 void dieAtCall(int number)
 {
+    dieAtCall(number, number % 3);
+}
+
+void dieAtCall(int number, int moment)
+{
     replaceCalls();
     callsLeft = number;
-    whenInCall = number % 3;
+    whenInCall = moment;
 }
 
 void fillDiskAtWrite(int number, int writes)

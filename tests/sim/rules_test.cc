@@ -6,8 +6,6 @@
 #include <cwchar>
 #include <set>
 
-namespace fs = std::filesystem;
-
 namespace {
 
 class Words : public Scenario {
@@ -26,32 +24,6 @@ protected:
         sim::Database(sandbox->stateFile().string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
             .script(sql);
     }
-
-    // Expects that the platform opens, says why on standard error, and does nothing.
-    void expectRefused(const std::string &reason)
-    {
-        const std::string before = contents(sandbox->stateFile());
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(ft_FunctionInit(), 1);
-        yat_device *root = nullptr;
-        EXPECT_EQ(CreateTreeViewData(&root), 0);
-        EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_QUERY_FAILED);
-        EXPECT_EQ(cpuState(1), "(fails)");
-        int on = 1;
-        EXPECT_EQ(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &on), 0);
-        EXPECT_EQ(ft_FunctionRelease(), 1);
-        const std::string told = testing::internal::GetCapturedStderr();
-        EXPECT_NE(told.find(sandbox->stateFile().string() + reason), std::string::npos) << told;
-        EXPECT_EQ(contents(sandbox->stateFile()), before);
-        for (const char *command : {"list", "reset", "fail cpu1"}) {
-            const Run result = yatsim(command);
-            EXPECT_EQ(result.status, 1) << command;
-            EXPECT_NE(result.errors.find(reason), std::string::npos) << result.errors;
-        }
-        EXPECT_EQ(contents(sandbox->stateFile()), before);
-    }
-
-    using Run = ::Run;
 };
 
 // The text before the progress.
@@ -141,22 +113,6 @@ TEST_P(StateFiles, OfTheFirstVersionAreTaken)
     EXPECT_EQ(stop("PCI module 1"), 0);
     EXPECT_EQ(stop("PCI module 1"), 1);
     EXPECT_EQ(journal().size(), 5u);
-}
-
-TEST_P(StateFiles, OfANewerVersionAreRefusedAndLeftAlone)
-{
-    prepare();
-    steer("init");
-    tamper("PRAGMA user_version = 77");
-    expectRefused(" was written by a newer version of this program");
-}
-
-TEST_P(StateFiles, OfAnotherProgramAreRefusedAndLeftAlone)
-{
-    prepare();
-    fs::create_directories(sandbox->stateFile().parent_path());
-    tamper("CREATE TABLE machine (x); INSERT INTO machine VALUES ('a recipe')");
-    expectRefused(" is damaged or of another program; it is left as it is");
 }
 
 PLAY_SCENARIOS(Words);

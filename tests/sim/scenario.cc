@@ -31,12 +31,29 @@ Scenario::Scenario()
 
 void Scenario::TearDown()
 {
-    if (watcher) {
-        const std::string own = "failures 0\n" + view();
-        EXPECT_EQ(watcher->finish(), own);
-    }
-    interface.reset();
+    leave();
     setlocale(LC_ALL, "C");
+    EXPECT_EQ(wasWatched, GetParam());
+}
+
+void Scenario::leave()
+{
+    if (watcher)
+        endWatch();
+    watcher.reset();
+    interface.reset();
+    sandbox.reset();
+}
+
+void Scenario::endWatch()
+{
+    const auto sight = watcher->finish();
+    wasWatched = true;
+    ASSERT_TRUE(sight) << "the second process did not end as it should";
+    EXPECT_GE(sight->looks, 2);
+    EXPECT_EQ(sight->failures, 0);
+    EXPECT_EQ(sight->fault, "");
+    EXPECT_EQ(sight->view, view());
 }
 
 void Scenario::prepare(const std::string &machine, const std::string &part,
@@ -66,7 +83,21 @@ void Scenario::begin(const std::string &machine, const std::string &part,
 
 void Scenario::pass(double seconds)
 {
+    const auto seeTheSame = [&] {
+        if (watcher) {
+            EXPECT_EQ(watcher->look(), view());
+        }
+    };
+    seeTheSame();
     steer("set time +" + std::to_string(seconds));
+    seeTheSame();
+}
+
+void Scenario::inject(const std::string &call, const std::string &answer)
+{
+    if (watcher)
+        watcher->leaveOut(call);
+    steer("inject " + call + " " + answer);
 }
 
 bool Scenario::can(const std::string &device, int support)

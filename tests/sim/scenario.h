@@ -1,6 +1,7 @@
 // A scenario: a machine as its users meet it, through the calls of yat/ft.h alone; yatsim does
 // what happens to the machine from outside. Each is played twice, alone and while a second process
-// watches, which must not change anything and must see the same.
+// watches, which must not change anything and must see the same. Where there is no machine to look
+// at, it is played alone only.
 #pragma once
 
 #include "support.h"
@@ -13,7 +14,7 @@
 class Scenario : public testing::TestWithParam<bool> {
 protected:
     Scenario();
-    void TearDown() override; // expects the second process to have seen it all without a failure
+    void TearDown() override; // leaves the machine
 
     // Switches the machine on: a shipped one, or with a part of its description replaced. Time
     // stands still unless it is to run, so that each state can be looked at.
@@ -25,7 +26,17 @@ protected:
                  const std::string &replacement = "", const std::string &timeScale = "0");
     void open();
 
-    void pass(double seconds); // lets time pass, however it is scaled
+    // Ends with this machine, so that another one can begin. Expects the second process to have
+    // watched until now without a failure, and to see what is seen here.
+    void leave();
+
+    // Lets time pass that stands still otherwise. The second process has to see before and after
+    // what is seen here.
+    void pass(double seconds);
+
+    // Lets yatsim inject an answer for the next call that is made here; the second process leaves
+    // the call out until the next injection.
+    void inject(const std::string &call, const std::string &answer);
 
     // Whether the machine says that it supports an operation now, with its support code, and why
     // not.
@@ -47,9 +58,16 @@ protected:
     std::optional<Sandbox> sandbox;
     std::optional<Watcher> watcher;
     std::optional<Interface> interface;
+
+private:
+    void endWatch();
+
+    bool wasWatched = false;
 };
 
 std::string scenarioName(const testing::TestParamInfo<bool> &info);
 
+#define PLAY_ALONE(name)                                                                          \
+    INSTANTIATE_TEST_SUITE_P(Played, name, testing::Values(false), scenarioName)
 #define PLAY_SCENARIOS(name)                                                                      \
     INSTANTIATE_TEST_SUITE_P(Played, name, testing::Bool(), scenarioName)
