@@ -229,7 +229,7 @@ std::vector<Module> readModules(Reader &reader, const toml::table &table, std::s
     return result;
 }
 
-unsigned readSupports(Reader &reader, const toml::table &machine, bool hasMtbfType)
+unsigned readSupports(Reader &reader, const toml::table &machine, bool mayHaveMtbfType)
 {
     const toml::table &supports = reader.table(machine, "supports");
     reader.allowKeys(supports, "[supports]",
@@ -239,7 +239,7 @@ unsigned readSupports(Reader &reader, const toml::table &machine, bool hasMtbfTy
                                | reader.choices(supports, "scsi_adapter", scsiOperations)
                                | reader.choices(supports, "ethernet_adapter", ethernetOperations);
     for (const auto &[key, support] : setMtbfTypes)
-        if ((supported & support) != 0 && !hasMtbfType)
+        if ((supported & support) != 0 && !mayHaveMtbfType)
             reader.report(*supports.get(key), "wrong value for '" + std::string(key)
                                                   + "', expected \"set MTBF type\" only on a "
                                                     "machine of type \"CEDAR\"");
@@ -277,7 +277,9 @@ Description readMachine(Reader &reader, const toml::table &machine)
 
     Description result;
     result.name = reader.text(machine, "name", longestName);
+    const size_t before = reader.found();
     result.type = reader.choice(machine, "type", machineTypes);
+    const bool typeIsKnown = reader.found() == before;
     result.bmcResponse = reader.bytes(bmc, "response", 16, false);
     result.dataFileVersion = reader.text(firmware, "data_file", longestVersion, false);
     result.automaticFirmwareUpdate = reader.truth(settings, "automatic_firmware_update");
@@ -285,7 +287,7 @@ Description readMachine(Reader &reader, const toml::table &machine)
     result.mtbfThreshold = reader.time(mtbf, "threshold", hour, longestMtbf, result.mtbfThreshold);
     result.timing = readTiming(reader, machine);
     const bool hasMtbfType = result.type == YAT_MACHINE_CEDAR;
-    result.supported = readSupports(reader, machine, hasMtbfType);
+    result.supported = readSupports(reader, machine, hasMtbfType || !typeIsKnown);
     result.cpuModules =
         readModules(reader, machine, "cpu_module", YAT_CLASS_CPU_MODULE, hasMtbfType);
     result.pciModules =

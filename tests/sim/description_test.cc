@@ -188,6 +188,13 @@ TEST(Description, SetsMtbfTypesOnlyWhereTheMachineHasThem)
             "of type \"CEDAR\""});
 }
 
+TEST(Description, OfAnUnknownTypeIsBlamedForTheTypeOnly)
+{
+    EXPECT_EQ(mistakesOf(shipped("CEDAR", "type = \"CEDAR\"", "type = \"OAK\"")),
+              std::vector<std::string>{"F:5: wrong value for 'type', expected \"ALDER\", "
+                                       "\"BIRCH\", \"CEDAR\", \"PLAIN\""});
+}
+
 TEST(Description, HasUnitsOfItsOwn)
 {
     std::vector<Mistake> mistakes;
