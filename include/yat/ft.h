@@ -95,8 +95,9 @@ static_assert(offsetof(struct yat_ft_functions, Linux_ConvertDataToInt) == 72,
 
 /* Opens the interface: loads <root>/lib/yatcore.dll (see yat/platform.h) and fills
  * yat_ft_func. Returns what the platform says, 1 as a rule and never 0; 1 when the
- * interface is open already; 0 when there is no such object, when it is not a platform, when its table has gaps, or when it refuses:
- * then yat_ft_func is empty and the reason is in the trace log. */
+ * interface is open already; 0 when there is no such object, when it is not a platform,
+ * when its table has gaps, or when it refuses: then yat_ft_func is empty and the reason is
+ * in the trace log. */
 YAT_API int ft_FunctionInit(void);
 
 /* Closes the interface: empties yat_ft_func and unloads the platform. Returns what the

@@ -19,7 +19,8 @@ dev_t controllingTerminal()
         const size_t name = line.rfind(')'); // of the program, which may have anything in it
         int parent, group, session, terminal;
         if (name != std::string::npos
-            && sscanf(line.c_str() + name, ") %*c %d %d %d %d", &parent, &group, &session, &terminal)
+            && sscanf(line.c_str() + name, ") %*c %d %d %d %d", &parent, &group, &session,
+                      &terminal)
                    == 4)
             return makedev((static_cast<unsigned>(terminal) >> 8) & 0xfff,
                            (terminal & 0xff) | ((static_cast<unsigned>(terminal) >> 12) & 0xfff00));

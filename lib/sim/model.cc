@@ -397,8 +397,8 @@ Refusal fail(Machine &machine, Device &device, const std::string &argument)
             enter(machine, device, State::broken);
         return Refusal::none;
     }
-    const bool wasToRun =
-        device.state == State::firmwareUpdate ? device.startsAfter : device.state != State::stopping;
+    const bool wasToRun = device.state == State::firmwareUpdate ? device.startsAfter
+                                                                : device.state != State::stopping;
     interrupt(machine, device, State::broken);
     if (wasToRun && restarts(machine, device) && canStart(machine, device))
         start(machine, device);

@@ -106,8 +106,8 @@ bool isRollbackJournal(const std::string &file, const struct stat &)
 // SQLite writes over whatever has the name of a log and is none.
 void checkCompanions(const std::string &file)
 {
-    const std::pair<const char *, bool (*)(const std::string &, const struct stat &)> companions[] = {
-        {"-wal", isLog}, {"-shm", isIndex}, {"-journal", isRollbackJournal}};
+    const std::pair<const char *, bool (*)(const std::string &, const struct stat &)> companions[] =
+        {{"-wal", isLog}, {"-shm", isIndex}, {"-journal", isRollbackJournal}};
     for (const auto &[ending, isRight] : companions) {
         const std::string companion = file + ending;
         struct stat status;

@@ -15,15 +15,27 @@
 namespace sim {
 
 const std::vector<std::string> injectableCalls = {
-    "ft_FunctionInit",     "ft_FunctionRelease",  "CreateTreeViewData",
-    "FreeTreeViewData",    "call_yat_is_ft",      "yat_ft_get_property",
-    "Linux_ConvertDataToInt", "StatusChange",     "IfSupport",
-    "ClearMTBF",           "InitBringUp",         "InitBringDown",
-    "SetMtbfType",         "BurnFirmware",        "GetBBDriverSettings",
-    "PutBBDriverSettings", "YATGetDeviceID",
+    "ft_FunctionInit",
+    "ft_FunctionRelease",
+    "CreateTreeViewData",
+    "FreeTreeViewData",
+    "call_yat_is_ft",
+    "yat_ft_get_property",
+    "Linux_ConvertDataToInt",
+    "StatusChange",
+    "IfSupport",
+    "ClearMTBF",
+    "InitBringUp",
+    "InitBringDown",
+    "SetMtbfType",
+    "BurnFirmware",
+    "GetBBDriverSettings",
+    "PutBBDriverSettings",
+    "YATGetDeviceID",
 };
 
-namespace {
+namespace
+{
 
 // ---- Transactions
 

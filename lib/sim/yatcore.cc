@@ -97,8 +97,9 @@ try {
 // What is no device is refused like one that there is not.
 DeviceId idOf(const yat_device *device)
 {
-    return device && device->identity ? DeviceId{device->identity->ClassCode, device->identity->Instance}
-                            : DeviceId();
+    return device && device->identity
+               ? DeviceId{device->identity->ClassCode, device->identity->Instance}
+               : DeviceId();
 }
 
 int createTree(yat_device **root)

@@ -97,10 +97,11 @@ void init(const Request &)
 {
     Store store = simulatedStore();
     if (!openStore(store))
-        refuseAndFail(
-            store,
-            {.operation = "init", .argument = store.descriptionFile, .result = "it is there already"},
-            store.file + " is there already; 'yatsim reset' makes it anew");
+        refuseAndFail(store,
+                      {.operation = "init",
+                       .argument = store.descriptionFile,
+                       .result = "it is there already"},
+                      store.file + " is there already; 'yatsim reset' makes it anew");
 }
 
 void listDevices(const Request &request)

@@ -108,8 +108,8 @@ TEST_P(Opening, AnswersForTheControllerAsItIsToldTo)
     steer("inject YATGetDeviceID real --text \"0xC0\"");
     EXPECT_EQ(askController(response), 0); // it is busy
     EXPECT_EQ(askController(response), 1);
-    for (const std::string text : {"256", "x", "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", "-1", " ",
-                                   "0x", "1.5", "1,2;3"}) {
+    for (const std::string text : {"256", "x", "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", "-1",
+                                   " ", "0x", "1.5", "1,2;3"}) {
         const ::Run result = yatsim("inject YATGetDeviceID real --text \"" + text + "\"");
         EXPECT_EQ(result.status, 1) << text;
         EXPECT_NE(result.errors.find("expected 1 to 16 numbers from 0 to 255"), std::string::npos)
@@ -134,7 +134,8 @@ TEST_P(Opening, RefusesNullPointersAndWritesThemDown)
     EXPECT_EQ(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, 7, 3, &on), 0);
     EXPECT_EQ(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, 0, 0, &on), 0);
     EXPECT_EQ(PutBBDriverSettings(9, YAT_CLASS_GENERAL, 1, &on), 0);
-    const char *const wrongCode = "refused: the code does not belong to the operation and the device";
+    const char *const wrongCode =
+        "refused: the code does not belong to the operation and the device";
     const char *const noDevice = "refused: the machine has no such device";
     const std::tuple<const char *, const char *, int, const char *, const char *> expected[] = {
         {"class0/0", "ClearMTBF", 2, "", wrongCode},

@@ -108,8 +108,8 @@ void play(Progress &progress, const std::vector<Act> &acts, bool watchesPairs)
             _exit(3);
     Store outside = configuredStore();
     for (size_t i = 0; i < acts.size(); ++i) {
-        const bool isOurs =
-            !acts[i].injection && acts[i].another.empty() && acts[i].operation.verb <= Verb::putSetting;
+        const bool isOurs = !acts[i].injection && acts[i].another.empty()
+                            && acts[i].operation.verb <= Verb::putSetting;
         const bool cpuRan = watchesPairs && isOurs && pairRuns(YAT_KIND_CPU_MODULE);
         const bool pciRan = watchesPairs && isOurs && pairRuns(YAT_KIND_PCI_MODULE);
         ++progress.asked;
@@ -307,7 +307,8 @@ Act anyBlow(const Description &machine, const std::function<int(int)> &below)
         return {.operation = {.verb = Verb::fail, .device = module, .argument = "permanent"}};
     case 7: {
         const std::string argument = anyOf({"", "", "permanent"}, below);
-        return {.operation = {.verb = Verb::fail, .device = anyAdapter(below), .argument = argument}};
+        return {
+            .operation = {.verb = Verb::fail, .device = anyAdapter(below), .argument = argument}};
     }
     case 8: return {.operation = {.verb = Verb::repair, .device = anyAdapter(below)}};
     case 9:
