@@ -390,7 +390,7 @@ TEST(StateFile, BesideOfEmptyLogsIsTaken)
     openStore(stored.store);
     stored.store.database.reset();
     for (const char *ending : {"-wal", "-shm", "-journal"})
-        for (const size_t size : {0, 4096}) {
+        for (const size_t size : {size_t{0}, size_t{4096}}) {
             std::ofstream(stored.store.file + ending) << std::string(size, '\0');
             EXPECT_EQ(problemOf([&] { look(stored.store); }), "") << ending << " " << size;
             stored.store.database.reset();
