@@ -624,7 +624,7 @@ TEST_F(Yatsim, ImportOfAWrongDescriptionChangesNothing)
     const Json rows = Json::parse(steer("journal --json"));
     ASSERT_EQ(rows.size(), 5u); // all of them were asked for
     for (const auto &[row, file] :
-         std::map<int, std::string>{{2, missing}, {3, directory}, {4, wrong}}) {
+         std::map<size_t, std::string>{{2, missing}, {3, directory}, {4, wrong}}) {
         EXPECT_EQ(rows[row]["operation"], "import");
         EXPECT_EQ(rows[row]["argument"], file);
         EXPECT_TRUE(rows[row]["result"].get<std::string>().starts_with("refused: " + file + ":"));
