@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstring>
+#include <string_view>
 
 namespace sim {
 
@@ -179,6 +179,33 @@ void countFailure(const Machine &machine, Device &device)
         device.failures.erase(device.failures.begin());
 }
 
+// Whether a BIOS version is older than another one. The numbers in them count as numbers, whatever
+// zeros they begin with.
+bool isOlder(std::string_view left, std::string_view right)
+{
+    const auto isDigit = [](char byte) { return byte >= '0' && byte <= '9'; };
+    const auto takeNumber = [&](std::string_view &text) {
+        const auto end = std::ranges::find_if_not(text, isDigit);
+        std::string_view number(text.begin(), end);
+        text.remove_prefix(number.size());
+        number.remove_prefix(std::min(number.find_first_not_of('0'), number.size()));
+        return number;
+    };
+    while (!left.empty() && !right.empty()) {
+        if (isDigit(left[0]) && isDigit(right[0])) {
+            const std::string_view one = takeNumber(left), other = takeNumber(right);
+            if (one != other)
+                return one.size() != other.size() ? one.size() < other.size() : one < other;
+        } else if (left[0] != right[0]) {
+            return left < right;
+        } else {
+            left.remove_prefix(1);
+            right.remove_prefix(1);
+        }
+    }
+    return left.empty() && !right.empty();
+}
+
 // The BIOS of a module that is about to start is brought up to that of the running one.
 bool needsFirmware(const Machine &machine, const Device &device)
 {
@@ -186,8 +213,7 @@ bool needsFirmware(const Machine &machine, const Device &device)
     if (!machine.automaticFirmwareUpdate || !source
         || !supports(machine, Verb::burnFirmware, device.id.classCode))
         return false;
-    return device.bios == Bios::invalid
-           || strverscmp(device.biosVersion.c_str(), source->biosVersion.c_str()) < 0;
+    return device.bios == Bios::invalid || isOlder(device.biosVersion, source->biosVersion);
 }
 
 bool canStart(const Machine &machine, const Device &device)
@@ -726,7 +752,9 @@ State stateOf(const Machine &machine, const Device &device)
     if (device.carrier < 0)
         return device.state;
     const State carried = machine.devices[static_cast<size_t>(device.carrier)].state;
-    return device.state == State::broken && carried != State::empty ? State::broken : carried;
+    if (carried == State::empty || device.state == State::broken)
+        return carried == State::empty ? State::empty : State::broken;
+    return carried == State::broken ? State::stopped : carried;
 }
 
 std::optional<int> progress(const Machine &machine, const Device &device)

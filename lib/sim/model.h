@@ -132,7 +132,8 @@ const Device *partnerOf(const Machine &machine, const Device &device);
 bool isModule(DeviceId id);
 bool isRunning(State state);
 
-// The state of a device; an adapter has that of the module which carries it, unless it is broken.
+// The state of a device; an adapter has that of the module which carries it, unless it is broken
+// itself. One that is whole is stopped on a broken module.
 State stateOf(const Machine &machine, const Device &device);
 
 // How far a state that ends by itself has got, 0 to 99 per cent; nothing for one that lasts.

@@ -115,6 +115,25 @@ TEST_P(StateFiles, OfTheFirstVersionAreTaken)
     EXPECT_EQ(journal().size(), 5u);
 }
 
+TEST_P(Adapters, GoDownWithTheirModuleAndAreNotBrokenByThat)
+{
+    begin();
+    EXPECT_EQ(setType("PCI module 1", "0"), 1);
+    steer("fail ethernet1 --permanent");
+    steer("fail pci1");
+    EXPECT_EQ(pciState(1), "Broken");
+    EXPECT_EQ(shown("scsi1")["state"], "stopped");
+    EXPECT_EQ(shown("ethernet1")["state"], "broken");
+    EXPECT_EQ(yatsim("fail scsi1").errors, "yatsim: fail scsi1: the device does not run\n");
+    EXPECT_EQ(yatsim("repair scsi1").errors, "yatsim: repair scsi1: the device is not broken\n");
+    steer("pull pci1");
+    for (const char *device : {"scsi1", "ethernet1"})
+        EXPECT_EQ(shown(device)["state"], "empty");
+    steer("insert pci1");
+    EXPECT_EQ(shown("scsi1")["state"], "stopped");
+    EXPECT_EQ(shown("ethernet1")["state"], "broken");
+}
+
 PLAY_SCENARIOS(Words);
 PLAY_SCENARIOS(Adapters);
 PLAY_SCENARIOS(StateFiles);

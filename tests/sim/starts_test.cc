@@ -46,6 +46,86 @@ TEST_P(Starts, ThatFailInTheirFirmwareUpdateStayDownByTheMtbfType)
     EXPECT_EQ(biosStatus(2), "Invalid, an update was interrupted");
 }
 
+TEST_P(Starts, ThatFailBeginAnewByTheMtbfType)
+{
+    begin();
+    for (const char *device : {"CPU module 2", "PCI module 2"}) {
+        SCOPED_TRACE(device);
+        const bool isCpu = *device == 'C';
+        const std::string name = isCpu ? "cpu2" : "pci2";
+        const auto state = [&] { return isCpu ? cpuState(2) : pciState(2); };
+        EXPECT_EQ(setType(device, "1"), 1);
+        EXPECT_EQ(stop(device), 1);
+        pass(10);
+        EXPECT_EQ(start(device), 1);
+        pass(10);
+        EXPECT_EQ(state(), "Starting 50 %");
+        steer("fail " + name);
+        EXPECT_EQ(state(), "Starting 0 %");
+        pass(20 + 30);
+        EXPECT_EQ(state(), "Synchronising 75 %");
+        steer("fail " + name);
+        EXPECT_EQ(state(), "Starting 0 %");
+        EXPECT_EQ(setType(device, "0"), 1);
+        steer("fail " + name);
+        EXPECT_EQ(state(), "Broken");
+        EXPECT_EQ(shown(name)["failures"], 3);
+    }
+}
+
+// What has no valid BIOS does not start, whoever wants it to.
+TEST_P(Starts, NeedAValidBios)
+{
+    stopWithOldBios();
+    steer("set automatic_firmware_update off");
+    steer("set automatic_module_start on");
+    EXPECT_EQ(setType("CPU module 2", "1"), 1);
+    EXPECT_EQ(burn("CPU module 2", "FWBURN"), 1);
+    steer("fail cpu2");
+    EXPECT_EQ(biosStatus(2), "Invalid, an update was interrupted");
+    EXPECT_EQ(clearMtbf("CPU module 2"), 1); // it would start by itself
+    EXPECT_EQ(cpuState(2), "Stopped");
+    EXPECT_EQ(start("CPU module 2"), 0);
+    EXPECT_EQ(detail("CPU module 2", 5), YAT_DETAIL_NO_BIOS);
+    steer("pull cpu2");
+    steer("insert cpu2");
+    EXPECT_EQ(cpuState(2), "Stopped");
+    // The start whose update fails, and whose BIOS nothing brings up to date any more.
+    steer("set automatic_firmware_update on");
+    EXPECT_EQ(start("CPU module 2"), 1);
+    EXPECT_EQ(cpuState(2), "Updating BIOS 0 %");
+    steer("set automatic_firmware_update off");
+    steer("fail cpu2");
+    EXPECT_EQ(cpuState(2), "Broken");
+}
+
+TEST_P(Starts, CompareVersionsByTheNumbersInThem)
+{
+    struct Case {
+        const char *running, *starting;
+        bool updates;
+    };
+    begin();
+    for (const auto &[running, starting, updates] : {
+             Case{"4.1.0100", "4.1.99", true}, Case{"4.1.0010", "4.1.009", true},
+             Case{"4.1.5", "4.1.05", false}, Case{"4.1.99", "4.1.0100", false},
+             Case{"4.10", "4.9", true}, Case{"4.9", "4.10", false}, Case{"4.1b", "4.1a", true},
+             Case{"4.1", "4.1", false}, Case{"4.1.1", "4.1", true}, Case{"4.1", "4.1.0", false},
+             Case{"5", "4.99999999999999999999999", true}, Case{"1.0", "1.00", false}}) {
+        SCOPED_TRACE(std::string(running) + " " + starting);
+        EXPECT_EQ(stop("CPU module 2"), 1);
+        pass(10);
+        steer(std::string("set cpu1.bios_version ") + running);
+        steer(std::string("set cpu2.bios_version ") + starting);
+        EXPECT_EQ(start("CPU module 2"), 1);
+        EXPECT_EQ(cpuState(2), updates ? "Updating BIOS 0 %" : "Starting 0 %");
+        pass(120);
+        EXPECT_EQ(cpuState(2), "Running, duplex");
+        EXPECT_EQ(property(YAT_KIND_CPU_MODULE, 2, YAT_PROPERTY_BIOS_VERSION),
+                  updates ? running : starting);
+    }
+}
+
 // An update for its own sake is no start.
 TEST_P(Starts, DoNotFollowAFirmwareUpdateThatFailed)
 {
