@@ -1,4 +1,5 @@
 // The BMC behind the kernel's IPMI driver.
+#include "common/reason.h"
 #include "hwinfo/bmc.h"
 
 #include <algorithm>
@@ -30,28 +31,21 @@ struct Device {
     Device &operator=(const Device &) = delete;
 };
 
-// In English whatever the locale is: the trace is for the service.
-std::string reason(int error)
-{
-    const char *text = strerrordesc_np(error);
-    return text ? text : "error " + std::to_string(error);
-}
-
 std::string openingProblem(const std::string &device, int error)
 {
     switch (error) {
     case ENOENT:
     case ENODEV:
     case ENXIO:
-        return "no " + device + " (" + reason(error)
+        return "no " + device + " (" + yat::reason(error)
                + "): load the kernel modules ipmi_msghandler, ipmi_devintf and ipmi_si; if they "
                  "are loaded, they found no BMC";
     case EACCES:
     case EPERM:
-        return "no right to open " + device + " for reading and writing (" + reason(error)
+        return "no right to open " + device + " for reading and writing (" + yat::reason(error)
                + "): run as root, or as a user with that right";
     }
-    return "opening " + device + ": " + reason(error);
+    return "opening " + device + ": " + yat::reason(error);
 }
 
 // 0, or the error number. A signal doesn't end it.
@@ -139,14 +133,14 @@ Answer askDriver(const std::string &path, int milliseconds)
     if (device.file < 0)
         return {.bytes = {}, .problems = {openingProblem(path, errno)}};
     if (const int error = sendGetDeviceId(device))
-        return {.bytes = {}, .problems = {"sending to " + path + ": " + reason(error)}};
+        return {.bytes = {}, .problems = {"sending to " + path + ": " + yat::reason(error)}};
     Answer answer;
     const int error = awaitAnswer(device, deadline, answer.bytes);
     if (error == ETIMEDOUT)
         answer.problems.push_back("the BMC is silent: no answer from " + path + " within "
                                   + std::to_string(milliseconds) + " ms");
     else if (error != 0)
-        answer.problems.push_back("receiving from " + path + ": " + reason(error));
+        answer.problems.push_back("receiving from " + path + ": " + yat::reason(error));
     return answer;
 }
 

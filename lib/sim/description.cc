@@ -1,5 +1,6 @@
 #include "sim/description.h"
 
+#include "common/reason.h"
 #include "sim/reader.h"
 #include "yat/ft.h"
 
@@ -60,6 +61,7 @@ constexpr Choice<unsigned> setMtbfTypes[] = {{"cpu_module", 1u << 13}, {"pci_mod
 constexpr Choice<unsigned> scsiOperations[] = {{"clear MTBF", 1u << 25}};
 constexpr Choice<unsigned> ethernetOperations[] = {{"clear MTBF", 1u << 31}};
 
+constexpr size_t longestFile = 16 << 20; // bytes
 constexpr size_t longestName = 127;  // bytes
 constexpr int mostDevices = 9999;    // of a class
 constexpr int deepestAdapter = 3;    // tree level, the module's being 1
@@ -425,9 +427,9 @@ std::optional<std::string> readWholeFile(const std::string &file)
     std::string text;
     char buffer[16384];
     ssize_t length;
-    while ((length = read(descriptor, buffer, sizeof buffer)) > 0)
+    while ((length = read(descriptor, buffer, sizeof buffer)) > 0 && text.size() <= longestFile)
         text.append(buffer, static_cast<size_t>(length));
-    const int reason = errno;
+    const int reason = length > 0 ? EFBIG : errno;
     close(descriptor);
     errno = reason;
     return length == 0 ? std::optional(text) : std::nullopt;
@@ -437,7 +439,7 @@ Description readDescription(const std::string &file, std::vector<Mistake> &mista
 {
     if (const auto text = readWholeFile(file))
         return parseDescription(*text, mistakes);
-    mistakes.push_back({0, std::string("can't be read: ") + strerror(errno)});
+    mistakes.push_back({0, std::string("can't be read: ") + yat::reason(errno)});
     return {};
 }
 

@@ -105,7 +105,8 @@ struct Mistake {
 // The mistake as it is told: "FILE:LINE: TEXT".
 std::string toString(const Mistake &mistake, const std::string &file);
 
-// A file as it is; nothing, with the reason in errno, when it can't be read.
+// A description file as it is; nothing, with the reason in errno, when it can't be read or is too
+// large to be one.
 std::optional<std::string> readWholeFile(const std::string &file);
 
 // Reads a description. Every mistake found is appended to mistakes; the result is only of

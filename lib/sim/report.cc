@@ -98,6 +98,9 @@ size_t columns(const std::string &text)
 using Row = std::vector<std::string>;
 
 // Prints rows with their columns below one another; the texts are in UTF-8.
+// What is wider stands out of its own row only.
+constexpr size_t widestColumn = 60;
+
 void printTable(const std::vector<Row> &utf8)
 {
     std::vector<Row> rows = utf8;
@@ -106,26 +109,18 @@ void printTable(const std::vector<Row> &utf8)
         for (size_t i = 0; i < row.size(); ++i) {
             row[i] = yat::toDisplay(row[i]);
             widths.resize(std::max(widths.size(), i + 1));
-            widths[i] = std::max(widths[i], columns(row[i]));
+            if (const size_t width = columns(row[i]); width <= widestColumn)
+                widths[i] = std::max(widths[i], width);
         }
     for (const Row &row : rows) {
         std::string line;
         for (size_t i = 0; i < row.size(); ++i) {
             line += row[i];
             if (i + 1 < row.size())
-                line.append(widths[i] - columns(row[i]) + 2, ' ');
+                line.append(std::max(widths[i], columns(row[i])) - columns(row[i]) + 2, ' ');
         }
         printf("%s\n", line.c_str());
     }
-}
-
-// What the text reports show of a text that somebody else wrote: nothing that moves the cursor.
-std::string printable(const std::string &text)
-{
-    std::string result = text;
-    std::ranges::replace_if(
-        result, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
-    return result;
 }
 
 Json deviceJson(const Machine &machine, const Device &device)
@@ -223,6 +218,14 @@ Row journalLine(const JournalRow &row)
 }
 
 } // namespace
+
+std::string printable(const std::string &text)
+{
+    std::string result = text;
+    std::ranges::replace_if(
+        result, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
+    return result;
+}
 
 void reportDevices(const Machine &machine, Form form)
 {

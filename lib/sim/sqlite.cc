@@ -1,5 +1,7 @@
 #include "sim/sqlite.h"
 
+#include "common/reason.h"
+
 #include <algorithm>
 #include <climits>
 #include <ctime>
@@ -28,6 +30,9 @@ int waitForOthers(void *waited, int calls)
 
 std::string explanation(sqlite3 *handle)
 {
+    const int error = sqlite3_system_errno(handle);
+    if (sqlite3_errcode(handle) == SQLITE_IOERR && error != 0)
+        return "can't be used: " + yat::reason(error);
     switch (sqlite3_errcode(handle)) {
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT: return std::string("is damaged: ") + sqlite3_errmsg(handle);

@@ -1,6 +1,7 @@
 #include "sim/statefile.h"
 
 #include "common/paths.h"
+#include "common/reason.h"
 #include "sim/schema.h"
 #include "sim/tables.h"
 
@@ -44,23 +45,26 @@ bool readHeader(const std::string &file, Header &header)
     return isRead;
 }
 
-void checkHeader(const std::string &file)
+bool isOurs(const Header &header)
 {
-    struct stat status;
-    if (stat(file.c_str(), &status) != 0)
-        throw StoreProblem(file + " can't be used: " + strerror(errno));
-    if (!S_ISREG(status.st_mode))
-        throw StoreProblem(file + " is no regular file");
-    if (faccessat(AT_FDCWD, file.c_str(), R_OK | W_OK, AT_EACCESS) != 0)
-        throw StoreProblem(file + " can't be used: " + strerror(errno));
-    Header header{};
-    const bool isRead = readHeader(file, header);
     const unsigned char *id = &header[applicationIdAt];
     const uint32_t application = static_cast<uint32_t>(id[0]) << 24
                                  | static_cast<uint32_t>(id[1]) << 16
                                  | static_cast<uint32_t>(id[2]) << 8 | id[3];
-    if (!isRead || memcmp(header.data(), "SQLite format 3", 16) != 0
-        || application != applicationId)
+    return memcmp(header.data(), "SQLite format 3", 16) == 0 && application == applicationId;
+}
+
+void checkHeader(const std::string &file)
+{
+    struct stat status;
+    if (stat(file.c_str(), &status) != 0)
+        throw StoreProblem(file + " can't be used: " + yat::reason(errno));
+    if (!S_ISREG(status.st_mode))
+        throw StoreProblem(file + " is no regular file");
+    if (faccessat(AT_FDCWD, file.c_str(), R_OK | W_OK, AT_EACCESS) != 0)
+        throw StoreProblem(file + " can't be used: " + yat::reason(errno));
+    Header header{};
+    if (!readHeader(file, header) || !isOurs(header))
         throw StoreProblem(file
                            + " is damaged or of another program; it is left as it is, move "
                              "it away to begin anew");
@@ -103,11 +107,13 @@ bool isRollbackJournal(const std::string &file, const struct stat &)
     return beginsWithOneOf(file, {"\xd9\xd5\x05\xf9\x20\xa1\x63\xd7"});
 }
 
+using IsRight = bool (*)(const std::string &, const struct stat &);
+constexpr std::pair<const char *, IsRight> companions[] = {
+    {"-wal", isLog}, {"-shm", isIndex}, {"-journal", isRollbackJournal}};
+
 // SQLite writes over whatever has the name of a log and is none.
 void checkCompanions(const std::string &file)
 {
-    const std::pair<const char *, bool (*)(const std::string &, const struct stat &)> companions[] =
-        {{"-wal", isLog}, {"-shm", isIndex}, {"-journal", isRollbackJournal}};
     for (const auto &[ending, isRight] : companions) {
         const std::string companion = file + ending;
         struct stat status;
@@ -195,19 +201,52 @@ void fillFile(const std::string &file, const Source &source, const Asker &asker)
     database.script("PRAGMA journal_mode = WAL");
 }
 
-void removeAll(const std::string &file)
+// Keeps a file that stands where ours are made, under a name that is free.
+void setAside(const std::string &file)
 {
-    for (const char *ending : {"", "-journal", "-wal", "-shm"})
-        unlink((file + ending).c_str());
+    const std::string aside = file + ".aside";
+    std::string name = aside;
+    for (int number = 2; renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE)
+                             != 0
+                         && errno == EEXIST;
+         ++number)
+        name = aside + "." + std::to_string(number);
+}
+
+bool isStateFile(const std::string &file, const struct stat &status)
+{
+    Header header{};
+    return status.st_size == 0 || (readHeader(file, header) && isOurs(header));
+}
+
+// Takes away what a process left behind that was killed while it made the file; what can't be of
+// such a process is kept.
+void takeAway(const std::string &file, const std::string &ending, IsRight isRight)
+{
+    const std::string whole = file + ending;
+    struct stat status;
+    if (lstat(whole.c_str(), &status) != 0)
+        return;
+    if (S_ISREG(status.st_mode) && isRight(whole, status))
+        unlink(whole.c_str());
+    else
+        setAside(whole);
+}
+
+bool isEmpty(const std::string &, const struct stat &status)
+{
+    return status.st_size == 0;
 }
 
 // A log without its file may be all that is left of what was done, for instance when the file was
 // moved away alone: it must not be taken for the new one's, and it must not be lost.
-void setLogsAside(const std::string &file)
+void clearTheWay(const std::string &file, const std::string &unfinished)
 {
-    for (const char *ending : {"-journal", "-wal"})
-        rename((file + ending).c_str(), (file + ending + ".aside").c_str());
-    unlink((file + "-shm").c_str()); // an index of the log, made anew from it
+    takeAway(unfinished, "", isStateFile);
+    for (const auto &[ending, isRight] : companions) {
+        takeAway(unfinished, ending, isRight);
+        takeAway(file, ending, isRight == isIndex ? isIndex : isEmpty);
+    }
 }
 
 bool exists(const std::string &file)
@@ -226,18 +265,16 @@ bool createStateFile(const std::string &file, const std::string &descriptionFile
     const Source source = readSource(descriptionFile);
     const std::string directory = std::filesystem::path(file).parent_path().string();
     if (!yat::makeWritableDirectory(directory))
-        throw StoreProblem(directory + " can't be written: " + strerror(errno));
+        throw StoreProblem(directory + " can't be written: " + yat::reason(errno));
     const DirectoryLock lock(directory);
     if (exists(file))
         return false;
-    // Made under another name, so that a file of this name is always whole. What a process left
-    // behind that was killed at it belongs to nothing.
+    // Made under another name, so that a file of this name is always whole.
     const std::string unfinished = file + ".new";
-    removeAll(unfinished);
-    setLogsAside(file);
+    clearTheWay(file, unfinished);
     fillFile(unfinished, source, asker);
     if (rename(unfinished.c_str(), file.c_str()) != 0)
-        throw StoreProblem(file + " can't be made: " + strerror(errno));
+        throw StoreProblem(file + " can't be made: " + yat::reason(errno));
     return true;
 }
 

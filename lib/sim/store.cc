@@ -2,7 +2,9 @@
 
 #include "common/machine.h"
 #include "common/paths.h"
+#include "common/reason.h"
 #include "sim/words.h"
+#include "text/encoding.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,28 +16,27 @@
 
 namespace sim {
 
-const std::vector<std::string> injectableCalls = {
-    "ft_FunctionInit",
-    "ft_FunctionRelease",
-    "CreateTreeViewData",
-    "FreeTreeViewData",
-    "call_yat_is_ft",
-    "yat_ft_get_property",
-    "Linux_ConvertDataToInt",
-    "StatusChange",
-    "IfSupport",
-    "ClearMTBF",
-    "InitBringUp",
-    "InitBringDown",
-    "SetMtbfType",
-    "BurnFirmware",
-    "GetBBDriverSettings",
-    "PutBBDriverSettings",
-    "YATGetDeviceID",
+const std::vector<InjectableCall> injectableCalls = {
+    {"ft_FunctionInit"},
+    {"ft_FunctionRelease"},
+    {"CreateTreeViewData"},
+    {"FreeTreeViewData"},
+    {"call_yat_is_ft"},
+    {"yat_ft_get_property", Gift::text},
+    {"Linux_ConvertDataToInt", Gift::number},
+    {"StatusChange", Gift::text},
+    {"IfSupport", Gift::number},
+    {"ClearMTBF"},
+    {"InitBringUp"},
+    {"InitBringDown"},
+    {"SetMtbfType"},
+    {"BurnFirmware"},
+    {"GetBBDriverSettings", Gift::number},
+    {"PutBBDriverSettings"},
+    {"YATGetDeviceID", Gift::bytes},
 };
 
-namespace
-{
+namespace {
 
 // ---- Transactions
 
@@ -202,7 +203,7 @@ try {
 } catch (const StoreProblem &problem) {
     try {
         refuse(store, {.operation = operation,
-                       .argument = std::filesystem::absolute(file).string(),
+                       .argument = yat::fromDisplay(std::filesystem::absolute(file).string()),
                        .result = problem.what()});
     } catch (const StoreProblem &) {
         // The mistake is what the user has to know.
@@ -225,7 +226,7 @@ void replaceMachine(Store &store, const Source &source, bool keepsClock,
                      {.simulated = clock.simulated,
                       .real = real,
                       .operation = operation,
-                      .argument = source.file,
+                      .argument = yat::fromDisplay(source.file),
                       .result = "done"});
     });
 }
@@ -271,7 +272,7 @@ bool openStore(Store &store)
     store.database = openStateFile(store.file);
     struct stat status;
     if (stat(store.file.c_str(), &status) != 0)
-        throw StoreProblem(store.file + " can't be used: " + strerror(errno));
+        throw StoreProblem(store.file + " can't be used: " + yat::reason(errno));
     store.inode = status.st_ino;
     store.device = status.st_dev;
     return isNew;
@@ -378,7 +379,7 @@ std::string descriptionNote(Store &store)
                + store.descriptionFile;
     const auto now = readWholeFile(origin);
     if (!now)
-        return origin + " can't be read: " + strerror(errno) + "; the state is kept";
+        return origin + " can't be read: " + yat::reason(errno) + "; the state is kept";
     if (*now != text)
         return origin + " has changed since; the state is kept, 'yatsim reset' makes it anew";
     return {};

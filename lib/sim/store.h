@@ -64,8 +64,14 @@ Outcome perform(Store &store, const Operation &operation);
 // the reason as its result, and no times.
 void refuse(Store &store, JournalRow row);
 
-// The calls that injections can be for.
-extern const std::vector<std::string> injectableCalls;
+// The calls that injections can be for, and what they give beside their result, which is the text
+// of an injection: a text, a number, or the bytes of bytesOf.
+enum class Gift { nothing, text, number, bytes };
+struct InjectableCall {
+    std::string name;
+    Gift gift = Gift::nothing;
+};
+extern const std::vector<InjectableCall> injectableCalls;
 
 void inject(Store &store, const Injection &injection);
 void clearInjections(Store &store, const std::string &call);

@@ -1,6 +1,8 @@
 #include "sim/tables.h"
 
+#include "common/reason.h"
 #include "sim/words.h"
+#include "text/encoding.h"
 
 #include <cerrno>
 #include <cstring>
@@ -113,12 +115,13 @@ Source readSource(const std::string &file)
 {
     std::vector<Mistake> mistakes;
     const auto text = readWholeFile(file);
+    const std::string name = yat::fromDisplay(file);
     if (!text)
-        throw StoreProblem(file + ": can't be read: " + strerror(errno));
+        throw StoreProblem(name + ": can't be read: " + yat::reason(errno));
     auto description = std::make_shared<Description>(parseDescription(*text, mistakes));
     std::string all;
     for (const Mistake &mistake : mistakes)
-        all += (all.empty() ? "" : "\n") + toString(mistake, file);
+        all += (all.empty() ? "" : "\n") + toString(mistake, name);
     if (!all.empty())
         throw StoreProblem(all);
     return {.file = file, .text = *text, .description = description};

@@ -6,10 +6,8 @@
 #include <charconv>
 #include <strings.h>
 
-namespace sim
-{
-namespace
-{
+namespace sim {
+namespace {
 
 struct StateWords {
     State state;

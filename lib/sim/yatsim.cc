@@ -1,5 +1,6 @@
 // yatsim: looks at a simulated machine, and does to it what operations of the product can't.
 #include "common/machine.h"
+#include "common/reason.h"
 #include "sim/report.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <charconv>
 #include <clocale>
+#include <langinfo.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,12 +24,12 @@ using namespace sim;
 struct Request {
     std::string machine;
     bool json = false;
-    std::array<std::string, 2> words; // DEVICE; CALL and RESULT; KEY and VALUE; FILE
+    std::array<std::string, 2> words; // DEVICE; CALL and RESULT; KEY and VALUE; FILE, as it is
     bool permanent = false;
     std::optional<int> times, delay;
     std::optional<std::string> text;
     int64_t last = 0;
-    std::function<void(const Request &)> command;
+    void (*command)(const Request &) = nullptr;
 
     Form form() const
     {
@@ -146,16 +148,29 @@ std::optional<int> toNumber(const std::string &text)
 std::string mistakeIn(const Request &request)
 {
     const std::string &call = request.words[0], &result = request.words[1];
-    if (std::ranges::find(injectableCalls, call) == injectableCalls.end())
-        return "no call '" + call + "', expected one of " + list(injectableCalls);
+    const auto known = std::ranges::find(injectableCalls, call, &InjectableCall::name);
+    if (known == injectableCalls.end()) {
+        std::vector<std::string> names;
+        for (const InjectableCall &each : injectableCalls)
+            names.push_back(each.name);
+        return "no call '" + call + "', expected one of " + list(names);
+    }
     if (!toNumber(result) && result != "real" && result != "off")
         return "wrong result '" + result + "', expected a number of 32 bits, 'real' or 'off'";
     if (result == "off" && (request.times || request.delay || request.text))
         return "--times, --delay and --text go with a result, not with 'off'";
-    if (call == "YATGetDeviceID" && request.text && !bytesOf(*request.text))
-        return "wrong text '" + *request.text
-               + "' for YATGetDeviceID, expected 1 to 16 numbers from 0 to 255, 0x before "
-                 "hexadecimal ones";
+    if (!request.text)
+        return {};
+    const std::string wrong = "wrong text '" + *request.text + "' for " + call + ", expected ";
+    switch (known->gift) {
+    case Gift::nothing: return call + " gives nothing but its result, so it takes no --text";
+    case Gift::text: return {};
+    case Gift::number: return toNumber(*request.text) ? "" : wrong + "a number of 32 bits";
+    case Gift::bytes:
+        return bytesOf(*request.text) ? ""
+                                      : wrong + "1 to 16 numbers from 0 to 255, 0x before "
+                                                "hexadecimal ones";
+    }
     return {};
 }
 
@@ -276,8 +291,8 @@ std::string setHelp()
 std::string injectHelp()
 {
     std::string calls;
-    for (const std::string &call : injectableCalls)
-        calls += "  " + call + "\n";
+    for (const InjectableCall &call : injectableCalls)
+        calls += "  " + call.name + "\n";
     return "RESULT is the number that the call returns, 'real' for what it returns really, or\n"
            "'off' to take all injections for the call back. An operation that is answered so is\n"
            "not carried out. Without --text, a call that succeeds gives its real text or value.\n"
@@ -288,7 +303,13 @@ std::string injectHelp()
 struct Word {
     const char *name = nullptr, *help = nullptr;
     bool required = true;
+    bool mayBeEmpty = false;
 };
+
+std::string emptiness(const std::string &argument)
+{
+    return argument.empty() ? "is empty" : "";
+}
 
 constexpr Word device = {"DEVICE", "Its short name or its display name"};
 
@@ -344,7 +365,7 @@ const std::vector<Command> &commands()
         {"set",
          "Set a value of the machine, or of a device",
          set,
-         {{{"KEY", "KEY of the machine, or DEVICE.KEY"}, {"VALUE", "The value"}}},
+         {{{"KEY", "KEY of the machine, or DEVICE.KEY"}, {"VALUE", "The value", true, true}}},
          false,
          setHelp()},
         {"journal", "Print the journal of the operations that were asked for", journal, {}, true},
@@ -368,9 +389,11 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
 {
     for (size_t i = 0; i < command.words.size() && command.words[i].name; ++i) {
         const Word &word = command.words[i];
-        app.add_option(word.name, request.words[i], word.help)
-            ->type_name("")
-            ->required(word.required);
+        CLI::Option *option = app.add_option(word.name, request.words[i], word.help)
+                                  ->type_name("")
+                                  ->required(word.required);
+        if (!word.mayBeEmpty)
+            option->check(emptiness);
     }
     if (command.prints)
         app.add_flag("--json", request.json, "Print JSON instead of text");
@@ -395,13 +418,22 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
     app.footer(command.more);
 }
 
-// Arguments come in the encoding of the locale.
+// Arguments come in the encoding of the locale; one that doesn't would be another one here.
+void toUtf8(std::string &argument)
+{
+    if (!yat::isDisplayable(argument.c_str()))
+        throw Failure("'" + yat::fromDisplay(argument) + "' is not in the encoding of the locale, "
+                      + nl_langinfo(CODESET));
+    argument = yat::fromDisplay(argument);
+}
+
 void toUtf8(Request &request)
 {
-    for (std::string &word : request.words)
-        word = yat::fromDisplay(word);
+    if (request.command != importDescription) // the name of a file is what its bytes are
+        for (std::string &word : request.words)
+            toUtf8(word);
     if (request.text)
-        request.text = yat::fromDisplay(*request.text);
+        toUtf8(*request.text);
 }
 
 void print(const std::string &problem)
@@ -409,7 +441,8 @@ void print(const std::string &problem)
     size_t begin = 0;
     while (begin <= problem.size()) {
         const size_t end = std::min(problem.find('\n', begin), problem.size());
-        fprintf(stderr, "yatsim: %s\n", yat::toDisplay(problem.substr(begin, end - begin)).c_str());
+        fprintf(stderr, "yatsim: %s\n",
+                yat::toDisplay(printable(problem.substr(begin, end - begin))).c_str());
         begin = end + 1;
     }
 }
@@ -419,7 +452,7 @@ int statusOfOutput()
 {
     if (fflush(stdout) == 0 && !ferror(stdout))
         return 0;
-    print(std::string("standard output can't be written: ") + strerror(errno));
+    print(std::string("standard output can't be written: ") + yat::reason(errno));
     return 1;
 }
 
@@ -439,8 +472,9 @@ std::string toString(const CLI::App &app, const CLI::ParseError &problem)
     return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + list(known);
 }
 
-int run(const Request &request)
+int run(Request &request)
 try {
+    toUtf8(request);
     if (!request.machine.empty())
         setenv("YAT_MACHINE", request.machine.c_str(), 1);
     request.command(request);
@@ -454,16 +488,15 @@ try {
 
 int main(int argc, char **argv)
 {
-    setlocale(LC_ALL, "");
+    if (!setlocale(LC_ALL, "")) // texts are UTF-8 then, whatever else the machine lacks
+        setlocale(LC_CTYPE, "C.UTF-8");
     Request request;
     CLI::App app(about, "yatsim");
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--machine", request.machine, "Another machine: a name, or a description's path")
         ->type_name("NAME")
-        ->check([](const std::string &name) {
-            return name.empty() ? std::string("expected a name, or a description's path") : "";
-        });
+        ->check(emptiness);
     for (const Command &command : commands()) {
         CLI::App *each = app.add_subcommand(command.name, command.help);
         addOptions(*each, request, command);
@@ -479,6 +512,5 @@ int main(int argc, char **argv)
         print(toString(app, problem));
         return 1;
     }
-    toUtf8(request);
     return run(request);
 }

@@ -161,6 +161,43 @@ TEST(StateFile, IsNotMisledByWhatAKilledProcessOrAnotherStateLeftBehind)
     EXPECT_EQ(journalOf(stored.store).size(), 1u);
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
     EXPECT_EQ(contents(stored.store.file + "-wal.aside"), log); // it may be all that is left
+    EXPECT_EQ(contents(stored.store.file + ".new.aside"), "half");
+    EXPECT_FALSE(fs::exists(stored.store.file + ".new"));
+}
+
+TEST(StateFile, IsMadeWithoutHarmToForeignFiles)
+{
+    Stored stored;
+    fs::create_directories(fs::path(stored.store.file).parent_path());
+    const std::vector<std::string> endings = {".new",     "-wal",    "-shm",        "-journal",
+                                              ".new-wal", ".new-shm", ".new-journal"};
+    for (const std::string text : {"first", "second", "third"}) {
+        for (const std::string &ending : endings)
+            std::ofstream(stored.store.file + ending) << text;
+        EXPECT_TRUE(openStore(stored.store));
+        stored.store.database.reset();
+        fs::remove(stored.store.file);
+    }
+    for (const std::string &ending : endings) {
+        const std::string aside = stored.store.file + ending + ".aside";
+        EXPECT_EQ(contents(aside), "first");
+        EXPECT_EQ(contents(aside + ".2"), "second");
+        EXPECT_EQ(contents(aside + ".3"), "third");
+    }
+}
+
+// Nothing of value is in these, so that they don't pile up.
+TEST(StateFile, IsMadeInThePlaceOfWhatIsOurs)
+{
+    Stored stored;
+    openStore(stored.store);
+    stored.store.database.reset();
+    fs::rename(stored.store.file, stored.store.file + ".new");
+    std::ofstream(stored.store.file + "-shm") << std::string(32768, 'x');
+    std::ofstream(stored.store.file + "-wal");
+    EXPECT_TRUE(openStore(stored.store));
+    for (const auto &entry : fs::directory_iterator(fs::path(stored.store.file).parent_path()))
+        EXPECT_EQ(entry.path().string().find("aside"), std::string::npos) << entry.path();
 }
 
 TEST(StateFile, IsOpenedAnewWhenItIsAnotherOne)

@@ -102,8 +102,11 @@ TEST_F(Yatsim, RefusesWhatItDoesNotKnow)
     expectRefusal("fail cpu1 cpu2", "The following argument was not expected: cpu2; 'yatsim fail "
                                     "--help' says more");
     expectRefusal("fail", "DEVICE is required; 'yatsim fail --help' says more");
-    expectRefusal("--machine \"\" list", "--machine: expected a name, or a description's path; "
-                                          "'yatsim list --help' says more");
+    expectRefusal("--machine \"\" list", "--machine: is empty; 'yatsim list --help' says more");
+    for (const std::string command : {"show", "fail", "import"})
+        expectRefusal(command + " \"\"", (command == "import" ? "FILE" : "DEVICE")
+                                             + std::string(": is empty; 'yatsim ") + command
+                                             + " --help' says more");
     expectRefusal("set time", "VALUE is required; 'yatsim set --help' says more");
     EXPECT_FALSE(exists(sandbox.stateFile()));
 }
@@ -673,9 +676,9 @@ TEST_F(Yatsim, WritesDownWhatItRefusesByItself)
 
 TEST_F(Yatsim, PrintsValidJsonWhateverItWasGiven)
 {
-    const std::string strange = "\"a\xff\x01\x1b[3m\xe3\x81\x82 \\\"";
+    const std::string strange = "\"a\x01\x1b[3m\xe3\x81\x82 \\\"";
     steer("set data_file " + strange);
-    steer("inject IfSupport 1 --text " + strange);
+    steer("inject StatusChange 1 --text " + strange);
     steer("set cpu1.bios_version " + strange);
     for (const char *arguments : {"show", "show cpu1", "list", "journal", "export"}) {
         const Json json = asJson(arguments);
@@ -683,13 +686,74 @@ TEST_F(Yatsim, PrintsValidJsonWhateverItWasGiven)
     }
     for (const char *arguments : {"show", "show cpu1", "list", "journal"})
         EXPECT_EQ(steer(arguments).find('\x1b'), std::string::npos) << arguments;
+    EXPECT_EQ(yatsim("fail " + strange).errors.find('\x1b'), std::string::npos);
+}
+
+// It would be another text in the state.
+TEST_F(Yatsim, RefusesWhatIsNotInTheEncodingOfTheLocale)
+{
+    steer("init");
+    expectRefusal("set data_file \"a\xff\"", "'a\xef\xbf\xbd' is not in the encoding of the locale, "
+                                             "UTF-8");
+    expectRefusal("inject StatusChange 1 --text \"\xff\"",
+                  "'\xef\xbf\xbd' is not in the encoding of the locale, UTF-8");
+    sandbox.set("LC_ALL", "C");
+    expectRefusal("set cpu1.bios_status \xe3\x81\x82",
+                  "'?" "?" "?' is not in the encoding of the locale, ANSI_X3.4-1968");
+    EXPECT_EQ(Json::parse(steer("journal --json")).size(), 1u);
+}
+
+// A file has the name that its bytes are.
+TEST_F(Yatsim, ImportsFilesOfAnyName)
+{
+    const std::string file = write("\xe6\xa9\x9f\xe6\xa2\xb0\xff.toml", shipped("CEDAR"));
+    for (const char *locale : {"C.UTF-8", "C", "ja_JP.EUC-JP", "xx_YY.UTF-8"}) {
+        sandbox.set("LC_ALL", locale);
+        const auto result = yatsim("import " + file);
+        EXPECT_EQ(result.status, 0) << result.errors;
+        asJson("journal");
+        EXPECT_EQ(yatsim("import " + file + "x").status, 1);
+    }
+    sandbox.set("LC_ALL", "xx_YY.UTF-8"); // not on this machine: UTF-8 all the same
+    steer("set cpu1.bios_status \xe3\x81\x82");
+    EXPECT_NE(steer("show cpu1").find("\xe3\x81\x82"), std::string::npos);
+}
+
+TEST_F(Yatsim, TakesTextsForCallsThatGiveSome)
+{
+    for (const char *call : {"IfSupport", "GetBBDriverSettings", "Linux_ConvertDataToInt"}) {
+        expectRefusal(std::string("inject ") + call + " 1 --text foo",
+                      std::string("wrong text 'foo' for ") + call
+                          + ", expected a number of 32 bits");
+        steer(std::string("inject ") + call + " 1 --text -5");
+    }
+    for (const char *call : {"InitBringDown", "ft_FunctionInit", "PutBBDriverSettings"})
+        expectRefusal(std::string("inject ") + call + " real --text 1",
+                      call + std::string(" gives nothing but its result, so it takes no --text"));
+    for (const char *call : {"StatusChange", "yat_ft_get_property"})
+        steer(std::string("inject ") + call + " 0 --text foo");
+}
+
+TEST_F(Yatsim, KeepsTheJournalReadableBesideALongArgument)
+{
+    steer("fail cpu1");
+    const std::string before = steer("journal");
+    const std::string value(900, 'x');
+    steer("set data_file " + value);
+    const std::string after = steer("journal");
+    EXPECT_TRUE(after.starts_with(before)) << after;
+    EXPECT_NE(after.find("data_file=" + value + "  done"), std::string::npos);
+}
+
+TEST_F(Yatsim, ImportsNothingWithoutEnd)
+{
+    expectRefusal("import /dev/zero", "/dev/zero: can't be read: File too large");
 }
 
 TEST_F(Yatsim, PrintsInTheEncodingOfTheLocale)
 {
+    steer("set cpu1.bios_status \xe3\x81\x82");
     sandbox.set("LC_ALL", "C");
-    const auto result = yatsim("set cpu1.bios_status \xe3\x81\x82");
-    EXPECT_EQ(result.status, 0) << result.errors;
     for (const char byte : steer("show cpu1"))
         EXPECT_TRUE(static_cast<unsigned char>(byte) < 0x80);
 }
