@@ -99,7 +99,7 @@ Adapter readAdapter(Reader &reader, const toml::table &table, int level)
          "adapter"});
     Adapter adapter{.classCode = reader.choice(table, "class", adapterClasses),
                     .number = reader.number(table, "number", 1, mostDevices),
-                    .name = reader.text(table, "name", longestName),
+                    .name = reader.ownName(table, longestName),
                     .path = reader.path(table),
                     .broken = reader.choice(table, "state", adapterStates, false),
                     .defective = reader.truth(table, "defective"),
@@ -118,14 +118,34 @@ Adapter readAdapter(Reader &reader, const toml::table &table, int level)
     return adapter;
 }
 
-Module readModule(Reader &reader, const toml::table &table, int classCode, bool hasMtbfType)
+// What makes a module one of a pair.
+struct Place {
+    int number = 0, partner = 0;
+    State state = State::empty;
+    bool isUnique = false;
+    bool isRight = false; // a wrong one would count as a wrong pair, too
+};
+
+Place readPlace(Reader &reader, const toml::table &table, int classCode)
+{
+    const size_t before = reader.found();
+    Place place{.number = reader.number(table, "number", 1, mostDevices),
+                .partner = reader.number(table, "partner", 0, mostDevices, false),
+                .state = reader.choice(table, "state", states)};
+    place.isUnique = reader.unique(table, "number", classCode, place.number);
+    place.isRight = reader.found() == before;
+    return place;
+}
+
+Module readModule(Reader &reader, const toml::table &table, int classCode, const Place &place,
+                  bool hasMtbfType)
 {
     Module module{.classCode = classCode,
-                  .number = reader.number(table, "number", 1, mostDevices),
-                  .name = reader.text(table, "name", longestName),
+                  .number = place.number,
+                  .name = reader.ownName(table, longestName),
                   .path = reader.path(table),
-                  .state = reader.choice(table, "state", states),
-                  .partner = reader.number(table, "partner", 0, mostDevices, false),
+                  .state = place.state,
+                  .partner = place.partner,
                   .mtbfType = reader.choice(table, "mtbf_type", mtbfTypes, hasMtbfType,
                                             restartAboveThreshold),
                   .defective = reader.truth(table, "defective"),
@@ -135,14 +155,13 @@ Module readModule(Reader &reader, const toml::table &table, int classCode, bool 
                   .biosStatus = {},
                   .adapters = {}};
     module.failureCount = readFailureCount(reader, table, module.failures.size());
-    const bool isUnique = reader.unique(table, "number", classCode, module.number);
     if (classCode == YAT_CLASS_CPU_MODULE) {
         reader.allowKeys(table, "a CPU module",
                          {"number", "name", "path", "state", "partner", "mtbf_type", "defective",
                           "failures", "failure_count", "bios_version", "bios_status", "bios_valid",
                           "bios_from"});
         module.board = module.number; // a CPU module is its own board
-        if (isUnique)
+        if (place.isUnique)
             reader.unique(table, "number", boards, module.board);
         module.biosVersion = reader.text(table, "bios_version", longestVersion);
         module.biosStatus = reader.text(table, "bios_status", longestVersion);
@@ -217,12 +236,16 @@ std::vector<Module> readModules(Reader &reader, const toml::table &table, std::s
 {
     std::vector<Read> modules;
     const size_t before = reader.found();
-    for (const toml::table *module : reader.tables(table, key))
-        modules.push_back({module, readModule(reader, *module, classCode, hasMtbfType)});
+    const auto tables = reader.tables(table, key);
+    bool placesAreRight = reader.found() == before;
+    for (const toml::table *module : tables) {
+        const Place place = readPlace(reader, *module, classCode);
+        placesAreRight = placesAreRight && place.isRight;
+        modules.push_back({module, readModule(reader, *module, classCode, place, hasMtbfType)});
+    }
     choosePartners(modules);
-    const bool isRight = reader.found() == before;
     for (const Read &read : modules)
-        if (isRight) // a wrong number would count as a wrong pair, too
+        if (placesAreRight)
             checkPair(reader, read, modules);
     std::vector<Module> result;
     for (Read &read : modules)
@@ -278,7 +301,7 @@ Description readMachine(Reader &reader, const toml::table &machine)
     reader.allowKeys(mtbf, "[mtbf]", {"threshold"});
 
     Description result;
-    result.name = reader.text(machine, "name", longestName);
+    result.name = reader.name(machine, longestName);
     const size_t before = reader.found();
     result.type = reader.choice(machine, "type", machineTypes);
     const bool typeIsKnown = reader.found() == before;
@@ -452,7 +475,9 @@ Description parseDescription(const std::string &text, std::vector<Mistake> &mist
         return {};
     }
     Reader reader(mistakes);
-    return readMachine(reader, parsed.table());
+    Description description = readMachine(reader, parsed.table());
+    std::ranges::stable_sort(mistakes, {}, &Mistake::line);
+    return description;
 }
 
 std::string toToml(const Description &description)

@@ -68,6 +68,29 @@ public:
         return {};
     }
 
+    // A text to show on a line.
+    std::string name(const toml::table &table, size_t most)
+    {
+        const std::string result = text(table, "name", most);
+        const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
+        if (std::ranges::any_of(result, isControl))
+            wrong(*table.get("name"), "name", "a text without control characters");
+        return result;
+    }
+
+    // The same, of a device: no other one may have it, whatever the case.
+    std::string ownName(const toml::table &table, size_t most)
+    {
+        const std::string result = name(table, most);
+        std::string lower = result;
+        for (char &letter : lower)
+            if (letter >= 'A' && letter <= 'Z')
+                letter = static_cast<char>(letter - 'A' + 'a');
+        if (!result.empty() && !names.insert(lower).second)
+            report(*table.get("name"), "name '" + result + "' stands twice, expected one of its own");
+        return result;
+    }
+
     int number(const toml::table &table, std::string_view key, int least, int most,
                bool required = true)
     {
@@ -278,6 +301,7 @@ private:
 
     std::vector<Mistake> &mistakes;
     std::set<std::pair<int, int>> numbers;
+    std::set<std::string> names;
 };
 
 } // namespace sim

@@ -143,6 +143,30 @@ void migrate(Database &database)
         database.script(("PRAGMA user_version = " + std::to_string(schemaVersion)).c_str());
 }
 
+// What the tables and all that belongs to them were made with.
+std::string schemaOf(Database &database)
+{
+    std::string result;
+    Query row = database.query("SELECT type, name, tbl_name, sql FROM sqlite_schema WHERE name NOT "
+                               "LIKE 'sqlite!_%' ESCAPE '!' ORDER BY type, name");
+    while (row.next())
+        result += row.text(0) + " " + row.text(1) + " " + row.text(2) + " " + row.text(3) + "\n";
+    return result;
+}
+
+// Another program may have left a table out, or added a trigger that would ruin what is written.
+void checkSchema(Database &database)
+{
+    static const std::string expected = [] {
+        Database empty(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+        migrate(empty);
+        return schemaOf(empty);
+    }();
+    if (schemaOf(database) != expected)
+        throw StoreProblem(database.file
+                           + " is damaged: its tables are not those of this program");
+}
+
 void bringUpToDate(Database &database)
 {
     const int64_t version = database.number("PRAGMA user_version");
@@ -288,6 +312,7 @@ std::unique_ptr<Database> openStateFile(const std::string &file)
     sqlite3_db_config(database->handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     checkPages(*database);
     bringUpToDate(*database);
+    checkSchema(*database);
     database->script("PRAGMA synchronous = NORMAL; PRAGMA journal_mode = WAL");
     sqlite3_db_config(database->handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
     return database;

@@ -128,11 +128,26 @@ void takeOut(Store &store, const Waiting &waiting)
         store.database->run("UPDATE injection SET times = times - 1 WHERE id = ?", waiting.id);
 }
 
+bool isStillWaiting(Store &store, int64_t id)
+{
+    openStore(store);
+    Query row = store.database->query("SELECT 1 FROM injection WHERE id = ?", id);
+    return row.next();
+}
+
 void sleepFor(int milliseconds)
 {
     timespec rest = {.tv_sec = milliseconds / 1000, .tv_nsec = milliseconds % 1000 * 1'000'000L};
     while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
     }
+}
+
+// Sleeps as an injection wants it, or until it is taken back.
+void hangFor(Store &store, int64_t id, int milliseconds)
+{
+    constexpr int slice = 200;
+    for (int left = milliseconds; left > 0 && isStillWaiting(store, id); left -= slice)
+        sleepFor(std::min(left, slice));
 }
 
 // A transaction with the injection for a call. One that hangs does so before, so that other
@@ -157,7 +172,7 @@ void inCall(Store &store, std::string_view call,
         });
         if (delay == 0)
             return;
-        sleepFor(delay);
+        hangFor(store, hungFor, delay);
     }
 }
 

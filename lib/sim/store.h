@@ -47,7 +47,8 @@ struct Injection {
 };
 
 // Reads the machine as it is now. An injection for the call is taken out; its delay is over when
-// work is called. It stays until then, so another call that comes meanwhile hangs as well.
+// work is called. It stays until then, so another call that comes meanwhile hangs as well;
+// when it is taken back, the call goes on without it.
 using Look = std::function<void(const Machine &, const std::optional<Injection> &)>;
 void look(Store &store, const char *call, const Look &work);
 Machine look(Store &store);

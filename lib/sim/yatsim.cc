@@ -271,7 +271,7 @@ const char footer[] =
     "                                         the next state that is read takes 3 s\n"
     "  yatsim set cpu1.mtbf_type 0            CPU module 1 stays down when it fails\n"
     "  yatsim set time +60                    a minute passes at once\n"
-    "  YAT_TIME_SCALE=60 mrvutil              a minute takes a second\n"
+    "  YAT_TIME_SCALE=60 mrvutil              a minute takes a second; give it to yatsim, too\n"
     "\n"
     "The machine is that of mrvutil: YAT_MACHINE, or machine in yatkit.toml, or CEDAR. The exit\n"
     "status is 0 when it was done and 1 when not, with a line on standard error that says why.\n"

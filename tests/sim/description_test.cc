@@ -111,6 +111,11 @@ const Case cases[] = {
     {"SourceOfAnInvalidBios", "bios_version = \"1\"",
      "bios_version = \"1\"\nbios_from = \"data file\"\nbios_valid = false",
      "F:16: wrong value for 'bios_from', expected none where 'bios_valid' is false"},
+    {"NameTwice", "\"C2\"", "\"c1\"", "F:20: name 'c1' stands twice, expected one of its own"},
+    {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
+     "F:36: name 'P1' stands twice, expected one of its own"},
+    {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
+     "F:20: wrong value for 'name', expected a text without control characters"},
     {"BoardTwice", "board = 3", "board = 1", "F:32: board 1 stands twice, expected one of its own"},
     {"UnknownClass", "\"SCSI\"", "\"SATA\"",
      "F:34: wrong value for 'class', expected \"SCSI\", \"Ethernet\""},
@@ -151,6 +156,21 @@ TEST(Description, WithoutAMistakeHasNone)
 TEST(Description, TellsAllItsMistakesAtOnce)
 {
     EXPECT_EQ(mistakesOf("type = 3\nname = \"\"\n").size(), 2u);
+}
+
+// Also those that are found by looking at two modules at once; in the order of their lines.
+TEST(Description, TellsAWrongPairBesideOtherMistakes)
+{
+    std::string text = small;
+    text.replace(text.find("\"duplex\"  # second"), 8, "\"stopped\"");
+    text.replace(text.find("\"C2\""), 4, "\"\"");
+    text.replace(text.find("start = 1.5"), 11, "start = -1");
+    EXPECT_EQ(mistakesOf(text),
+              (std::vector<std::string>{
+                  "F:4: wrong value for 'start', expected a number from 0 to 86400",
+                  "F:13: wrong value for 'state', expected \"duplex\" only where the partner has it "
+                  "too",
+                  "F:20: wrong value for 'name', expected a text of 1 to 127 bytes"}));
 }
 
 TEST(Description, OfAPairHasBothRunningInDuplexOrOneAlone)

@@ -115,10 +115,11 @@ TEST(StateFile, IsNotMadeFromADescriptionWithMistakes)
     Stored stored("CEDAR", "type = 5\nnam = 1\n");
     const std::string file = stored.store.descriptionFile;
     EXPECT_EQ(problemOf([&] { look(stored.store); }),
-              file + ":2: unknown key 'nam' in the description, expected name, type, bmc, firmware, "
-                     "settings, mtbf, timing, supports, cpu_module, pci_module\n"
-                  + file + ":1: missing key 'name', expected a text of 1 to 127 bytes\n" + file
-                  + ":1: wrong value for 'type', expected \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\"");
+              file + ":1: missing key 'name', expected a text of 1 to 127 bytes\n" + file
+                  + ":1: wrong value for 'type', expected \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\"\n"
+                  + file
+                  + ":2: unknown key 'nam' in the description, expected name, type, bmc, firmware, "
+                    "settings, mtbf, timing, supports, cpu_module, pci_module");
     EXPECT_FALSE(fs::exists(stored.store.file));
 }
 
@@ -305,7 +306,15 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
          "= 13 AND number = 4",
          "a device that its description lacks"},
         {"DELETE FROM machine", "a row is missing"},
-        {"DROP TABLE failure", "no such table: failure"},
+        {"DROP TABLE failure", "its tables are not those of this program"},
+        {"DROP TABLE journal", "its tables are not those of this program"},
+        {"DROP TABLE injection", "its tables are not those of this program"},
+        {"DROP TRIGGER journal_is_not_changed", "its tables are not those of this program"},
+        {"DROP INDEX failure_of_device", "its tables are not those of this program"},
+        {"ALTER TABLE journal ADD COLUMN more TEXT", "its tables are not those of this program"},
+        {"CREATE TRIGGER strange AFTER INSERT ON journal BEGIN DELETE FROM device; END",
+         "its tables are not those of this program"},
+        {"CREATE VIEW recipes AS SELECT 1", "its tables are not those of this program"},
         {"UPDATE machine SET description = 'x'", "is damaged: its description:1:"},
         {"UPDATE machine SET scale = -1", "its clock is out of range"},
         {"UPDATE machine SET scale = 1e300 * 1e300", "its clock is out of range"},
@@ -772,7 +781,7 @@ TEST(Injection, ThatHangsIsStillThereWhenTheProgramIsKilled)
 TEST(Injection, ThatIsTakenBackWhileACallHangsIsNotAnswered)
 {
     Stored stored;
-    inject(stored.store, {.call = "InitBringDown", .result = 0, .delay = 2000});
+    inject(stored.store, {.call = "InitBringDown", .result = 0, .delay = 86'400'000});
     const pid_t child = hangingStop(stored);
     ASSERT_TRUE(isSleepingSoon(child));
     clearInjections(stored.store, "InitBringDown");

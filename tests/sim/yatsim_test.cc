@@ -179,11 +179,11 @@ TEST_F(Yatsim, SaysALineForEachMistakeOfADescription)
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.errors,
               "yatsim: " + file
-                  + ":3: unknown key 'colour' in the description, expected name, type, bmc, "
-                    "firmware, settings, mtbf, timing, supports, cpu_module, pci_module\n"
-                  + "yatsim: " + file
                   + ":2: wrong value for 'type', expected \"ALDER\", \"BIRCH\", \"CEDAR\", "
-                    "\"PLAIN\"\n");
+                    "\"PLAIN\"\n"
+                  + "yatsim: " + file
+                  + ":3: unknown key 'colour' in the description, expected name, type, bmc, "
+                    "firmware, settings, mtbf, timing, supports, cpu_module, pci_module\n");
 }
 
 TEST_F(Yatsim, SaysWhereTheStateCantBeWritten)
