@@ -362,6 +362,21 @@ TEST(StateFile, CutOffAnywhereIsRefusedOrComplete)
     EXPECT_GT(refused, 25);
 }
 
+// Also where nothing reads it that was asked for.
+TEST(StateFile, DamagedInAPageOfTheJournalIsRefused)
+{
+    Stored stored;
+    for (int i = 0; i < 300; ++i)
+        perform(stored.store, {.verb = Verb::set, .argument = "data_file=" + std::to_string(i)});
+    stored.store.database.reset();
+    std::string bytes = contents(stored.store.file);
+    const size_t page = bytes.find("data_file=150") / 4096 * 4096;
+    ASSERT_LT(page, bytes.size());
+    bytes.replace(page, 4096, 4096, '\xff');
+    std::ofstream(stored.store.file, std::ios::binary | std::ios::trunc) << bytes;
+    expectRefused(stored, " is damaged");
+}
+
 // Whatever single byte is wrong: either the file is refused and stays as it is, or the wrong byte
 // says nothing that matters and the machine can be used.
 TEST(StateFile, WithAWrongByteIsRefusedOrUsedButNeverBringsTheProgramDown)
