@@ -62,11 +62,11 @@ constexpr Choice<unsigned> scsiOperations[] = {{"clear MTBF", 1u << 25}};
 constexpr Choice<unsigned> ethernetOperations[] = {{"clear MTBF", 1u << 31}};
 
 constexpr size_t longestFile = 16 << 20; // bytes
-constexpr size_t longestName = 127;  // bytes
-constexpr int mostDevices = 9999;    // of a class
-constexpr int deepestAdapter = 3;    // tree level, the module's being 1
-constexpr int boards = -1;           // no device class
-constexpr int longestTiming = 86400; // seconds
+constexpr size_t longestName = 127;      // bytes
+constexpr int mostDevices = 9999;        // of a class
+constexpr int deepestAdapter = 3;        // tree level, the module's being 1
+constexpr int boards = -1;               // no device class
+constexpr int longestTiming = 86400;     // seconds
 
 std::vector<Time> readFailures(Reader &reader, const toml::table &table)
 {

@@ -265,6 +265,11 @@ Store configuredStore()
 {
     if (const std::string mistake = scaleMistake(); !mistake.empty())
         throw StoreProblem(mistake);
+    // Another directory would have another machine in it.
+    if (const char *wanted = secure_getenv("YAT_STATE_DIR");
+        wanted && *wanted && !yat::makeWritableDirectory(wanted))
+        throw StoreProblem(std::string(wanted) + ", which YAT_STATE_DIR names, can't be written: "
+                           + yat::reason(errno));
     const std::string state = yat::stateDirectory();
     if (state.empty())
         throw StoreProblem("no directory for the state can be written; set YAT_STATE_DIR");

@@ -258,7 +258,9 @@ TEST(TraceLog, TellsTheLineOfTheCall)
 
 TEST(TraceLog, ThatCannotBeWrittenStopsNothing)
 {
-    Workspace workspace({.arguments = {"-debug"}, .state = "/dev/null/state"});
+    Workspace workspace({.arguments = {"-debug"}});
+    std::filesystem::create_directories(workspace.stateDirectory());
+    std::ofstream(workspace.stateDirectory() / "log") << "no directory";
     const PlainRun run = runPlain(workspace);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "");
