@@ -26,7 +26,9 @@ extern "C" {
  * be reached, does not answer within 5 seconds, answers fewer than 5 bytes, or answers
  * with a completion code other than 0. The reason is in the trace log, at level 1, source
  * "yathwinfo"; a missing device, missing rights and a silent controller read differently.
- * Nothing stays open or loaded on account of a call.
+ * A simulated machine that is told what the call returns makes it return that; where it
+ * has no answer to give then, the response is zeros. Nothing stays loaded on account of a
+ * call.
  */
 YAT_API int YATGetDeviceID(unsigned char response[16]);
 

@@ -483,7 +483,11 @@ Description parseDescription(const std::string &text, std::vector<Mistake> &mist
 std::string toToml(const Description &description)
 {
     std::ostringstream text;
-    text << toTable(description) << "\n";
+    // A text in several lines would lose the first one when it is empty.
+    constexpr auto flags =
+        toml::toml_formatter::default_flags & ~toml::format_flags::allow_multi_line_strings;
+    const toml::table table = toTable(description);
+    text << toml::toml_formatter(table, flags) << "\n";
     return text.str();
 }
 

@@ -283,8 +283,8 @@ void reportMachine(Store &store, Form form)
     if (form == Form::json) {
         Json json = {{"name", machine.description->name},
                      {"type", machineTypeText(machine.description->type)},
-                     {"state_file", store.file},
-                     {"description_file", store.descriptionFile},
+                     {"state_file", yat::fromDisplay(store.file)},
+                     {"description_file", yat::fromDisplay(store.descriptionFile)},
                      {"description_note", note},
                      {"time", utcText(clock.simulated)},
                      {"time_scale", clock.scale},
@@ -303,8 +303,8 @@ void reportMachine(Store &store, Form form)
     std::vector<Row> rows = {
         {"Machine", printable(machine.description->name)},
         {"Type", machineTypeText(machine.description->type)},
-        {"State file", store.file},
-        {"Description", store.descriptionFile},
+        {"State file", printable(yat::fromDisplay(store.file))},
+        {"Description", printable(yat::fromDisplay(store.descriptionFile))},
         {"Time", localText(clock.simulated) + ", scale " + scale},
         {"Automatic firmware update", machine.automaticFirmwareUpdate ? "on" : "off"},
         {"Automatic module start", machine.automaticModuleStart ? "on" : "off"},
@@ -313,7 +313,7 @@ void reportMachine(Store &store, Form form)
          machine.dataFileVersion.empty() ? "-" : printable(machine.dataFileVersion)},
     };
     if (!note.empty())
-        rows.push_back({"Note", note});
+        rows.push_back({"Note", printable(note)});
     for (const Injection &injection : pending)
         rows.push_back({&injection == &pending[0] ? "Injections" : "", injectionText(injection)});
     printTable(rows);

@@ -1,6 +1,7 @@
 #include "sim/sqlite.h"
 
 #include "common/reason.h"
+#include "text/encoding.h"
 
 #include <algorithm>
 #include <climits>
@@ -45,13 +46,13 @@ std::string explanation(sqlite3 *handle)
 
 } // namespace
 
-Database::Database(const std::string &path, int flags) : file(path)
+Database::Database(const std::string &path, int flags) : file(yat::fromDisplay(path))
 {
     static int waited; // all calls are made from one thread
     if (sqlite3_open_v2(path.c_str(), &handle, flags, nullptr) != SQLITE_OK) {
         const std::string reason = handle ? explanation(handle) : "can't be used: out of memory";
         sqlite3_close(handle);
-        throw StoreProblem(path + " " + reason);
+        throw StoreProblem(file + " " + reason);
     }
     sqlite3_extended_result_codes(handle, 0);
     sqlite3_busy_handler(handle, waitForOthers, &waited);
@@ -62,6 +63,13 @@ Database::~Database()
     for (const auto &[sql, statement] : statements)
         sqlite3_finalize(statement);
     sqlite3_close(handle);
+}
+
+bool Database::isStillThere() const
+{
+    int hasMoved = 0;
+    return sqlite3_file_control(handle, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) == SQLITE_OK
+           && !hasMoved;
 }
 
 void Database::fail() const

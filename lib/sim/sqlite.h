@@ -46,7 +46,10 @@ public:
 
     [[noreturn]] void fail() const; // with what SQLite says
 
-    const std::string file;
+    // False when the file of that name is another one by now, or none.
+    bool isStillThere() const;
+
+    const std::string file; // as messages have it, in UTF-8
     sqlite3 *handle = nullptr;
 
 private:

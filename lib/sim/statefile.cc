@@ -4,6 +4,7 @@
 #include "common/reason.h"
 #include "sim/schema.h"
 #include "sim/tables.h"
+#include "text/encoding.h"
 
 #include <algorithm>
 #include <array>
@@ -56,16 +57,17 @@ bool isOurs(const Header &header)
 
 void checkHeader(const std::string &file)
 {
+    const std::string name = yat::fromDisplay(file);
     struct stat status;
-    if (stat(file.c_str(), &status) != 0)
-        throw StoreProblem(file + " can't be used: " + yat::reason(errno));
+    if (lstat(file.c_str(), &status) != 0)
+        throw StoreProblem(name + " can't be used: " + yat::reason(errno));
     if (!S_ISREG(status.st_mode))
-        throw StoreProblem(file + " is no regular file");
+        throw StoreProblem(name + " is no regular file");
     if (faccessat(AT_FDCWD, file.c_str(), R_OK | W_OK, AT_EACCESS) != 0)
-        throw StoreProblem(file + " can't be used: " + yat::reason(errno));
+        throw StoreProblem(name + " can't be used: " + yat::reason(errno));
     Header header{};
     if (!readHeader(file, header) || !isOurs(header))
-        throw StoreProblem(file
+        throw StoreProblem(name
                            + " is damaged or of another program; it is left as it is, move "
                              "it away to begin anew");
 }
@@ -119,7 +121,7 @@ void checkCompanions(const std::string &file)
         struct stat status;
         if (lstat(companion.c_str(), &status) == 0
             && !(S_ISREG(status.st_mode) && isRight(companion, status)))
-            throw StoreProblem(companion
+            throw StoreProblem(yat::fromDisplay(companion)
                                + " is damaged or of another program; it is left as it is, move it "
                                  "away to go on without it");
     }
@@ -128,8 +130,8 @@ void checkCompanions(const std::string &file)
 void checkPages(Database &database)
 {
     const std::string found = database.row("PRAGMA quick_check(1)").text(0);
-    if (found != "ok")
-        throw StoreProblem(database.file + " is damaged: " + found);
+    if (found != "ok") // a heading comes before what was found
+        throw StoreProblem(database.file + " is damaged: " + found.substr(found.rfind('\n') + 1));
 }
 
 // ---- Versions
@@ -180,8 +182,13 @@ void bringUpToDate(Database &database)
                            + std::to_string(schemaVersion) + ")");
     if (version < 1)
         throw StoreProblem(database.file + " is damaged: its tables have no version");
-    if (version < schemaVersion)
-        database.transaction([&] { migrate(database); });
+    if (version == schemaVersion)
+        checkSchema(database);
+    else
+        database.transaction([&] {
+            migrate(database);
+            checkSchema(database); // or nothing has happened
+        });
 }
 
 // ---- Making one
@@ -219,10 +226,16 @@ void fillFile(const std::string &file, const Source &source, const Asker &asker)
                      {.simulated = now,
                       .real = now,
                       .operation = "init",
-                      .argument = source.file,
+                      .argument = yat::fromDisplay(source.file),
                       .result = "done"});
     });
     database.script("PRAGMA journal_mode = WAL");
+}
+
+bool exists(const std::string &file)
+{
+    struct stat status;
+    return lstat(file.c_str(), &status) == 0;
 }
 
 // Keeps a file that stands where ours are made, under a name that is free.
@@ -235,6 +248,9 @@ void setAside(const std::string &file)
                          && errno == EEXIST;
          ++number)
         name = aside + "." + std::to_string(number);
+    if (exists(file))
+        throw StoreProblem(yat::fromDisplay(file)
+                           + " is in the way and can't be set aside: " + yat::reason(errno));
 }
 
 bool isStateFile(const std::string &file, const struct stat &status)
@@ -251,9 +267,8 @@ void takeAway(const std::string &file, const std::string &ending, IsRight isRigh
     struct stat status;
     if (lstat(whole.c_str(), &status) != 0)
         return;
-    if (S_ISREG(status.st_mode) && isRight(whole, status))
-        unlink(whole.c_str());
-    else
+    const bool isOfNoValue = S_ISREG(status.st_mode) && isRight(whole, status);
+    if (!isOfNoValue || unlink(whole.c_str()) != 0)
         setAside(whole);
 }
 
@@ -273,23 +288,25 @@ void clearTheWay(const std::string &file, const std::string &unfinished)
     }
 }
 
-bool exists(const std::string &file)
-{
-    struct stat status;
-    return lstat(file.c_str(), &status) == 0;
-}
-
 } // namespace
+
+std::string wholePath(const std::string &file)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::weakly_canonical(file, error);
+    return error ? file : whole.string();
+}
 
 bool createStateFile(const std::string &file, const std::string &descriptionFile,
                      const Asker &asker)
 {
     if (exists(file))
         return false;
-    const Source source = readSource(descriptionFile);
+    Source source = readSource(descriptionFile);
+    source.file = wholePath(descriptionFile);
     const std::string directory = std::filesystem::path(file).parent_path().string();
     if (!yat::makeWritableDirectory(directory))
-        throw StoreProblem(directory + " can't be written: " + yat::reason(errno));
+        throw StoreProblem(yat::fromDisplay(directory) + " can't be written: " + yat::reason(errno));
     const DirectoryLock lock(directory);
     if (exists(file))
         return false;
@@ -298,7 +315,7 @@ bool createStateFile(const std::string &file, const std::string &descriptionFile
     clearTheWay(file, unfinished);
     fillFile(unfinished, source, asker);
     if (rename(unfinished.c_str(), file.c_str()) != 0)
-        throw StoreProblem(file + " can't be made: " + yat::reason(errno));
+        throw StoreProblem(yat::fromDisplay(file) + " can't be made: " + yat::reason(errno));
     return true;
 }
 
@@ -312,7 +329,6 @@ std::unique_ptr<Database> openStateFile(const std::string &file)
     sqlite3_db_config(database->handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     checkPages(*database);
     bringUpToDate(*database);
-    checkSchema(*database);
     database->script("PRAGMA synchronous = NORMAL; PRAGMA journal_mode = WAL");
     sqlite3_db_config(database->handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
     return database;

@@ -18,6 +18,9 @@ struct Asker {
 // controls the process.
 Asker whoAsks();
 
+// The path of a file from the root on; the same as given where that can't be found out.
+std::string wholePath(const std::string &file);
+
 // Makes the file from a description, whole or not at all, unless there is a file of that name.
 // True when it was made.
 bool createStateFile(const std::string &file, const std::string &descriptionFile,

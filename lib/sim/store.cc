@@ -11,7 +11,6 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace sim {
@@ -39,14 +38,6 @@ const std::vector<InjectableCall> injectableCalls = {
 namespace {
 
 // ---- Transactions
-
-// True when the file that is open is still the one of that name.
-bool isStillThere(const Store &store)
-{
-    struct stat status;
-    return stat(store.file.c_str(), &status) == 0 && status.st_ino == store.inode
-           && status.st_dev == store.device;
-}
 
 void inTransaction(Store &store, const std::function<void()> &work)
 {
@@ -128,11 +119,19 @@ void takeOut(Store &store, const Waiting &waiting)
         store.database->run("UPDATE injection SET times = times - 1 WHERE id = ?", waiting.id);
 }
 
-bool isStillWaiting(Store &store, int64_t id)
+// Ids are given out again, so that more of it has to be the same.
+bool isSame(const Waiting &one, const Waiting &other)
+{
+    return one.id == other.id && one.injection.result == other.injection.result
+           && one.injection.delay == other.injection.delay
+           && one.injection.text == other.injection.text;
+}
+
+bool isStillWaiting(Store &store, const Waiting &waiting)
 {
     openStore(store);
-    Query row = store.database->query("SELECT 1 FROM injection WHERE id = ?", id);
-    return row.next();
+    const auto next = nextInjection(store, waiting.injection.call);
+    return next && isSame(*next, waiting);
 }
 
 void sleepFor(int milliseconds)
@@ -143,10 +142,11 @@ void sleepFor(int milliseconds)
 }
 
 // Sleeps as an injection wants it, or until it is taken back.
-void hangFor(Store &store, int64_t id, int milliseconds)
+void hangFor(Store &store, const Waiting &waiting)
 {
-    constexpr int slice = 200;
-    for (int left = milliseconds; left > 0 && isStillWaiting(store, id); left -= slice)
+    constexpr int slice = 200; // milliseconds
+    for (int left = waiting.injection.delay; left > 0 && isStillWaiting(store, waiting);
+         left -= slice)
         sleepFor(std::min(left, slice));
 }
 
@@ -156,23 +156,20 @@ void hangFor(Store &store, int64_t id, int milliseconds)
 void inCall(Store &store, std::string_view call,
             const std::function<void(const std::optional<Injection> &)> &work)
 {
-    int64_t hungFor = 0; // the injection whose delay is over
-    for (;;) {
-        int delay = 0;
+    std::optional<Waiting> hungFor; // the injection whose delay is over
+    for (bool isOver = false; !isOver;) {
         inTransaction(store, [&] {
             const auto next = call.empty() ? std::nullopt : nextInjection(store, call);
-            if (next && next->id != hungFor && next->injection.delay > 0) {
-                hungFor = next->id;
-                delay = next->injection.delay;
+            isOver = !next || next->injection.delay == 0 || (hungFor && isSame(*hungFor, *next));
+            hungFor = next;
+            if (!isOver)
                 return;
-            }
             if (next)
                 takeOut(store, *next);
             work(next ? std::optional(next->injection) : std::nullopt);
         });
-        if (delay == 0)
-            return;
-        hangFor(store, hungFor, delay);
+        if (!isOver)
+            hangFor(store, *hungFor);
     }
 }
 
@@ -214,11 +211,13 @@ void note(Store &store, JournalRow row, const std::function<void()> &work)
 // The description for an operation, which is refused when there is a mistake in it.
 Source readSourceFor(Store &store, const std::string &operation, const std::string &file)
 try {
-    return readSource(file);
+    Source source = readSource(file);
+    source.file = wholePath(file); // it is told elsewhere later
+    return source;
 } catch (const StoreProblem &problem) {
     try {
         refuse(store, {.operation = operation,
-                       .argument = yat::fromDisplay(std::filesystem::absolute(file).string()),
+                       .argument = yat::fromDisplay(wholePath(file)),
                        .result = problem.what()});
     } catch (const StoreProblem &) {
         // The mistake is what the user has to know.
@@ -249,8 +248,7 @@ void replaceMachine(Store &store, const Source &source, bool keepsClock,
 // A name for the state of a machine that is given by the path of its description.
 std::string nameOfPath(const std::string &path)
 {
-    std::error_code ignored;
-    const std::filesystem::path whole = std::filesystem::weakly_canonical(path, ignored);
+    const std::filesystem::path whole = wholePath(path);
     uint64_t hash = 0xcbf29ce484222325; // FNV-1a
     for (const char byte : whole.string())
         hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
@@ -268,7 +266,7 @@ Store configuredStore()
     // Another directory would have another machine in it.
     if (const char *wanted = secure_getenv("YAT_STATE_DIR");
         wanted && *wanted && !yat::makeWritableDirectory(wanted))
-        throw StoreProblem(std::string(wanted) + ", which YAT_STATE_DIR names, can't be written: "
+        throw StoreProblem(yat::fromDisplay(wanted) + ", which YAT_STATE_DIR names, can't be written: "
                            + yat::reason(errno));
     const std::string state = yat::stateDirectory();
     if (state.empty())
@@ -284,17 +282,12 @@ Store configuredStore()
 
 bool openStore(Store &store)
 {
-    if (store.database && isStillThere(store))
+    if (store.database && store.database->isStillThere())
         return false;
     store.database.reset();
     store.description = {};
     const bool isNew = createStateFile(store.file, store.descriptionFile, store.asker);
     store.database = openStateFile(store.file);
-    struct stat status;
-    if (stat(store.file.c_str(), &status) != 0)
-        throw StoreProblem(store.file + " can't be used: " + yat::reason(errno));
-    store.inode = status.st_ino;
-    store.device = status.st_dev;
     return isNew;
 }
 
@@ -379,9 +372,7 @@ void resetMachine(Store &store)
 
 void importMachine(Store &store, const std::string &file)
 {
-    Source source = readSourceFor(store, "import", file);
-    source.file = std::filesystem::absolute(file).string(); // it is told elsewhere later
-    replaceMachine(store, source, true, "import");
+    replaceMachine(store, readSourceFor(store, "import", file), true, "import");
 }
 
 std::string descriptionNote(Store &store)
@@ -394,14 +385,15 @@ std::string descriptionNote(Store &store)
             text = row.text(1);
         }
     });
-    if (origin != store.descriptionFile)
-        return "made from " + origin + "; 'yatsim reset' makes it anew from "
-               + store.descriptionFile;
+    const std::string name = yat::fromDisplay(origin);
+    if (origin != wholePath(store.descriptionFile))
+        return "made from " + name + "; 'yatsim reset' makes it anew from "
+               + yat::fromDisplay(store.descriptionFile);
     const auto now = readWholeFile(origin);
     if (!now)
-        return origin + " can't be read: " + yat::reason(errno) + "; the state is kept";
+        return name + " can't be read: " + yat::reason(errno) + "; the state is kept";
     if (*now != text)
-        return origin + " has changed since; the state is kept, 'yatsim reset' makes it anew";
+        return name + " has changed since; the state is kept, 'yatsim reset' makes it anew";
     return {};
 }
 

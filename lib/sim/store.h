@@ -24,8 +24,6 @@ struct Store {
 
     // An open file, and the description in it.
     std::unique_ptr<Database> database;
-    dev_t device = 0;
-    ino_t inode = 0;
     KnownDescription description;
 };
 

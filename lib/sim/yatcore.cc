@@ -14,6 +14,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <sstream>
 
@@ -31,7 +32,8 @@ struct Complaints {
     void tell()
     {
         for (const std::string &line : lines)
-            fprintf(stderr, "%s: %s\n", program_invocation_short_name, line.c_str());
+            fprintf(stderr, "%s: %s\n", program_invocation_short_name,
+                    yat::toDisplay(line).c_str());
         lines.clear();
     }
     ~Complaints()
@@ -105,11 +107,13 @@ DeviceId idOf(const yat_device *device)
 int createTree(yat_device **root)
 {
     int result = 0;
+    std::shared_ptr<const Description> description;
     look(store(), "CreateTreeViewData", [&](const Machine &machine, const auto &injection) {
         result = resultOf(injection, 1);
-        if (result != 0)
-            *root = makeRecords(*machine.description);
+        description = machine.description;
     });
+    if (result != 0)
+        *root = makeRecords(*description);
     return result;
 }
 
@@ -168,19 +172,18 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
     if (!buffer || !size)
         return -1;
     int result = -1;
+    std::string value;
     look(store(), "yat_ft_get_property", [&](const Machine &machine, const auto &injection) {
         const auto real = propertyOf(machine, kind, number, property);
         result = resultOf(injection, real ? 0 : -1);
-        const std::string value = yat::toDisplay(textOf(injection, real.value_or("")));
-        if (result != 0)
-            return;
-        if (value.size() + 1 > *size) {
-            result = -1;
-            return;
-        }
-        memcpy(buffer, value.c_str(), value.size() + 1);
-        *size = value.size() + 1;
+        value = yat::toDisplay(textOf(injection, real.value_or("")));
     });
+    if (result != 0)
+        return result;
+    if (value.size() + 1 > *size)
+        return -1;
+    memcpy(buffer, value.c_str(), value.size() + 1);
+    *size = value.size() + 1;
     return result;
 }
 
@@ -226,18 +229,19 @@ int statusChange(int kind, int number, int code, char *text)
     const bool known = (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
                        || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
     int result = -1;
+    std::string state;
     look(store(), "StatusChange", [&](const Machine &machine, const auto &injection) {
         const Device *module = known ? find(machine, {kind, number}) : nullptr;
         result = resultOf(injection, module ? 0 : -1);
-        if (result == -1)
-            return;
         const bool japanese = GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
-        const std::string state =
+        state =
             yat::toDisplay(textOf(injection, module ? stateText(machine, *module, japanese) : ""));
-        const size_t length = yat::wholeCharacters(state, longestState);
-        memcpy(text, state.data(), length);
-        text[length] = '\0';
     });
+    if (result == -1)
+        return result;
+    const size_t length = yat::wholeCharacters(state, longestState);
+    memcpy(text, state.data(), length);
+    text[length] = '\0';
     return result;
 }
 
@@ -260,15 +264,16 @@ int detailOf(Refusal refusal)
 
 int ifSupport(yat_device *device, int code, int *detail)
 {
-    int result = 0;
+    int result = 0, why = 0;
     look(store(), "IfSupport", [&](const Machine &machine, const auto &injection) {
         const DeviceId id = idOf(device);
         const auto verb = verbOfSupportCode(id.classCode, code);
         const Refusal refusal = verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode;
         result = resultOf(injection, refusal == Refusal::none ? 1 : 0);
-        if (detail)
-            *detail = result != 0 ? 0 : numberOf(injection, detailOf(refusal));
+        why = result != 0 ? 0 : numberOf(injection, detailOf(refusal));
     });
+    if (detail)
+        *detail = why;
     return result;
 }
 
@@ -309,16 +314,17 @@ constexpr int readAsOn = 2, readAsOff = 0;
 
 int getSetting(int kind, int object, int index, int *value)
 {
-    int result = 0;
+    int result = 0, setting = 0;
     look(store(), "GetBBDriverSettings", [&](const Machine &machine, const auto &injection) {
         const bool known = DeviceId{object, index} == wholeMachine
                            && (kind == YAT_SETTING_AUTO_BURN || kind == YAT_SETTING_AUTO_BRING_UP);
         const bool isOn = kind == YAT_SETTING_AUTO_BURN ? machine.automaticFirmwareUpdate
                                                         : machine.automaticModuleStart;
         result = resultOf(injection, known ? 1 : 0);
-        if (result != 0)
-            *value = numberOf(injection, isOn ? readAsOn : readAsOff);
+        setting = numberOf(injection, isOn ? readAsOn : readAsOff);
     });
+    if (result != 0)
+        *value = setting;
     return result;
 }
 

@@ -101,9 +101,9 @@ void init(const Request &)
     if (!openStore(store))
         refuseAndFail(store,
                       {.operation = "init",
-                       .argument = store.descriptionFile,
+                       .argument = yat::fromDisplay(wholePath(store.descriptionFile)),
                        .result = "it is there already"},
-                      store.file + " is there already; 'yatsim reset' makes it anew");
+                      yat::fromDisplay(store.file) + " is there already; 'yatsim reset' makes it anew");
 }
 
 void listDevices(const Request &request)
