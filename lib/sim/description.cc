@@ -483,9 +483,11 @@ Description parseDescription(const std::string &text, std::vector<Mistake> &mist
 std::string toToml(const Description &description)
 {
     std::ostringstream text;
-    // A text in several lines would lose the first one when it is empty.
-    constexpr auto flags =
-        toml::toml_formatter::default_flags & ~toml::format_flags::allow_multi_line_strings;
+    // A text in several lines would lose the first one when it is empty, and one that is not
+    // escaped can't have control characters.
+    constexpr auto flags = toml::toml_formatter::default_flags
+                           & ~toml::format_flags::allow_multi_line_strings
+                           & ~toml::format_flags::allow_literal_strings;
     const toml::table table = toTable(description);
     text << toml::toml_formatter(table, flags) << "\n";
     return text.str();

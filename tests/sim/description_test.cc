@@ -239,7 +239,14 @@ TEST(Description, ThatCantBeReadSaysWhy)
 
 TEST(Description, WrittenReadsBackAsItself)
 {
+    const std::string status = "bios_status = \"ok\"";
     std::vector<std::string> texts = {small};
+    for (const std::string strange :
+         {R"(\n)", R"(\n\tx)", R"(x\n)", R"(\r\n)", "\x27\x27\x27", R"(\"\"\"\n)", R"(\u0001\\)"}) {
+        texts.push_back(small);
+        texts.back().replace(texts.back().find(status), status.size(),
+                             "bios_status = \"" + strange + "\"");
+    }
     for (const char *machine : {"ALDER", "BIRCH", "CEDAR", "PLAIN"})
         texts.push_back(shipped(machine));
     for (const std::string &text : texts) {

@@ -86,6 +86,7 @@ void expectRefused(Stored &stored, const std::string &reason)
         const std::string problem = problemOf(work);
         EXPECT_TRUE(problem.starts_with(stored.store.file)) << problem;
         EXPECT_NE(problem.find(reason), std::string::npos) << problem;
+        EXPECT_EQ(problem.find('\n'), std::string::npos) << problem;
         stored.store.database.reset();
     }
     EXPECT_TRUE(bytesOf(stored.store) == before);
@@ -185,6 +186,31 @@ TEST(StateFile, IsMadeWithoutHarmToForeignFiles)
         EXPECT_EQ(contents(aside + ".2"), "second");
         EXPECT_EQ(contents(aside + ".3"), "third");
     }
+}
+
+TEST(StateFile, IsNotMadeBesideALogThatCantBeSetAside)
+{
+    Stored stored;
+    const fs::path machines = fs::path(stored.store.file).parent_path();
+    stored.store.file = machines / (std::string(243, 'x') + ".db"); // no room for another ending
+    fs::create_directories(machines);
+    std::ofstream(stored.store.file + "-wal") << "all that is left";
+    EXPECT_EQ(problemOf([&] { look(stored.store); }),
+              stored.store.file + "-wal is in the way and can't be set aside: File name too long");
+    EXPECT_FALSE(fs::exists(stored.store.file));
+    EXPECT_EQ(contents(stored.store.file + "-wal"), "all that is left");
+}
+
+TEST(StateFile, ThatIsRefusedIsNotBroughtUpToDateBefore)
+{
+    Stored stored;
+    openStore(stored.store);
+    stored.store.database.reset();
+    tamper(stored.store, "DROP TABLE injection; PRAGMA user_version = 1; CREATE TRIGGER strange "
+                         "AFTER INSERT ON journal BEGIN DELETE FROM device; END");
+    expectRefused(stored, "its tables are not those of this program");
+    Database database(stored.store.file, SQLITE_OPEN_READWRITE);
+    EXPECT_EQ(database.number("PRAGMA user_version"), 1);
 }
 
 // Nothing of value is in these, so that they don't pile up.
@@ -803,4 +829,22 @@ TEST(Injection, ThatIsTakenBackWhileACallHangsIsNotAnswered)
     waitpid(child, nullptr, 0);
     EXPECT_EQ(journalOf(stored.store).back().result, "done");
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
+}
+
+// Its number is given out again; it is another one all the same.
+TEST(Injection, ThatIsMadeAnewWhileACallHangsIsWhatTheCallAnswers)
+{
+    Stored stored;
+    inject(stored.store, {.call = "InitBringDown", .result = 0, .delay = 86'400'000});
+    const pid_t child = hangingStop(stored);
+    ASSERT_TRUE(isSleepingSoon(child));
+    stored.store.database->transaction([&] {
+        stored.store.database->run("DELETE FROM injection");
+        stored.store.database->run("INSERT INTO injection (id, call, result, times, delay) "
+                                   "VALUES (1, 'InitBringDown', 7, 1, 300)");
+    });
+    const auto before = std::chrono::steady_clock::now();
+    waitpid(child, nullptr, 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(300));
+    EXPECT_EQ(journalOf(stored.store).back().result, "injected: 7");
 }

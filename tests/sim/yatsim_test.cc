@@ -748,6 +748,21 @@ TEST_F(Yatsim, KeepsTheJournalReadableBesideALongArgument)
     EXPECT_NE(after.find("data_file=" + value + "  done"), std::string::npos);
 }
 
+// However its path is written.
+TEST_F(Yatsim, KnowsTheDescriptionThatAMachineWasMadeFrom)
+{
+    const std::string file = write("own.toml", shipped("CEDAR"));
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(sandbox.directory());
+    steer("--machine ./own.toml init");
+    EXPECT_EQ(asJson("--machine " + file + " show").at("description_note"), "");
+    EXPECT_EQ(asJson("--machine ./../" + sandbox.directory().filename().string() + "/own.toml show")
+                  .at("description_note"),
+              "");
+    EXPECT_EQ(asJson("--machine ./own.toml journal")[0].at("argument"), file);
+    std::filesystem::current_path(before);
+}
+
 TEST_F(Yatsim, ImportsNothingWithoutEnd)
 {
     expectRefusal("import /dev/zero", "/dev/zero: can't be read: File too large");
