@@ -2,6 +2,8 @@
 // to the next one; what is published is never changed, a change is another script.
 #pragma once
 
+#include <cstdint>
+
 namespace sim {
 
 constexpr int applicationId = 0x59415453; // "YATS"
@@ -81,5 +83,9 @@ CREATE TABLE injection (
 };
 
 constexpr int schemaVersion = sizeof migrations / sizeof *migrations;
+
+// Of schemaOf for the tables that these make; looked up, because making them takes too long to do
+// at each start.
+constexpr uint64_t schemaHash = 0x877a250993710bf;
 
 } // namespace sim

@@ -2,6 +2,7 @@
 
 #include "common/paths.h"
 #include "common/reason.h"
+#include "sim/hash.h"
 #include "sim/schema.h"
 #include "sim/tables.h"
 #include "text/encoding.h"
@@ -145,26 +146,10 @@ void migrate(Database &database)
         database.script(("PRAGMA user_version = " + std::to_string(schemaVersion)).c_str());
 }
 
-// What the tables and all that belongs to them were made with.
-std::string schemaOf(Database &database)
-{
-    std::string result;
-    Query row = database.query("SELECT type, name, tbl_name, sql FROM sqlite_schema WHERE name NOT "
-                               "LIKE 'sqlite!_%' ESCAPE '!' ORDER BY type, name");
-    while (row.next())
-        result += row.text(0) + " " + row.text(1) + " " + row.text(2) + " " + row.text(3) + "\n";
-    return result;
-}
-
 // Another program may have left a table out, or added a trigger that would ruin what is written.
 void checkSchema(Database &database)
 {
-    static const std::string expected = [] {
-        Database empty(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-        migrate(empty);
-        return schemaOf(empty);
-    }();
-    if (schemaOf(database) != expected)
+    if (hashOf(schemaOf(database)) != schemaHash)
         throw StoreProblem(database.file
                            + " is damaged: its tables are not those of this program");
 }
@@ -289,6 +274,16 @@ void clearTheWay(const std::string &file, const std::string &unfinished)
 }
 
 } // namespace
+
+std::string schemaOf(Database &database)
+{
+    std::string result;
+    Query row = database.query("SELECT type, name, tbl_name, sql FROM sqlite_schema WHERE name NOT "
+                               "LIKE 'sqlite!_%' ESCAPE '!' ORDER BY type, name");
+    while (row.next())
+        result += row.text(0) + " " + row.text(1) + " " + row.text(2) + " " + row.text(3) + "\n";
+    return result;
+}
 
 std::string wholePath(const std::string &file)
 {

@@ -30,6 +30,9 @@ bool createStateFile(const std::string &file, const std::string &descriptionFile
 // program or of a newer version of this one is refused and left as it is.
 std::unique_ptr<Database> openStateFile(const std::string &file);
 
+// What the tables of a file, and all that belongs to them, were made with.
+std::string schemaOf(Database &database);
+
 // A line of the journal.
 struct JournalRow {
     int64_t id = 0;

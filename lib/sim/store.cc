@@ -3,6 +3,7 @@
 #include "common/machine.h"
 #include "common/paths.h"
 #include "common/reason.h"
+#include "sim/hash.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 
@@ -249,11 +250,9 @@ void replaceMachine(Store &store, const Source &source, bool keepsClock,
 std::string nameOfPath(const std::string &path)
 {
     const std::filesystem::path whole = wholePath(path);
-    uint64_t hash = 0xcbf29ce484222325; // FNV-1a
-    for (const char byte : whole.string())
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
     char digits[17];
-    snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
+    snprintf(digits, sizeof digits, "%016llx",
+             static_cast<unsigned long long>(hashOf(whole.string())));
     return whole.stem().string() + "-" + digits;
 }
 

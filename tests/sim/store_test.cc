@@ -1,5 +1,6 @@
 // The state file: how it comes to be, what is refused, and what survives.
 #include "../privileges.h"
+#include "sim/hash.h"
 #include "sim/schema.h"
 #include "sim/store.h"
 #include "support.h"
@@ -199,6 +200,14 @@ TEST(StateFile, IsNotMadeBesideALogThatCantBeSetAside)
               stored.store.file + "-wal is in the way and can't be set aside: File name too long");
     EXPECT_FALSE(fs::exists(stored.store.file));
     EXPECT_EQ(contents(stored.store.file + "-wal"), "all that is left");
+}
+
+TEST(StateFile, IsKnownByTheTablesThatTheMigrationsMake)
+{
+    Database empty(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    for (const char *script : migrations)
+        empty.script(script);
+    EXPECT_EQ(hashOf(schemaOf(empty)), schemaHash) << std::hex << hashOf(schemaOf(empty));
 }
 
 TEST(StateFile, ThatIsRefusedIsNotBroughtUpToDateBefore)
