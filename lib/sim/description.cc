@@ -1,6 +1,5 @@
 #include "sim/description.h"
 
-#include "common/reason.h"
 #include "sim/reader.h"
 #include "yat/ft.h"
 
@@ -456,14 +455,6 @@ std::optional<std::string> readWholeFile(const std::string &file)
     close(descriptor);
     errno = reason;
     return length == 0 ? std::optional(text) : std::nullopt;
-}
-
-Description readDescription(const std::string &file, std::vector<Mistake> &mistakes)
-{
-    if (const auto text = readWholeFile(file))
-        return parseDescription(*text, mistakes);
-    mistakes.push_back({0, std::string("can't be read: ") + yat::reason(errno)});
-    return {};
 }
 
 Description parseDescription(const std::string &text, std::vector<Mistake> &mistakes)

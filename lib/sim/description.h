@@ -111,7 +111,6 @@ std::optional<std::string> readWholeFile(const std::string &file);
 
 // Reads a description. Every mistake found is appended to mistakes; the result is only of
 // use when there is none.
-Description readDescription(const std::string &file, std::vector<Mistake> &mistakes);
 Description parseDescription(const std::string &toml, std::vector<Mistake> &mistakes);
 
 // The TOML text that reads back as this description.

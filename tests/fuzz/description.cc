@@ -9,7 +9,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const MemoryFile file(data, size);
     std::vector<sim::Mistake> mistakes;
-    const sim::Description description = sim::readDescription(file.path(), mistakes);
+    const sim::Description description =
+        sim::parseDescription(sim::readWholeFile(file.path()).value_or(""), mistakes);
     const auto lines = static_cast<size_t>(std::count(data, data + size, '\n')) + 1;
     for (const sim::Mistake &mistake : mistakes) {
         REQUIRE(!mistake.text.empty());
