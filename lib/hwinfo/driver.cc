@@ -1,5 +1,5 @@
 // The BMC behind the kernel's IPMI driver.
-#include "common/reason.h"
+#include "common/problem.h"
 #include "hwinfo/bmc.h"
 
 #include <algorithm>

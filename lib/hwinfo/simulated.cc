@@ -24,7 +24,7 @@ try {
                                       "has no BMC");
     });
     return answer;
-} catch (const sim::StoreProblem &problem) {
+} catch (const yat::Problem &problem) {
     Answer answer;
     std::istringstream lines(problem.what());
     for (std::string line; std::getline(lines, line);)

@@ -1,6 +1,6 @@
 #include "sim/sqlite.h"
 
-#include "common/reason.h"
+#include "common/problem.h"
 #include "text/encoding.h"
 
 #include <algorithm>
@@ -52,7 +52,7 @@ Database::Database(const std::string &path, int flags) : file(yat::fromDisplay(p
     if (sqlite3_open_v2(path.c_str(), &handle, flags, nullptr) != SQLITE_OK) {
         const std::string reason = handle ? explanation(handle) : "can't be used: out of memory";
         sqlite3_close(handle);
-        throw StoreProblem(file + " " + reason);
+        throw yat::Problem(file + " " + reason);
     }
     sqlite3_extended_result_codes(handle, 0);
     sqlite3_busy_handler(handle, waitForOthers, &waited);
@@ -74,7 +74,7 @@ bool Database::isStillThere() const
 
 void Database::fail() const
 {
-    throw StoreProblem(file + " " + explanation(handle));
+    throw yat::Problem(file + " " + explanation(handle));
 }
 
 sqlite3_stmt *Database::prepared(const char *sql)

@@ -2,22 +2,18 @@
 // exceptions that say what can't be done with which file.
 #pragma once
 
+#include "common/problem.h"
+
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
 #include <sqlite3.h>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 
 namespace sim {
-
-// Why the state of the machine can't be used. The text is a whole sentence for the user.
-struct StoreProblem : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 class Query;
 
@@ -128,7 +124,7 @@ template <class... Arguments> Query Database::row(const char *sql, const Argumen
 {
     Query result(*this, prepared(sql), arguments...);
     if (!result.next())
-        throw StoreProblem(file + " is damaged: a row is missing");
+        throw yat::Problem(file + " is damaged: a row is missing");
     return result;
 }
 

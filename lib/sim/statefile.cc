@@ -1,7 +1,7 @@
 #include "sim/statefile.h"
 
 #include "common/paths.h"
-#include "common/reason.h"
+#include "common/problem.h"
 #include "sim/hash.h"
 #include "sim/schema.h"
 #include "sim/tables.h"
@@ -61,14 +61,14 @@ void checkHeader(const std::string &file)
     const std::string name = yat::fromDisplay(file);
     struct stat status;
     if (lstat(file.c_str(), &status) != 0)
-        throw StoreProblem(name + " can't be used: " + yat::reason(errno));
+        throw yat::Problem(name + " can't be used: " + yat::reason(errno));
     if (!S_ISREG(status.st_mode))
-        throw StoreProblem(name + " is no regular file");
+        throw yat::Problem(name + " is no regular file");
     if (faccessat(AT_FDCWD, file.c_str(), R_OK | W_OK, AT_EACCESS) != 0)
-        throw StoreProblem(name + " can't be used: " + yat::reason(errno));
+        throw yat::Problem(name + " can't be used: " + yat::reason(errno));
     Header header{};
     if (!readHeader(file, header) || !isOurs(header))
-        throw StoreProblem(name
+        throw yat::Problem(name
                            + " is damaged or of another program; it is left as it is, move "
                              "it away to begin anew");
 }
@@ -122,7 +122,7 @@ void checkCompanions(const std::string &file)
         struct stat status;
         if (lstat(companion.c_str(), &status) == 0
             && !(S_ISREG(status.st_mode) && isRight(companion, status)))
-            throw StoreProblem(yat::fromDisplay(companion)
+            throw yat::Problem(yat::fromDisplay(companion)
                                + " is damaged or of another program; it is left as it is, move it "
                                  "away to go on without it");
     }
@@ -132,7 +132,7 @@ void checkPages(Database &database)
 {
     const std::string found = database.row("PRAGMA quick_check(1)").text(0);
     if (found != "ok") // a heading comes before what was found
-        throw StoreProblem(database.file + " is damaged: " + found.substr(found.rfind('\n') + 1));
+        throw yat::Problem(database.file + " is damaged: " + found.substr(found.rfind('\n') + 1));
 }
 
 // ---- Versions
@@ -150,7 +150,7 @@ void migrate(Database &database)
 void checkSchema(Database &database)
 {
     if (hashOf(schemaOf(database)) != schemaHash)
-        throw StoreProblem(database.file
+        throw yat::Problem(database.file
                            + " is damaged: its tables are not those of this program");
 }
 
@@ -158,7 +158,7 @@ void bringUpToDate(Database &database)
 {
     const int64_t version = database.number("PRAGMA user_version");
     if (version > schemaVersion)
-        throw StoreProblem(database.file
+        throw yat::Problem(database.file
                            + " was written by a newer version of this program (its "
                              "tables have version "
                            + std::to_string(version)
@@ -166,7 +166,7 @@ void bringUpToDate(Database &database)
                              "up to "
                            + std::to_string(schemaVersion) + ")");
     if (version < 1)
-        throw StoreProblem(database.file + " is damaged: its tables have no version");
+        throw yat::Problem(database.file + " is damaged: its tables have no version");
     if (version == schemaVersion)
         checkSchema(database);
     else
@@ -234,7 +234,7 @@ void setAside(const std::string &file)
          ++number)
         name = aside + "." + std::to_string(number);
     if (exists(file))
-        throw StoreProblem(yat::fromDisplay(file)
+        throw yat::Problem(yat::fromDisplay(file)
                            + " is in the way and can't be set aside: " + yat::reason(errno));
 }
 
@@ -301,7 +301,7 @@ bool createStateFile(const std::string &file, const std::string &descriptionFile
     source.file = wholePath(descriptionFile);
     const std::string directory = std::filesystem::path(file).parent_path().string();
     if (!yat::makeWritableDirectory(directory))
-        throw StoreProblem(yat::fromDisplay(directory) + " can't be written: " + yat::reason(errno));
+        throw yat::Problem(yat::fromDisplay(directory) + " can't be written: " + yat::reason(errno));
     const DirectoryLock lock(directory);
     if (exists(file))
         return false;
@@ -310,7 +310,7 @@ bool createStateFile(const std::string &file, const std::string &descriptionFile
     clearTheWay(file, unfinished);
     fillFile(unfinished, source, asker);
     if (rename(unfinished.c_str(), file.c_str()) != 0)
-        throw StoreProblem(yat::fromDisplay(file) + " can't be made: " + yat::reason(errno));
+        throw yat::Problem(yat::fromDisplay(file) + " can't be made: " + yat::reason(errno));
     return true;
 }
 

@@ -2,7 +2,7 @@
 
 #include "common/machine.h"
 #include "common/paths.h"
-#include "common/reason.h"
+#include "common/problem.h"
 #include "sim/hash.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -215,12 +215,12 @@ try {
     Source source = readSource(file);
     source.file = wholePath(file); // it is told elsewhere later
     return source;
-} catch (const StoreProblem &problem) {
+} catch (const yat::Problem &problem) {
     try {
         refuse(store, {.operation = operation,
                        .argument = yat::fromDisplay(wholePath(file)),
                        .result = problem.what()});
-    } catch (const StoreProblem &) {
+    } catch (const yat::Problem &) {
         // The mistake is what the user has to know.
     }
     throw;
@@ -261,15 +261,15 @@ std::string nameOfPath(const std::string &path)
 Store configuredStore()
 {
     if (const std::string mistake = scaleMistake(); !mistake.empty())
-        throw StoreProblem(mistake);
+        throw yat::Problem(mistake);
     // Another directory would have another machine in it.
     if (const char *wanted = secure_getenv("YAT_STATE_DIR");
         wanted && *wanted && !yat::makeWritableDirectory(wanted))
-        throw StoreProblem(yat::fromDisplay(wanted) + ", which YAT_STATE_DIR names, can't be written: "
+        throw yat::Problem(yat::fromDisplay(wanted) + ", which YAT_STATE_DIR names, can't be written: "
                            + yat::reason(errno));
     const std::string state = yat::stateDirectory();
     if (state.empty())
-        throw StoreProblem("no directory for the state can be written; set YAT_STATE_DIR");
+        throw yat::Problem("no directory for the state can be written; set YAT_STATE_DIR");
     const std::string machine = yat::machineName();
     const bool isPath = machine.find('/') != std::string::npos;
     Store store;

@@ -2,7 +2,7 @@
 //
 // Each call is one transaction: what is due by now happens, the operation is carried out or
 // refused, and it is written down in the journal; all of it or nothing. Functions throw
-// StoreProblem when the file can't be used, and leave it as it was.
+// yat::Problem when the file can't be used, and leave it as it was.
 #pragma once
 
 #include "sim/statefile.h"
@@ -77,7 +77,7 @@ void clearInjections(Store &store, const std::string &call);
 std::vector<Injection> injections(Store &store);
 
 // A machine made anew from a description. The journal goes on. Mistakes in the description are
-// thrown as one StoreProblem with a line each.
+// thrown as one yat::Problem with a line each.
 void resetMachine(Store &store); // from descriptionFile
 void importMachine(Store &store, const std::string &file);
 

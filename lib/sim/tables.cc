@@ -1,6 +1,6 @@
 #include "sim/tables.h"
 
-#include "common/reason.h"
+#include "common/problem.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 [[noreturn]] void damaged(const Database &database, const std::string &what)
 {
-    throw StoreProblem(database.file + " is damaged: " + what);
+    throw yat::Problem(database.file + " is damaged: " + what);
 }
 
 void readDescription(const Database &database, const Query &row, KnownDescription &known)
@@ -117,13 +117,13 @@ Source readSource(const std::string &file)
     const auto text = readWholeFile(file);
     const std::string name = yat::fromDisplay(file);
     if (!text)
-        throw StoreProblem(name + ": can't be read: " + yat::reason(errno));
+        throw yat::Problem(name + ": can't be read: " + yat::reason(errno));
     auto description = std::make_shared<Description>(parseDescription(*text, mistakes));
     std::string all;
     for (const Mistake &mistake : mistakes)
         all += (all.empty() ? "" : "\n") + toString(mistake, name);
     if (!all.empty())
-        throw StoreProblem(all);
+        throw yat::Problem(all);
     return {.file = file, .text = *text, .description = description};
 }
 

@@ -16,7 +16,7 @@ struct Source {
     std::shared_ptr<const Description> description;
 };
 
-// Reads and checks a description file. Its mistakes are thrown as one StoreProblem, a line each.
+// Reads and checks a description file. Its mistakes are thrown as one yat::Problem, a line each.
 Source readSource(const std::string &file);
 
 // The machine as it was written last, and the clock with it.

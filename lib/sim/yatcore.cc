@@ -89,7 +89,7 @@ try {
     std::optional<Injection> result;
     look(store(), call, [&](const Machine &, const auto &injection) { result = injection; });
     return result;
-} catch (const StoreProblem &problem) {
+} catch (const yat::Problem &problem) {
     complain(problem.what());
     return {};
 }
@@ -384,7 +384,7 @@ struct Guarded<call, failure> {
     static Result run(Arguments... arguments)
     try {
         return call(arguments...);
-    } catch (const StoreProblem &problem) {
+    } catch (const yat::Problem &problem) {
         complain(problem.what());
         return failure;
     } catch (const std::exception &problem) {

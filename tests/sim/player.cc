@@ -79,7 +79,7 @@ try {
     if (act.operation.verb <= Verb::putSetting)
         return callOf(root, act.operation);
     return perform(outside, act.operation).refusal == Refusal::none ? 1 : 0;
-} catch (const StoreProblem &) {
+} catch (const yat::Problem &) {
     return 0;
 }
 

@@ -45,7 +45,7 @@ std::string problemOf(const std::function<void()> &work)
 {
     try {
         work();
-    } catch (const StoreProblem &problem) {
+    } catch (const yat::Problem &problem) {
         return problem.what();
     }
     return "";
