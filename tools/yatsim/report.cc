@@ -1,4 +1,4 @@
-#include "sim/report.h"
+#include "yatsim/report.h"
 
 #include "common/machine.h"
 #include "sim/words.h"

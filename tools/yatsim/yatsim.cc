@@ -1,7 +1,7 @@
 // yatsim: looks at a simulated machine, and does to it what operations of the product can't.
 #include "common/machine.h"
 #include "common/problem.h"
-#include "sim/report.h"
+#include "yatsim/report.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 
