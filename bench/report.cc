@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 #include <stdexcept>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 #include <vector>
 
@@ -72,13 +73,9 @@ class Table : public benchmark::BenchmarkReporter {
 public:
     explicit Table(FILE *output) : out(output) {}
 
-    bool ReportContext(const Context &context) override
+    bool ReportContext(const Context &) override
     {
-        char date[32];
-        const time_t now = time(nullptr);
-        strftime(date, sizeof date, "%Y-%m-%d", gmtime(&now));
-        fprintf(out, "%s, %d x %s, %s build, %s\n\n", date, context.cpu_info.num_cpus,
-                cpuModel().c_str(), BUILD_TYPE, COMPILER);
+        fprintf(out, "%s\n\n", conditions().c_str());
         fprintf(out, "| benchmark | min | median | max |\n|---|---:|---:|---:|\n");
         return true;
     }
@@ -127,6 +124,15 @@ private:
 };
 
 } // namespace
+
+std::string conditions()
+{
+    char date[32];
+    const time_t now = time(nullptr);
+    strftime(date, sizeof date, "%Y-%m-%d", gmtime(&now));
+    return std::string(date) + ", " + std::to_string(get_nprocs()) + " x " + cpuModel() + ", "
+           + BUILD_TYPE + " build, " + COMPILER;
+}
 
 void repeated(benchmark::internal::Benchmark *benchmark, int repetitions)
 {

@@ -6,6 +6,9 @@
 #include <filesystem>
 #include <string>
 
+// What the figures hold for: day, processors, build.
+std::string conditions();
+
 // For a benchmark's registration: repeats it that many times, and has these three told.
 void repeated(benchmark::internal::Benchmark *benchmark, int repetitions);
 

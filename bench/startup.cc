@@ -1,116 +1,172 @@
-// The time that the program takes from its start to its first screen, and to its end when it
-// only prints its device data.
+// The start of mrvutil to its first screen, beside programs with a screen like it. They take turns,
+// so that what disturbs the machine meets them alike, and are compared turn by turn.
+//
+//     startup_bench [TURNS]
+#include "screenprogram.h"
+
 #include "report.h"
 
-#include <chrono>
-#include <csignal>
-#include <fcntl.h>
-#include <poll.h>
-#include <pty.h>
-#include <string>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+namespace fs = std::filesystem;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+constexpr char ctrlA = '\x01', escape = '\x1b';
+constexpr int visibleDevices = 10; // of CEDAR, and what else has as many
+constexpr int manyDevices = 10000;
 
-constexpr int deadline = 10000; // milliseconds
-constexpr int quiet = 30;       // milliseconds without output that make a screen complete
-constexpr char ctrlA[] = "\x01"; // ends the main window
-
-double secondsSince(Clock::time_point begin)
+// A product root with the platform that costs nothing in the place of the simulated machine.
+void makeFreeRoot(const std::string &root)
 {
-    return std::chrono::duration<double>(Clock::now() - begin).count();
+    fs::create_directories(root + "/bin");
+    fs::copy(STAGE "/bin/mrvutil", root + "/bin");
+    fs::copy(STAGE "/data", root + "/data", fs::copy_options::recursive);
+    fs::create_directories(root + "/lib");
+    fs::copy(STAGE "/lib/libyat.so", root + "/lib");
+    fs::copy(FREE_PLATFORM, root + "/lib/yatcore.dll");
 }
 
-bool endsWith(pid_t child, int wanted)
+// A CEDAR with so many devices: modules, each with nine adapters.
+void writeBigMachine(const std::string &file, int devices)
 {
-    int status;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status)
-           && WEXITSTATUS(status) == wanted;
-}
-
-// Reads until the text was seen and nothing follows it. The time of the last byte, 0 for none.
-double timeOfScreen(int terminal, const std::string &text, Clock::time_point begin)
-{
-    std::string output;
-    double last = 0;
-    for (;;) {
-        const bool seen = output.find(text) != std::string::npos;
-        pollfd input{.fd = terminal, .events = POLLIN, .revents = 0};
-        if (poll(&input, 1, seen ? quiet : deadline) <= 0)
-            return seen ? last : 0;
-        char bytes[65536];
-        const ssize_t count = read(terminal, bytes, sizeof bytes);
-        if (count <= 0)
-            return 0;
-        last = secondsSince(begin);
-        output.append(bytes, static_cast<size_t>(count));
-    }
-}
-
-void firstScreen(benchmark::State &state)
-{
-    for (auto _ : state) {
-        winsize size{.ws_row = 24, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
-        int terminal;
-        const Clock::time_point begin = Clock::now();
-        const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
-        if (child == 0) {
-            execl(PROGRAM, PROGRAM, "-d", nullptr); // leaves the kernel's console as it is
-            _exit(127);
+    std::ofstream out(file);
+    out << "name = \"Big\"\ntype = \"CEDAR\"\n";
+    int adapter = 0;
+    for (int module = 1; module <= devices / 10; ++module) {
+        out << "[[pci_module]]\nnumber = " << module << "\nname = \"PCI module " << module
+            << "\"\npath = [10]\nboard = " << module
+            << "\nstate = \"simplex\"\npartner = 0\nmtbf_type = \"always restart\"\n";
+        for (int i = 0; i < 9; ++i) {
+            ++adapter;
+            out << "[[pci_module.adapter]]\nclass = \"Ethernet\"\nnumber = " << adapter
+                << "\nname = \"Ethernet adapter " << adapter << "\"\npath = [10, 1]\n";
         }
-        const double time = timeOfScreen(terminal, "Exit", begin);
-        state.SetIterationTime(time);
-        const bool sent = write(terminal, ctrlA, 1) == 1;
-        if (time == 0 || !sent)
-            kill(child, SIGKILL);
-        else
-            timeOfScreen(terminal, "nothing comes after the end", begin);
-        if (!endsWith(child, 1))
-            state.SkipWithError("the program did not show its screen and end with its hot key");
-        close(terminal);
     }
 }
 
-void toEnd(benchmark::State &state, const char *program, const char *argument, int status)
+ScreenProgram utility(const std::string &name, const std::string &root, const std::string &state,
+                      const std::string &variable)
 {
-    for (auto _ : state) {
-        const Clock::time_point begin = Clock::now();
-        const pid_t child = fork();
-        if (child == 0) {
-            const int nowhere = open("/dev/null", O_RDWR);
-            dup2(nowhere, STDIN_FILENO);
-            dup2(nowhere, STDOUT_FILENO);
-            setsid(); // away from the terminal, if there is one
-            execl(program, program, argument, nullptr);
-            _exit(127);
+    return {.name = name,
+            .command = {root + "/bin/mrvutil", "-d"}, // leaves the kernel's console as it is
+            .environment = {"YAT_STATE_DIR=" + state, variable},
+            .shows = "Exit",
+            .endKey = ctrlA,
+            .endStatus = 1};
+}
+
+ScreenProgram menu(const std::string &name, int entries)
+{
+    ScreenProgram program{.name = name,
+                          .command = {"whiptail", "--menu", "FT Server Utility", "20", "60", "12"},
+                          .environment = {},
+                          .shows = "Cancel",
+                          .endKey = escape,
+                          .endStatus = 255};
+    for (int i = 1; i <= entries; ++i) {
+        program.command.push_back(std::to_string(i));
+        program.command.push_back("CPU module " + std::to_string(i));
+    }
+    return program;
+}
+
+std::vector<double> figures(const std::vector<Start> &starts,
+                            const std::function<double(const Start &)> &figure)
+{
+    std::vector<double> result;
+    std::ranges::transform(starts, std::back_inserter(result), figure);
+    std::ranges::sort(result);
+    return result;
+}
+
+double median(const std::vector<double> &sorted)
+{
+    return sorted[sorted.size() / 2];
+}
+
+// The median of the quotients of two programs' starts in the same turn.
+double ratio(const std::vector<Start> &ones, const std::vector<Start> &others)
+{
+    std::vector<double> ratios;
+    for (size_t i = 0; i < ones.size(); ++i)
+        ratios.push_back(ones[i].seconds / others[i].seconds);
+    std::ranges::sort(ratios);
+    return median(ratios);
+}
+
+// Starts each program once a turn, and tells how they did; the peers that the others are compared
+// with are the last two.
+void compare(const std::vector<ScreenProgram> &programs, int turns)
+{
+    std::vector<std::vector<Start>> starts(programs.size());
+    for (int turn = -1; turn < turns; ++turn) // the first one fills the caches
+        for (size_t i = 0; i < programs.size(); ++i) {
+            const Start one = start(programs[i]);
+            if (turn >= 0)
+                starts[i].push_back(one);
         }
-        if (!endsWith(child, status))
-            state.SkipWithError("the program did not end as it should");
-        state.SetIterationTime(secondsSince(begin));
+    const size_t peer = programs.size() - 2, least = programs.size() - 1;
+    printf("| program | min | median | max | to whiptail | to newt | calls | RSS | PSS |\n"
+           "|---|---:|---:|---:|---:|---:|---:|---:|---:|\n");
+    for (size_t i = 0; i < programs.size(); ++i) {
+        const auto seconds = figures(starts[i], [](const Start &one) { return one.seconds; });
+        const auto resident = figures(starts[i], [](const Start &one) { return one.resident; });
+        const auto proportional =
+            figures(starts[i], [](const Start &one) { return one.proportional; });
+        printf("| %s | %.2f ms | %.2f ms | %.2f ms | %.2f | %.2f | %ld | %.0f KiB | %.0f KiB |\n",
+               programs[i].name.c_str(), seconds.front() * 1000, median(seconds) * 1000,
+               seconds.back() * 1000, ratio(starts[i], starts[peer]),
+               ratio(starts[i], starts[least]), systemCalls(programs[i]), median(resident), median(proportional));
+        fflush(stdout);
     }
+    printf("\n");
 }
 
-void manyTimes(benchmark::internal::Benchmark *benchmark)
+void compareAll(const Scratch &scratch, int turns)
 {
-    repeated(benchmark, 50);
-    benchmark->Iterations(1)->UseManualTime();
+    const std::string freeRoot = scratch.path + "/root";
+    makeFreeRoot(freeRoot);
+    const std::string bigMachine = scratch.path + "/big.toml";
+    writeBigMachine(bigMachine, manyDevices);
+    const ScreenProgram empty{.name = "a newt program with nothing in it",
+                              .command = {EMPTY_NEWT},
+                              .environment = {},
+                              .shows = "Exit",
+                              .endKey = escape,
+                              .endStatus = 0};
+    compare({utility("mrvutil, simulated CEDAR", STAGE, scratch.path + "/cedar",
+                     "YAT_MACHINE=CEDAR"),
+             utility("mrvutil, platform that costs nothing", freeRoot, scratch.path + "/free",
+                     "BENCH_DEVICES=" + std::to_string(visibleDevices)),
+             menu("whiptail, menu of as many", visibleDevices), empty},
+            turns);
+    const std::string many = std::to_string(manyDevices);
+    compare({utility("mrvutil, simulated, " + many + " devices", STAGE, scratch.path + "/big",
+                     "YAT_MACHINE=" + bigMachine),
+             utility("mrvutil, costs nothing, " + many, freeRoot, scratch.path + "/freebig",
+                     "BENCH_DEVICES=" + many),
+             menu("whiptail, menu of " + many, manyDevices), empty},
+            std::max(turns / 10, 1));
 }
-
-BENCHMARK(firstScreen)->Apply(manyTimes);
-BENCHMARK_CAPTURE(toEnd, debug, PROGRAM, "-debug", 1)->Apply(manyTimes);
-BENCHMARK_CAPTURE(toEnd, true_for_comparison, "/bin/true", nullptr, 0)->Apply(manyTimes);
 
 } // namespace
 
 int main(int argc, char **argv)
-{
-    const Scratch state(std::filesystem::temp_directory_path().string());
-    setenv("YAT_STATE_DIR", state.path.c_str(), 1);
-    setenv("YAT_MACHINE", "CEDAR", 1);
+try {
+    const int turns = argc > 1 ? std::stoi(argv[1]) : 50;
+    const Scratch scratch(fs::temp_directory_path().string());
     setenv("LC_ALL", "C.UTF-8", 1);
     setenv("TERM", "xterm-256color", 1);
-    return runBenchmarks(argc, argv, dup(STDOUT_FILENO));
+    printf("%s\n\n", conditions().c_str());
+    compareAll(scratch, turns);
+    return 0;
+} catch (const std::exception &fault) {
+    fprintf(stderr, "startup_bench: %s\n", fault.what());
+    return 1;
 }

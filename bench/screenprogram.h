@@ -1,0 +1,27 @@
+// A full-screen program, started in a terminal until its first screen is there.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ScreenProgram {
+    std::string name;
+    std::vector<std::string> command;
+    std::vector<std::string> environment; // NAME=VALUE, besides that of the benchmark
+    std::string shows;                    // a text of its first screen
+    char endKey = 0;
+    int endStatus = 0;
+};
+
+struct Start {
+    double seconds = 0;      // to the last byte of the first screen
+    double resident = 0;     // KiB of memory then
+    double proportional = 0; // the same, what several processes share being divided among them
+};
+
+// Starts the program and ends it by its key. Throws std::runtime_error when it does not show its
+// screen or does not end as it should.
+Start start(const ScreenProgram &program);
+
+// How many system calls the program makes until it waits behind its first screen.
+long systemCalls(const ScreenProgram &program);
