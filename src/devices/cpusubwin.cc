@@ -189,7 +189,7 @@ static newtComponent makeBiosBox()
     constexpr int width = 72, height = 2, around = 4; // frame and margin
     int columns;
     newtGetScreenSize(&columns, nullptr);
-    return newtTextbox(-1, -1, columns < width ? columns - around : width, height, NEWT_FLAG_WRAP);
+    return newtTextbox(-1, -1, std::min(width, columns - around), height, NEWT_FLAG_WRAP);
 }
 
 int BiosData(int index)

@@ -88,7 +88,7 @@ TEST(BiosData, CutsALongText)
 
 TEST(BiosData, StaysWithinANarrowTerminal)
 {
-    for (const int columns : {75, 71, 60, 40}) {
+    for (const int columns : {76, 75, 72, 71, 60, 40}) {
         Session session({.rows = 30, .columns = columns});
         openBios(session);
         session.see("Valid");
