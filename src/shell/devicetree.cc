@@ -11,8 +11,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
+#include <optional>
+#include <span>
 
 static constexpr char traceSource[] = "mrvmain";
 
@@ -46,11 +47,20 @@ static bool isHidden(const yat_device &device)
     return g_SystemType == YAT_MACHINE_CEDAR && isListed(hiddenOnCedar, first);
 }
 
-static bool haveSameClass(const yat_device *one, const yat_device *other)
+// A count without an array counts nothing.
+static std::span<yat_device *const> childrenOf(const yat_device &device)
 {
-    const int oneClass = one && one->identity ? one->identity->ClassCode : YAT_CLASS_NONE;
-    const int otherClass = other && other->identity ? other->identity->ClassCode : YAT_CLASS_NONE;
-    return oneClass == otherClass;
+    if (!device.children || device.NextDevNum < 0)
+        return {};
+    return {device.children, static_cast<size_t>(device.NextDevNum)};
+}
+
+// The class of a device, of no device, or of one that nothing is known of.
+static std::optional<int> classOf(const yat_device *device)
+{
+    if (!device || !device->identity)
+        return std::nullopt;
+    return device->identity->ClassCode;
 }
 
 static const char *traceName(const yat_device *device)
@@ -126,20 +136,28 @@ static void addFixedNodes()
 }
 
 // Adds the top-level devices with all below them. A change of class leads to the next group; it
-// is looked for after a device that was added only, so one at a hidden device goes unnoticed.
+// is looked for after a device that was added only, so one at a hidden device goes unnoticed. A
+// device without identity is of the class of the one before it, and changes nothing.
 static int addDevices(const yat_device &root)
 {
-    for (int i = 0; i < root.NextDevNum; ++i) {
-        yat_device *device = root.children[i];
+    const std::span<yat_device *const> devices = childrenOf(root);
+    std::optional<int> classBefore;
+    for (size_t i = 0; i < devices.size(); ++i) {
+        yat_device *device = devices[i];
+        const bool isOfClassBefore = classOf(device) && classOf(device) == classBefore;
+        if (classOf(device))
+            classBefore = classOf(device);
         if (device && isHidden(*device)) {
             TRACE_AS("mkTree", "get an invalid device %s.", traceName(device));
             continue;
         }
-        if (i != 0 && device && device->identity && haveSameClass(device, root.children[i - 1]))
+        if (isOfClassBefore)
             param[2] = device->identity->Instance - 1;
         if (mkItem(device, 2) == 0)
             return 0;
-        if (i != root.NextDevNum - 1 && !haveSameClass(device, root.children[i + 1])) {
+        const std::optional<int> classBehind =
+            i + 1 < devices.size() ? classOf(devices[i + 1]) : std::nullopt;
+        if (classBefore && classBehind && classBefore != classBehind) {
             param[1] += 1;
             std::fill(std::begin(param) + 2, std::end(param), 0);
             TRACE_AS("mkTree", "Param[1]:\t%d", param[1]);
@@ -201,10 +219,11 @@ int mkItem(yat_device *datap, int level)
     }
     TRACE("[IN]datap=%p level=%d", static_cast<void *>(datap), level);
     TreeDrawItem(datap);
-    for (int j = 0; j < datap->NextDevNum; ++j) {
-        yat_device *child = datap->children[j];
+    int position = 0;
+    for (yat_device *child : childrenOf(*datap)) {
         if (level + 1 < static_cast<int>(std::size(param)))
-            param[level + 1] = j;
+            param[level + 1] = position;
+        ++position;
         TRACE("param for device %s goes here:", traceName(child));
         for (int i = 0; i < static_cast<int>(std::size(param)); ++i)
             TRACE("param[%d]:\t%d.", i, param[i]);
@@ -282,10 +301,10 @@ void tracetree(const yat_device *record)
     }
     if (record->parent)
         printf("P:%-20s", traceName(record->parent));
-    if (record->NextDevNum > 0)
-        printf("C:%-20s\n", traceName(record->children[0]));
-    else
-        printf("\n");
-    for (int i = 0; i < record->NextDevNum; ++i)
-        tracetree(record->children[i]);
+    const std::span<yat_device *const> children = childrenOf(*record);
+    if (!children.empty())
+        printf("C:%-20s", traceName(children[0]));
+    printf("\n");
+    for (const yat_device *child : children)
+        tracetree(child);
 }

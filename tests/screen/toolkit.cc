@@ -11,6 +11,7 @@
 #include "tree/checkboxtree.h"
 #include "tree/component.h"
 #include "yat/ft.h"
+#include "yat/winshim.h"
 
 #include <cstdlib>
 #include <string>
@@ -127,6 +128,25 @@ void showNameless()
     }
 }
 
+// A tree, or in dump mode a dump, of a device that has children by its count alone.
+void showCountOnly()
+{
+    yat_identity identity{1, YAT_CLASS_CPU_MODULE, {}};
+    char name[] = "CPU 1";
+    yat_device device{};
+    device.NextDevNum = 3;
+    device.Hierarchy = 1;
+    device.lpszTreeName = name;
+    device.identity = &identity;
+    if (debug_flag)
+        return tracetree(&device);
+    yat_device *children[] = {&device};
+    yat_device root{};
+    root.NextDevNum = 1;
+    root.children = children;
+    mkTree(&root);
+}
+
 // What the field helpers do for each state and range, and for each key.
 void tryControls()
 {
@@ -190,6 +210,8 @@ int runProgram()
         TRACE("answer: %d", Get_BMC_FWRevision(nullptr));
     else if (piece == "nameless")
         showNameless();
+    else if (piece == "countOnly")
+        showCountOnly();
     else if (piece == "names")
         for (int i = 0; i < YAT_CLASS_NAMES; ++i)
             TRACE("%d %s %zu", g_pClassNameList[i], TreeViewNametbl[i], sizeof TreeViewNametbl[i]);

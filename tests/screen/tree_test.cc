@@ -126,6 +126,40 @@ TEST(Tree, SeesAChangeOfClassToAHiddenDevice)
                          " `- [-] PCI modules", "     `- PCI 2"});
 }
 
+// What has no identity has no class that could change.
+TEST(Tree, GoesOnWithTheClassBehindADeviceWithoutIdentity)
+{
+    Session session(treeOn("1", "0 1 - 0 0 nothing\n"
+                                "0 1 2 1 0 CPU 1\n"
+                                "0 1 - 0 0 nothing\n"
+                                "0 1 2 2 0 CPU 2\n"
+                                "1 2 8 1 10 SCSI 1\n"
+                                "0 1 - 0 0 nothing\n"
+                                "0 1 3 1 10 PCI 1\n"));
+    session.see("Exit");
+    session.send(expandAll(10));
+    expectTree(session,
+               {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1", " |   `- [-] CPU 2",
+                " |       `- SCSI 1", " `- [-] PCI modules", "     `- PCI 1"});
+}
+
+TEST(Tree, OfACountWithoutAnArrayHasNoDevicesThere)
+{
+    RunOptions options{.program = "toolkit", .environment = {{"TOOLKIT", "countOnly"}}};
+    Session session(options);
+    session.see("Exit");
+    session.send(expandAll(6));
+    expectTree(session,
+               {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1", " `- PCI modules"});
+    session.send(ctrlO);
+    session.expectExit(1);
+    options.arguments = {"-debug"};
+    Workspace dump(options);
+    EXPECT_EQ(
+        runPlain(dump).output,
+        "\nN:CPU 1                   3       H:1   I:1   ID:0   0   0   0   0   0   0   0   \n");
+}
+
 TEST(Tree, PutsDevicesUnderTheirModuleByItsInstance)
 {
     Session session(treeOn("1", "0 1 3 1 10 PCI 1\n"
