@@ -272,7 +272,7 @@ TEST(LongOperation, IsShownInJapaneseOnAJapaneseSystem)
     Session session({.language = "ja_JP.UTF-8", .script = "InitBringDown 0 held"});
     openJapanese(session, pciModule);
     press(session, 5);
-    session.see("PCIモジュールを停止します。よろしいですか?");
+    session.see("PCIモジュールとアダプタを停止します。よろしいですか?");
     session.send(keys::enter);
     session.see("  PCI module 1: 停止 ...");
     session.files().letGo();
