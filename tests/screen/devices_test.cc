@@ -6,7 +6,7 @@
 namespace {
 
 const std::string selectedFirst = "(*) Stay down", selectedSecond = "(*) Always restart",
-                  selectedThird = "(*) Restart while above the threshold";
+                  selectedThird = "(*) Restart at or above the threshold";
 
 // What the windows read: the MTBF type of the module's board.
 std::string typeRead(const Device &device, int type)
