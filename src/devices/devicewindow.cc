@@ -189,8 +189,8 @@ bool runDeviceWindow(DeviceWindow &window, const WindowTables &tables)
         return false;
     newtGrid grid = makeRows(window, tables.rows);
     std::array<char, 256> title;
-    formatTitle(std::span(title).first(tables.titleSize), nameOf(window.device).c_str(),
-                text("WINDOW_TITLE_MRV_ID"));
+    copyText(std::span(title).first(tables.titleSize),
+             (nameOf(window.device) + " --" + text("WINDOW_TITLE_MRV_ID")).c_str());
     openWindow(window.form, grid, title.data());
     if (tables.freesGrids)
         newtGridFree(grid, 1);

@@ -3,8 +3,9 @@
 #pragma once
 
 #include "dialogs/grid.h"
-#include "dialogs/text.h"
 #include "platform/operation.h"
+#include "text/display.h"
+#include "text/keys.h"
 
 #include <newt.h>
 #include <span>

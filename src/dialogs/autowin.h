@@ -4,7 +4,8 @@
 // are read only while the box is open.
 #pragma once
 
-#include "dialogs/text.h"
+#include "text/display.h"
+#include "text/keys.h"
 
 #include <cstddef>
 #include <newt.h>

@@ -1,7 +1,7 @@
 #include "dialogs/window.h"
 
-#include "dialogs/text.h"
 #include "terminal/terminal.h"
+#include "text/display.h"
 
 #include <algorithm>
 #include <climits>

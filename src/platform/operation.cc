@@ -2,8 +2,7 @@
 
 #include "dialogs/autowin.h"
 #include "dialogs/busyline.h"
-
-#include <string>
+#include "text/display.h"
 
 bool carryOut(const Operation &operation, yat_device *device, const char *argument, int *detail)
 {
@@ -21,9 +20,7 @@ bool carryOut(const Operation &operation, yat_device *device, const char *argume
 
 std::string nameOf(const yat_device *device)
 {
-    char name[1024] = "";
-    CodeConvertFromEUC(device->lpszTreeName, name, sizeof name);
-    return name;
+    return displayText(device->lpszTreeName);
 }
 
 int numberOf(const yat_device *device)

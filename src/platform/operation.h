@@ -1,7 +1,7 @@
 // The operations on a device, and the way that every window carries one out.
 #pragma once
 
-#include "dialogs/text.h"
+#include "text/keys.h"
 #include "yat/ft.h"
 
 #include <string>

@@ -1,10 +1,10 @@
 // Start-up and tear-down of the program.
 #include "shell/mrvmain.h"
 
-#include "dialogs/text.h"
 #include "platform/trace.h"
 #include "shell/entry.h"
 #include "terminal/terminal.h"
+#include "text/keys.h"
 #include "tree/component.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"

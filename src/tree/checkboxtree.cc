@@ -1,6 +1,6 @@
 #include "tree/checkboxtree.h"
 
-#include "dialogs/text.h"
+#include "text/display.h"
 
 #include <algorithm>
 #include <array>
@@ -161,11 +161,8 @@ int yat_newtCheckboxTreeAddItem(newtComponent component, const char *text, intpt
     va_end(rest);
     path.push_back(NEWT_ARG_LAST);
 
-    char converted[1024];
-    if (CodeConvertFromEUC(text, converted, sizeof converted) < 0)
-        converted[0] = '\0';
-    return yat_newtCheckboxTreeAddArray(component, converted, data, callback, record, flags,
-                                        path.data());
+    return yat_newtCheckboxTreeAddArray(component, displayText(text).c_str(), data, callback,
+                                        record, flags, path.data());
 }
 
 int yat_newtCheckboxTreeAddArray(newtComponent component, const char *text, intptr_t data,

@@ -1,6 +1,6 @@
 // The text catalogue: looking texts up, and the two catalogues that the product has.
-#include "dialogs/text.h"
 #include "temporary.h"
+#include "text/keys.h"
 #include "yat/text.h"
 
 #include <algorithm>

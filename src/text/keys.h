@@ -1,10 +1,9 @@
-// Texts for the user, and the fixed buffers they are kept in.
+// The texts for the user, by their keys.
 #pragma once
 
 #include "yat/text.h"
 
-#include <array>
-#include <span>
+#include <iterator>
 #include <string_view>
 
 // The closed set of text keys.
@@ -60,15 +59,3 @@ inline const char *text(TextKey key)
 {
     return CPGetText(key.name, &ReadString, YAT_RcFileBuf);
 }
-
-// Copies a text into a buffer, cut between two characters where it does not fit. The rest of the
-// buffer is zero.
-void copyText(std::span<char> buffer, const char *source);
-
-// Writes the title of a device window, "NAME --UTILITY", cut like copyText.
-void formatTitle(std::span<char> buffer, const char *deviceName, const char *utility);
-
-// Columns that a text takes on the screen.
-int textWidth(const char *source);
-
-using Question = std::array<char, 80>;

@@ -1,10 +1,10 @@
-#include "dialogs/text.h"
+#include "text/display.h"
+
+#include "yat/text.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <cwchar>
-#include <string>
+#include <string_view>
 
 namespace {
 
@@ -35,12 +35,6 @@ void copyText(std::span<char> buffer, const char *source)
     std::copy_n(source, length, buffer.begin());
 }
 
-void formatTitle(std::span<char> buffer, const char *deviceName, const char *utility)
-{
-    const std::string title = std::string(deviceName) + " --" + utility;
-    copyText(buffer, title.c_str());
-}
-
 int textWidth(const char *source)
 {
     int width = 0;
@@ -55,4 +49,11 @@ int textWidth(const char *source)
         width += std::max(wcwidth(character), 0);
     }
     return width;
+}
+
+std::string displayText(const char *source)
+{
+    char converted[1024] = "";
+    CodeConvertFromEUC(source, converted, sizeof converted);
+    return converted;
 }

@@ -1,0 +1,68 @@
+// Texts as the terminal shows them: columns, cutting, names in EUC.
+#include "text/display.h"
+
+#include <clocale>
+#include <gtest/gtest.h>
+
+namespace {
+
+class Display : public testing::Test {
+protected:
+    Display() { setlocale(LC_ALL, "C.UTF-8"); }
+    ~Display() override { setlocale(LC_ALL, "C"); }
+};
+
+std::string inBuffer(const char *source, size_t size)
+{
+    std::string buffer(size, '#');
+    copyText(buffer, source);
+    const size_t end = buffer.find('\0');
+    EXPECT_NE(end, std::string::npos);
+    EXPECT_EQ(buffer.find_first_not_of('\0', end), std::string::npos) << "what follows is zero";
+    return buffer.substr(0, end);
+}
+
+} // namespace
+
+TEST_F(Display, CountsColumns)
+{
+    EXPECT_EQ(textWidth(""), 0);
+    EXPECT_EQ(textWidth("CPU module 1"), 12);
+    EXPECT_EQ(textWidth("é"), 1);
+    EXPECT_EQ(textWidth("漢字"), 4);
+    EXPECT_EQ(textWidth("e\u0301"), 1); // with an accent that takes no column
+}
+
+TEST_F(Display, CountsAByteThatIsNoCharacterAsOneColumn)
+{
+    EXPECT_EQ(textWidth("\xff"), 1);
+    EXPECT_EQ(textWidth("a\xe6\xbc"), 3);
+}
+
+TEST_F(Display, CutsBetweenCharacters)
+{
+    EXPECT_EQ(inBuffer("abc", 4), "abc");
+    EXPECT_EQ(inBuffer("abc", 3), "ab");
+    EXPECT_EQ(inBuffer("漢字", 7), "漢字");
+    EXPECT_EQ(inBuffer("漢字", 6), "漢");
+    EXPECT_EQ(inBuffer("漢字", 3), "");
+    EXPECT_EQ(inBuffer("漢", 1), "");
+}
+
+TEST_F(Display, ClearsTheRestOfABuffer)
+{
+    EXPECT_EQ(inBuffer("a", 20), "a");
+    EXPECT_EQ(inBuffer("", 20), "");
+}
+
+TEST_F(Display, TakesNamesInEucAndInTheLocalesEncoding)
+{
+    EXPECT_EQ(displayText("\xb4\xc1\xbb\xfa"), "漢字");
+    EXPECT_EQ(displayText("漢字"), "漢字");
+    EXPECT_EQ(displayText(nullptr), "");
+}
+
+TEST_F(Display, TakesAsMuchOfANameAsFitsIntoABuffer)
+{
+    EXPECT_EQ(displayText(std::string(2000, 'x').c_str()), std::string(1023, 'x'));
+}
