@@ -1,11 +1,13 @@
 // The firmware of the baseboard management controller, by itself.
-#include "shell/entry.h"
+#include "shell/program.h"
 #include "system/windows.h"
 #include "yat/winshim.h"
 
 #include <cstdio>
 
-int runProgram()
+namespace {
+
+int showFirmware()
 {
     if (!debug_flag) {
         Firmware();
@@ -19,3 +21,7 @@ int runProgram()
     printf("%s\n", revision);
     return 1;
 }
+
+} // namespace
+
+const Program program = {.run = showFirmware, .failure = nullptr, .alwaysReleases = false};

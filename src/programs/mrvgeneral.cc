@@ -1,5 +1,5 @@
 // The general settings of the machine, by themselves.
-#include "shell/entry.h"
+#include "shell/program.h"
 #include "system/windows.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
@@ -21,13 +21,14 @@ int printSettings()
     return 1;
 }
 
-} // namespace
-
-int runProgram()
+int showSettings()
 {
     const int opened = ft_FunctionInit();
     if (debug_flag)
         return opened ? printSettings() : 0;
-    General(); // says so itself when the settings can't be read
-    return opened;
+    return General(); // says so itself when the settings can't be read
 }
+
+} // namespace
+
+const Program program = {.run = showSettings, .failure = nullptr, .alwaysReleases = false};

@@ -1,7 +1,9 @@
-#include "shell/entry.h"
+// The device tree.
 #include "shell/mrvmain.h"
+#include "shell/program.h"
 
-int runProgram()
-{
-    return EditParameter();
-}
+const Program program = {
+    .run = EditParameter,
+    .failure = "EditParameter failed,can't get data from lib.",
+    .alwaysReleases = true,
+};

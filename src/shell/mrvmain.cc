@@ -2,7 +2,7 @@
 #include "shell/mrvmain.h"
 
 #include "platform/trace.h"
-#include "shell/entry.h"
+#include "shell/program.h"
 #include "terminal/terminal.h"
 #include "text/keys.h"
 #include "tree/component.h"
@@ -121,7 +121,7 @@ static void tearDown()
         releaseTerminal();
         screenOn = false;
     }
-    if (ft_FunctionRelease() == 0)
+    if ((program.alwaysReleases || yat_ft_func.handle) && ft_FunctionRelease() == 0)
         TRACE_ERROR_AS("main", "Release keldor I/F by ft_release failed.");
     freenewtlib();
     freeslanglib();
@@ -222,9 +222,9 @@ int main(int argc, char **argv)
 
     int status = 0;
     if (debug_flag || startScreen(argv[0])) {
-        status = runProgram();
-        if (status == 0)
-            TRACE_ERROR("EditParameter failed,can't get data from lib.");
+        status = program.run();
+        if (status == 0 && program.failure)
+            TRACE_ERROR("%s", program.failure);
     }
     tearDown();
     return status;

@@ -138,12 +138,12 @@ newtComponent makeQuickDumpLine()
 
 } // namespace
 
-void General(void)
+int General(void)
 {
     TRACE(">");
     Settings settings;
     if (!readSettings(settings))
-        return;
+        return 0;
 
     newtComponent form = settings.form = newtForm(nullptr, nullptr, 0);
     newtComponent close = newtButton(-1, -1, text("BUTTON_CLOSE2_ID"));
@@ -177,4 +177,5 @@ void General(void)
     }
     closeWindow(form);
     TRACE("<");
+    return 1;
 }

@@ -9,8 +9,8 @@ extern "C" {
 // Updates the BIOS of a CPU module, from the running module or from the data file.
 int FirmUpdate(yat_device *datap);
 
-// Shows and changes the settings of the whole machine.
-void General(void);
+// Shows and changes the settings of the whole machine. Returns 1, or 0 when they can't be read.
+int General(void);
 
 // Shows the firmware revision of the BMC and updates it.
 void Firmware(void);

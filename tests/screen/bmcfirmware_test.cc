@@ -82,6 +82,9 @@ TEST(BmcFirmware, ShowsTheRevisionOfTheMachine)
                           "0 Get_BMC_FWRevision [OUT]Firmware Revision : 04.17.",
                           "0 Get_BMC_FWRevision <", "0 Firmware <"});
     EXPECT_EQ(trace.size(), 6u);
+    EXPECT_TRUE(session.calls("ft_FunctionRelease").empty()); // which would be an error
+    for (const std::string &record : session.trace())
+        EXPECT_TRUE(record.starts_with("0 ")) << record;
 }
 
 TEST(BmcFirmware, ShowsTheBitsThatCountInHexadecimal)

@@ -22,6 +22,13 @@ void openGeneral(Session &session)
     session.see("[ ] Start a module");
 }
 
+std::vector<std::string> errors(Session &session)
+{
+    std::vector<std::string> records = session.trace();
+    std::erase_if(records, [](const std::string &record) { return record.starts_with("0 "); });
+    return records;
+}
+
 } // namespace
 
 TEST(General, ReadsBothSettings)
@@ -55,9 +62,10 @@ TEST(General, DoesNotOpenWhenASettingCannotBeRead)
             session.see(text);
             session.see("┤ Error ├");
             session.send(enter);
-            session.expectExit(1);
+            session.expectExit(0);
             EXPECT_EQ(session.terminal().output().find(execute), std::string::npos);
             EXPECT_EQ(session.trace("general").back(), record);
+            EXPECT_EQ(errors(session), std::vector<std::string>{record});
         }
 }
 
@@ -240,4 +248,7 @@ TEST(General, HasTheOptionsAndStatusesOfTheUtility)
     closed.see("cannot be read");
     closed.send(enter);
     closed.expectExit(0);
+    EXPECT_TRUE(closed.calls("ft_FunctionRelease").empty());
+    EXPECT_EQ(errors(closed), std::vector<std::string>{
+                                  "1 General <GetBBDriverSettings(BB_DRV_AUTO_BURN) failed."});
 }

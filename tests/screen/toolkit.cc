@@ -5,7 +5,7 @@
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
 #include "platform/trace.h"
-#include "shell/entry.h"
+#include "shell/program.h"
 #include "shell/mrvmain.h"
 #include "system/windows.h"
 #include "tree/checkboxtree.h"
@@ -180,8 +180,6 @@ void tryControls()
         newtComponentDestroy(field);
 }
 
-} // namespace
-
 int runProgram()
 {
     const std::string_view piece = variable("TOOLKIT");
@@ -221,3 +219,7 @@ int runProgram()
         return 0;
     return 1;
 }
+
+} // namespace
+
+const Program program = {.run = runProgram, .failure = nullptr, .alwaysReleases = false};
