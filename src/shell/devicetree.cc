@@ -238,8 +238,9 @@ int mkItem(yat_device *datap, int level)
 
 // Adds the node below the one that param leads to. Returns false for a level that the tree has
 // not.
-static bool addNode(yat_device *datap, const char *name, ItemCallback window)
+static bool addNode(yat_device *datap, ItemCallback window)
 {
+    const char *name = datap->lpszTreeName;
     switch (datap->Hierarchy) {
     case 1:
         yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
@@ -260,12 +261,10 @@ static bool addNode(yat_device *datap, const char *name, ItemCallback window)
 void TreeDrawItem(yat_device *datap)
 {
     TRACE(">");
-    std::array<char, 128> name{};
     if (!datap || !datap->lpszTreeName || datap->Hierarchy == 0 || !datap->identity) {
         TRACE_ERROR("<[IN]param error. datap is NULL.");
         return;
     }
-    CodeConvertFromEUC(datap->lpszTreeName, name.data(), static_cast<int>(name.size()));
     if (datap->identity->Instance == 0) {
         TRACE_ERROR("<no such kind of device:%s.", datap->lpszTreeName);
         return;
@@ -280,7 +279,7 @@ void TreeDrawItem(yat_device *datap)
         TRACE("<class :%d don't have a function pointer .", classCode);
         return;
     }
-    if (!addNode(datap, name.data(), window)) {
+    if (!addNode(datap, window)) {
         msgWindow("Error", " ok ", text("TREEDRAW_ERR_ID"));
         TRACE_ERROR("error happen when drawing the tree.");
     }

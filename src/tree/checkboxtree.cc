@@ -173,7 +173,7 @@ int yat_newtCheckboxTreeAddArray(newtComponent component, const char *text, intp
     const int *end = path;
     while (*end != NEWT_ARG_LAST)
         ++end;
-    auto *item = new Item{.text = text, .data = data, .callback = callback, .record = record};
+    auto *item = new Item{.text = showable(text ? text : ""), .data = data, .callback = callback, .record = record};
     item->selected = (flags & NEWT_FLAG_SELECTED) != 0;
     item->flags = flags;
     if (!insertItem(tree.model, item, {path, end})) {
@@ -181,7 +181,7 @@ int yat_newtCheckboxTreeAddArray(newtComponent component, const char *text, intp
         return -1;
     }
     // The drawing indents by 4 columns a level; 5 leave some to spare.
-    const int width = textWidth(text) + 4 + 5 * item->depth + tree.pad;
+    const int width = textWidth(item->text.c_str()) + 4 + 5 * item->depth + tree.pad;
     component->width = tree.madeWidth = std::max(width, tree.madeWidth);
     return 0;
 }

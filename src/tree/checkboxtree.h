@@ -26,10 +26,10 @@ newtComponent yat_newtCheckboxTreeMulti(int left, int top, int height, const cha
 newtComponent yat_newtCheckboxTree(int left, int top, int height, int flags);
 
 // Adds an item. The path follows as ints, its last position (or NEWT_ARG_APPEND) where the item
-// is to stand, then NEWT_ARG_LAST; a position past the end of a list appends. The text is EUC-JP
-// or in the encoding of the locale, up to 1023 bytes of it are shown; it is copied. With
-// NEWT_FLAG_SELECTED in the flags, a leaf begins in its second state and a branch expanded. The
-// record is handed to the callback and stays the caller's.
+// is to stand, then NEWT_ARG_LAST; a position past the end of a list appends. The text is copied,
+// what can't be shown of it as '?'; null is "". AddItem takes EUC-JP as well as the encoding of the
+// locale, up to 1023 bytes of it. With NEWT_FLAG_SELECTED in the flags, a leaf begins in its second
+// state and a branch expanded. The record is handed to the callback and stays the caller's.
 //
 // Returns 0, or -1, with nothing added, when the path leads to no list.
 int yat_newtCheckboxTreeAddItem(newtComponent tree, const char *text, intptr_t data, int flags,

@@ -165,6 +165,17 @@ TEST_F(CheckboxTree, ConvertsNamesFromEuc)
     EXPECT_EQ(width(), 1023 + 4);
 }
 
+TEST_F(CheckboxTree, TakesTextsThatAreNone)
+{
+    const int path[] = {NEWT_ARG_APPEND, NEWT_ARG_LAST};
+    EXPECT_EQ(yat_newtCheckboxTreeAddArray(tree, nullptr, 1, nullptr, nullptr, 0, path), 0);
+    EXPECT_EQ(yat_newtCheckboxTreeAddItem(tree, nullptr, 2, 0, nullptr, nullptr, NEWT_ARG_APPEND,
+                                          NEWT_ARG_LAST),
+              0);
+    EXPECT_EQ(tree->width, 4);
+    EXPECT_EQ(yat_newtCheckboxTreeGetEntryValue(tree, 2), ' ');
+}
+
 TEST_F(CheckboxTree, TellsAndSetsTheStateOfALeaf)
 {
     newtComponentDestroy(tree);

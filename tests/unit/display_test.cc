@@ -39,6 +39,26 @@ TEST_F(Display, CountsAByteThatIsNoCharacterAsOneColumn)
     EXPECT_EQ(textWidth("a\xe6\xbc"), 3);
 }
 
+TEST_F(Display, ShowsWhatTheTerminalCantShowAsQuestionMarks)
+{
+    EXPECT_EQ(showable("CPU module 1?"), "CPU module 1?");
+    EXPECT_EQ(showable("é漢e\u0301"), "é漢e\u0301");
+    EXPECT_EQ(showable("a\tb\nc\x1b[31m\x7f"), "a?b?c?[31m?");
+    EXPECT_EQ(showable("\u0080\u009b31m\u009f\u00a0"), "??31m?\u00a0");
+    EXPECT_EQ(showable("\xff\xe6\xbcz"), "???z");
+    EXPECT_EQ(showable("\u2028"), "?"); // a line separator
+    EXPECT_EQ(showable(""), "");
+}
+
+TEST_F(Display, CountsWhatIsShown)
+{
+    for (const char *text : {"a\tb", "\n", "\x01", "\u0085", "\xff\xe6\xbcz", "漢\x7f"}) {
+        const int width = textWidth(text);
+        EXPECT_EQ(width, textWidth(showable(text).c_str())) << text;
+        EXPECT_GT(width, 0);
+    }
+}
+
 TEST_F(Display, CutsBetweenCharacters)
 {
     EXPECT_EQ(inBuffer("abc", 4), "abc");
@@ -59,6 +79,7 @@ TEST_F(Display, TakesNamesInEucAndInTheLocalesEncoding)
 {
     EXPECT_EQ(displayText("\xb4\xc1\xbb\xfa"), "漢字");
     EXPECT_EQ(displayText("漢字"), "漢字");
+    EXPECT_EQ(displayText("\xb4\xc1\a"), "漢?");
     EXPECT_EQ(displayText(nullptr), "");
 }
 
