@@ -1,7 +1,7 @@
 // The BMC of a simulated machine.
 #include "hwinfo/bmc.h"
+#include "sim/bytes.h"
 #include "sim/store.h"
-#include "sim/words.h"
 
 #include <sstream>
 
@@ -12,7 +12,7 @@ try {
     Answer answer;
     sim::Store store = sim::configuredStore();
     sim::look(store, "YATGetDeviceID", [&](const sim::Machine &machine, const auto &injection) {
-        answer.bytes = machine.description->bmcResponse;
+        answer.bytes = machine.bmcResponse;
         if (injection && injection->text)
             answer.bytes = sim::bytesOf(*injection->text).value_or(answer.bytes);
         if (injection)

@@ -13,56 +13,11 @@
 namespace sim {
 namespace {
 
-constexpr Choice<int> machineTypes[] = {
-    {"ALDER", YAT_MACHINE_ALDER},
-    {"BIRCH", YAT_MACHINE_BIRCH},
-    {"CEDAR", YAT_MACHINE_CEDAR},
-    {"PLAIN", YAT_MACHINE_PLAIN},
-};
-
-constexpr Choice<State> states[] = {
-    {"empty", State::empty},   {"stopped", State::stopped}, {"simplex", State::simplex},
-    {"duplex", State::duplex}, {"broken", State::broken},
-};
-
-constexpr Choice<int> mtbfTypes[] = {
-    {"stay down", stayDown},
-    {"always restart", alwaysRestart},
-    {"restart above threshold", restartAboveThreshold},
-};
-
 // An adapter runs when its module does.
-constexpr Choice<bool> adapterStates[] = {{"running", false}, {"broken", true}};
-
-constexpr Choice<int> adapterClasses[] = {
-    {"SCSI", YAT_CLASS_SCSI_ADAPTER},
-    {"Ethernet", YAT_CLASS_ETHERNET_ADAPTER},
-};
-
-// Where a BIOS comes from that an update brought.
-constexpr Choice<Bios> biosSources[] = {
-    {"running module", Bios::copied},
-    {"data file", Bios::burnt},
-};
-
-// Each by its support code.
-constexpr Choice<unsigned> cpuOperations[] = {
-    {"clear MTBF", 1u << 1},    {"bring up", 1u << 5},       {"bring down", 1u << 7},
-    {"burn firmware", 1u << 9}, {"set MTBF type", 1u << 13},
-};
-constexpr Choice<unsigned> pciOperations[] = {
-    {"clear MTBF", 1u << 15},
-    {"bring up", 1u << 19},
-    {"bring down", 1u << 21},
-    {"set MTBF type", 1u << 23},
-};
-constexpr Choice<unsigned> setMtbfTypes[] = {{"cpu_module", 1u << 13}, {"pci_module", 1u << 23}};
-constexpr Choice<unsigned> scsiOperations[] = {{"clear MTBF", 1u << 25}};
-constexpr Choice<unsigned> ethernetOperations[] = {{"clear MTBF", 1u << 31}};
+constexpr Term<bool> adapterStates[] = {{false, "running"}, {true, "broken"}};
 
 constexpr size_t longestFile = 16 << 20; // bytes
 constexpr size_t longestName = 127;      // bytes
-constexpr int mostDevices = 9999;        // of a class
 constexpr int deepestAdapter = 3;        // tree level, the module's being 1
 constexpr int boards = -1;               // no device class
 constexpr int longestTiming = 86400;     // seconds
@@ -130,7 +85,7 @@ Place readPlace(Reader &reader, const toml::table &table, int classCode)
     const size_t before = reader.found();
     Place place{.number = reader.number(table, "number", 1, mostDevices),
                 .partner = reader.number(table, "partner", 0, mostDevices, false),
-                .state = reader.choice(table, "state", states)};
+                .state = reader.choice(table, "state", lastingStates)};
     place.isUnique = reader.unique(table, "number", classCode, place.number);
     place.isRight = reader.found() == before;
     return place;
@@ -253,20 +208,30 @@ std::vector<Module> readModules(Reader &reader, const toml::table &table, std::s
     return result;
 }
 
+// What a machine may support for a class of devices, each with its bit.
+std::vector<Term<unsigned>> operationsOf(int classCode)
+{
+    std::vector<Term<unsigned>> result;
+    for (const SupportCode &each : supportCodes)
+        if (each.classCode == classCode)
+            result.push_back({1u << each.code, rowOf(verbs, each.verb)->support});
+    return result;
+}
+
 unsigned readSupports(Reader &reader, const toml::table &machine, bool mayHaveMtbfType)
 {
     const toml::table &supports = reader.table(machine, "supports");
     reader.allowKeys(supports, "[supports]",
                      {"cpu_module", "pci_module", "scsi_adapter", "ethernet_adapter"});
-    const unsigned supported = reader.choices(supports, "cpu_module", cpuOperations)
-                               | reader.choices(supports, "pci_module", pciOperations)
-                               | reader.choices(supports, "scsi_adapter", scsiOperations)
-                               | reader.choices(supports, "ethernet_adapter", ethernetOperations);
-    for (const auto &[key, support] : setMtbfTypes)
-        if ((supported & support) != 0 && !mayHaveMtbfType)
-            reader.report(*supports.get(key), "wrong value for '" + std::string(key)
-                                                  + "', expected \"set MTBF type\" only on a "
-                                                    "machine of type \"CEDAR\"");
+    unsigned supported = 0;
+    for (const DeviceClass &each : deviceClasses) {
+        supported |= reader.choices(supports, each.key, operationsOf(each.value));
+        const int code = supportCode(Verb::setMtbfType, each.value);
+        if (code != 0 && (supported & 1u << code) != 0 && !mayHaveMtbfType)
+            reader.report(*supports.get(each.key), "wrong value for '" + std::string(each.key)
+                                                       + "', expected \"set MTBF type\" only on a "
+                                                         "machine of type \"CEDAR\"");
+    }
     return supported;
 }
 
@@ -321,22 +286,16 @@ Description readMachine(Reader &reader, const toml::table &machine)
 
 // ---- Writing
 
-template <class Value, size_t count>
-std::string_view textOf(Value value, const Choice<Value> (&choices)[count])
+toml::table supportsTable(unsigned supported)
 {
-    for (const auto &choice : choices)
-        if (choice.value == value)
-            return choice.text;
-    return choices[0].text;
-}
-
-template <size_t count>
-toml::array supportedOf(unsigned supported, const Choice<unsigned> (&choices)[count])
-{
-    toml::array result;
-    for (const auto &choice : choices)
-        if (supported & choice.value)
-            result.push_back(choice.text);
+    toml::table result;
+    for (const DeviceClass &each : deviceClasses) {
+        toml::array operations;
+        for (const auto &[bit, word] : operationsOf(each.value))
+            if (supported & bit)
+                operations.push_back(word);
+        result.insert(each.key, operations);
+    }
     return result;
 }
 
@@ -372,8 +331,8 @@ template <class Device> toml::table deviceTable(const Device &device)
     toml::array adapters;
     for (const Adapter &adapter : device.adapters) {
         toml::table below = deviceTable(adapter);
-        below.insert("class", textOf(adapter.classCode, adapterClasses));
-        below.insert("state", textOf(adapter.broken, adapterStates));
+        below.insert("class", wordOf(adapterClasses, adapter.classCode));
+        below.insert("state", wordOf(adapterStates, adapter.broken));
         adapters.push_back(below);
     }
     if (!adapters.empty())
@@ -386,16 +345,16 @@ toml::array moduleTables(const std::vector<Module> &modules)
     toml::array result;
     for (const Module &module : modules) {
         toml::table table = deviceTable(module);
-        table.insert("state", textOf(module.state, states));
+        table.insert("state", wordOf(states, module.state));
         table.insert("partner", module.partner);
-        table.insert("mtbf_type", textOf(module.mtbfType, mtbfTypes));
+        table.insert("mtbf_type", wordOf(mtbfTypes, module.mtbfType));
         if (module.classCode == YAT_CLASS_CPU_MODULE) {
             table.insert("bios_version", module.biosVersion);
             table.insert("bios_status", module.biosStatus);
             if (module.bios == Bios::invalid)
                 table.insert("bios_valid", false);
             else if (module.bios != Bios::described)
-                table.insert("bios_from", textOf(module.bios, biosSources));
+                table.insert("bios_from", wordOf(biosSources, module.bios));
         } else {
             table.insert("board", module.board);
         }
@@ -408,7 +367,7 @@ toml::table toTable(const Description &machine)
 {
     toml::table result{
         {"name", machine.name},
-        {"type", textOf(machine.type, machineTypes)},
+        {"type", wordOf(machineTypes, machine.type)},
         {"settings", toml::table{{"automatic_firmware_update", machine.automaticFirmwareUpdate},
                                  {"automatic_module_start", machine.automaticModuleStart}}},
         {"mtbf", toml::table{{"threshold", in(hour, machine.mtbfThreshold)}}},
@@ -416,11 +375,7 @@ toml::table toTable(const Description &machine)
                                {"synchronise", in(second, machine.timing.synchronise)},
                                {"stop", in(second, machine.timing.stop)},
                                {"firmware_update", in(second, machine.timing.firmwareUpdate)}}},
-        {"supports",
-         toml::table{{"cpu_module", supportedOf(machine.supported, cpuOperations)},
-                     {"pci_module", supportedOf(machine.supported, pciOperations)},
-                     {"scsi_adapter", supportedOf(machine.supported, scsiOperations)},
-                     {"ethernet_adapter", supportedOf(machine.supported, ethernetOperations)}}},
+        {"supports", supportsTable(machine.supported)},
     };
     if (!machine.bmcResponse.empty())
         result.insert("bmc", toml::table{{"response", toArray(machine.bmcResponse)}});

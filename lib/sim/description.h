@@ -1,46 +1,14 @@
 // The description of a machine, as a TOML file gives it. The format is in yat-machine(5).
 #pragma once
 
-#include "sim/time.h"
+#include "sim/terms.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace sim {
-
-using PathIdentifier = std::array<uint8_t, 8>;
-
-// The states of a module. A description knows those that last.
-enum class State {
-    empty,
-    stopped,
-    starting,
-    synchronising, // started, and taking over the memory of the module that runs
-    simplex,
-    duplex,
-    stopping,
-    broken,
-    firmwareUpdate,
-};
-
-// What the BIOS status says.
-enum class Bios {
-    described, // the text of the description, or one that was set
-    copied,    // from the running module
-    burnt,     // from the data file
-    invalid,   // an update was interrupted
-};
-
-// What a module that failed does: see the MTBF types of yat/ft.h.
-constexpr int stayDown = 0, alwaysRestart = 1, restartAboveThreshold = 2;
-
-constexpr size_t failuresKept = 64; // of a device
-constexpr int mostFailures = 1'000'000'000;
-constexpr int longestMtbf = 876000;     // hours
-constexpr size_t longestVersion = 1000; // bytes; a BIOS status has no more either
 
 struct Adapter {
     int classCode = 0;
@@ -71,15 +39,6 @@ struct Module {
     Bios bios = Bios::described;
     std::vector<Adapter> adapters; // of a PCI module
     bool operator==(const Module &) const = default;
-};
-
-// How long a module takes.
-struct Timing {
-    Time start = 20 * second;
-    Time synchronise = 40 * second;
-    Time stop = 10 * second;
-    Time firmwareUpdate = 60 * second;
-    bool operator==(const Timing &) const = default;
 };
 
 struct Description {

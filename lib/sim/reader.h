@@ -13,11 +13,6 @@
 
 namespace sim {
 
-template <class Value> struct Choice {
-    std::string_view text;
-    Value value;
-};
-
 // The rules of one description, and the mistakes found so far.
 class Reader {
 public:
@@ -117,10 +112,10 @@ public:
         return otherwise;
     }
 
-    template <class Value, size_t count>
-    Value choice(const toml::table &table, std::string_view key,
-                 const Choice<Value> (&choices)[count], bool required = true,
-                 Value otherwise = Value())
+    // One of the words of a table of sim/terms.h.
+    template <class Table, class Value = decltype(std::begin(std::declval<const Table &>())->value)>
+    Value choice(const toml::table &table, std::string_view key, const Table &choices,
+                 bool required = true, Value otherwise = Value())
     {
         const std::string expected = list(choices);
         const toml::node *node = find(table, key, required, expected);
@@ -132,9 +127,8 @@ public:
         return otherwise;
     }
 
-    template <size_t count>
     unsigned choices(const toml::table &table, std::string_view key,
-                     const Choice<unsigned> (&choices)[count])
+                     const std::vector<Term<unsigned>> &choices)
     {
         const toml::node *node = find(table, key, false, "");
         if (!node)
@@ -273,23 +267,19 @@ private:
         return std::llround(*value * static_cast<double>(unit));
     }
 
-    template <class Value, size_t count>
-    static std::optional<Value> choose(const toml::node &node,
-                                       const Choice<Value> (&choices)[count])
+    template <class Table>
+    static auto choose(const toml::node &node, const Table &choices)
+        -> decltype(valueOf(choices, std::string_view()))
     {
-        const auto value = node.value_exact<std::string_view>();
-        for (const auto &choice : choices)
-            if (value && *value == choice.text)
-                return choice.value;
-        return {};
+        const auto word = node.value_exact<std::string_view>();
+        return word ? valueOf(choices, *word) : std::nullopt;
     }
 
-    template <class Value, size_t count>
-    static std::string list(const Choice<Value> (&choices)[count])
+    template <class Table> static std::string list(const Table &choices)
     {
         std::string result;
         for (const auto &choice : choices)
-            result.append(result.empty() ? "\"" : ", \"").append(choice.text).append("\"");
+            result.append(result.empty() ? "\"" : ", \"").append(choice.word).append("\"");
         return result;
     }
 

@@ -3,63 +3,63 @@
 #include "text/encoding.h"
 
 #include <algorithm>
-#include <deque>
 #include <memory>
 
-namespace sim {
-namespace {
+namespace sim
+{
+namespace
+{
 
-// One tree. The deques keep what they hold in place while it grows.
+// One tree: the root, then a record for each device in its order.
 struct Tree {
-    std::deque<yat_device> devices;
-    std::deque<yat_identity> identities;
-    std::deque<std::string> names;
-    std::deque<std::vector<yat_device *>> children;
+    std::vector<yat_device> records;
+    std::vector<yat_identity> identities;
+    std::vector<std::string> names;
+    std::vector<std::vector<yat_device *>> children;
 };
 
 std::vector<std::unique_ptr<Tree>> trees;
 
-template <class Device>
-yat_device *add(Tree &tree, yat_device *parent, const Device &device, int level)
+void fillRecord(Tree &tree, const Device &device, size_t position)
 {
-    yat_identity &identity = tree.identities.emplace_back();
-    identity = {.Instance = device.number, .ClassCode = device.classCode, .DevicePathID = {}};
+    const size_t parent = static_cast<size_t>(device.parent + 1); // the root of a module
+    yat_identity &identity = tree.identities[position];
+    identity.Instance = device.id.number;
+    identity.ClassCode = device.id.classCode;
     std::ranges::copy(device.path, identity.DevicePathID);
-    std::string &name = tree.names.emplace_back(yat::toDisplay(device.name));
-    yat_device &record = tree.devices.emplace_back();
-    record.parent = parent;
-    record.Hierarchy = level;
-    record.lpszTreeName = name.data();
-    record.identity = &identity;
+    tree.names[position] = yat::toDisplay(device.name);
 
-    std::vector<yat_device *> &below = tree.children.emplace_back();
-    for (const Adapter &adapter : device.adapters)
-        below.push_back(add(tree, &record, adapter, level + 1));
-    record.NextDevNum = static_cast<int32_t>(below.size());
-    record.children = below.data();
-    return &record;
+    yat_device &record = tree.records[position + 1];
+    record.parent = device.parent < 0 ? nullptr : &tree.records[parent];
+    record.Hierarchy = tree.records[parent].Hierarchy + 1;
+    record.lpszTreeName = tree.names[position].data();
+    record.identity = &identity;
+    tree.children[parent].push_back(&record);
 }
 
 } // namespace
 
-yat_device *makeRecords(const Description &machine)
+yat_device *makeRecords(const Machine &machine)
 {
     auto tree = std::make_unique<Tree>();
-    yat_device &root = tree->devices.emplace_back();
-    std::vector<yat_device *> &top = tree->children.emplace_back();
-    for (const Module &module : machine.cpuModules)
-        top.push_back(add(*tree, nullptr, module, 1));
-    for (const Module &module : machine.pciModules)
-        top.push_back(add(*tree, nullptr, module, 1));
-    root.NextDevNum = static_cast<int32_t>(top.size());
-    root.children = top.data();
+    const size_t count = machine.devices.size();
+    tree->records.resize(count + 1);
+    tree->identities.resize(count);
+    tree->names.resize(count);
+    tree->children.resize(count + 1);
+    for (size_t i = 0; i < count; ++i)
+        fillRecord(*tree, machine.devices[i], i);
+    for (size_t i = 0; i <= count; ++i) {
+        tree->records[i].NextDevNum = static_cast<int32_t>(tree->children[i].size());
+        tree->records[i].children = tree->children[i].data();
+    }
     trees.push_back(std::move(tree));
-    return &root;
+    return &trees.back()->records[0];
 }
 
 bool freeRecords(yat_device *root)
 {
-    return std::erase_if(trees, [&](const auto &tree) { return &tree->devices[0] == root; }) > 0;
+    return std::erase_if(trees, [&](const auto &tree) { return &tree->records[0] == root; }) > 0;
 }
 
 } // namespace sim

@@ -1,13 +1,13 @@
-// Device records for a description.
+// Device records for a machine.
 #pragma once
 
-#include "sim/description.h"
-#include "yat/device.h"
+#include "sim/machine.h"
 
-namespace sim {
+namespace sim
+{
 
 // Makes the tree of device records of a machine. Its root is given back with freeRecords.
-yat_device *makeRecords(const Description &machine);
+yat_device *makeRecords(const Machine &machine);
 
 // Frees a tree; false when the root is none of makeRecords.
 bool freeRecords(yat_device *root);

@@ -3,6 +3,7 @@
 #include "common/machine.h"
 #include "common/paths.h"
 #include "common/problem.h"
+#include "sim/course.h"
 #include "sim/hash.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -309,8 +310,7 @@ Machine look(Store &store)
 Outcome perform(Store &store, const Operation &operation)
 {
     Outcome outcome;
-    const bool isCall = operation.verb <= Verb::putSetting;
-    inCall(store, isCall ? nameOf(operation.verb) : "", [&](const auto &injection) {
+    inCall(store, isCall(operation.verb) ? nameOf(operation.verb) : "", [&](const auto &injection) {
         Turn turn = begin(store);
         const Time asked = turn.machine.now;
         if (injection && injection->result)

@@ -5,6 +5,7 @@
 // yat::Problem when the file can't be used, and leave it as it was.
 #pragma once
 
+#include "sim/operations.h"
 #include "sim/statefile.h"
 #include "sim/tables.h"
 

@@ -1,6 +1,8 @@
 #include "sim/tables.h"
 
 #include "common/problem.h"
+#include "sim/contradiction.h"
+#include "sim/making.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 
@@ -38,7 +40,7 @@ Written readMachineRow(Database &database, KnownDescription &known)
     if (!(clock.scale >= 0 && clock.scale <= fastest) || clock.simulated < 0
         || clock.simulated > lastMoment || clock.real < 0 || clock.real > lastMoment)
         damaged(database, "its clock is out of range");
-    written.machine = makeMachine(known.description, written.clock.simulated);
+    written.machine = makeMachine(*known.description, written.clock.simulated);
     written.machine.automaticFirmwareUpdate = row.integer(5) != 0;
     written.machine.automaticModuleStart = row.integer(6) != 0;
     written.machine.mtbfThreshold = row.integer(7);
@@ -48,8 +50,8 @@ Written readMachineRow(Database &database, KnownDescription &known)
 
 void readDevice(const Database &database, const Query &row, Device &device)
 {
-    const auto state = stateNamed(row.text(2));
-    const auto bios = biosNamed(row.text(9));
+    const auto state = valueOf(states, row.text(2));
+    const auto bios = valueOf(biosTerms, row.text(9));
     if (!state || !bios)
         damaged(database, nameOf(device.id) + " has a state that there is not");
     device.state = *state;
@@ -132,6 +134,7 @@ Written readMachine(Database &database, KnownDescription &known)
     Written written = readMachineRow(database, known);
     readDevices(database, written.machine);
     readFailures(database, written.machine);
+    makeIndex(written.machine);
     if (const std::string fault = contradiction(written.machine); !fault.empty())
         damaged(database, fault);
     return written;
@@ -139,7 +142,7 @@ Written readMachine(Database &database, KnownDescription &known)
 
 void putMachine(Database &database, const Source &source, const Clock &clock, int64_t generation)
 {
-    const Machine machine = makeMachine(source.description, clock.simulated);
+    const Machine machine = makeMachine(*source.description, clock.simulated);
     database.run("DELETE FROM device");
     database.run("DELETE FROM failure");
     database.run("INSERT OR REPLACE INTO machine VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",

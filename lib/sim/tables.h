@@ -2,7 +2,8 @@
 #pragma once
 
 #include "sim/clock.h"
-#include "sim/model.h"
+#include "sim/description.h"
+#include "sim/machine.h"
 #include "sim/sqlite.h"
 
 #include <memory>

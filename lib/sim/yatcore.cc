@@ -107,13 +107,13 @@ DeviceId idOf(const yat_device *device)
 int createTree(yat_device **root)
 {
     int result = 0;
-    std::shared_ptr<const Description> description;
-    look(store(), "CreateTreeViewData", [&](const Machine &machine, const auto &injection) {
+    std::optional<Machine> machine;
+    look(store(), "CreateTreeViewData", [&](const Machine &found, const auto &injection) {
         result = resultOf(injection, 1);
-        description = machine.description;
+        machine = found;
     });
     if (result != 0)
-        *root = makeRecords(*description);
+        *root = makeRecords(*machine);
     return result;
 }
 
@@ -126,19 +126,8 @@ int freeTree(yat_device **root)
     return resultOf(injection, 1);
 }
 
-const Module *moduleOfBoard(const Machine &machine, int board)
+const Device *installed(const Device *device)
 {
-    const Description &description = *machine.description;
-    for (const std::vector<Module> *modules : {&description.cpuModules, &description.pciModules})
-        for (const Module &module : *modules)
-            if (module.board == board)
-                return &module;
-    return nullptr;
-}
-
-const Device *installed(const Machine &machine, DeviceId id)
-{
-    const Device *device = find(machine, id);
     return device && device->state != State::empty ? device : nullptr;
 }
 
@@ -146,14 +135,12 @@ const Device *installed(const Machine &machine, DeviceId id)
 std::optional<std::string> propertyOf(const Machine &machine, int kind, int number, int property)
 {
     if (kind == YAT_KIND_BOARD && property == YAT_PROPERTY_MTBF_TYPE) {
-        const Module *module = moduleOfBoard(machine, number);
-        const Device *device =
-            module ? installed(machine, {module->classCode, module->number}) : nullptr;
-        if (device && machine.description->type == YAT_MACHINE_CEDAR)
+        const Device *device = installed(moduleOfBoard(machine, number));
+        if (device && machine.type == YAT_MACHINE_CEDAR)
             return std::to_string(device->mtbfType + 2); // read two above what is written
     }
     if (kind == YAT_KIND_CPU_MODULE) {
-        const Device *device = installed(machine, {YAT_CLASS_CPU_MODULE, number});
+        const Device *device = installed(find(machine, {YAT_CLASS_CPU_MODULE, number}));
         if (device && property == YAT_PROPERTY_BIOS_VERSION)
             return device->biosVersion;
         if (device && property == YAT_PROPERTY_BIOS_STATUS)
@@ -161,9 +148,8 @@ std::optional<std::string> propertyOf(const Machine &machine, int kind, int numb
                                   GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE);
     }
     if (kind == YAT_KIND_PCI_MODULE && property == YAT_PROPERTY_RELATIONAL_INDEX)
-        for (const Module &module : machine.description->pciModules)
-            if (module.number == number)
-                return std::to_string(module.board);
+        if (const Device *device = find(machine, {YAT_CLASS_PCI_MODULE, number}))
+            return std::to_string(device->board);
     return {};
 }
 
@@ -217,7 +203,7 @@ int isFt(int)
 {
     int result = YAT_MACHINE_QUERY_FAILED;
     look(store(), "call_yat_is_ft", [&](const Machine &machine, const auto &injection) {
-        result = resultOf(injection, machine.description->type);
+        result = resultOf(injection, machine.type);
     });
     return result;
 }
@@ -316,12 +302,9 @@ int getSetting(int kind, int object, int index, int *value)
 {
     int result = 0, setting = 0;
     look(store(), "GetBBDriverSettings", [&](const Machine &machine, const auto &injection) {
-        const bool known = DeviceId{object, index} == wholeMachine
-                           && (kind == YAT_SETTING_AUTO_BURN || kind == YAT_SETTING_AUTO_BRING_UP);
-        const bool isOn = kind == YAT_SETTING_AUTO_BURN ? machine.automaticFirmwareUpdate
-                                                        : machine.automaticModuleStart;
+        const auto known = DeviceId{object, index} == wholeMachine ? settingOf(kind) : nullptr;
         result = resultOf(injection, known ? 1 : 0);
-        setting = numberOf(injection, isOn ? readAsOn : readAsOff);
+        setting = numberOf(injection, known && machine.*known ? readAsOn : readAsOff);
     });
     if (result != 0)
         *value = setting;

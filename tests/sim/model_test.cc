@@ -1,5 +1,8 @@
 // The model of the machine by itself: random histories, and what must hold in each of them.
-#include "sim/model.h"
+#include "sim/contradiction.h"
+#include "sim/course.h"
+#include "sim/making.h"
+#include "sim/operations.h"
 #include "sim/words.h"
 #include "support.h"
 #include "yat/ft.h"
@@ -28,15 +31,15 @@ namespace {
 
 using namespace sim;
 
-std::shared_ptr<const Description> machineOf(const std::string &toml)
+Machine machineOf(const std::string &toml)
 {
     std::vector<Mistake> mistakes;
-    auto description = std::make_shared<Description>(parseDescription(toml, mistakes));
+    const Description description = parseDescription(toml, mistakes);
     EXPECT_TRUE(mistakes.empty());
-    return description;
+    return makeMachine(description, 1000 * hour);
 }
 
-const Verb verbs[] = {Verb::clearMtbf,    Verb::bringUp,    Verb::bringDown, Verb::setMtbfType,
+const Verb allVerbs[] = {Verb::clearMtbf,    Verb::bringUp,    Verb::bringDown, Verb::setMtbfType,
                       Verb::burnFirmware, Verb::putSetting, Verb::fail,      Verb::repair,
                       Verb::pull,         Verb::insert,     Verb::set};
 
@@ -65,7 +68,7 @@ std::vector<std::string> argumentsFor(Verb verb)
 Operation anyOperation(const Machine &machine)
 {
     Operation operation;
-    operation.verb = *rc::gen::elementOf(std::vector<Verb>(std::begin(verbs), std::end(verbs)));
+    operation.verb = *rc::gen::elementOf(std::vector<Verb>(std::begin(allVerbs), std::end(allVerbs)));
     operation.argument = *rc::gen::elementOf(argumentsFor(operation.verb));
     operation.device = *anyDevice(machine);
     operation.code = supportCode(operation.verb, operation.device.classCode) + 1;
@@ -95,7 +98,7 @@ bool aPairRuns(const Machine &machine, const Device &device)
 void runHistory(const std::string &toml,
                 const std::function<void(Machine &, const Operation &)> &step)
 {
-    Machine machine = makeMachine(machineOf(toml), 1000 * hour);
+    Machine machine = machineOf(toml);
     const int steps = *rc::gen::inRange(1, 60);
     for (int i = 0; i < steps; ++i) {
         advance(machine, machine.now + anyPause());
@@ -141,6 +144,36 @@ TEST(Model, ChangesNothingWhenItRefuses)
     }));
 }
 
+TEST(Model, KeepsItsIndexAsItsDevicesAre)
+{
+    EXPECT_TRUE(rc::check([] {
+        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+            apply(machine, operation);
+            Machine again = machine;
+            makeIndex(again);
+            again.index.changed = machine.index.changed;
+            RC_ASSERT(again == machine);
+        });
+    }));
+}
+
+TEST(Model, SaysWhichOfItsDevicesHaveChanged)
+{
+    EXPECT_TRUE(rc::check([] {
+        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+            const Machine before = machine;
+            const bool isDue = isAnythingDue(machine, machine.now + 5 * second);
+            machine.index.changed.clear();
+            advance(machine, machine.now + 5 * second);
+            RC_ASSERT(isDue == !machine.index.changed.empty());
+            apply(machine, operation);
+            for (size_t i = 0; i < machine.devices.size(); ++i)
+                RC_ASSERT(machine.devices[i] == before.devices[i]
+                          || machine.index.changed.contains(static_cast<int>(i)));
+        });
+    }));
+}
+
 TEST(Model, TakesWhatItSaysItTakes)
 {
     EXPECT_TRUE(rc::check([] {
@@ -160,7 +193,7 @@ TEST(Model, TakesWhatItSaysItTakes)
 TEST(Model, IsTheSameHoweverOftenItIsLookedAt)
 {
     EXPECT_TRUE(rc::check([] {
-        Machine seldom = makeMachine(machineOf(anyMachine()), 1000 * hour), often = seldom;
+        Machine seldom = machineOf(anyMachine()), often = seldom;
         const int steps = *rc::gen::inRange(1, 40);
         for (int i = 0; i < steps; ++i) {
             const Time until = seldom.now + anyPause();
@@ -181,7 +214,7 @@ TEST(Model, IsTheSameHoweverOftenItIsLookedAt)
 TEST(Model, ComesToRest)
 {
     EXPECT_TRUE(rc::check([] {
-        Machine machine = makeMachine(machineOf(anyMachine()), 1000 * hour);
+        Machine machine = machineOf(anyMachine());
         for (int i = 0; i < 30; ++i)
             apply(machine, anyOperation(machine));
         advance(machine, machine.now + hour);
@@ -200,7 +233,7 @@ TEST(Model, CanBeDescribedAtAnyTime)
             const Description again = parseDescription(toml, mistakes);
             RC_ASSERT(mistakes.empty());
             RC_ASSERT(again == describe(machine));
-            const Machine copy = makeMachine(std::make_shared<Description>(again), machine.now);
+            const Machine copy = makeMachine(again, machine.now);
             for (size_t i = 0; i < copy.devices.size(); ++i) {
                 const Device &is = copy.devices[i];
                 const Device &was = machine.devices[i];
@@ -223,7 +256,7 @@ TEST(Model, CanBeDescribedAtAnyTime)
 
 TEST(Model, KeepsCountingFailuresWhenItForgetsTheirTimes)
 {
-    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    Machine machine = machineOf(shipped("CEDAR"));
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
     apply(machine, {.verb = Verb::set, .argument = "mtbf_threshold=0"});
     for (int i = 0; i < 100; ++i) {
@@ -234,14 +267,14 @@ TEST(Model, KeepsCountingFailuresWhenItForgetsTheirTimes)
     EXPECT_EQ(find(machine, ethernet)->failures.size(), failuresKept);
     EXPECT_EQ(mtbf(*find(machine, ethernet)), hour);
     const Description again = describe(machine);
-    EXPECT_EQ(find(makeMachine(std::make_shared<Description>(again), machine.now), ethernet)
+    EXPECT_EQ(find(makeMachine(again, machine.now), ethernet)
                   ->failureCount,
               100);
 }
 
 TEST(Model, CountsNoFurtherThanADescriptionCanSay)
 {
-    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    Machine machine = machineOf(shipped("CEDAR"));
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
     find(machine, ethernet)->failureCount = mostFailures;
     EXPECT_EQ(apply(machine, {.verb = Verb::fail, .device = ethernet}), Refusal::none);
@@ -250,21 +283,38 @@ TEST(Model, CountsNoFurtherThanADescriptionCanSay)
 
 TEST(Model, CanBeDescribedWhenItsFailuresAreForgottenElsewhere)
 {
-    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    Machine machine = machineOf(shipped("CEDAR"));
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
     apply(machine, {.verb = Verb::fail, .device = ethernet});
     advance(machine, machine.now + 2 * longestMtbf * hour);
     std::vector<Mistake> mistakes;
     const Description again = parseDescription(toToml(describe(machine)), mistakes);
     EXPECT_TRUE(mistakes.empty());
-    const Machine copy = makeMachine(std::make_shared<Description>(again), machine.now);
+    const Machine copy = makeMachine(again, machine.now);
     EXPECT_EQ(find(copy, ethernet)->failures.at(0), machine.now - longestMtbf * hour);
+}
+
+TEST(Model, FindsItsDevicesByNumberAndByBoard)
+{
+    for (const std::string &name : shippedMachines) {
+        const Machine machine = machineOf(shipped(name));
+        for (const Device &device : machine.devices) {
+            EXPECT_EQ(find(machine, device.id), &device);
+            const Device *module = isModule(device.id) ? &device : nullptr;
+            EXPECT_EQ(moduleOfBoard(machine, device.board), module);
+        }
+        for (const int number : {-1, 0, 99, mostDevices}) {
+            EXPECT_EQ(find(machine, {YAT_CLASS_CPU_MODULE, number}), nullptr);
+            EXPECT_EQ(moduleOfBoard(machine, number), nullptr);
+        }
+        EXPECT_EQ(find(machine, {YAT_CLASS_NONE, 1}), nullptr);
+    }
 }
 
 TEST(Words, ForAStateFitIntoTheWindow)
 {
     setlocale(LC_ALL, "C.UTF-8");
-    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    Machine machine = machineOf(shipped("CEDAR"));
     Device &module = machine.devices[0];
     for (const State state :
          {State::empty, State::stopped, State::starting, State::synchronising, State::simplex,
@@ -272,7 +322,7 @@ TEST(Words, ForAStateFitIntoTheWindow)
         for (const bool japanese : {false, true})
             for (int percent = 0; percent < 100; ++percent) {
                 module.state = state;
-                module.since = machine.now - machine.description->timing.start * percent / 100;
+                module.since = machine.now - machine.timing.start * percent / 100;
                 const std::string text = stateText(machine, module, japanese);
                 wchar_t wide[64];
                 const size_t length = mbstowcs(wide, text.c_str(), std::size(wide));
@@ -285,10 +335,10 @@ TEST(Words, ForAStateFitIntoTheWindow)
 
 TEST(Words, ForProgressNeverSayThatItIsOver)
 {
-    Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    Machine machine = machineOf(shipped("CEDAR"));
     Device &module = machine.devices[0];
     module.state = State::synchronising;
-    module.since = machine.now - machine.description->timing.synchronise + 1;
+    module.since = machine.now - machine.timing.synchronise + 1;
     EXPECT_EQ(stateText(machine, module, false), "Synchronising 99 %");
     EXPECT_EQ(stateText(machine, module, true), "同期中 99%");
     module.since = machine.now;
@@ -297,7 +347,7 @@ TEST(Words, ForProgressNeverSayThatItIsOver)
 
 TEST(Words, FindADeviceByEitherName)
 {
-    const Machine machine = makeMachine(machineOf(shipped("CEDAR")), 1000 * hour);
+    const Machine machine = machineOf(shipped("CEDAR"));
     EXPECT_EQ(nameOf(deviceNamed(machine, "eth3")->id), "ethernet3");
     EXPECT_EQ(nameOf(deviceNamed(machine, "Ethernet3")->id), "ethernet3");
     EXPECT_EQ(nameOf(deviceNamed(machine, "pci module 2")->id), "pci2");

@@ -561,9 +561,9 @@ TEST(Journal, GoesOnWhenTheMachineIsMadeAnew)
     EXPECT_EQ(rows[3].operation, "reset");
     EXPECT_EQ(rows[4].operation, "import");
     EXPECT_EQ(rows[4].argument, other);
-    EXPECT_EQ(look(stored.store).description->type, YAT_MACHINE_ALDER);
+    EXPECT_EQ(look(stored.store).type, YAT_MACHINE_ALDER);
     resetMachine(stored.store);
-    EXPECT_EQ(look(stored.store).description->type, YAT_MACHINE_CEDAR);
+    EXPECT_EQ(look(stored.store).type, YAT_MACHINE_CEDAR);
 }
 
 TEST(Journal, IsReadFromItsEnd)

@@ -56,27 +56,11 @@ std::string mtbfText(const Device &device)
     return mean ? hoursText(*mean) : "-";
 }
 
-const char *mtbfTypeText(int type)
-{
-    return type == stayDown        ? "0 (stay down)"
-           : type == alwaysRestart ? "1 (always restart)"
-                                   : "2 (restart above threshold)";
-}
-
-const char *machineTypeText(int type)
-{
-    return type == YAT_MACHINE_ALDER   ? "ALDER"
-           : type == YAT_MACHINE_BIRCH ? "BIRCH"
-           : type == YAT_MACHINE_CEDAR ? "CEDAR"
-                                       : "PLAIN";
-}
-
 // Since when a device is in its state; that of an adapter may be its module's.
 Time stateSince(const Machine &machine, const Device &device)
 {
-    if (device.carrier < 0 || stateOf(machine, device) == State::broken)
-        return device.since;
-    return machine.devices[static_cast<size_t>(device.carrier)].since;
+    const Device *carrier = carrierOf(machine, device);
+    return carrier && stateOf(machine, device) != State::broken ? carrier->since : device.since;
 }
 
 size_t columns(const std::string &text)
@@ -142,8 +126,8 @@ Json deviceJson(const Machine &machine, const Device &device)
         json["failure_times"].push_back(utcText(time));
     if (const auto mean = mtbf(device))
         json["mtbf_hours"] = inHours(*mean);
-    if (device.carrier >= 0)
-        json["module"] = nameOf(machine.devices[static_cast<size_t>(device.carrier)].id);
+    if (const Device *carrier = carrierOf(machine, device))
+        json["module"] = nameOf(carrier->id);
     if (const Device *partner = partnerOf(machine, device))
         json["partner"] = nameOf(partner->id);
     if (isModule(device.id))
@@ -256,8 +240,8 @@ void reportDevice(const Machine &machine, const Device &device, Form form)
         {"State",
          stateText(machine, device, false) + ", since " + localText(stateSince(machine, device))},
     };
-    if (device.carrier >= 0)
-        rows.push_back({"Module", nameOf(machine.devices[static_cast<size_t>(device.carrier)].id)});
+    if (const Device *carrier = carrierOf(machine, device))
+        rows.push_back({"Module", nameOf(carrier->id)});
     if (const Device *partner = partnerOf(machine, device))
         rows.push_back({"Partner", nameOf(partner->id)});
     if (isModule(device.id))
@@ -281,8 +265,8 @@ void reportMachine(Store &store, Form form)
     const std::string note = descriptionNote(store);
     const std::vector<Injection> pending = injections(store);
     if (form == Form::json) {
-        Json json = {{"name", machine.description->name},
-                     {"type", machineTypeText(machine.description->type)},
+        Json json = {{"name", machine.name},
+                     {"type", wordOf(machineTypes, machine.type)},
                      {"state_file", yat::fromDisplay(store.file)},
                      {"description_file", yat::fromDisplay(store.descriptionFile)},
                      {"description_note", note},
@@ -301,8 +285,8 @@ void reportMachine(Store &store, Form form)
     char scale[32];
     snprintf(scale, sizeof scale, "%g", clock.scale);
     std::vector<Row> rows = {
-        {"Machine", printable(machine.description->name)},
-        {"Type", machineTypeText(machine.description->type)},
+        {"Machine", printable(machine.name)},
+        {"Type", std::string(wordOf(machineTypes, machine.type))},
         {"State file", printable(yat::fromDisplay(store.file))},
         {"Description", printable(yat::fromDisplay(store.descriptionFile))},
         {"Time", localText(clock.simulated) + ", scale " + scale},

@@ -2,6 +2,9 @@
 #include "common/machine.h"
 #include "common/problem.h"
 #include "yatsim/report.h"
+#include "sim/bytes.h"
+#include "sim/making.h"
+#include "sim/setkeys.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 
@@ -208,10 +211,10 @@ void set(const Request &request)
                       .argument = key + "=" + value};
     Store store = simulatedStore();
     const auto known = std::ranges::find_if(
-        setKeys, [&](const SetKey &each) { return each.key == key && each.ofDevice == ofDevice; });
-    if (known == std::end(setKeys)) {
+        setKeys(), [&](const SetKey &each) { return each.key == key && each.ofDevice == ofDevice; });
+    if (known == setKeys().end()) {
         std::vector<std::string> keys;
-        for (const SetKey &each : setKeys)
+        for (const SetKey &each : setKeys())
             keys.push_back((each.ofDevice ? "DEVICE." : "") + std::string(each.key));
         row.result = nameOf(Refusal::wrongArgument);
         refuseAndFail(store, row, "no key '" + name + "', expected one of " + list(keys));
@@ -282,7 +285,7 @@ const char footer[] =
 std::string setHelp()
 {
     std::string result;
-    for (const SetKey &key : setKeys)
+    for (const SetKey &key : setKeys())
         result += "  " + std::string(key.ofDevice ? "DEVICE." : "") + key.key + "\n      "
                   + key.values + "\n";
     return "Keys and their values:\n" + result + "\n" + aboutDevices;

@@ -1,0 +1,30 @@
+// The operations on a machine: those of yat/ft.h, and what happens to it from outside.
+#pragma once
+
+#include "sim/machine.h"
+
+#include <string>
+
+namespace sim
+{
+
+struct Operation {
+    Verb verb = Verb::clearMtbf;
+    DeviceId device = wholeMachine;
+    int code = 0;           // the operation code of a call on a device, or the kind of a setting
+    std::string argument{}; // see apply
+};
+
+// Whether the machine takes an operation on a device now, whatever its argument.
+Refusal check(const Machine &machine, Verb verb, DeviceId device, int code);
+
+// Carries an operation out, or refuses it with nothing changed. The arguments:
+//
+//     setMtbfType   "0", "1" or "2"
+//     burnFirmware  "FWCOPY" or "FWBURN"
+//     putSetting    "1" or "0"
+//     fail          "" or "permanent": it fails again at each start until it is repaired
+//     set           "KEY=VALUE", see sim/setkeys.h
+Refusal apply(Machine &machine, const Operation &operation);
+
+} // namespace sim

@@ -1,0 +1,311 @@
+// What there can be in a machine, and the word for each: every table of them stands here, for
+// descriptions, for the state and its journal, for yatsim and for the windows of the product.
+#pragma once
+
+#include "sim/time.h"
+#include "yat/device.h"
+#include "yat/ft.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace sim
+{
+
+// ---- Limits
+
+constexpr int mostDevices = 9999;   // of a class; the numbers of boards end there as well
+constexpr size_t failuresKept = 64; // of a device
+constexpr int mostFailures = 1'000'000'000;
+constexpr int longestMtbf = 876000;     // hours
+constexpr size_t longestVersion = 1000; // bytes; a BIOS status has no more either
+
+// ---- Values
+
+using PathIdentifier = std::array<uint8_t, 8>;
+
+// How long a module takes.
+struct Timing {
+    Time start = 20 * second;
+    Time synchronise = 40 * second;
+    Time stop = 10 * second;
+    Time firmwareUpdate = 60 * second;
+    bool operator==(const Timing &) const = default;
+};
+
+// The states of a module: those that last, then those that end by themselves.
+enum class State {
+    empty,
+    stopped,
+    simplex,
+    duplex,
+    broken,
+    starting,
+    synchronising, // started, and taking over the memory of the module that runs
+    stopping,
+    firmwareUpdate,
+};
+
+constexpr bool endsByItself(State state)
+{
+    return state > State::broken;
+}
+
+constexpr bool isRunning(State state)
+{
+    return state == State::simplex || state == State::duplex;
+}
+
+// What the BIOS status says.
+enum class Bios {
+    described, // the text of the description, or one that was set
+    copied,    // from the running module
+    burnt,     // from the data file
+    invalid,   // an update was interrupted
+};
+
+// What a module that failed does: see the MTBF types of yat/ft.h.
+constexpr int stayDown = 0, alwaysRestart = 1, restartAboveThreshold = 2;
+
+enum class Verb {
+    // by the calls of yat/ft.h
+    clearMtbf,
+    bringUp,
+    bringDown,
+    setMtbfType,
+    burnFirmware,
+    putSetting,
+    // from outside
+    fail,
+    repair,
+    pull,
+    insert,
+    set,
+};
+
+constexpr bool isCall(Verb verb)
+{
+    return verb <= Verb::putSetting;
+}
+
+// Why the machine declines an operation.
+enum class Refusal {
+    none,
+    unknownDevice,
+    wrongCode,   // does not belong to the operation and the device's class
+    unsupported, // by the machine type
+    wrongArgument,
+    notInstalled,
+    installed,
+    notStopped,
+    notRunning,
+    lastRunning, // of its pair
+    broken,
+    notBroken,
+    biosInvalid,
+    noBiosSource,
+};
+
+// ---- Tables
+
+template <class Value> struct Term {
+    Value value;
+    std::string_view word;
+};
+
+inline constexpr Term<int> machineTypes[] = {
+    {YAT_MACHINE_ALDER, "ALDER"},
+    {YAT_MACHINE_BIRCH, "BIRCH"},
+    {YAT_MACHINE_CEDAR, "CEDAR"},
+    {YAT_MACHINE_PLAIN, "PLAIN"},
+};
+
+inline constexpr Term<int> mtbfTypes[] = {
+    {stayDown, "stay down"},
+    {alwaysRestart, "always restart"},
+    {restartAboveThreshold, "restart above threshold"},
+};
+
+struct StateTerm {
+    State value;
+    std::string_view word, english, japanese; // the windows show at most 19 columns, and progress
+};
+
+inline constexpr StateTerm states[] = {
+    {State::empty, "empty", "Not installed", "未搭載"},
+    {State::stopped, "stopped", "Stopped", "停止中"},
+    {State::simplex, "simplex", "Running, simplex", "稼働中(単独)"},
+    {State::duplex, "duplex", "Running, duplex", "稼働中(二重化)"},
+    {State::broken, "broken", "Broken", "故障"},
+    {State::starting, "starting", "Starting", "起動中"},
+    {State::synchronising, "synchronising", "Synchronising", "同期中"},
+    {State::stopping, "stopping", "Stopping", "停止処理中"},
+    {State::firmwareUpdate, "firmware update", "Updating BIOS", "BIOS更新中"},
+};
+
+// What a description can say.
+inline constexpr std::span<const StateTerm> lastingStates = std::span(states).first<5>();
+static_assert(!endsByItself(lastingStates.back().value) && endsByItself(states[5].value));
+
+struct BiosTerm {
+    Bios value;
+    std::string_view word, english, japanese; // the status, unless it is the description's
+};
+
+inline constexpr BiosTerm biosTerms[] = {
+    {Bios::described, "described", "", ""},
+    {Bios::copied, "copied", "Valid, copied from the running module",
+     "正常(稼働中モジュールから複写)"},
+    {Bios::burnt, "burnt", "Valid, updated from the data file", "正常(データファイルから更新)"},
+    {Bios::invalid, "invalid", "Invalid, an update was interrupted", "無効(更新が中断されました)"},
+};
+
+// Where a BIOS comes from that an update brought, in a description.
+inline constexpr Term<Bios> biosSources[] = {
+    {Bios::copied, "running module"},
+    {Bios::burnt, "data file"},
+};
+
+struct VerbTerm {
+    Verb value;
+    std::string_view word;    // of a call as yat/ft.h has it, of others as yatsim has it
+    std::string_view support; // in [supports] of a description
+};
+
+inline constexpr VerbTerm verbs[] = {
+    {Verb::clearMtbf, "ClearMTBF", "clear MTBF"},
+    {Verb::bringUp, "InitBringUp", "bring up"},
+    {Verb::bringDown, "InitBringDown", "bring down"},
+    {Verb::burnFirmware, "BurnFirmware", "burn firmware"},
+    {Verb::setMtbfType, "SetMtbfType", "set MTBF type"},
+    {Verb::putSetting, "PutBBDriverSettings", ""},
+    {Verb::fail, "fail", ""},
+    {Verb::repair, "repair", ""},
+    {Verb::pull, "pull", ""},
+    {Verb::insert, "insert", ""},
+    {Verb::set, "set", ""},
+};
+
+// What a machine may support. The operation code is one above.
+struct SupportCode {
+    Verb verb;
+    int classCode, code;
+};
+
+inline constexpr SupportCode supportCodes[] = {
+    {Verb::clearMtbf, YAT_CLASS_CPU_MODULE, 1},
+    {Verb::bringUp, YAT_CLASS_CPU_MODULE, 5},
+    {Verb::bringDown, YAT_CLASS_CPU_MODULE, 7},
+    {Verb::burnFirmware, YAT_CLASS_CPU_MODULE, 9},
+    {Verb::setMtbfType, YAT_CLASS_CPU_MODULE, 13},
+    {Verb::clearMtbf, YAT_CLASS_PCI_MODULE, 15},
+    {Verb::bringUp, YAT_CLASS_PCI_MODULE, 19},
+    {Verb::bringDown, YAT_CLASS_PCI_MODULE, 21},
+    {Verb::setMtbfType, YAT_CLASS_PCI_MODULE, 23},
+    {Verb::clearMtbf, YAT_CLASS_SCSI_ADAPTER, 25},
+    {Verb::clearMtbf, YAT_CLASS_ETHERNET_ADAPTER, 31},
+};
+
+struct DeviceClass {
+    int value;
+    std::string_view shortName, alias; // before the number: what is written, and what will do
+    std::string_view key;              // in [supports] of a description
+    std::string_view word;             // of an adapter's class in a description
+};
+
+inline constexpr DeviceClass deviceClasses[] = {
+    {YAT_CLASS_CPU_MODULE, "cpu", "cpu", "cpu_module", ""},
+    {YAT_CLASS_PCI_MODULE, "pci", "pci", "pci_module", ""},
+    {YAT_CLASS_SCSI_ADAPTER, "scsi", "scsi", "scsi_adapter", "SCSI"},
+    {YAT_CLASS_ETHERNET_ADAPTER, "ethernet", "eth", "ethernet_adapter", "Ethernet"},
+};
+
+inline constexpr std::span<const DeviceClass> adapterClasses = std::span(deviceClasses).last<2>();
+
+inline constexpr Term<Refusal> refusals[] = {
+    // reasons to read
+    {Refusal::none, ""},
+    {Refusal::unknownDevice, "the machine has no such device"},
+    {Refusal::wrongCode, "the code does not belong to the operation and the device"},
+    {Refusal::unsupported, "the machine does not support it for such a device"},
+    {Refusal::wrongArgument, "wrong value"},
+    {Refusal::notInstalled, "the module is not installed"},
+    {Refusal::installed, "the module is installed already"},
+    {Refusal::notStopped, "the module is not stopped"},
+    {Refusal::notRunning, "the device does not run"},
+    {Refusal::lastRunning, "the module is the last one of its pair that runs"},
+    {Refusal::broken, "the device is broken"},
+    {Refusal::notBroken, "the device is not broken"},
+    {Refusal::biosInvalid, "the module has no valid BIOS"},
+    {Refusal::noBiosSource, "there is no BIOS to take: no running partner, or no data file"},
+};
+
+// ---- Looking them up
+
+// The row of a table that a value has, null when there is none.
+template <class Table, class Value> constexpr auto rowOf(const Table &table, Value value)
+{
+    for (const auto &row : table)
+        if (row.value == value)
+            return &row;
+    return decltype(&*std::begin(table))();
+}
+
+template <class Table, class Value>
+constexpr std::string_view wordOf(const Table &table, Value value)
+{
+    const auto row = rowOf(table, value);
+    return row ? row->word : std::string_view();
+}
+
+template <class Table> constexpr auto valueOf(const Table &table, std::string_view word)
+{
+    std::optional<decltype(std::begin(table)->value)> result;
+    for (const auto &row : table)
+        if (row.word == word)
+            result = row.value;
+    return result;
+}
+
+constexpr std::string_view nameOf(State state)
+{
+    return wordOf(states, state);
+}
+
+constexpr std::string_view nameOf(Bios bios)
+{
+    return wordOf(biosTerms, bios);
+}
+
+constexpr std::string_view nameOf(Verb verb)
+{
+    return wordOf(verbs, verb);
+}
+
+constexpr std::string_view nameOf(Refusal refusal)
+{
+    return wordOf(refusals, refusal);
+}
+
+// The support code of an operation on a class of devices, 0 when it has none.
+constexpr int supportCode(Verb verb, int classCode)
+{
+    for (const SupportCode &each : supportCodes)
+        if (each.verb == verb && each.classCode == classCode)
+            return each.code;
+    return 0;
+}
+
+constexpr std::optional<Verb> verbOfSupportCode(int classCode, int code)
+{
+    for (const SupportCode &each : supportCodes)
+        if (each.classCode == classCode && each.code == code)
+            return each.verb;
+    return {};
+}
+
+} // namespace sim
