@@ -1,8 +1,12 @@
 // The trace log: one appended line a record, rotated by size.
 //
-// Several processes share a log, and any of them may rotate it. So a record is one write to
-// a file opened for appending, each writer looks before its write whether the file of that
-// name is still the one it has open, and the renaming happens under a lock.
+// Several processes share a log, and any of them may rotate it. So a record is one write to a file
+// opened for appending, each writer looks once a millisecond whether the file of that name is still
+// the one it has open, and the renaming happens under a lock.
+//
+// Nothing is kept back: a record that was written outlives the program however that ends. The write
+// is most of what a record costs, so what else one costs is kept below it: no other system call,
+// and no part put together twice in the same second.
 #include "yat/trace.h"
 
 #include "common/paths.h"
@@ -10,12 +14,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <exception>
 #include <fcntl.h>
+#include <pthread.h>
 #include <string>
 #include <string_view>
 #include <sys/file.h>
@@ -28,14 +34,43 @@ constexpr int defaultMegabytes = 5;
 constexpr int defaultGenerations = 5;
 constexpr int mostGenerations = 99;
 
+struct Moment {
+    time_t second = -1;
+    int millisecond = 0;
+    bool operator==(const Moment &) const = default;
+};
+
+Moment currentMoment()
+{
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    return {now.tv_sec, static_cast<int>(now.tv_nsec / 1000000)};
+}
+
 struct Log {
     std::string path; // empty: no log
     int file = -1;
     ino_t inode = 0;
+    off_t size = 0; // when it was last looked at, and what was written since
     off_t limit = 0;
     int generations = 0;
+    bool torn = false;  // the last record is not whole
+    Moment looked;      // when the path was last looked at
+    time_t second = -1; // that the text below tells
+    char secondText[32];
 };
 Log traceLog;
+
+pid_t process; // 0: not asked yet
+
+pid_t currentProcess()
+{
+    static const int watched =
+        pthread_atfork(nullptr, nullptr, [] { process = 0; }); // a child asks again
+    if (process == 0 || watched != 0)
+        process = getpid();
+    return process;
+}
 
 void closeFile(Log &log)
 {
@@ -56,6 +91,8 @@ bool openFile(Log &log)
         return false;
     }
     log.inode = status.st_ino;
+    log.size = status.st_size;
+    log.torn = false;
     return true;
 }
 
@@ -81,15 +118,19 @@ void rotate(Log &log)
 }
 
 // Makes the file under the log's name the open one, rotated when it is full.
-bool followFile(Log &log)
+bool followFile(Log &log, const Moment &now)
 {
+    if (now == log.looked && log.size < log.limit)
+        return log.file >= 0;
+    log.looked = now;
     struct stat status;
-    const bool there = stat(log.path.c_str(), &status) == 0;
-    if (log.file < 0 || !there || status.st_ino != log.inode) {
-        if (!openFile(log) || fstat(log.file, &status) != 0)
-            return false;
-    }
-    if (status.st_size >= log.limit)
+    const bool isOurs = log.file >= 0 && stat(log.path.c_str(), &status) == 0
+                        && status.st_ino == log.inode;
+    if (isOurs)
+        log.size = status.st_size;
+    else if (!openFile(log))
+        return false;
+    if (log.size >= log.limit)
         rotate(log);
     return log.file >= 0;
 }
@@ -121,36 +162,75 @@ void appendEscape(Record &record, char character)
     record.append(escape);
 }
 
+// Length of the character beyond ASCII at the beginning of the text, 0 when it is a control
+// character or none.
+size_t printableLength(std::string_view text)
+{
+    const size_t length = yat::utf8Length(text);
+    const bool isControl = text.starts_with('\xC2') && length == 2
+                           && static_cast<unsigned char>(text[1]) < 0xA0;
+    return length < 2 || isControl ? 0 : length;
+}
+
 void appendEscaped(Record &record, std::string_view text)
 {
-    const auto isControl = [](std::string_view character) {
-        const unsigned char first = static_cast<unsigned char>(character[0]);
-        return first < 0x20 || first == 0x7F
-               || (first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0);
-    };
+    const auto isPlain = [](char byte) { return byte >= ' ' && byte < '\x7F' && byte != '\\'; };
     while (!text.empty()) {
-        const size_t length = yat::utf8Length(text);
-        const bool plain = length > 0 && text[0] != '\\' && !isControl(text);
-        if (plain)
+        const auto special = std::find_if_not(text.begin(), text.end(), isPlain);
+        size_t length = static_cast<size_t>(special - text.begin());
+        if (length == 0)
+            length = printableLength(text);
+        if (length > 0)
             record.append(text.substr(0, length));
         else
             appendEscape(record, text[0]);
-        text.remove_prefix(plain ? length : 1);
+        text.remove_prefix(std::max<size_t>(length, 1));
     }
 }
 
-void appendTime(Record &record)
+void appendWord(Record &record, std::string_view text)
 {
-    timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    tm local;
-    localtime_r(&now.tv_sec, &local);
-    char text[32], milliseconds[8];
-    strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-    snprintf(milliseconds, sizeof milliseconds, ".%03d",
-             static_cast<int>(now.tv_nsec / 1000000));
-    record.append(text);
-    record.append(milliseconds);
+    record.append(" ");
+    appendEscaped(record, text);
+}
+
+void appendNumber(Record &record, int number)
+{
+    char digits[16] = " ";
+    record.append({digits, std::to_chars(digits + 1, std::end(digits), number).ptr});
+}
+
+void appendTime(Record &record, Log &log, const Moment &now)
+{
+    if (now.second != log.second) {
+        tm local;
+        localtime_r(&now.second, &local);
+        const size_t length =
+            strftime(log.secondText, sizeof log.secondText, "%Y-%m-%d %H:%M:%S.", &local);
+        log.secondText[length] = '\0';
+        log.second = now.second;
+    }
+    record.append(log.secondText);
+    const char milliseconds[] = {static_cast<char>('0' + now.millisecond / 100),
+                                 static_cast<char>('0' + now.millisecond / 10 % 10),
+                                 static_cast<char>('0' + now.millisecond % 10)};
+    record.append({milliseconds, sizeof milliseconds});
+}
+
+// False when the file takes no more; a record that it took a part of is ended by the next one.
+bool writeRecord(Log &log, std::string_view record)
+{
+    while (!record.empty()) {
+        const ssize_t count = write(log.file, record.data(), record.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        record.remove_prefix(static_cast<size_t>(count));
+        log.size += count;
+        log.torn = !record.empty();
+    }
+    return true;
 }
 
 bool isLogName(const char *name)
@@ -197,23 +277,22 @@ try {
     const int length = vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
 
-    Record record;
-    appendTime(record);
-    char numbers[48];
-    snprintf(numbers, sizeof numbers, " %d %d ", static_cast<int>(getpid()), level);
-    record.append(numbers);
-    appendEscaped(record, source);
-    record.append(" ");
-    appendEscaped(record, function);
-    snprintf(numbers, sizeof numbers, " %d ", line);
-    record.append(numbers);
-    if (length > 0)
-        appendEscaped(record, text);
-    record.bytes[record.length++] = '\n';
-
-    const bool written = followFile(traceLog)
-                         && write(traceLog.file, record.bytes, record.length)
-                                == static_cast<ssize_t>(record.length);
+    const Moment now = currentMoment();
+    bool written = false;
+    if (followFile(traceLog, now)) {
+        Record record;
+        if (traceLog.torn)
+            record.append("\n");
+        appendTime(record, traceLog, now);
+        appendNumber(record, currentProcess());
+        appendNumber(record, level);
+        appendWord(record, source);
+        appendWord(record, function);
+        appendNumber(record, line);
+        appendWord(record, length > 0 ? text : "");
+        record.bytes[record.length++] = '\n';
+        written = writeRecord(traceLog, {record.bytes, record.length});
+    }
     errno = savedErrno;
     return written ? 1 : 0;
 } catch (const std::exception &) {

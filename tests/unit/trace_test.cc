@@ -2,9 +2,11 @@
 #include "yat/trace.h"
 
 #include <cerrno>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -204,11 +206,50 @@ TEST_F(Trace, KeepsFiveFilesWhenNotToldOtherwise)
 TEST_F(Trace, GoesOnInANewFileWhenTheOldOneIsTakenAway)
 {
     ASSERT_EQ(TraceLogInit(0, "moved", 0, 0, 0), 1);
-    TraceLog(0, "s", "f", 1, "one");
+    ASSERT_EQ(TraceLog(0, "s", "f", 0, "before"), 1);
     fs::rename(directory.path / "log/moved.log", directory.path / "log/elsewhere");
-    TraceLog(0, "s", "f", 1, "two");
+    int after = 0;
+    while (!fs::exists(directory.path / "log/moved.log") && after < 1'000'000)
+        ASSERT_EQ(TraceLog(0, "s", "f", ++after, "after"), 1);
     EXPECT_EQ(lines("moved.log").size(), 1u);
-    EXPECT_EQ(lines("elsewhere").size(), 1u);
+    EXPECT_EQ(lines("elsewhere").size(), static_cast<size_t>(after)); // "before" is one of them
+}
+
+TEST_F(Trace, TellsTheProcessThatWrites)
+{
+    ASSERT_EQ(TraceLogInit(0, "forked", 0, 0, 0), 1);
+    TraceLog(0, "s", "f", 1, "text");
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(TraceLog(0, "s", "f", 1, "text"));
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(WEXITSTATUS(status), 1);
+    const std::vector<std::string> records = lines("forked.log");
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_NE(records[0].find(' ' + std::to_string(getpid()) + " 0 s"), std::string::npos);
+    EXPECT_NE(records[1].find(' ' + std::to_string(child) + " 0 s"), std::string::npos);
+}
+
+TEST_F(Trace, EndsARecordThatTheDiskTookAPartOf)
+{
+    ASSERT_EQ(TraceLogInit(0, "torn", 0, 0, 0), 1);
+    rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    const auto ignored = signal(SIGXFSZ, SIG_IGN); // so that a write above the limit fails
+    const rlimit narrow{.rlim_cur = 50, .rlim_max = before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &narrow);
+    EXPECT_EQ(TraceLog(0, "s", "f", 1, "%060d", 1), 0);
+    EXPECT_EQ(TraceLog(0, "s", "f", 2, "%060d", 2), 0);
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, ignored);
+    EXPECT_EQ(TraceLog(0, "s", "f", 3, "whole"), 1);
+    EXPECT_EQ(TraceLog(0, "s", "f", 4, "whole"), 1);
+    const std::vector<std::string> records = lines("torn.log");
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[0].size(), 50u);
+    EXPECT_TRUE(records[1].ends_with(" s f 3 whole"));
+    EXPECT_TRUE(records[2].ends_with(" s f 4 whole"));
 }
 
 TEST_F(Trace, TwoProcessesTearNoLineAndLoseNone)
