@@ -1,24 +1,158 @@
 // The keys, before newt sees them.
 //
 // newt reads its keys with SLang_getkey, and the program's definition of that name comes before
-// S-Lang's. Two things are done here that newt leaves no other place for.
+// S-Lang's. What is done here, newt leaves no other place for.
+//
+// newt takes a sequence that it does not know for Esc, which leaves every form, and for what
+// follows it. So a sequence is read whole first: newt gets the key that it stands for, or none.
 //
 // newt takes Ctrl-A for the Home key before it looks at hot keys, so a hot key of code 1 would
 // never fire. A key beyond a byte passes its key map; cut to a byte again it is 1.
 //
 // And newt goes on reading a terminal that is gone.
 #include "dialogs/window.h"
+#include "terminal/sequences.h"
 #include "terminal/terminal.h"
 
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
+#include <optional>
 #include <poll.h>
 #include <slang.h>
+#include <string>
 #include <unistd.h>
+#include <utility>
 
-namespace {
+namespace
+{
 
+// What newt gets beyond a byte passes its key map, and is cut to a byte again behind it.
+constexpr unsigned int beyondKeyMap = 0x100;
 constexpr unsigned int ctrlA = 0x01;
-constexpr unsigned int ctrlABeyondKeyMap = 0x101;
+constexpr unsigned int noKey = beyondKeyMap; // of code 0, which nothing answers to
+
+bool inSequence; // S-Lang asks for a key itself to find out whether there is one
+
+using Milliseconds = std::chrono::milliseconds;
+
+unsigned int getKeyOfSlang()
+{
+    using GetKey = unsigned int();
+    static GetKey *const original = reinterpret_cast<GetKey *>(dlsym(RTLD_NEXT, "SLang_getkey"));
+    return original();
+}
+
+// How long the next byte of a sequence may take, and so how long an Esc is waited with that is
+// one by itself: ESCDELAY as elsewhere, in milliseconds.
+Milliseconds escapeDelay()
+{
+    constexpr int usual = 1000, longest = 10000;
+    int delay = usual;
+    if (const char *wanted = getenv("ESCDELAY")) {
+        int value = 0;
+        const char *end = wanted + strlen(wanted);
+        const auto [rest, error] = std::from_chars(wanted, end, value);
+        if (error == std::errc() && rest == end && value >= 0)
+            delay = std::min(value, longest);
+    }
+    return Milliseconds(delay);
+}
+
+bool isInputWithin(Milliseconds time)
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + time;
+    for (;;) { // signals end the waiting
+        const auto left = std::chrono::ceil<Milliseconds>(deadline - Clock::now());
+        const int wait = static_cast<int>(std::max<Milliseconds::rep>(left.count(), 0));
+        if (SLang_input_pending(-wait) > 0)
+            return true;
+        if (wait == 0)
+            return false;
+    }
+}
+
+// The next byte of a sequence; nothing when it does not come in time, or the terminal is gone.
+std::optional<char> nextByte(Milliseconds time)
+{
+    const unsigned int byte = isInputWithin(time) ? getKeyOfSlang() : SLANG_GETKEY_ERROR;
+    return byte == SLANG_GETKEY_ERROR ? std::nullopt : std::optional(static_cast<char>(byte));
+}
+
+// Drops what was pasted, up to its end. A paste that gets stuck is over as well.
+void dropPaste(Milliseconds delay)
+{
+    std::string last;
+    while (const auto byte = nextByte(std::max(delay, Milliseconds(1000)))) {
+        last = last.substr(last.size() < pasteEnds.size() ? 0 : 1) + *byte;
+        if (last == pasteEnds)
+            return;
+    }
+}
+
+// A sequence from its Esc on, whole unless the rest of it does not come in time.
+std::string readSequence(Milliseconds delay)
+{
+    constexpr size_t most = 64; // bytes, of which the first and the last ones count
+    std::string sequence(1, escape);
+    while (!isWhole(sequence)) {
+        const auto byte = nextByte(delay);
+        if (!byte)
+            break;
+        if (*byte == escape && !takesEscape(sequence))
+            sequence.clear(); // the former one has no end
+        sequence += *byte;
+        if (sequence.size() > most)
+            sequence.erase(most / 2, 1);
+    }
+    return sequence;
+}
+
+// The keys as the terminal's description has them, which can be others than those that are common.
+void learnKeys()
+{
+    struct Capability {
+        const char *name;
+        std::string_view key;
+    };
+    static constexpr Capability capabilities[] = {
+        {"ku", "\x1b[A"},   {"kd", "\x1b[B"},   {"kr", "\x1b[C"},   {"kl", "\x1b[D"},
+        {"kh", "\x1b[1~"},  {"@7", "\x1b[4~"},  {"kI", "\x1b[2~"},  {"kD", "\x1b[3~"},
+        {"kP", "\x1b[5~"},  {"kN", "\x1b[6~"},  {"kB", "\x1b[Z"},   {"@8", "\r"},
+        {"k1", "\x1bOP"},   {"k2", "\x1bOQ"},   {"k3", "\x1bOR"},   {"k4", "\x1bOS"},
+        {"k5", "\x1b[15~"}, {"k6", "\x1b[17~"}, {"k7", "\x1b[18~"}, {"k8", "\x1b[19~"},
+        {"k9", "\x1b[20~"}, {"k;", "\x1b[21~"}, {"F1", "\x1b[23~"}, {"F2", "\x1b[24~"},
+    };
+    for (const auto &[name, key] : capabilities)
+        addKey(SLtt_tgetstr(const_cast<char *>(name)), key);
+}
+
+// Reads what follows an Esc. Returns the first byte of the key that newt gets for it.
+unsigned int keyAfterEscape()
+{
+    static bool isLearnt = false;
+    if (!std::exchange(isLearnt, true))
+        learnKeys();
+    const Milliseconds delay = escapeDelay();
+    inSequence = true;
+    const std::string sequence = readSequence(delay);
+    if (sequence == pasteBegins)
+        dropPaste(delay);
+    inSequence = false;
+    if (sequence.find_first_not_of(escape) == sequence.npos)
+        return beyondKeyMap | escape;
+    const std::string_view key = keyOf(sequence);
+    if (key.empty())
+        return noKey;
+    if (std::string rest(key.substr(1)); !rest.empty()) // S-Lang wants it writable
+        SLang_ungetkey_string(reinterpret_cast<unsigned char *>(rest.data()),
+                              static_cast<unsigned int>(rest.size()));
+    return static_cast<unsigned char>(key[0]);
+}
 
 // Waits for a key or for the end of the terminal.
 bool terminalIsGone()
@@ -31,14 +165,15 @@ bool terminalIsGone()
 
 extern "C" __attribute__((visibility("default"))) unsigned int SLang_getkey(void)
 {
-    using GetKey = unsigned int();
-    static GetKey *const original = reinterpret_cast<GetKey *>(dlsym(RTLD_NEXT, "SLang_getkey"));
-
     constexpr int mostFailures = 100; // a read can fail for a signal, but not for ever
     for (int failures = 0; failures < mostFailures; ++failures) {
-        const unsigned int key = original();
+        const unsigned int key = getKeyOfSlang();
+        if (inSequence)
+            return key;
+        if (key == escape)
+            return keyAfterEscape();
         if (key == ctrlA && ctrlAIsHotKey())
-            return ctrlABeyondKeyMap;
+            return beyondKeyMap | ctrlA;
         if (key != SLANG_GETKEY_ERROR)
             return key;
         if (terminalIsGone())
