@@ -91,6 +91,9 @@ size_t wholeCharacters(std::string_view text, size_t most)
 
 std::string toDisplay(std::string_view utf8)
 {
+    // ASCII is the same in the encoding of any locale, and most names are.
+    if (std::ranges::all_of(utf8, [](unsigned char byte) { return byte < 0x80; }))
+        return std::string(utf8);
     std::string valid;
     while (!utf8.empty()) {
         const size_t length = utf8Length(utf8);
