@@ -1,10 +1,12 @@
 // The window of a CPU module, and the view of its BIOS data.
-#include "devices/devicewindow.h"
-#include "devices/windows.h"
+#include "devices/cpusubwin.h"
+
+#include "devices/actions.h"
 #include "dialogs/autowin.h"
 #include "dialogs/window.h"
-#include "platform/trace.h"
-#include "system/windows.h"
+#include "platform/device.h"
+#include "platform/property.h"
+#include "system/firmupdate.h"
 
 #include <algorithm>
 
@@ -38,38 +40,34 @@ enum Part {
     typeRadio1,
     typeRadio2,
     typeRadio3,
-    step, // what a step makes stands in its own part
 };
 
-const Component components[] = {
-    {closeButton, Make::button, "BUTTON_CLOSE_ID"},
-    {mtbfLabel, Make::label, "LABEL_MTBF_ID"},
-    {startLabel, Make::label, "LABEL_CPUSTART_ID"},
-    {diagnoseLabel, Make::label, "LABEL_CPUDIAG_ID"},
-    {firmwareLabel, Make::label, "LABEL_FIRMWARE_UP_ID"},
-    {boardLabel, Make::label, "LABEL_BOARD_ID"},
-    {dumpLabel, Make::label, "LABEL_DUMP_ID"},
-    {mtbfTypeLabel, Make::label, "LABEL_MTBFTYPE_ID", onlyWithMtbfType},
-    {stateLabel, Make::label, "LABEL_CPUSTATE_ID"},
-    {stateBox, Make::stateBox},
-    {step, Make::readState},
-    {dumpTime1, Make::firstRadio, "LABEL_DUMPTIME_ID"},
-    {dumpTime2, Make::nextRadio, "LABEL_DUMPTIME2_ID"},
-    {clearButton, Make::compactButton, "COMBUTTON_CLEAR_ID"},
-    {stopButton, Make::compactButton, "COMBUTTON_STOP_ID"},
-    {startButton, Make::compactButton, "COMBUTTON_START_ID"},
-    {diagnoseButton, Make::compactButton, "COMBUTTON_DIAGNOSE_ID"},
-    {updateButton, Make::compactButton, "COMBUTTON_UPDATE_ID"},
-    {changeButton, Make::compactButton, "COMBUTTON_CHANGE_ID"},
-    {executeButton, Make::compactButton, "COMBUTTON_EXCUTE_ID"},
-    {refreshButton, Make::button, "COMBUTTON_REFRESH_ID"},
-    {versionButton, Make::compactButton, "VERSION_INFO"},
-    {setMtbfTypeButton, Make::compactButton, "COMBUTTON_SETMTBFTYPE_ID", onlyWithMtbfType},
-    {step, Make::readMtbfType, "LABEL_UNKNOWN_ID", onlyWithMtbfType},
-    {typeRadio1, Make::typeRadios, "LABEL_UNKNOWN_ID", onlyWithMtbfType},
+constexpr Component components[] = {
+    {closeButton, Widget::button, "BUTTON_CLOSE_ID"},
+    {mtbfLabel, Widget::label, "LABEL_MTBF_ID"},
+    {startLabel, Widget::label, "LABEL_CPUSTART_ID"},
+    {diagnoseLabel, Widget::label, "LABEL_CPUDIAG_ID"},
+    {firmwareLabel, Widget::label, "LABEL_FIRMWARE_UP_ID"},
+    {boardLabel, Widget::label, "LABEL_BOARD_ID"},
+    {dumpLabel, Widget::label, "LABEL_DUMP_ID"},
+    {mtbfTypeLabel, Widget::label, "LABEL_MTBFTYPE_ID"},
+    {stateLabel, Widget::label, "LABEL_CPUSTATE_ID"},
+    {stateBox, Widget::stateBox},
+    {dumpTime1, Widget::firstRadio, "LABEL_DUMPTIME_ID"},
+    {dumpTime2, Widget::nextRadio, "LABEL_DUMPTIME2_ID"},
+    {clearButton, Widget::compactButton, "COMBUTTON_CLEAR_ID"},
+    {stopButton, Widget::compactButton, "COMBUTTON_STOP_ID"},
+    {startButton, Widget::compactButton, "COMBUTTON_START_ID"},
+    {diagnoseButton, Widget::compactButton, "COMBUTTON_DIAGNOSE_ID"},
+    {updateButton, Widget::compactButton, "COMBUTTON_UPDATE_ID"},
+    {changeButton, Widget::compactButton, "COMBUTTON_CHANGE_ID"},
+    {executeButton, Widget::compactButton, "COMBUTTON_EXCUTE_ID"},
+    {refreshButton, Widget::button, "COMBUTTON_REFRESH_ID"},
+    {versionButton, Widget::compactButton, "VERSION_INFO"},
+    {setMtbfTypeButton, Widget::compactButton, "COMBUTTON_SETMTBFTYPE_ID"},
 };
 
-const Row rows[] = {
+constexpr Row rows[] = {
     {2, 1, {{0, 0, mtbfLabel, left}, {1, 0, clearButton, right}}},
     {2, 1, {{0, 0, mtbfTypeLabel, left, {.top = 1}}, {1, 0, setMtbfTypeButton, right, {.top = 1}}}},
     {0, 0, {{0, 0, typeRadio1, left, {.left = 1}}}},
@@ -77,7 +75,9 @@ const Row rows[] = {
     {0, 0, {{0, 0, typeRadio3, left, {.left = 1}}}},
     {2, 2, {{0, 0, startLabel, left}, {0, 1, stopButton, right}, {1, 1, startButton, right}}},
     {2, 1, {{0, 0, diagnoseLabel, left, {.top = 1}}, {1, 0, diagnoseButton, right, {.top = 1}}}},
-    {2, 2, {{0, 0, firmwareLabel, left}, {0, 1, updateButton, right}, {1, 1, versionButton, right}}},
+    {2,
+     2,
+     {{0, 0, firmwareLabel, left}, {0, 1, updateButton, right}, {1, 1, versionButton, right}}},
     {2, 1, {{0, 0, boardLabel, left, {.top = 1}}, {1, 0, changeButton, right, {.top = 1}}}},
     {2, 1, {{0, 0, dumpLabel, left, {.top = 1}}, {1, 0, executeButton, right, {.top = 1}}}},
     {0, 0, {{0, 0, dumpTime1, top, {.left = 1}}}},
@@ -87,100 +87,96 @@ const Row rows[] = {
     {},
 };
 
-const int tabOrder[] = {
-    mtbfLabel,     clearButton,    mtbfTypeLabel, typeRadio1,   typeRadio2,    typeRadio3,
-    setMtbfTypeButton, startLabel, stopButton,    startButton,  diagnoseLabel, diagnoseButton,
-    firmwareLabel, updateButton,   versionButton, boardLabel,   changeButton,  dumpLabel,
-    dumpTime1,     dumpTime2,      executeButton, stateLabel,   stateBox,      refreshButton,
-    closeButton,
+constexpr int tabOrder[] = {
+    mtbfLabel,     clearButton,       mtbfTypeLabel, typeRadio1,    typeRadio2,
+    typeRadio3,    setMtbfTypeButton, startLabel,    stopButton,    startButton,
+    diagnoseLabel, diagnoseButton,    firmwareLabel, updateButton,  versionButton,
+    boardLabel,    changeButton,      dumpLabel,     dumpTime1,     dumpTime2,
+    executeButton, stateLabel,        stateBox,      refreshButton, closeButton,
 };
 
 enum QuestionNumber { clearQuestion, stopQuestion, startQuestion };
 
-const OperationButton operations[] = {
-    {clearButton, clearQuestion,
-     {"COMBUTTON_CLEAR_ID", 1, "CLEARMTBFSUPPORT_ERR_ID", "CLEARMTBF_ERR_ID",
-      runPlain<ClearMTBF>}},
-    {stopButton, stopQuestion,
-     {"COMBUTTON_STOP_ID", 7, "BRINGDOWNSUPPORT_ERR_ID", "BRINGDOWN_ERR_ID",
-      runPlain<InitBringDown>}},
-    {startButton, startQuestion,
-     {"COMBUTTON_START_ID", 5, "BRINGUPSUPPORT_ERR_ID", "BRINGUP_ERR_ID",
-      runPlain<InitBringUp>}},
+constexpr TextKey questions[] = {
+    "QUERYWIN_CLEAR_ID",  "QUERYWIN_STOP_ID", "QUERYWIN_START_ID",
+    "QUERYWIN_CHANGE_ID", "QUERYWIN_DUMP_ID", // which no button asks as long as both are refused
 };
 
-const Operation setMtbfType = {"COMBUTTON_SETMTBFTYPE_ID", 13, "SETMTBFTYPESUPPORT_ERR_ID",
-                               "SETMTBFTYPE_FAIL", runSetMtbfType};
+int showBios(yat_device *device)
+{
+    return BiosData(numberOf(device));
+}
 
-const RefusingButton refusals[] = {
-    {changeButton, "JUMPSWSUPPORT_ERR_ID"},
-    {executeButton, "HARVESTDUMPSUPPORT_ERR_ID"},
-    {diagnoseButton, "DIAGSUPPOPT_ERR_ID"},
+constexpr Button buttons[] = {
+    {closeButton, leave},
+    {clearButton,
+     operate,
+     {1, "CLEARMTBFSUPPORT_ERR_ID", "CLEARMTBF_ERR_ID", runPlain<ClearMTBF>},
+     clearQuestion},
+    {stopButton,
+     operate,
+     {7, "BRINGDOWNSUPPORT_ERR_ID", "BRINGDOWN_ERR_ID", runPlain<InitBringDown>},
+     stopQuestion},
+    {startButton,
+     operate,
+     {5, "BRINGUPSUPPORT_ERR_ID", "BRINGUP_ERR_ID", runPlain<InitBringUp>},
+     startQuestion},
+    {changeButton, refuse, {.notSupported = "JUMPSWSUPPORT_ERR_ID"}},
+    {executeButton, refuse, {.notSupported = "HARVESTDUMPSUPPORT_ERR_ID"}},
+    {diagnoseButton, refuse, {.notSupported = "DIAGSUPPOPT_ERR_ID"}},
+    {setMtbfTypeButton,
+     setMtbfType,
+     {13, "SETMTBFTYPESUPPORT_ERR_ID", "SETMTBFTYPE_FAIL", SetMtbfType}},
+    {.part = updateButton, .action = openDialog, .opens = FirmUpdate},
+    {refreshButton, refresh},
+    {.part = versionButton, .action = openDialog, .opens = showBios},
 };
 
 // A CPU module is its own board.
-bool readMtbfType(DeviceWindow &window)
+bool findBoard(const yat_device *device, unsigned long *, int *board)
 {
-    unsigned long size = 1025;
-    return readBoardMtbfType(window, numberOf(window.device), &size, traceSource, "CpuSubWin");
+    *board = numberOf(device);
+    return true;
 }
 
-void answerOther(DeviceWindow &window, newtComponent pressed)
-{
-    if (pressed == window.parts[updateButton])
-        FirmUpdate(window.device);
-    else if (pressed == window.parts[versionButton])
-        BiosData(numberOf(window.device));
-}
-
-const WindowTables tables = {
+constexpr WindowKind window = checked({
+    .origin = {traceSource, "CpuSubWin", __LINE__},
+    .opening = {">[IN] datap = %p", "number = %d devName = %d", "datap->lpszTreeName=%s"},
+    .classCode = YAT_CLASS_CPU_MODULE,
+    .questions = questions,
     .components = components,
     .rows = rows,
     .tabOrder = tabOrder,
-    .operations = operations,
-    .refusals = refusals,
-    .closeButton = closeButton,
-    .refreshButton = refreshButton,
-    .setMtbfTypeButton = setMtbfTypeButton,
-    .setMtbfType = &setMtbfType,
-    .answer = answerOther,
+    .buttons = buttons,
+    .state = StateText{.kind = YAT_KIND_CPU_MODULE,
+                       .code = YAT_STATE_CPU_MODULE,
+                       .box = stateBox,
+                       .readAfter = stateBox,
+                       .unreadable = "CPUSTATE_ERR_ID"},
+    .mtbfType = MtbfTypeGroup{mtbfTypeLabel, setMtbfTypeButton, typeRadio1, findBoard},
     .freesGrids = true,
     .resumesAtEnd = true,
-};
+});
 
 } // namespace
 
 int CpuSubWin(yat_device *datap)
 {
-    const bool hasMtbfType = call_yat_is_ft(0) == YAT_MACHINE_CEDAR;
-    TRACE(">[IN] datap = %p", static_cast<void *>(datap));
-    DeviceWindow window{.device = datap};
-    window.stateKind = YAT_KIND_CPU_MODULE;
-    window.stateCode = YAT_STATE_CPU_MODULE;
-    window.stateUnreadable = "CPUSTATE_ERR_ID";
-    window.readMtbfType = hasMtbfType ? readMtbfType : nullptr;
-    loadQuestions(window, {"QUERYWIN_CLEAR_ID", "QUERYWIN_STOP_ID", "QUERYWIN_START_ID",
-                           "QUERYWIN_CHANGE_ID", "QUERYWIN_DUMP_ID"});
-    TRACE("number = %d devName = %d", numberOf(datap), YAT_CLASS_CPU_MODULE);
-    TRACE("datap->lpszTreeName=%s", traceNameOf(datap));
-    if (runDeviceWindow(window, tables))
-        TRACE("<");
-    return 0;
+    return runDeviceWindow(window, datap);
 }
 
-// Reads a text of the CPU module. Where that fails, an error box says so and the text is the
-// unknown one.
-static void readBiosText(int index, int property, TextKey unreadable,
-                         std::array<char, 1025> &buffer)
+// Reads a text of the CPU module into its box. Where that fails, an error box says so and the text
+// is the unknown one. False when the platform can't be asked.
+static bool showBiosText(int index, int property, TextKey unreadable, newtComponent box)
 {
     unsigned long size = 1024;
-    buffer.fill('\0');
-    if (yat_ft_func.yat_ft_get_property(YAT_KIND_CPU_MODULE, index, property, buffer.data(), &size)
-        != 0) {
-        showError(unreadable);
-        copyText(buffer, text("LABEL_UNKNOWN_ID"));
-    }
-    buffer.back() = '\0';
+    PropertyText value;
+    const Reading reading = readProperty({traceSource, "BiosData", __LINE__},
+                                         {YAT_KIND_CPU_MODULE, index, property}, &size, value);
+    if (reading == Reading::refused)
+        replaceUnreadable(value, unreadable);
+    newtTextboxSetText(box, value.data());
+    return reading != Reading::impossible;
 }
 
 // A text box for a BIOS text, narrower on a terminal that it would not fit on.
@@ -201,15 +197,9 @@ int BiosData(int index)
     newtComponent versionBox = makeBiosBox();
     newtComponent statusLabel = newtLabel(-1, -1, text("CPU_STRTUS_BIOS"));
     newtComponent statusBox = makeBiosBox();
-    if (!yat_ft_func.yat_ft_get_property) {
-        TRACE_ERROR("<function pointer of yat_ft_get_property is NULL.");
+    if (!showBiosText(index, YAT_PROPERTY_BIOS_VERSION, "BIOS_VER_FAIL", versionBox)
+        || !showBiosText(index, YAT_PROPERTY_BIOS_STATUS, "BIOS_DATA_FAIL", statusBox))
         return 0;
-    }
-    std::array<char, 1025> version, status;
-    readBiosText(index, YAT_PROPERTY_BIOS_VERSION, "BIOS_VER_FAIL", version);
-    readBiosText(index, YAT_PROPERTY_BIOS_STATUS, "BIOS_DATA_FAIL", status);
-    newtTextboxSetText(versionBox, version.data());
-    newtTextboxSetText(statusBox, status.data());
 
     newtGrid texts = makeGrid(1, 4,
                               {{0, 0, versionLabel, NEWT_ANCHOR_LEFT},

@@ -2,67 +2,83 @@
 
 #include "dialogs/autowin.h"
 #include "dialogs/window.h"
-#include "platform/trace.h"
+#include "platform/device.h"
+#include "platform/property.h"
 
-#include <array>
+#include <algorithm>
 
 namespace {
 
-constexpr size_t propertySize = 1025;
-constexpr int stateColumns = 19, stateRows = 2;
-
-newtComponent makeStateBox()
+newtComponent makeWidget(const Component &component, newtComponent previous)
 {
-    return newtTextbox(-1, -1, stateColumns, stateRows, NEWT_FLAG_WRAP);
+    constexpr int stateColumns = 19, stateRows = 2;
+    switch (component.widget) {
+    case Widget::label: return newtLabel(-1, -1, text(component.text));
+    case Widget::button: return newtButton(-1, -1, text(component.text));
+    case Widget::compactButton: return newtCompactButton(-1, -1, text(component.text));
+    case Widget::firstRadio: return newtRadiobutton(-1, -1, text(component.text), 1, nullptr);
+    case Widget::nextRadio: return newtRadiobutton(-1, -1, text(component.text), 0, previous);
+    case Widget::stateBox: return newtTextbox(-1, -1, stateColumns, stateRows, NEWT_FLAG_WRAP);
+    }
+    return nullptr;
+}
+
+// Reads the MTBF type, which stays as it is when that fails: then an error box says so. False when
+// the platform can't be asked or answers with no number.
+bool readMtbfType(DeviceWindow &window, int *type)
+{
+    unsigned long size = 1025;
+    int board;
+    if (!window.kind.mtbfType->findBoard(window.device, &size, &board))
+        return false;
+    const TraceOrigin &origin = window.kind.origin;
+    PropertyText property;
+    switch (
+        readProperty(origin, {YAT_KIND_BOARD, board, YAT_PROPERTY_MTBF_TYPE}, &size, property)) {
+    case Reading::done:
+        return convertProperty(origin, property, "Linux_ConvertDataToInt(...) returns -1.", type);
+    case Reading::refused:
+        window.mtbfTypeUnavailable = true;
+        replaceUnreadable(property, "MTBFTYPE_UNAVAILABLE");
+        return true;
+    case Reading::impossible: break;
+    }
+    return false;
 }
 
 // The radio buttons of the MTBF type: the one for the type read is selected, none for another.
-void makeTypeRadios(DeviceWindow &window)
+bool makeTypeRadios(DeviceWindow &window)
 {
-    constexpr int typeOfFirst = 2;
-    static constexpr TextKey texts[] = {"LABEL_SETMTBFTYPE1_ID", "LABEL_SETMTBFTYPE2_ID",
-                                        "LABEL_SETMTBFTYPE3_ID"};
+    constexpr TextKey texts[] = {"LABEL_SETMTBFTYPE1_ID", "LABEL_SETMTBFTYPE2_ID",
+                                 "LABEL_SETMTBFTYPE3_ID"};
+    int type = 0, typeOfButton = 2;
+    if (!readMtbfType(window, &type))
+        return false;
+    newtComponent *radio = window.parts + window.kind.mtbfType->firstRadio;
     newtComponent previous = nullptr;
-    for (int i = 0; i < 3; ++i) {
-        const bool selected = window.mtbfType == typeOfFirst + i;
-        previous = newtRadiobutton(-1, -1, text(texts[i]), selected, previous);
-        window.parts[window.firstTypeRadio + i] = previous;
-    }
-}
-
-void readState(DeviceWindow &window)
-{
-    std::array<char, 1025> state{};
-    if (StatusChange(window.stateKind, numberOf(window.device), window.stateCode, state.data())
-        == -1) {
-        showError(window.stateUnreadable);
-        copyText(state, text("LABEL_UNKNOWN_ID"));
-    }
-    state.back() = '\0';
-    newtTextboxSetText(window.parts[window.stateBox], state.data());
-}
-
-bool makeComponent(DeviceWindow &window, const Component &component, newtComponent previous)
-{
-    newtComponent &made = window.parts[component.part];
-    switch (component.make) {
-    case Make::label: made = newtLabel(-1, -1, text(component.text)); break;
-    case Make::button: made = newtButton(-1, -1, text(component.text)); break;
-    case Make::compactButton: made = newtCompactButton(-1, -1, text(component.text)); break;
-    case Make::firstRadio: made = newtRadiobutton(-1, -1, text(component.text), 1, nullptr); break;
-    case Make::nextRadio: made = newtRadiobutton(-1, -1, text(component.text), 0, previous); break;
-    case Make::stateBox:
-        made = makeStateBox();
-        window.stateBox = component.part;
-        break;
-    case Make::readState: readState(window); break;
-    case Make::readMtbfType: return window.readMtbfType(window);
-    case Make::typeRadios:
-        window.firstTypeRadio = component.part;
-        makeTypeRadios(window);
-        break;
-    }
+    for (const TextKey key : texts)
+        *radio++ = previous = newtRadiobutton(-1, -1, text(key), type == typeOfButton++, previous);
     return true;
+}
+
+bool isOfMtbfType(const WindowKind &kind, int part)
+{
+    return kind.mtbfType && (part == kind.mtbfType->label || part == kind.mtbfType->setButton);
+}
+
+bool makeComponents(DeviceWindow &window)
+{
+    const WindowKind &kind = window.kind;
+    window.form = newtForm(nullptr, nullptr, 0);
+    newtComponent previous = nullptr;
+    for (const Component &component : kind.components) {
+        if (isOfMtbfType(kind, component.part) && !window.hasMtbfType)
+            continue;
+        previous = window.parts[component.part] = makeWidget(component, previous);
+        if (kind.state && component.part == kind.state->readAfter)
+            showState(window);
+    }
+    return !window.hasMtbfType || makeTypeRadios(window);
 }
 
 // The cell of a row in the window's grid; columns 0 of a row make its component the cell.
@@ -79,32 +95,16 @@ Cell cellOfRow(const DeviceWindow &window, const Row &row, int number)
     return {0, number, grid, NEWT_ANCHOR_TOP, row.padding};
 }
 
-bool makeComponents(DeviceWindow &window, std::span<const Component> components)
+newtGrid makeRows(const DeviceWindow &window)
 {
-    window.form = newtForm(nullptr, nullptr, 0);
-    newtComponent previous = nullptr;
-    for (const Component &component : components) {
-        if (component.onlyWithMtbfType && !window.readMtbfType)
-            continue;
-        if (!makeComponent(window, component, previous))
-            return false;
-        previous = window.parts[component.part];
-    }
-    return true;
-}
-
-newtGrid makeRows(const DeviceWindow &window, std::span<const Row> rows)
-{
-    const auto isLeftOut = [&](const Row &row) {
-        return row.cells[0].part >= 0 && !window.parts[row.cells[0].part];
+    const auto isShown = [&](const Row &row) {
+        return row.cells[0].part < 0 || window.parts[row.cells[0].part];
     };
-    int count = 0;
-    for (const Row &row : rows)
-        count += isLeftOut(row) ? 0 : 1;
-    newtGrid grid = newtCreateGrid(1, count);
+    const std::span<const Row> rows = window.kind.rows;
+    newtGrid grid = newtCreateGrid(1, static_cast<int>(std::ranges::count_if(rows, isShown)));
     int number = 0;
     for (const Row &row : rows) {
-        if (isLeftOut(row))
+        if (!isShown(row))
             continue;
         if (row.cells[0].part >= 0)
             setField(grid, cellOfRow(window, row, number));
@@ -113,134 +113,70 @@ newtGrid makeRows(const DeviceWindow &window, std::span<const Row> rows)
     return grid;
 }
 
-void addInOrder(const DeviceWindow &window, std::span<const int> parts)
+void openDeviceWindow(const DeviceWindow &window)
 {
-    for (const int part : parts)
+    newtGrid grid = makeRows(window);
+    std::array<char, 256> title;
+    copyText(std::span(title).first(window.kind.titleSize),
+             (nameOf(window.device) + " --" + text("WINDOW_TITLE_MRV_ID")).c_str());
+    openWindow(window.form, grid, title.data());
+    if (window.kind.freesGrids)
+        newtGridFree(grid, 1);
+    for (const int part : window.kind.tabOrder)
         if (window.parts[part])
             newtFormAddComponent(window.form, window.parts[part]);
 }
 
-// Draws the whole terminal and the form anew, because the operation may have written on the
-// screen.
-void showSuccess(const DeviceWindow &window)
+void press(DeviceWindow &window, newtComponent pressed)
 {
-    newtSuspend();
-    newtResume();
-    newtDrawForm(window.form);
-    Success(nameOf(window.device).c_str());
-}
-
-void answerFromTables(DeviceWindow &window, const WindowTables &tables, newtComponent pressed)
-{
-    for (const OperationButton &button : tables.operations)
-        if (pressed == window.parts[button.part]
-            && Message(nameOf(window.device).c_str(), window.questions[button.question].data()) == 1
-            && carryOut(button.operation, window.device, nullptr, &window.detail))
-            showSuccess(window);
-    for (const RefusingButton &button : tables.refusals)
+    for (const Button &button : window.kind.buttons)
         if (pressed == window.parts[button.part])
-            showError(button.refusal);
+            return button.action(window, button);
 }
 
-void answerSetMtbfType(DeviceWindow &window, const Operation &operation)
+void fetchQuestions(DeviceWindow &window)
 {
-    if (window.mtbfTypeUnavailable) {
-        showError("MTBFTYPE_UNAVAILABLE");
-        return;
-    }
-    if (Message(nameOf(window.device).c_str(), text("QUERYWIN_CHANGEMTBFTYPE_ID")) != 1)
-        return;
-    // Written are other values than read: 0 for what is read as 2.
-    const newtComponent *radios = window.parts + window.firstTypeRadio;
-    const newtComponent selected = newtRadioGetCurrent(radios[0]);
-    const char *type = selected == radios[0] ? "0" : selected == radios[1] ? "1" : "2";
-    if (carryOut(operation, window.device, type, &window.detail))
-        showSuccess(window);
-}
-
-void answer(DeviceWindow &window, const WindowTables &tables, newtComponent pressed)
-{
-    const auto isPart = [&](int part) { return part >= 0 && pressed == window.parts[part]; };
-    if (isPart(tables.setMtbfTypeButton)) {
-        answerSetMtbfType(window, *tables.setMtbfType);
-    } else if (isPart(tables.refreshButton)) {
-        readState(window);
-        newtDrawForm(window.form);
-        newtRefresh();
-    } else {
-        answerFromTables(window, tables, pressed);
-        if (tables.answer)
-            tables.answer(window, pressed);
-    }
+    Question *question = window.questions;
+    for (const TextKey key : window.kind.questions)
+        copyText(*question++, text(key));
 }
 
 } // namespace
 
-void loadQuestions(DeviceWindow &window, std::initializer_list<TextKey> keys)
+int runDeviceWindow(const WindowKind &kind, yat_device *device)
 {
-    Question *question = window.questions;
-    for (const TextKey key : keys)
-        copyText(*question++, text(key));
-}
-
-bool runDeviceWindow(DeviceWindow &window, const WindowTables &tables)
-{
-    if (!makeComponents(window, tables.components))
-        return false;
-    newtGrid grid = makeRows(window, tables.rows);
-    std::array<char, 256> title;
-    copyText(std::span(title).first(tables.titleSize),
-             (nameOf(window.device) + " --" + text("WINDOW_TITLE_MRV_ID")).c_str());
-    openWindow(window.form, grid, title.data());
-    if (tables.freesGrids)
-        newtGridFree(grid, 1);
-    addInOrder(window, tables.tabOrder);
-    for (;;) {
+    const bool hasMtbfType = kind.mtbfType && call_yat_is_ft(0) == YAT_MACHINE_CEDAR;
+    const auto trace = [&](const char *format, auto... values) {
+        TraceLog(YAT_TRACE_PROGRESS, kind.origin.source, kind.origin.function, kind.origin.line,
+                 format, values...);
+    };
+    trace(kind.opening.record, static_cast<void *>(device));
+    DeviceWindow window{.kind = kind, .device = device, .hasMtbfType = hasMtbfType};
+    fetchQuestions(window);
+    trace(kind.opening.numbers, numberOf(device), kind.classCode);
+    trace(kind.opening.name, traceNameOf(device));
+    if (!makeComponents(window))
+        return 0;
+    openDeviceWindow(window);
+    while (!window.isClosed) {
         const newtComponent pressed = runForm(window.form);
-        if (!pressed || pressed == window.parts[tables.closeButton])
+        if (!pressed)
             break;
-        answer(window, tables, pressed);
+        press(window, pressed);
     }
-    if (tables.resumesAtEnd)
+    if (kind.resumesAtEnd)
         newtResume();
     closeWindow(window.form);
-    return true;
+    trace("%s", "<");
+    return 0;
 }
 
-bool readBoardMtbfType(DeviceWindow &window, int board, unsigned long *size,
-                       const char *traceSource, const char *function)
+void showState(DeviceWindow &window)
 {
-    if (!yat_ft_func.yat_ft_get_property) {
-        TRACE_ERROR_AS(function, "<function pointer of yat_ft_get_property is NULL.");
-        return false;
-    }
-    std::array<char, propertySize> property{};
-    if (yat_ft_func.yat_ft_get_property(YAT_KIND_BOARD, board, YAT_PROPERTY_MTBF_TYPE,
-                                        property.data(), size)
-        != 0) {
-        window.mtbfTypeUnavailable = true;
-        showError("MTBFTYPE_UNAVAILABLE");
-        copyText(property, text("LABEL_UNKNOWN_ID"));
-        return true;
-    }
-    if (!yat_ft_func.Linux_ConvertDataToInt) {
-        TRACE_ERROR_AS(function, "<function pointer of Linux_ConvertDataToInt is NULL.");
-        return false;
-    }
-    property.back() = '\0';
-    if (yat_ft_func.Linux_ConvertDataToInt(property.data(), &window.mtbfType) == -1) {
-        TRACE_ERROR_AS(function, "Linux_ConvertDataToInt(...) returns -1.");
-        return false;
-    }
-    return true;
-}
-
-int runSetMtbfType(yat_device *device, int code, const char *type)
-{
-    return SetMtbfType(device, code, type);
-}
-
-const char *traceNameOf(const yat_device *device)
-{
-    return device->lpszTreeName ? device->lpszTreeName : "NULL";
+    const StateText &state = *window.kind.state;
+    std::array<char, 1025> buffer{};
+    if (StatusChange(state.kind, numberOf(window.device), state.code, buffer.data()) == -1)
+        replaceUnreadable(buffer, state.unreadable);
+    buffer.back() = '\0';
+    newtTextboxSetText(window.parts[state.box], buffer.data());
 }

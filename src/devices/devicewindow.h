@@ -1,36 +1,31 @@
-// What the windows of the device classes share. A window is told as tables: its components, its
-// rows, the order of the Tab key, and what its buttons do.
+// The windows of the device classes. A kind of window is told as tables: its components, its rows,
+// the order of the Tab key, and what its buttons do. One function runs them all.
 #pragma once
 
 #include "dialogs/grid.h"
-#include "platform/operation.h"
+#include "dialogs/operation.h"
 #include "text/display.h"
-#include "text/keys.h"
+#include "trace/record.h"
 
 #include <newt.h>
+#include <optional>
 #include <span>
 
-// How a component is made. The last three are steps between the components.
-enum class Make {
+enum class Widget {
     label,
     button,
     compactButton,
     firstRadio, // begins a group and is selected
     nextRadio,  // joins the group of the component made before it
-    stateBox,   // the text box for the module's state
-    readState,
-    readMtbfType,
-    typeRadios, // the group of three for the MTBF type
+    stateBox,   // for the state of the module
 };
 
 // One component; a table holds them in the order in which they are made.
 struct Component {
     int part; // the window's number for it
-    Make make;
-    TextKey text = "LABEL_UNKNOWN_ID";
-    bool onlyWithMtbfType = false;
+    Widget widget;
+    TextKey text{};
 };
-constexpr bool onlyWithMtbfType = true;
 
 // Anchors, short enough for tables.
 enum Anchor { left = NEWT_ANCHOR_LEFT, right = NEWT_ANCHOR_RIGHT, top = NEWT_ANCHOR_TOP };
@@ -43,79 +38,113 @@ struct RowCell {
 };
 
 // One row of a window: a grid of cells, or a component by itself where it has no columns. A row
-// whose components this layout does not have is left out; one without cells stays empty.
+// whose components the machine's window does not have is left out; one without cells stays empty.
 struct Row {
     int columns = 0, rows = 0;
     RowCell cells[3]{};
     Padding padding{}; // around the grid
 };
 
-// A button that asks a question, by its number, and carries an operation out.
-struct OperationButton {
+struct DeviceWindow;
+struct Button;
+using Action = void(DeviceWindow &window, const Button &button);
+
+// One button: its action, one of those in actions.h, and what that needs.
+struct Button {
     int part;
-    int question;
-    Operation operation;
+    Action *action;
+    Operation operation{};
+    int question = -1; // its number
+    int (*opens)(yat_device *device) = nullptr;
 };
 
-// A button that only says that the machine does not support what it stands for.
-struct RefusingButton {
-    int part;
-    TextKey refusal;
+// The state of a module as StatusChange gives it.
+struct StateText {
+    int kind, code; // YAT_KIND_..., YAT_STATE_...
+    int box;        // the part that shows it
+    int readAfter;  // read for the first time when this part has been made
+    TextKey unreadable;
 };
 
-// A device window that is open or being opened.
-struct DeviceWindow {
-    static constexpr int mostParts = 32;
-
-    yat_device *device;
-    newtComponent form = nullptr;
-    newtComponent parts[mostParts]{}; // null for what this layout does not have
-    Question questions[5]{};
-    int detail = 0; // what IfSupport says
-
-    // Of a module:
-    int stateKind = 0, stateCode = 0;
-    TextKey stateUnreadable = "LABEL_UNKNOWN_ID";
-    int stateBox = -1;                              // its part
-    bool (*readMtbfType)(DeviceWindow &) = nullptr; // see readBoardMtbfType; null: has none
-    bool mtbfTypeUnavailable = false;
-    int mtbfType = 0;       // as read: 2, 3 or 4
-    int firstTypeRadio = 0; // the part of the first of the three
+// The MTBF type of a module, which the windows have on CEDAR only: a label, a button, and the radio
+// buttons of the three types, which are made behind all other components.
+struct MtbfTypeGroup {
+    int label, setButton, firstRadio; // parts
+    // Finds the board that has the type. False when the window can't be opened without it. size is
+    // the one that the type is read with next.
+    bool (*findBoard)(const yat_device *device, unsigned long *size, int *board);
 };
 
-// A kind of device window.
-struct WindowTables {
+// What the window writes to the trace log when it opens: printf formats.
+struct OpeningRecords {
+    const char *record;  // of the record's address
+    const char *numbers; // of the device's number and the class code
+    const char *name;    // of the device's name
+};
+
+constexpr int mostParts = 32, mostQuestions = 8;
+
+struct WindowKind {
+    TraceOrigin origin;
+    OpeningRecords opening;
+    int classCode;
+    std::span<const TextKey> questions; // fetched when the window opens, in this order
     std::span<const Component> components;
     std::span<const Row> rows;
     std::span<const int> tabOrder;
-    std::span<const OperationButton> operations;
-    std::span<const RefusingButton> refusals;
-    int closeButton;
-    int refreshButton = -1;
-    int setMtbfTypeButton = -1;
-    const Operation *setMtbfType = nullptr;
-    // Answers a button that is in none of the tables.
-    void (*answer)(DeviceWindow &window, newtComponent pressed) = nullptr;
+    std::span<const Button> buttons;
+    std::optional<StateText> state{};
+    std::optional<MtbfTypeGroup> mtbfType{};
     size_t titleSize = 256; // bytes, at most that
     bool freesGrids = false;
     bool resumesAtEnd = false;
 };
 
-// Copies the texts of the questions into the window, in the order of their numbers.
-void loadQuestions(DeviceWindow &window, std::initializer_list<TextKey> keys);
+// A device window that is open or being opened.
+struct DeviceWindow {
+    const WindowKind &kind;
+    yat_device *device;
+    newtComponent form = nullptr;
+    newtComponent parts[mostParts]{}; // null for what the machine's window does not have
+    Question questions[mostQuestions]{};
+    int detail = 0; // what IfSupport says
+    bool hasMtbfType = false, mtbfTypeUnavailable = false;
+    bool isClosed = false;
+};
 
-// Builds the window and runs it until it is closed. False when a step of its building failed that
-// gives the window up; what was made so far is then left as it is.
-bool runDeviceWindow(DeviceWindow &window, const WindowTables &tables);
+// Gives the kind back. One whose tables do not fit together does not compile.
+consteval WindowKind checked(const WindowKind &kind)
+{
+    const auto isMade = [&](int part) {
+        for (const Component &component : kind.components)
+            if (component.part == part)
+                return true;
+        return kind.mtbfType && part >= kind.mtbfType->firstRadio
+               && part < kind.mtbfType->firstRadio + 3;
+    };
+    const auto expect = [](bool holds, const char *complaint) {
+        if (!holds)
+            throw complaint;
+    };
+    expect(kind.questions.size() <= mostQuestions, "too many questions");
+    for (const Component &component : kind.components)
+        expect(component.part >= 0 && component.part < mostParts, "a part without a place");
+    expect(!kind.mtbfType || kind.mtbfType->firstRadio + 3 <= mostParts, "a part without a place");
+    for (const Row &row : kind.rows)
+        for (const RowCell &cell : row.cells)
+            expect(cell.part < 0 || isMade(cell.part), "a row with a part that nobody makes");
+    for (const int part : kind.tabOrder)
+        expect(isMade(part), "a part in the order of Tab that nobody makes");
+    for (const Button &button : kind.buttons) {
+        expect(button.part >= 0 && button.part < mostParts, "a button without a place");
+        expect(button.question < static_cast<int>(kind.questions.size()), "an unknown question");
+    }
+    return kind;
+}
 
-// Reads the MTBF type of a board. Where that fails, an error box says so and the window goes
-// without it. False, with a trace record of the named function, when the platform can't be asked
-// or answers with no number. size is the length given to the read.
-bool readBoardMtbfType(DeviceWindow &window, int board, unsigned long *size, const char *source,
-                       const char *function);
+// Builds the window for a device and runs it until it is closed. It is given up, and left as far
+// as it was made, when the MTBF type can't be asked for. The result has no meaning.
+int runDeviceWindow(const WindowKind &kind, yat_device *device);
 
-// What Operation::run is for SetMtbfType.
-int runSetMtbfType(yat_device *device, int code, const char *type);
-
-// The device's name for a trace record.
-const char *traceNameOf(const yat_device *device);
+// Reads the state and shows it, or that it is unknown.
+void showState(DeviceWindow &window);

@@ -72,3 +72,10 @@ inline void showError(TextKey message)
 {
     msgWindow("Error", " ok ", text(message));
 }
+
+// Says that a value can't be read, and puts the text for an unknown one in its place.
+inline void replaceUnreadable(std::span<char> value, TextKey message)
+{
+    showError(message);
+    copyText(value, text("LABEL_UNKNOWN_ID"));
+}

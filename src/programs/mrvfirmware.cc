@@ -1,6 +1,6 @@
 // The firmware of the baseboard management controller, by itself.
 #include "shell/program.h"
-#include "system/windows.h"
+#include "system/firmware.h"
 #include "yat/winshim.h"
 
 #include <cstdio>

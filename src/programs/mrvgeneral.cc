@@ -1,6 +1,6 @@
 // The general settings of the machine, by themselves.
 #include "shell/program.h"
-#include "system/windows.h"
+#include "system/general.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
 

@@ -1,10 +1,14 @@
 // The device tree: its nodes from the platform's device data, its window, its dump.
-#include "devices/windows.h"
+#include "devices/cpusubwin.h"
+#include "devices/ethernet.h"
+#include "devices/pcisubwin.h"
+#include "devices/scsiadapter.h"
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
-#include "platform/trace.h"
+#include "platform/device.h"
 #include "shell/mrvmain.h"
+#include "trace/record.h"
 #include "tree/checkboxtree.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
@@ -47,25 +51,12 @@ static bool isHidden(const yat_device &device)
     return g_SystemType == YAT_MACHINE_CEDAR && isListed(hiddenOnCedar, first);
 }
 
-// A count without an array counts nothing.
-static std::span<yat_device *const> childrenOf(const yat_device &device)
-{
-    if (!device.children || device.NextDevNum < 0)
-        return {};
-    return {device.children, static_cast<size_t>(device.NextDevNum)};
-}
-
 // The class of a device, of no device, or of one that nothing is known of.
 static std::optional<int> classOf(const yat_device *device)
 {
     if (!device || !device->identity)
         return std::nullopt;
     return device->identity->ClassCode;
-}
-
-static const char *traceName(const yat_device *device)
-{
-    return device && device->lpszTreeName ? device->lpszTreeName : "NULL";
 }
 
 static ItemCallback windowOf(int classCode)
@@ -132,7 +123,7 @@ static void addFixedNodes()
                                 nullptr, param[0], NEWT_ARG_APPEND, NEWT_ARG_LAST);
     yat_newtCheckboxTreeAddItem(checktree, text("MAIN_TREE_PCIMODULE_ID"), pciNode, 0, donothing,
                                 nullptr, param[0], NEWT_ARG_APPEND, NEWT_ARG_LAST);
-    TRACE_AS("mkTree", "Draw device in the first layer ok.");
+    TRACE_AS(YAT_TRACE_PROGRESS, "mkTree", "Draw device in the first layer ok.");
 }
 
 // Adds the top-level devices with all below them. A change of class leads to the next group; it
@@ -140,7 +131,7 @@ static void addFixedNodes()
 // device without identity is of the class of the one before it, and changes nothing.
 static int addDevices(const yat_device &root)
 {
-    const std::span<yat_device *const> devices = childrenOf(root);
+    const std::span<yat_device *const> devices = childrenOf(&root);
     std::optional<int> classBefore;
     for (size_t i = 0; i < devices.size(); ++i) {
         yat_device *device = devices[i];
@@ -148,7 +139,8 @@ static int addDevices(const yat_device &root)
         if (classOf(device))
             classBefore = classOf(device);
         if (device && isHidden(*device)) {
-            TRACE_AS("mkTree", "get an invalid device %s.", traceName(device));
+            TRACE_AS(YAT_TRACE_PROGRESS, "mkTree", "get an invalid device %s.",
+                     traceNameOf(device));
             continue;
         }
         if (isOfClassBefore)
@@ -160,7 +152,7 @@ static int addDevices(const yat_device &root)
         if (classBefore && classBehind && classBefore != classBehind) {
             param[1] += 1;
             std::fill(std::begin(param) + 2, std::end(param), 0);
-            TRACE_AS("mkTree", "Param[1]:\t%d", param[1]);
+            TRACE_AS(YAT_TRACE_PROGRESS, "mkTree", "Param[1]:\t%d", param[1]);
         }
     }
     return 1;
@@ -220,11 +212,11 @@ int mkItem(yat_device *datap, int level)
     TRACE("[IN]datap=%p level=%d", static_cast<void *>(datap), level);
     TreeDrawItem(datap);
     int position = 0;
-    for (yat_device *child : childrenOf(*datap)) {
+    for (yat_device *child : childrenOf(datap)) {
         if (level + 1 < static_cast<int>(std::size(param)))
             param[level + 1] = position;
         ++position;
-        TRACE("param for device %s goes here:", traceName(child));
+        TRACE("param for device %s goes here:", traceNameOf(child));
         for (int i = 0; i < static_cast<int>(std::size(param)); ++i)
             TRACE("param[%d]:\t%d.", i, param[i]);
         if (mkItem(child, level + 1) == 0) {
@@ -299,10 +291,10 @@ void tracetree(const yat_device *record)
             printf("%-3u ", byte);
     }
     if (record->parent)
-        printf("P:%-20s", traceName(record->parent));
-    const std::span<yat_device *const> children = childrenOf(*record);
+        printf("P:%-20s", traceNameOf(record->parent));
+    const std::span<yat_device *const> children = childrenOf(record);
     if (!children.empty())
-        printf("C:%-20s", traceName(children[0]));
+        printf("C:%-20s", traceNameOf(children[0]));
     printf("\n");
     for (const yat_device *child : children)
         tracetree(child);

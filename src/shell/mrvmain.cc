@@ -1,10 +1,10 @@
 // Start-up and tear-down of the program.
 #include "shell/mrvmain.h"
 
-#include "platform/trace.h"
 #include "shell/program.h"
 #include "terminal/terminal.h"
 #include "text/keys.h"
+#include "trace/record.h"
 #include "tree/component.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
@@ -122,10 +122,10 @@ static void tearDown()
         screenOn = false;
     }
     if ((program.alwaysReleases || yat_ft_func.handle) && ft_FunctionRelease() == 0)
-        TRACE_ERROR_AS("main", "Release keldor I/F by ft_release failed.");
+        TRACE_AS(YAT_TRACE_ERROR, "main", "Release keldor I/F by ft_release failed.");
     freenewtlib();
     freeslanglib();
-    TRACE_AS("main", "<");
+    TRACE_AS(YAT_TRACE_PROGRESS, "main", "<");
 }
 
 // Sets the screen up; false, with the reason on standard error, when that can't be done.
@@ -137,7 +137,7 @@ static bool startScreen(const char *program)
                 + difference + "); install newt 0.52.9 or a later 0.52";
     if (!fault.empty()) {
         fprintf(stderr, "%s: %s\n", program, fault.c_str());
-        TRACE_ERROR_AS("main", "No screen: %s.", fault.c_str());
+        TRACE_AS(YAT_TRACE_ERROR, "main", "No screen: %s.", fault.c_str());
         return false;
     }
     guardTerminal(consoleOff, tearDown);
@@ -154,7 +154,7 @@ static bool loadCatalogue(const char *path)
     int size;
     FILE *file = OpenStrFile(path, &size);
     if (!file) {
-        TRACE_ERROR_AS("main", "<open file %s error.", path);
+        TRACE_AS(YAT_TRACE_ERROR, "main", "<open file %s error.", path);
         return false;
     }
     constexpr size_t spare = 1024;
@@ -163,7 +163,7 @@ static bool loadCatalogue(const char *path)
     if (!YAT_RcFileBuf) {
         printf("System call error!Can't malloc!");
         fclose(file);
-        TRACE_MEMORY_AS("main", "<malloc error.");
+        TRACE_AS(YAT_TRACE_MEMORY, "main", "<malloc error.");
         return false;
     }
     memset(YAT_RcFileBuf, 0, 8);

@@ -1,24 +1,17 @@
-// The firmware update of a CPU module.
+#include "system/firmupdate.h"
+
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
+#include "dialogs/operation.h"
 #include "dialogs/window.h"
-#include "platform/operation.h"
-#include "platform/trace.h"
-#include "system/windows.h"
+#include "platform/device.h"
+#include "trace/record.h"
 
 static constexpr char traceSource[] = "firmupdate";
 
 namespace {
 
-int burn(yat_device *device, int code, const char *mode)
-{
-    return BurnFirmware(device, code, mode);
-}
-
-const Operation copyBios = {"TITTLE_UPDATECOPY_ID", 9, "BURNFIRMSUPPORT_ERR_ID",
-                            "BURNFIRM_ERR_ID", burn};
-const Operation writeBios = {"TITTLE_FILEPATHUP_ID", 9, "BURNFIRMSUPPORT_ERR_ID",
-                             "BURNFIRM_ERR_ID", burn};
+constexpr Operation burn = {9, "BURNFIRMSUPPORT_ERR_ID", "BURNFIRM_ERR_ID", BurnFirmware};
 
 // Writes a text that serves as its own format, without arguments: "%%" is a "%". A conversion has
 // nothing to convert and is left as it stands.
@@ -74,13 +67,13 @@ int FirmUpdate(yat_device *datap)
             break;
         // Whatever else ends the form, F12 too, means the data file.
         const bool copies = pressed == execute && newtRadioGetCurrent(copyMethod) == copyMethod;
+        const TextKey name = copies ? TextKey("TITTLE_UPDATECOPY_ID") : "TITTLE_FILEPATHUP_ID";
         if (copies)
             formatItself(question, text("LABEL_ONLINETOOFFLINE_ID"));
         else
             copyText(question, text("QUERYWIN_UPDATE_ID"));
         if (Message(text("WINDOW_TITLE_FIRMUP_ID"), question.data()) == 1
-            && carryOut(copies ? copyBios : writeBios, datap, copies ? "FWCOPY" : "FWBURN",
-                        &detail))
+            && carryOut(burn, name, datap, copies ? "FWCOPY" : "FWBURN", &detail))
             Success(nameOf(datap).c_str());
     }
     closeWindow(form);

@@ -1,11 +1,11 @@
-// The firmware of the baseboard management controller.
+#include "system/firmware.h"
+
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/notice.h"
 #include "dialogs/window.h"
-#include "platform/trace.h"
-#include "system/windows.h"
 #include "terminal/terminal.h"
+#include "trace/record.h"
 #include "yat/hwinfo.h"
 #include "yat/winshim.h"
 
@@ -24,17 +24,18 @@ bool askForDeviceId(void *plugin, unsigned char *response)
 {
     constexpr char function[] = "Get_BMC_FWRevision";
     if (!plugin) {
-        TRACE_ERROR_AS(function, "load yathwinfo.dll error : %s", dlerror());
+        TRACE_AS(YAT_TRACE_ERROR, function, "load yathwinfo.dll error : %s", dlerror());
         return false;
     }
     const auto getDeviceId =
         reinterpret_cast<decltype(YATGetDeviceID) *>(GetProcAddress(plugin, "YATGetDeviceID"));
     if (!getDeviceId) {
-        TRACE_ERROR_AS(function, "get function pointer of YatGetDeviceID error : %s", dlerror());
+        TRACE_AS(YAT_TRACE_ERROR, function, "get function pointer of YatGetDeviceID error : %s",
+                 dlerror());
         return false;
     }
     if (getDeviceId(response) != 1) {
-        TRACE_ERROR_AS(function, "YatGetDeviceID returns FALSE!");
+        TRACE_AS(YAT_TRACE_ERROR, function, "YatGetDeviceID returns FALSE!");
         return false;
     }
     return true;
@@ -61,10 +62,8 @@ newtComponent makeRevisionBox()
 {
     newtComponent box = newtTextbox(-1, -1, 30, 1, 0);
     char revision[1024] = {};
-    if (Get_BMC_FWRevision(revision) == 0) {
-        showError("FW_REVISION__FAIL");
-        copyText(revision, text("LABEL_UNKNOWN_ID"));
-    }
+    if (Get_BMC_FWRevision(revision) == 0)
+        replaceUnreadable(revision, "FW_REVISION__FAIL");
     newtTextboxSetText(box, revision);
     return box;
 }

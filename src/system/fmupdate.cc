@@ -1,9 +1,9 @@
-// The firmware update of a SCSI adapter, which only tells that there is none.
+#include "system/fmupdate.h"
+
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
-#include "platform/trace.h"
-#include "system/windows.h"
+#include "trace/record.h"
 
 static constexpr char traceSource[] = "fmupdate";
 

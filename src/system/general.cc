@@ -1,9 +1,9 @@
-// The settings of the whole machine.
+#include "system/general.h"
+
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
-#include "platform/trace.h"
-#include "system/windows.h"
+#include "trace/record.h"
 #include "yat/ft.h"
 
 #include <cstring>
@@ -36,14 +36,14 @@ bool readSettings(Settings &settings)
 {
     if (GetBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &settings.value) == 0) {
         showError("GENERAL_GETERR_ID");
-        TRACE_ERROR_AS("General", "<GetBBDriverSettings(BB_DRV_AUTO_BURN) failed.");
+        TRACE_AS(YAT_TRACE_ERROR, "General", "<GetBBDriverSettings(BB_DRV_AUTO_BURN) failed.");
         return false;
     }
-    TRACE_AS("General", "state= %d", settings.value);
+    TRACE_AS(YAT_TRACE_PROGRESS, "General", "state= %d", settings.value);
     settings.storedBurn[0] = stateOf(settings.value);
     if (GetBBDriverSettings(YAT_SETTING_AUTO_BRING_UP, YAT_CLASS_GENERAL, 1, &settings.value) == 0) {
         showError("GENERAL_GETERR_ID");
-        TRACE_ERROR_AS("General", "<GetBBDriverSettings(BB_DRV_AUTO_BRING_UP)failed.");
+        TRACE_AS(YAT_TRACE_ERROR, "General", "<GetBBDriverSettings(BB_DRV_AUTO_BRING_UP)failed.");
         return false;
     }
     settings.storedBringUp[0] = stateOf(settings.value);
@@ -60,7 +60,7 @@ bool writeSetting(Settings &settings, int kind, char state)
 void writeSettings(Settings &settings)
 {
     if (settings.burn[0] != settings.storedBurn[0]) {
-        TRACE_AS("General", "flag =BB_DRV_AUTO_BURN");
+        TRACE_AS(YAT_TRACE_PROGRESS, "General", "flag =BB_DRV_AUTO_BURN");
         if (!writeSetting(settings, YAT_SETTING_AUTO_BURN, settings.burn[0])) {
             settings.status = autoBurnFailed;
             newtCheckboxSetValue(settings.bringUpBox, settings.storedBringUp[0]);
@@ -71,7 +71,7 @@ void writeSettings(Settings &settings)
         settings.storedBurn[0] = settings.burn[0];
     }
     if (settings.bringUp[0] != settings.storedBringUp[0]) {
-        TRACE_AS("General", "flag = BB_DRV_AUTO_BRING_UP");
+        TRACE_AS(YAT_TRACE_PROGRESS, "General", "flag = BB_DRV_AUTO_BRING_UP");
         if (!writeSetting(settings, YAT_SETTING_AUTO_BRING_UP, settings.bringUp[0])) {
             settings.status = bringUpFailed;
             newtCheckboxSetValue(settings.bringUpBox, settings.storedBringUp[0]);

@@ -40,10 +40,11 @@ inline constexpr std::string_view textKeys[] = {
 };
 static_assert(std::size(textKeys) == 106);
 
-// A key of the set. A name that is none does not compile.
+// A key of the set, or none. A name that is no key does not compile.
 struct TextKey {
-    const char *name;
+    const char *name = nullptr;
 
+    constexpr TextKey() = default;
     consteval TextKey(const char *key) : name(key)
     {
         for (const std::string_view known : textKeys)

@@ -5,7 +5,9 @@
 using namespace keys;
 
 const Device cpuModule = {"CPU module 1", space + down + space + down};
+const Device secondCpuModule = {"CPU module 2", cpuModule.path + down};
 const Device pciModule = {"PCI module 1", space + down + down + space + down};
+const Device secondPciModule = {"PCI module 2", pciModule.path + down};
 const Device scsiAdapter = {"SCSI adapter 1", space + down + down + space + down + space + down};
 const Device ethernetAdapter = {"Ethernet adapter 1",
                                 space + down + down + space + down + space + down + down};

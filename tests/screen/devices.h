@@ -11,7 +11,9 @@ struct Device {
 
 // On the shipped machines.
 extern const Device cpuModule;       // CPU module 1
+extern const Device secondCpuModule; // CPU module 2
 extern const Device pciModule;       // PCI module 1
+extern const Device secondPciModule; // PCI module 2
 extern const Device scsiAdapter;     // SCSI adapter 1
 extern const Device ethernetAdapter; // Ethernet adapter 1 of CEDAR and ALDER
 

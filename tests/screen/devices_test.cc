@@ -1,6 +1,8 @@
 // The windows of the devices: what they read, when they are given up, what they trace.
 #include "devices.h"
 
+#include <sstream>
+
 // ---- The MTBF type
 
 namespace {
@@ -339,6 +341,64 @@ TEST(WindowTrace, IsThatOfEachWindow)
                                         "0 Ethernet <"}));
 }
 
+namespace
+{
+
+// Expects each record of the source to name a line of its own file, one that has to do with it.
+void expectOwnLines(Session &session, const std::string &source, int wanted)
+{
+    EXPECT_EQ(session.trace(source).size(), static_cast<size_t>(wanted));
+    const std::vector<std::string> lines =
+        linesOf(readFile(SOURCES "/src/devices/" + source + ".cc"));
+    for (const std::string &record :
+         linesOf(readFile(session.files().stateDirectory() / "log" / "YATmrvutil.log"))) {
+        std::istringstream words(record);
+        std::string date, time, process, level, from, function;
+        size_t number = 0;
+        words >> date >> time >> process >> level >> from >> function >> number;
+        if (from != source)
+            continue;
+        ASSERT_TRUE(number > 0 && number <= lines.size()) << record;
+        const std::string &line = lines[number - 1];
+        EXPECT_TRUE(line.find("TRACE") != std::string::npos
+                    || line.find('"' + function + '"') != std::string::npos)
+            << record << "\n"
+            << line;
+    }
+}
+
+} // namespace
+
+TEST(WindowTrace, NamesLinesOfTheWindowsOwnFile)
+{
+    for (const auto &[device, source] : {std::pair{&cpuModule, "cpusubwin"},
+                                         {&pciModule, "pcisubwin"},
+                                         {&scsiAdapter, "scsiadapter"},
+                                         {&ethernetAdapter, "ethernet"}}) {
+        Session session;
+        open(session, *device);
+        session.send(keys::backTab + keys::enter);
+        session.seeNot("MTBF");
+        expectOwnLines(session, source, 4);
+    }
+    for (const GivenUp &window : givenUp) {
+        Session session(
+            {.script = window.script,
+             .environment = {{"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
+        session.see("Exit");
+        session.send(window.device->path + keys::enter + keys::tab + keys::enter);
+        session.expectExit(1);
+        expectOwnLines(session, window.device == &cpuModule ? "cpusubwin" : "pcisubwin", 4);
+    }
+    Session bios({.machine = "ALDER",
+                  .script = "yat_ft_get_property none",
+                  .environment = {{"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
+    open(bios, cpuModule);
+    press(bios, 5);
+    EXPECT_TRUE(bios.terminal().waitUntil([&] { return bios.trace("cpusubwin").size() == 5; }));
+    expectOwnLines(bios, "cpusubwin", 5);
+}
+
 TEST(DeviceWindow, OfAnAdapterReadsNothing)
 {
     for (const Device *device : {&scsiAdapter, &ethernetAdapter}) {
@@ -359,5 +419,69 @@ TEST(DeviceWindow, CutsItsTitleAtTheEndOfItsBuffer)
         session.send(cpuModule.path + keys::enter);
         session.see("Refresh");
         session.see("┤ " + (name + utility).substr(0, length) + " ├");
+    }
+}
+
+// ---- The second of two modules, and results that are neither 0 nor 1 nor -1
+
+TEST(SecondModule, IsTheOneThatIsReadAndWorkedOn)
+{
+    for (const auto &[device, type, board, state, code] :
+         {std::tuple{&secondCpuModule, "SetMtbfType(CPU module 2, 14, 1) = 1",
+                     "yat_ft_get_property(1, 2, 8, 1025) = 0", "StatusChange(2, 2, 9001) = 0",
+                     "IfSupport(CPU module 2, 13, 0) = 1"},
+          {&secondPciModule, "SetMtbfType(PCI module 2, 24, 1) = 1",
+           "yat_ft_get_property(1, 4, 8, 2) = 0", "StatusChange(3, 2, 9002) = 0",
+           "IfSupport(PCI module 2, 23, 0) = 1"}}) {
+        Session session(
+            {.rows = 40, .script = "IfSupport 1\nSetMtbfType 1\nStatusChange 0 text=as it is"});
+        open(session, *device);
+        session.see(std::string("┤ ") + device->name + " --FT Server Utility ├");
+        session.see("as it is");
+        EXPECT_EQ(session.calls("StatusChange"), Calls{state});
+        EXPECT_EQ(session.calls("yat_ft_get_property").back(), board);
+        session.send(keys::tab + keys::tab + keys::space); // the second type
+        press(session, 2);
+        session.see("Change the MTBF type of this module?");
+        session.send(keys::enter);
+        session.see("The operation was successful.");
+        EXPECT_EQ(session.calls("IfSupport"), Calls{code});
+        EXPECT_EQ(session.calls("SetMtbfType"), Calls{type});
+    }
+}
+
+TEST(Results, OfThePlatformCountAsEachCallHasThem)
+{
+    // Supported is whatever is not 0; done only 1; a state and a number whatever is not -1.
+    Session session({.script = "IfSupport -3\nInitBringDown 2\nLinux_ConvertDataToInt -2\n"
+                               "StatusChange -2 text=odd"});
+    open(session, secondCpuModule);
+    session.see("odd");
+    press(session, 5);
+    session.see("Stop this CPU module?");
+    session.send(keys::enter);
+    session.see("The device could not be stopped.");
+    EXPECT_EQ(session.calls("InitBringDown"), Calls{"InitBringDown(CPU module 2, 8) = 2"});
+}
+
+TEST(Results, OfAPropertyAreRefusalsWhereTheyAreNotZero)
+{
+    for (const char *result : {"1", "-1", "7", "-2"}) {
+        Session session({.script = std::string("yat_ft_get_property ") + result});
+        session.see("Exit");
+        session.send(secondCpuModule.path + keys::enter);
+        session.see("The MTBF type of this module cannot be read.");
+        session.send(keys::enter);
+        session.see("Refresh");
+        press(session, 9);
+        session.see("The BIOS version cannot be read.");
+        session.send(keys::enter);
+        session.see("The BIOS status cannot be read.");
+        session.send(keys::enter);
+        session.see("BIOS status:");
+        EXPECT_EQ(session.calls("yat_ft_get_property"),
+                  (Calls{std::string("yat_ft_get_property(1, 2, 8, 1025) = ") + result,
+                         std::string("yat_ft_get_property(2, 2, 27, 1024) = ") + result,
+                         std::string("yat_ft_get_property(2, 2, 28, 1024) = ") + result}));
     }
 }

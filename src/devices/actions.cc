@@ -1,0 +1,71 @@
+#include "devices/actions.h"
+
+#include "dialogs/autowin.h"
+#include "platform/device.h"
+
+#include <algorithm>
+
+namespace {
+
+bool confirm(const DeviceWindow &window, const char *question)
+{
+    return Message(nameOf(window.device).c_str(), question) == 1;
+}
+
+// Carries the button's operation out under the button's own name. After a success the whole
+// terminal and the form are drawn anew, because the operation may have written on the screen.
+void carryOut(DeviceWindow &window, const Button &button, const char *argument)
+{
+    const auto component =
+        std::ranges::find(window.kind.components, button.part, &Component::part);
+    if (!carryOut(button.operation, component->text, window.device, argument, &window.detail))
+        return;
+    newtSuspend();
+    newtResume();
+    newtDrawForm(window.form);
+    Success(nameOf(window.device).c_str());
+}
+
+} // namespace
+
+void operate(DeviceWindow &window, const Button &button)
+{
+    if (confirm(window, window.questions[button.question].data()))
+        carryOut(window, button, nullptr);
+}
+
+void refuse(DeviceWindow &, const Button &button)
+{
+    showError(button.operation.notSupported);
+}
+
+void setMtbfType(DeviceWindow &window, const Button &button)
+{
+    if (window.mtbfTypeUnavailable) {
+        showError("MTBFTYPE_UNAVAILABLE");
+        return;
+    }
+    if (!confirm(window, text("QUERYWIN_CHANGEMTBFTYPE_ID")))
+        return;
+    // Written are other values than read: 0 for what is read as 2.
+    const newtComponent *radios = window.parts + window.kind.mtbfType->firstRadio;
+    const newtComponent selected = newtRadioGetCurrent(radios[0]);
+    carryOut(window, button, selected == radios[0] ? "0" : selected == radios[1] ? "1" : "2");
+}
+
+void openDialog(DeviceWindow &window, const Button &button)
+{
+    button.opens(window.device);
+}
+
+void refresh(DeviceWindow &window, const Button &)
+{
+    showState(window);
+    newtDrawForm(window.form);
+    newtRefresh();
+}
+
+void leave(DeviceWindow &window, const Button &)
+{
+    window.isClosed = true;
+}

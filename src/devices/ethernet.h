@@ -1,0 +1,6 @@
+// The window of an Ethernet adapter. It runs until it is closed; the result has no meaning.
+#pragma once
+
+#include "yat/device.h"
+
+extern "C" YAT_API int Ethernet(yat_device *datap);

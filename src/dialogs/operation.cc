@@ -1,0 +1,20 @@
+#include "dialogs/operation.h"
+
+#include "dialogs/autowin.h"
+#include "dialogs/busyline.h"
+#include "platform/device.h"
+
+bool carryOut(const Operation &operation, TextKey name, yat_device *device, const char *argument,
+              int *detail)
+{
+    if (IfSupport(device, operation.support, detail) == 0) {
+        showError(operation.notSupported);
+        return false;
+    }
+    const BusyLine busy = showBusyLine(nameOf(device).c_str(), text(name));
+    const int result = operation.run(device, operation.support + 1, argument);
+    hideBusyLine(busy);
+    if (result != 1)
+        showError(operation.failed);
+    return result == 1;
+}
