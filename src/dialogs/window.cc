@@ -1,6 +1,8 @@
 #include "dialogs/window.h"
 
-#include "terminal/terminal.h"
+#include "terminal/ending.h"
+#include "terminal/keys.h"
+#include "terminal/size.h"
 #include "text/display.h"
 
 #include <algorithm>
@@ -132,13 +134,14 @@ void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit)
     if (const int wake = resizeDescriptor(); wake >= 0)
         newtFormWatchFd(form, wake, NEWT_FD_READ);
     windows.push_back(std::move(window));
+    ctrlAIsHotKey = false;
 }
 
 void addHotKeys(newtComponent form)
 {
     newtFormAddHotKey(form, hotKeyA);
     newtFormAddHotKey(form, hotKeyO);
-    windows.back().hotKeys = true;
+    windows.back().hotKeys = ctrlAIsHotKey = true;
 }
 
 newtComponent runForm(newtComponent form)
@@ -160,20 +163,20 @@ newtComponent runForm(newtComponent form)
     }
 }
 
+static void forgetWindow(newtComponent form)
+{
+    newtFormDestroy(form);
+    windows.pop_back();
+    ctrlAIsHotKey = !windows.empty() && windows.back().hotKeys;
+}
+
 void closeWindow(newtComponent form)
 {
     newtPopWindow();
-    newtFormDestroy(form);
-    windows.pop_back();
+    forgetWindow(form);
 }
 
 void leaveWindow(newtComponent form)
 {
-    newtFormDestroy(form);
-    windows.pop_back();
-}
-
-bool ctrlAIsHotKey()
-{
-    return !windows.empty() && windows.back().hotKeys;
+    forgetWindow(form);
 }

@@ -29,6 +29,3 @@ void closeWindow(newtComponent form);
 
 // Destroys the form of the window opened last, which stays on the screen until that is cleared.
 void leaveWindow(newtComponent form);
-
-// True when Ctrl-A is a hot key of the window opened last.
-bool ctrlAIsHotKey();

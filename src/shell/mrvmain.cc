@@ -2,7 +2,11 @@
 #include "shell/mrvmain.h"
 
 #include "shell/program.h"
-#include "terminal/terminal.h"
+#include "terminal/check.h"
+#include "terminal/console.h"
+#include "terminal/ending.h"
+#include "terminal/environment.h"
+#include "terminal/size.h"
 #include "text/keys.h"
 #include "trace/record.h"
 #include "tree/component.h"
@@ -17,13 +21,11 @@
 #include <langinfo.h>
 #include <string>
 #include <string_view>
-#include <sys/klog.h>
 
 static constexpr char traceSource[] = "mrvmain";
 
 int param[8];
 
-static bool consoleOff; // the kernel's console messages are off while the screen is in use
 static bool screenOn;
 
 // newt's structure wants writable strings; it only reads them.
@@ -67,10 +69,7 @@ void NewtStartUp(void)
 {
     if (debug_flag)
         return;
-    beginColourChoice();
-    newtInit();
-    endColourChoice();
-    disguiseTerminal();
+    startNewt();
     watchSize();
     newtSetColors(myColors);
     newtCls();
@@ -116,8 +115,7 @@ static void tearDown()
         newtCls();
         newtFinished();
         undisguiseTerminal();
-        if (consoleOff)
-            klogctl(8, nullptr, 6);
+        restoreConsole();
         releaseTerminal();
         screenOn = false;
     }
@@ -129,7 +127,7 @@ static void tearDown()
 }
 
 // Sets the screen up; false, with the reason on standard error, when that can't be done.
-static bool startScreen(const char *program)
+static bool startScreen(const char *program, bool silencesConsole)
 {
     std::string fault = terminalFault();
     if (const char *difference = fault.empty() ? componentFault() : nullptr)
@@ -140,9 +138,9 @@ static bool startScreen(const char *program)
         TRACE_AS(YAT_TRACE_ERROR, "main", "No screen: %s.", fault.c_str());
         return false;
     }
-    guardTerminal(consoleOff, tearDown);
-    if (consoleOff)
-        klogctl(6, nullptr, 0);
+    guardTerminal(tearDown);
+    if (silencesConsole)
+        silenceConsole();
     screenOn = true;
     NewtStartUp();
     return true;
@@ -198,7 +196,6 @@ int main(int argc, char **argv)
         TRACE_ERROR("<missing argument.");
         return 0;
     }
-    consoleOff = kernelLogOff;
 
     char path[50] = {};
     TRACE("enter utility/main() of mrvutil.");
@@ -221,7 +218,7 @@ int main(int argc, char **argv)
     }
 
     int status = 0;
-    if (debug_flag || startScreen(argv[0])) {
+    if (debug_flag || startScreen(argv[0], kernelLogOff)) {
         status = program.run();
         if (status == 0 && program.failure)
             TRACE_ERROR("%s", program.failure);

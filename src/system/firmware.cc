@@ -4,7 +4,7 @@
 #include "dialogs/grid.h"
 #include "dialogs/notice.h"
 #include "dialogs/window.h"
-#include "terminal/terminal.h"
+#include "terminal/lending.h"
 #include "trace/record.h"
 #include "yat/hwinfo.h"
 #include "yat/winshim.h"

@@ -1,5 +1,3 @@
-// The keys, before newt sees them.
-//
 // newt reads its keys with SLang_getkey, and the program's definition of that name comes before
 // S-Lang's. What is done here, newt leaves no other place for.
 //
@@ -10,9 +8,10 @@
 // never fire. A key beyond a byte passes its key map; cut to a byte again it is 1.
 //
 // And newt goes on reading a terminal that is gone.
-#include "dialogs/window.h"
+#include "terminal/keys.h"
+
+#include "terminal/ending.h"
 #include "terminal/sequences.h"
-#include "terminal/terminal.h"
 
 #include <algorithm>
 #include <charconv>
@@ -27,8 +26,9 @@
 #include <unistd.h>
 #include <utility>
 
-namespace
-{
+bool ctrlAIsHotKey;
+
+namespace {
 
 // What newt gets beyond a byte passes its key map, and is cut to a byte again behind it.
 constexpr unsigned int beyondKeyMap = 0x100;
@@ -172,7 +172,7 @@ extern "C" __attribute__((visibility("default"))) unsigned int SLang_getkey(void
             return key;
         if (key == escape)
             return keyAfterEscape();
-        if (key == ctrlA && ctrlAIsHotKey())
+        if (key == ctrlA && ctrlAIsHotKey)
             return beyondKeyMap | ctrlA;
         if (key != SLANG_GETKEY_ERROR)
             return key;

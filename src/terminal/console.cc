@@ -1,0 +1,22 @@
+#include "terminal/console.h"
+
+#include <csignal>
+#include <sys/klog.h>
+
+static volatile sig_atomic_t silenced;
+
+void silenceConsole()
+{
+    constexpr int consoleOff = 6;
+    silenced = 1;
+    klogctl(consoleOff, nullptr, 0);
+}
+
+void restoreConsole()
+{
+    constexpr int setLevel = 8, level = 6;
+    if (!silenced)
+        return;
+    klogctl(setLevel, nullptr, level);
+    silenced = 0;
+}

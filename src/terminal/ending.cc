@@ -1,0 +1,98 @@
+// A signal can come at any time, also while a platform operation takes its minutes. So its
+// handler does all by itself, with calls that are allowed in one, out of what was prepared before.
+#include "terminal/ending.h"
+
+#include "terminal/console.h"
+#include "terminal/lending.h"
+#include "terminal/restore.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdarg>
+#include <cstdlib>
+#include <iterator>
+#include <slang.h>
+
+namespace {
+
+constexpr int requests[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+
+void (*endProgram)();
+bool guarding;
+struct sigaction former[NSIG];
+
+// All signals are blocked in here. When it returns, the former disposition meets the same signal
+// again: a fault because the faulty instruction runs once more, any other because it is raised.
+void restoreAndDie(int signal, siginfo_t *info, void *)
+{
+    if (!terminalIsLent)
+        restoreTerminal();
+    restoreConsole();
+    sigaction(signal, &former[signal], nullptr);
+    const bool happensAgain = info->si_code > 0 && signal != SIGABRT
+                              && std::find(std::begin(faults), std::end(faults), signal)
+                                     != std::end(faults);
+    if (!happensAgain)
+        raise(signal);
+}
+
+void handle(int signal, void (*handler)(int, siginfo_t *, void *))
+{
+    sigaction(signal, nullptr, &former[signal]);
+    if (former[signal].sa_handler == SIG_IGN)
+        return; // whoever started the program wants it to go on, as nohup does
+    struct sigaction action = {};
+    action.sa_sigaction = handler;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigfillset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+// A stack of their own for the handlers, for the case that the program's is used up.
+void provideStack()
+{
+    static char stack[65536];
+    const stack_t alternate = {.ss_sp = stack, .ss_flags = 0, .ss_size = sizeof stack};
+    sigaltstack(&alternate, nullptr);
+}
+
+// S-Lang ends the program by itself when it can't read the terminal any more. It must not get
+// that far: its exit status would be another.
+void endOnReadError(char *, va_list)
+{
+    endWithoutTerminal();
+}
+
+} // namespace
+
+void guardTerminal(void (*end)())
+{
+    rememberTerminal();
+    endProgram = end;
+    provideStack();
+    for (const int signal : requests)
+        handle(signal, restoreAndDie);
+    for (const int signal : faults)
+        handle(signal, restoreAndDie);
+    SLang_Exit_Error_Hook = endOnReadError;
+    guarding = true;
+}
+
+void releaseTerminal()
+{
+    if (!guarding)
+        return;
+    for (const int signal : requests)
+        sigaction(signal, &former[signal], nullptr);
+    for (const int signal : faults)
+        sigaction(signal, &former[signal], nullptr);
+    guarding = false;
+}
+
+void endWithoutTerminal()
+{
+    if (endProgram)
+        endProgram();
+    exit(0);
+}

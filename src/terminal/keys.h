@@ -1,0 +1,5 @@
+// The keys, before newt sees them.
+#pragma once
+
+// True while Ctrl-A is a hot key of the window opened last; what opens windows keeps it so.
+extern bool ctrlAIsHotKey;

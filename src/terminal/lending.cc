@@ -1,0 +1,23 @@
+#include "terminal/lending.h"
+
+#include "terminal/environment.h"
+#include "terminal/restore.h"
+
+#include <newt.h>
+
+volatile sig_atomic_t terminalIsLent;
+
+void lendTerminal()
+{
+    newtSuspend();
+    undisguiseTerminal();
+    terminalIsLent = 1;
+}
+
+void reclaimTerminal()
+{
+    terminalIsLent = 0;
+    resetTerminal();
+    disguiseTerminal();
+    newtResume();
+}

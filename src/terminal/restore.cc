@@ -1,0 +1,88 @@
+#include "terminal/restore.h"
+
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <initializer_list>
+#include <poll.h>
+#include <slang.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+termios modes;
+
+// Bytes for the terminal.
+struct Sequence {
+    char bytes[256];
+    size_t length;
+};
+Sequence restoring;    // leaves the screen
+Sequence initialising; // undoes what a program may have left set
+
+// Writes without waiting for ever for a terminal that takes nothing any more.
+void writeToTerminal(const Sequence &sequence)
+{
+    const char *bytes = sequence.bytes;
+    size_t length = sequence.length;
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    fcntl(STDOUT_FILENO, F_SETFL, flags | O_NONBLOCK);
+    pollfd terminal{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    while (length > 0 && poll(&terminal, 1, 200) == 1) {
+        const ssize_t written = write(STDOUT_FILENO, bytes, length);
+        if (written <= 0)
+            break;
+        bytes += written;
+        length -= static_cast<size_t>(written);
+    }
+    fcntl(STDOUT_FILENO, F_SETFL, flags);
+}
+
+Sequence capabilities(std::initializer_list<const char *> names)
+{
+    Sequence result{};
+    for (const char *name : names) {
+        const char *bytes = SLtt_tgetstr(const_cast<char *>(name));
+        const size_t length = bytes ? strlen(bytes) : 0;
+        if (length + 1 < sizeof result.bytes - result.length) { // room for one more
+            memcpy(result.bytes + result.length, bytes ? bytes : "", length);
+            result.length += length;
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+void rememberTerminal()
+{
+    tcgetattr(STDIN_FILENO, &modes);
+    // Attributes and line drawing off, screen cleared, keypad off, cursor on, screen left.
+    restoring = capabilities({"me", "ae", "cl", "ke", "ve", "te"});
+    // Attributes and line drawing off, the terminal's own initialisation.
+    initialising = capabilities({"me", "ae", "is"});
+    constexpr char shiftIn = '\x0f'; // the first character set, which terminfo does not tell of
+    initialising.bytes[initialising.length++] = shiftIn;
+}
+
+void restoreTerminal()
+{
+    tcsetattr(STDIN_FILENO, TCSANOW, &modes);
+    writeToTerminal(restoring);
+}
+
+void resetTerminal()
+{
+    // The other program may have made another process group the terminal's, and then this one
+    // would be stopped for what follows.
+    sigset_t output, before;
+    sigemptyset(&output);
+    sigaddset(&output, SIGTTOU);
+    sigprocmask(SIG_BLOCK, &output, &before);
+    tcsetpgrp(STDIN_FILENO, getpgrp());
+    tcsetattr(STDIN_FILENO, TCSADRAIN, &modes);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    tcflush(STDIN_FILENO, TCIFLUSH);
+    writeToTerminal(initialising);
+}

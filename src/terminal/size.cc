@@ -1,0 +1,61 @@
+#include "terminal/size.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+int wakePipe[2] = {-1, -1};
+winsize size; // when it was last looked at
+
+winsize terminalSize()
+{
+    winsize now{};
+    ioctl(STDOUT_FILENO, TIOCGWINSZ, &now);
+    return now;
+}
+
+void noteResize(int)
+{
+    const int savedErrno = errno;
+    const ssize_t ignored = write(wakePipe[1], "", 1); // a full pipe has woken already
+    static_cast<void>(ignored);
+    errno = savedErrno;
+}
+
+} // namespace
+
+void watchSize()
+{
+    if (wakePipe[0] < 0) {
+        if (pipe2(wakePipe, O_NONBLOCK | O_CLOEXEC) != 0)
+            return;
+        size = terminalSize();
+    }
+    struct sigaction action = {};
+    action.sa_handler = noteResize;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGWINCH, &action, nullptr);
+    const winsize now = terminalSize();
+    if (now.ws_row != size.ws_row || now.ws_col != size.ws_col)
+        noteResize(SIGWINCH); // it changed while nobody watched
+}
+
+int resizeDescriptor()
+{
+    return wakePipe[0];
+}
+
+bool resizePending()
+{
+    char bytes[64];
+    bool pending = false;
+    while (read(wakePipe[0], bytes, sizeof bytes) > 0)
+        pending = true;
+    size = terminalSize();
+    return pending;
+}
