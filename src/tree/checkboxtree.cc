@@ -44,29 +44,30 @@ int rowsOf(newtComponent component)
     return std::max(component->height, 0);
 }
 
-const char *treeLine(const Item &item)
+const char *treeLine(const Item &item, bool last)
 {
-    if (!item.branch)
-        return item.next ? "|- " : "`- ";
+    if (!isBranch(&item))
+        return last ? "`- " : "|- ";
     if (item.depth == 0)
         return item.selected ? "[-] " : "[+] ";
-    if (item.next)
-        return item.selected ? "|- [-] " : "|- [+] ";
-    return item.selected ? "`- [-] " : "`- [+] ";
+    if (last)
+        return item.selected ? "`- [-] " : "`- [+] ";
+    return item.selected ? "|- [-] " : "|- [+] ";
 }
 
-void drawRow(const Item &item, const std::array<bool, markedLevels> &isLast, int width)
+// Draws a row. The marks say on which of the item's levels the last of its siblings was passed.
+void drawRow(const Item &item, bool last, const std::array<bool, markedLevels> &marks, int width)
 {
     if (item.depth >= 1) {
         SLsmg_write_string(const_cast<char *>(" "));
-        for (size_t level = 1; level < static_cast<size_t>(item.depth); ++level)
+        for (size_t level = 1; level < item.depth; ++level)
             SLsmg_write_string(
-                const_cast<char *>(level < markedLevels && isLast[level] ? "    " : "|   "));
+                const_cast<char *>(level < markedLevels && marks[level] ? "    " : "|   "));
     }
-    SLsmg_write_string(const_cast<char *>(treeLine(item)));
-    const int room = width - 4 * item.depth - (item.branch ? 4 : 0);
+    SLsmg_write_string(const_cast<char *>(treeLine(item, last)));
+    const int room = width - 4 * static_cast<int>(item.depth) - (isBranch(&item) ? 4 : 0);
     if (room > 0)
-        SLsmg_write_nstring(const_cast<char *>(item.text.c_str()), static_cast<unsigned>(room));
+        SLsmg_write_nstring(const_cast<char *>(item.text.get()), static_cast<unsigned>(room));
 }
 
 void drawBlankRow(int width)
@@ -83,9 +84,11 @@ intptr_t *collectLeaves(const TreeModel &model, int *count, int state)
     if (room == 0)
         return nullptr;
     auto *list = static_cast<intptr_t *>(malloc(static_cast<size_t>(room) * sizeof(intptr_t)));
-    for (const Item *item = model.items; list && item && *count < room; item = nextItem(item))
-        if (!item->branch && (state ? item->selected == state : item->selected != 0))
-            list[(*count)++] = item->data;
+    for (Walk walk(model.items); list && walk.item && *count < room; walk.next()) {
+        const int itemState = static_cast<int>(walk.item->selected);
+        if (!isBranch(walk.item) && (state ? itemState == state : itemState != 0))
+            list[(*count)++] = walk.item->data;
+    }
     return list;
 }
 
@@ -173,7 +176,12 @@ int yat_newtCheckboxTreeAddArray(newtComponent component, const char *text, intp
     const int *end = path;
     while (*end != NEWT_ARG_LAST)
         ++end;
-    auto *item = new Item{.text = showable(text ? text : ""), .data = data, .callback = callback, .record = record};
+    const std::string shown = showable(text ? text : "");
+    auto *item = new Item{.data = data,
+                          .callback = callback,
+                          .record = record,
+                          .text = std::make_unique<char[]>(shown.size() + 1)};
+    shown.copy(item->text.get(), shown.size());
     item->selected = (flags & NEWT_FLAG_SELECTED) != 0;
     item->flags = flags;
     if (!insertItem(tree.model, item, {path, end})) {
@@ -181,22 +189,23 @@ int yat_newtCheckboxTreeAddArray(newtComponent component, const char *text, intp
         return -1;
     }
     // The drawing indents by 4 columns a level; 5 leave some to spare.
-    const int width = textWidth(item->text.c_str()) + 4 + 5 * item->depth + tree.pad;
+    const int width = textWidth(shown.c_str()) + 4 + 5 * static_cast<int>(item->depth) + tree.pad;
     component->width = tree.madeWidth = std::max(width, tree.madeWidth);
     return 0;
 }
 
 int *yat_newtCheckboxTreeFindItem(newtComponent component, intptr_t data)
 {
-    const Item *item = findItem(treeOf(component).model, data);
-    if (!item)
+    const Walk found = findItem(treeOf(component).model, data);
+    if (!found.item)
         return nullptr;
-    int *path = static_cast<int *>(malloc(static_cast<size_t>(item->depth + 2) * sizeof(int)));
+    const size_t levels = found.places.size();
+    int *path = static_cast<int *>(malloc((levels + 1) * sizeof(int)));
     if (!path)
         return nullptr;
-    path[item->depth + 1] = NEWT_ARG_LAST;
-    for (; item; item = item->parent)
-        path[item->depth] = itemPosition(item);
+    path[levels] = NEWT_ARG_LAST;
+    for (size_t i = 0; i < levels; ++i)
+        path[i] = found.places[i].before + static_cast<int>(found.places[i].at);
     return path;
 }
 
@@ -224,7 +233,7 @@ intptr_t yat_newtCheckboxTreeGetCurrent(newtComponent component)
 void yat_newtCheckboxTreeSetCurrent(newtComponent component, intptr_t data)
 {
     CheckboxTree &tree = treeOf(component);
-    if (Item *item = findItem(tree.model, data)) {
+    if (Item *item = findItem(tree.model, data).item) {
         makeCurrent(tree.model, item, rowsOf(component));
         yat_ctDraw(component);
     }
@@ -232,10 +241,10 @@ void yat_newtCheckboxTreeSetCurrent(newtComponent component, intptr_t data)
 
 int yat_newtCheckboxTreeGetEntryValue(newtComponent component, intptr_t data)
 {
-    const Item *item = component ? findItem(treeOf(component).model, data) : nullptr;
+    const Item *item = component ? findItem(treeOf(component).model, data).item : nullptr;
     if (!item)
         return -1;
-    if (item->branch)
+    if (isBranch(item))
         return item->selected ? 1 : 0;
     const std::string &sequence = treeOf(component).model.sequence;
     return item->selected < sequence.size() ? sequence[item->selected] : 0;
@@ -244,9 +253,9 @@ int yat_newtCheckboxTreeGetEntryValue(newtComponent component, intptr_t data)
 void yat_newtCheckboxTreeSetEntryValue(newtComponent component, intptr_t data, char state)
 {
     CheckboxTree &tree = treeOf(component);
-    Item *item = findItem(tree.model, data);
+    Item *item = findItem(tree.model, data).item;
     const size_t index = tree.model.sequence.find(state);
-    if (!item || item->branch || index == std::string::npos)
+    if (!item || isBranch(item) || index == std::string::npos)
         return;
     item->selected = static_cast<unsigned char>(index);
     yat_ctDraw(component);
@@ -262,20 +271,21 @@ void yat_ctDraw(newtComponent component)
         rebuildFlatList(model);
         model.current = model.first = 0;
     }
-    std::array<bool, markedLevels> isLast{};
+    std::array<bool, markedLevels> marks{};
     newtTrashScreen();
 
     int row = 0, cursorRow = 0;
     for (; row < component->height && model.flatList[model.first + row]; ++row) {
         const Item &item = *model.flatList[model.first + row];
-        if (static_cast<size_t>(item.depth) < markedLevels)
-            isLast[static_cast<size_t>(item.depth)] = !item.next;
+        const bool last = isLast(model, &item);
+        if (item.depth < markedLevels)
+            marks[item.depth] = last;
         newtGotorc(component->top + row, component->left);
         const bool isCurrent = model.first + row == model.current;
         if (isCurrent)
             cursorRow = row;
         SLsmg_set_color(isCurrent ? colourCurrent : colourItem);
-        drawRow(item, isLast, component->width);
+        drawRow(item, last, marks, component->width);
     }
     for (; row < component->height; ++row) {
         newtGotorc(component->top + row, component->left);
@@ -315,11 +325,9 @@ EventResult yat_ctEvent(newtComponent component, Event event)
 void yat_ctDestroy(newtComponent component)
 {
     CheckboxTree *tree = &treeOf(component);
-    for (Item *item = tree->model.items; item;) {
-        Item *next = item->next;
-        delete item;
-        item = next;
-    }
+    for (const SiblingNode *leaf = firstLeaf(tree->model.items); leaf; leaf = leaf->next)
+        for (const Item *item : leaf->items)
+            delete item;
     delete tree;
     delete component;
 }

@@ -1,173 +1,83 @@
 #include "tree/treemodel.h"
 
 #include <algorithm>
-#include <newt.h>
+#include <climits>
 
-namespace {
-
-// The order of a sibling list is a treap: a search tree by position that the items' random
-// priorities keep balanced.
-
-int itemsBelow(const Item *item)
+bool isLast(const TreeModel &model, const Item *item)
 {
-    return item ? item->below : 0;
+    return lastSibling(item->parent ? item->parent->children : model.items) == item;
 }
-
-void updateBelow(Item *item)
-{
-    item->below = itemsBelow(item->lower) + 1 + itemsBelow(item->upper);
-}
-
-Item *itemAt(const SiblingOrder &order, int position)
-{
-    Item *item = order.root;
-    while (item && position != itemsBelow(item->lower)) {
-        if (position < itemsBelow(item->lower)) {
-            item = item->lower;
-        } else {
-            position -= itemsBelow(item->lower) + 1;
-            item = item->upper;
-        }
-    }
-    return item;
-}
-
-// Splits a part of the order before a position.
-void split(Item *item, int position, Item **lower, Item **upper)
-{
-    if (!item) {
-        *lower = *upper = nullptr;
-        return;
-    }
-    if (position <= itemsBelow(item->lower)) {
-        split(item->lower, position, lower, &item->lower);
-        *upper = item;
-    } else {
-        split(item->upper, position - itemsBelow(item->lower) - 1, &item->upper, upper);
-        *lower = item;
-    }
-    updateBelow(item);
-}
-
-void insertAt(Item **place, int position, Item *item)
-{
-    // Down to where the new item's priority belongs; all on the way get one item more below.
-    while (*place && (*place)->priority >= item->priority) {
-        Item *above = *place;
-        ++above->below;
-        if (position <= itemsBelow(above->lower)) {
-            place = &above->lower;
-        } else {
-            position -= itemsBelow(above->lower) + 1;
-            place = &above->upper;
-        }
-    }
-    split(*place, position, &item->lower, &item->upper);
-    updateBelow(item);
-    *place = item;
-}
-
-uint32_t nextRandom(TreeModel &model)
-{
-    uint32_t &x = model.random;
-    x ^= x << 13;
-    x ^= x >> 17;
-    x ^= x << 5;
-    return x;
-}
-
-// A sibling list: the list of the top level, or of an item's children.
-struct List {
-    Item **head;
-    SiblingOrder *order;
-    Item *parent;
-};
-
-List childrenOf(TreeModel &model, Item *parent)
-{
-    return parent ? List{&parent->branch, &parent->children, parent}
-                  : List{&model.items, &model.order, nullptr};
-}
-
-bool isExpandedBranch(const Item *item)
-{
-    return item->branch && item->selected;
-}
-
-const Item *skipChildren(const Item *item)
-{
-    while (item && !item->next)
-        item = item->parent;
-    return item;
-}
-
-} // namespace
 
 bool insertItem(TreeModel &model, Item *item, std::span<const int> path)
 {
-    if (path.empty() || (!model.items && path.size() > 1))
+    if (path.empty())
         return false;
-    List list = childrenOf(model, nullptr);
-    for (size_t i = 0; i + 1 < path.size(); ++i) {
-        Item *parent = path[i] < 0 ? nullptr : itemAt(*list.order, path[i]);
+    Siblings *list = &model.items;
+    Item *parent = nullptr;
+    for (const int position : path.first(path.size() - 1)) {
+        parent = position < 0 ? nullptr : siblingAt(*list, position);
         if (!parent)
             return false;
-        list = childrenOf(model, parent);
-        if (!*list.head && i + 2 < path.size())
-            return false;
+        list = &parent->children;
     }
-
-    const int count = itemsBelow(list.order->root);
-    const int position = path.back() < 0 ? count : std::min(path.back(), count);
-    Item *next = position < count ? itemAt(*list.order, position) : nullptr;
-    item->next = next;
-    item->prev = next ? next->prev : list.order->last;
-    (item->prev ? item->prev->next : *list.head) = item;
-    (next ? next->prev : list.order->last) = item;
-    item->parent = list.parent;
-    item->depth = static_cast<int>(path.size()) - 1;
-    item->priority = nextRandom(model);
-    insertAt(&list.order->root, position, item);
+    item->parent = parent;
+    item->depth = static_cast<unsigned>(path.size() - 1) & 0xFFFFFF;
+    insertSibling(*list, path.back() < 0 ? INT_MAX : path.back(), item);
     return true;
 }
 
-Item *nextItem(const Item *item)
+static void enter(Walk &walk, const Siblings &list)
 {
-    if (item->branch)
-        return item->branch;
-    item = skipChildren(item);
-    return item ? item->next : nullptr;
+    const SiblingNode *leaf = firstLeaf(list);
+    walk.places.push_back({leaf, 0, 0});
+    walk.item = leaf->items.front();
 }
 
-Item *nextVisibleItem(const Item *item)
+// To the next item that is not below this one.
+static void pass(Walk &walk)
 {
-    if (isExpandedBranch(item))
-        return item->branch;
-    item = skipChildren(item);
-    return item ? item->next : nullptr;
+    while (!walk.places.empty()) {
+        Walk::Place &place = walk.places.back();
+        if (++place.at == place.leaf->items.size() && place.leaf->next)
+            place = {place.leaf->next, 0, place.before + static_cast<int>(place.at)};
+        if (place.at < place.leaf->items.size()) {
+            walk.item = place.leaf->items[place.at];
+            return;
+        }
+        walk.places.pop_back();
+    }
+    walk.item = nullptr;
 }
 
-Item *findItem(const TreeModel &model, intptr_t data)
+Walk::Walk(const Siblings &list)
 {
-    Item *item = model.items;
-    while (item && item->data != data)
-        item = nextItem(item);
-    return item;
+    if (list.root)
+        enter(*this, list);
 }
 
-int itemPosition(const Item *item)
+void Walk::next()
 {
-    int position = 0;
-    for (; item->prev; item = item->prev)
-        ++position;
-    return position;
+    isBranch(item) ? enter(*this, item->children) : pass(*this);
+}
+
+void Walk::nextVisible()
+{
+    isBranch(item) && item->selected ? enter(*this, item->children) : pass(*this);
+}
+
+Walk findItem(const TreeModel &model, intptr_t data)
+{
+    Walk walk(model.items);
+    while (walk.item && walk.item->data != data)
+        walk.next();
+    return walk;
 }
 
 int countItems(const TreeModel &model, int state)
 {
     int count = 0;
-    for (const Item *item = model.items; item; item = nextItem(item))
-        if (state == 0 || (!item->branch && item->selected == state))
+    for (Walk walk(model.items); walk.item; walk.next())
+        if (state == 0 || (!isBranch(walk.item) && static_cast<int>(walk.item->selected) == state))
             ++count;
     return count;
 }
@@ -177,8 +87,8 @@ void rebuildFlatList(TreeModel &model)
     delete[] model.flatList;
     model.flatList = new Item *[static_cast<size_t>(countItems(model, 0)) + 1];
     model.flatCount = 0;
-    for (Item *item = model.items; item; item = nextVisibleItem(item))
-        model.flatList[model.flatCount++] = item;
+    for (Walk walk(model.items); walk.item; walk.nextVisible())
+        model.flatList[model.flatCount++] = walk.item;
     model.flatList[model.flatCount] = nullptr;
 }
 
@@ -194,12 +104,12 @@ void setItem(TreeModel &model, Item *item, SetMode mode)
 {
     if (mode != SetMode::toggle)
         item->selected = mode == SetMode::set;
-    else if (item->branch)
+    else if (isBranch(item))
         item->selected = !item->selected;
-    else if (++item->selected >= model.sequence.size())
-        item->selected = 0;
+    else
+        item->selected = item->selected + 1u < model.sequence.size() ? item->selected + 1u : 0u;
 
-    if (!item->branch || !model.flatList)
+    if (!isBranch(item) || !model.flatList)
         return;
     const Item *current = model.flatList[model.current];
     const Item *first = model.flatList[model.first];

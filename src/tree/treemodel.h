@@ -1,72 +1,76 @@
 // The items of the checkbox tree, apart from their drawing.
 #pragma once
 
+#include "tree/siblings.h"
 #include "yat/device.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
-#include <string_view>
+#include <vector>
 
 // Called when an item is chosen with Enter; the result is ignored.
 using ItemCallback = int (*)(yat_device *record);
 
-struct Item;
-
-// The items of one sibling list by their position: a balanced tree over the list, so that the k-th
-// item is found and an item is inserted without a walk along the list.
-struct SiblingOrder {
-    Item *root = nullptr;
-    Item *last = nullptr;
-};
-
 struct Item {
-    std::string text;
     intptr_t data = 0;
+    Siblings children{};
     ItemCallback callback = nullptr;
     yat_device *record = nullptr;
-    unsigned char selected = 0; // leaf: index of its state; branch: 1 expanded, 0 collapsed
-    Item *next = nullptr, *prev = nullptr;
-    Item *branch = nullptr; // first child
-    int flags = 0;
-    int depth = 0;
-
     Item *parent = nullptr;
-    SiblingOrder children{};
-    // Of the order this item is in:
-    Item *lower = nullptr, *upper = nullptr;
-    uint32_t priority = 0;
-    int below = 1; // items in this part of the order, this one included
+    std::unique_ptr<char[]> text;
+    int flags = 0;
+    unsigned depth : 24 = 0;
+    unsigned selected : 8 = 0; // leaf: index of its state; branch: 1 expanded, 0 collapsed
 };
 
 enum class SetMode { set, reset, toggle };
 
 struct TreeModel {
-    Item *items = nullptr; // first item of the top level
-    SiblingOrder order;
+    Siblings items;            // of the top level
     Item **flatList = nullptr; // the visible items in display order, ended by null
     int current = -1;          // position in the flat list, -1 when there is none
     int first = -1;            // position of the item on the top row
     int flatCount = 0;
     std::string sequence; // a character for each state of a leaf
-    uint32_t random = 2463534242;
 };
+
+// True for an item that has items below it.
+inline bool isBranch(const Item *item)
+{
+    return item->children.root != nullptr;
+}
+
+// True for the last item of its sibling list.
+bool isLast(const TreeModel &model, const Item *item);
 
 // Puts an item into the list that the path leads to: positions from the top level down, the last
 // one that of the item, or NEWT_ARG_APPEND. The path has no end marker. Sets its depth and its
-// neighbours. False, with nothing changed, when the path does not lead to a list.
+// parent. False, with nothing changed, when the path does not lead to a list.
 bool insertItem(TreeModel &model, Item *item, std::span<const int> path);
 
-// The item after this one in depth-first order, null after the last: of the whole tree, or of
-// what is visible.
-Item *nextItem(const Item *item);
-Item *nextVisibleItem(const Item *item);
+// A walk over the items in depth-first order:
+//
+//     for (Walk walk(model.items); walk.item; walk.next())
+//         visit(walk.item);
+struct Walk {
+    // Where it stands in the list of each level.
+    struct Place {
+        const SiblingNode *leaf;
+        size_t at;
+        int before; // items in the leaves before
+    };
+    std::vector<Place> places;
+    Item *item = nullptr; // null past the last one
 
-// The first item, in depth-first order, with this data.
-Item *findItem(const TreeModel &model, intptr_t data);
+    explicit Walk(const Siblings &list);
+    void next();        // goes below every branch
+    void nextVisible(); // goes below expanded branches only
+};
 
-// Position of an item in its sibling list.
-int itemPosition(const Item *item);
+// The first item, in depth-first order, with this data, where a walk meets it.
+Walk findItem(const TreeModel &model, intptr_t data);
 
 // Number of items: of all with state 0, else of the leaves in that state.
 int countItems(const TreeModel &model, int state);

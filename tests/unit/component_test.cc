@@ -130,6 +130,20 @@ TEST_F(CheckboxTree, AddsWhereThePathSays)
     EXPECT_EQ(pathOf(99), Path{});
 }
 
+TEST_F(CheckboxTree, FindsItsWayInLongLists)
+{
+    constexpr int count = 500; // more than a node of a list takes
+    add("top", 1, {0});
+    for (int i = 0; i < count; ++i)
+        add("child", 100 + i, {0, NEWT_ARG_APPEND});
+    for (int i = 0; i < count; ++i)
+        add("grandchild", 1000 + i, {0, i, 0});
+    for (int i = 0; i < count; ++i) {
+        ASSERT_EQ(pathOf(100 + i), (Path{0, i}));
+        ASSERT_EQ(pathOf(1000 + i), (Path{0, i, 0}));
+    }
+}
+
 TEST_F(CheckboxTree, TakesItsPathAsArgumentsToo)
 {
     EXPECT_EQ(yat_newtCheckboxTreeAddItem(tree, "top", 1, 0, nullptr, nullptr, 0, NEWT_ARG_LAST), 0);
@@ -292,7 +306,7 @@ TEST_F(CheckboxTree, TakesAnItemWithoutACallback)
 TEST_F(CheckboxTree, SetsAndResetsLeavesAndBranches)
 {
     Item leaf{}, branch{}, child{};
-    branch.branch = &child;
+    insertSibling(branch.children, 0, &child);
     for (Item *item : {&leaf, &branch})
         for (const auto &[mode, selected] :
              {std::pair{SetMode::set, 1}, {SetMode::set, 1}, {SetMode::reset, 0},

@@ -140,7 +140,7 @@ public:
 
     void makeCurrentItem(int data, int height)
     {
-        Item *item = findItem(model, data);
+        Item *item = findItem(model, data).item;
         const std::vector<const Simple *> every = simple.items(true);
         const auto found = std::ranges::find(every, data, &Simple::data);
         RC_ASSERT((item != nullptr) == (found != every.end()));
@@ -184,18 +184,18 @@ private:
     void compareItems() const
     {
         const std::vector<const Simple *> wanted = simple.items(true);
-        const Item *item = model.items;
+        Walk walk(model.items);
         for (const Simple *one : wanted) {
+            const Item *item = walk.item;
             RC_ASSERT(item != nullptr);
             RC_ASSERT(item->data == one->data);
             RC_ASSERT(static_cast<int>(item->selected) == one->selected);
-            RC_ASSERT((item->branch != nullptr) == !one->children.empty());
-            RC_ASSERT((!item->next || item->next->prev == item));
-            RC_ASSERT((!item->prev || item->prev->next == item));
+            RC_ASSERT(isBranch(item) == !one->children.empty());
             RC_ASSERT(item->depth == (item->parent ? item->parent->depth + 1 : 0));
-            item = nextItem(item);
+            RC_ASSERT(item->depth + 1 == walk.places.size());
+            walk.next();
         }
-        RC_ASSERT(item == nullptr);
+        RC_ASSERT(walk.item == nullptr);
         RC_ASSERT(countItems(model, 0) == static_cast<int>(wanted.size()));
         for (int state = 1; state < 4; ++state)
             RC_ASSERT(countItems(model, state)
@@ -255,35 +255,20 @@ RC_GTEST_PROP(TreeModel, FindsEveryItemWhereItIs, ())
     Pair pair;
     for (const auto &path : *rc::gen::container<std::vector<std::vector<int>>>(paths()))
         pair.insert(path);
-    for (Item *item = pair.model.items; item; item = nextItem(item)) {
-        RC_ASSERT(findItem(pair.model, item->data) == item);
-        int position = 0;
-        const Item *sibling = item->parent ? item->parent->branch : pair.model.items;
-        for (; sibling != item; sibling = sibling->next)
-            ++position;
-        RC_ASSERT(itemPosition(item) == position);
+    for (Walk walk(pair.model.items); walk.item; walk.next()) {
+        const Walk found = findItem(pair.model, walk.item->data);
+        RC_ASSERT(found.item == walk.item);
+        const Siblings *list = &pair.model.items;
+        const Item *item = nullptr;
+        for (const Walk::Place &place : found.places) {
+            const int position = place.before + static_cast<int>(place.at);
+            item = siblingAt(*list, position);
+            RC_ASSERT(item != nullptr);
+            RC_ASSERT(isLast(pair.model, item) == !siblingAt(*list, position + 1));
+            list = &item->children;
+        }
+        RC_ASSERT(item == walk.item);
     }
-}
-
-TEST(TreeModel, KeepsAnOrderedListThroughAnyInsertion)
-{
-    // A long list by random positions, against a vector.
-    TreeModel model;
-    std::vector<intptr_t> wanted;
-    std::vector<std::unique_ptr<Item>> items;
-    uint32_t random = 1;
-    for (int i = 0; i < 3000; ++i) {
-        random = random * 1664525 + 1013904223;
-        const int position = static_cast<int>(random >> 8) % (i + 1);
-        items.push_back(std::make_unique<Item>());
-        items.back()->data = i;
-        ASSERT_TRUE(insertItem(model, items.back().get(), std::vector{position}));
-        wanted.insert(wanted.begin() + position, i);
-    }
-    std::vector<intptr_t> found;
-    for (const Item *item = model.items; item; item = item->next)
-        found.push_back(item->data);
-    EXPECT_EQ(found, wanted);
 }
 
 TEST(TreeModel, PageDownStaysInAListThatGrewAboveTheCurrentItem)
