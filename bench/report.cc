@@ -6,7 +6,6 @@
 #include <ctime>
 #include <fstream>
 #include <map>
-#include <stdexcept>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 #include <vector>
@@ -158,10 +157,4 @@ int runBenchmarks(int argc, char **argv, int output)
     const bool ran = benchmark::RunSpecifiedBenchmarks(&table) > 0;
     benchmark::Shutdown();
     return fclose(out) == 0 && ran && !table.failed ? 0 : 1;
-}
-
-Scratch::Scratch(const std::string &parent) : path(parent + "/mrv-bench-XXXXXX")
-{
-    if (!mkdtemp(path.data()))
-        throw std::runtime_error("no directory can be made in " + parent);
 }

@@ -3,8 +3,6 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
-#include <filesystem>
-#include <string>
 
 // What the figures hold for: day, processors, build.
 std::string conditions();
@@ -18,14 +16,3 @@ void repeatedForSomeTime(benchmark::internal::Benchmark *benchmark);
 // Runs all registered benchmarks that the arguments (those of Google Benchmark) choose, and
 // writes the table to the file descriptor. The exit status.
 int runBenchmarks(int argc, char **argv, int output);
-
-// A directory below the given one, removed at the end.
-class Scratch {
-public:
-    explicit Scratch(const std::string &parent);
-    ~Scratch() { std::filesystem::remove_all(path); }
-    Scratch(const Scratch &) = delete;
-    Scratch &operator=(const Scratch &) = delete;
-
-    std::string path;
-};

@@ -5,6 +5,7 @@
 #include "screenprogram.h"
 
 #include "report.h"
+#include "support/files.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -128,11 +129,11 @@ void compare(const std::vector<ScreenProgram> &programs, int turns)
     printf("\n");
 }
 
-void compareAll(const Scratch &scratch, int turns)
+void compareAll(const TemporaryDirectory &scratch, int turns)
 {
-    const std::string freeRoot = scratch.path + "/root";
+    const std::string freeRoot = scratch.path / "root";
     makeFreeRoot(freeRoot);
-    const std::string bigMachine = scratch.path + "/big.toml";
+    const std::string bigMachine = scratch.path / "big.toml";
     writeBigMachine(bigMachine, manyDevices);
     const ScreenProgram empty{.name = "a newt program with nothing in it",
                               .command = {EMPTY_NEWT},
@@ -140,16 +141,16 @@ void compareAll(const Scratch &scratch, int turns)
                               .shows = "Exit",
                               .endKey = escape,
                               .endStatus = 0};
-    compare({utility("mrvutil, simulated CEDAR", STAGE, scratch.path + "/cedar",
-                     "YAT_MACHINE=CEDAR"),
-             utility("mrvutil, platform that costs nothing", freeRoot, scratch.path + "/free",
-                     "BENCH_DEVICES=" + std::to_string(visibleDevices)),
-             menu("whiptail, menu of as many", visibleDevices), empty},
-            turns);
+    compare(
+        {utility("mrvutil, simulated CEDAR", STAGE, scratch.path / "cedar", "YAT_MACHINE=CEDAR"),
+         utility("mrvutil, platform that costs nothing", freeRoot, scratch.path / "free",
+                 "BENCH_DEVICES=" + std::to_string(visibleDevices)),
+         menu("whiptail, menu of as many", visibleDevices), empty},
+        turns);
     const std::string many = std::to_string(manyDevices);
-    compare({utility("mrvutil, simulated, " + many + " devices", STAGE, scratch.path + "/big",
+    compare({utility("mrvutil, simulated, " + many + " devices", STAGE, scratch.path / "big",
                      "YAT_MACHINE=" + bigMachine),
-             utility("mrvutil, costs nothing, " + many, freeRoot, scratch.path + "/freebig",
+             utility("mrvutil, costs nothing, " + many, freeRoot, scratch.path / "freebig",
                      "BENCH_DEVICES=" + many),
              menu("whiptail, menu of " + many, manyDevices), empty},
             std::max(turns / 10, 1));
@@ -160,7 +161,7 @@ void compareAll(const Scratch &scratch, int turns)
 int main(int argc, char **argv)
 try {
     const int turns = argc > 1 ? std::stoi(argv[1]) : 50;
-    const Scratch scratch(fs::temp_directory_path().string());
+    const TemporaryDirectory scratch;
     setenv("LC_ALL", "C.UTF-8", 1);
     setenv("TERM", "xterm-256color", 1);
     printf("%s\n\n", conditions().c_str());

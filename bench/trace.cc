@@ -1,5 +1,6 @@
 // The cost of a trace record.
 #include "report.h"
+#include "support/files.h"
 
 #include "platform/trace.h"
 
@@ -17,7 +18,7 @@ namespace {
 constexpr char memory[] = "/dev/shm";
 constexpr char disk[] = "."; // where the benchmark is started
 
-bool openLog(const Scratch &scratch)
+bool openLog(const TemporaryDirectory &scratch)
 {
     setenv("YAT_STATE_DIR", scratch.path.c_str(), 1);
     return TraceLogInit(0, "bench", 0, 5, 0) == 1;
@@ -46,7 +47,7 @@ void writeRecords(benchmark::State &state)
 
 void record(benchmark::State &state, const char *directory)
 {
-    const Scratch scratch(directory);
+    const TemporaryDirectory scratch(directory);
     if (!openLog(scratch))
         return state.SkipWithError("the log can't be opened");
     writeRecords(state);
@@ -55,7 +56,7 @@ void record(benchmark::State &state, const char *directory)
 
 void recordBesideAnother(benchmark::State &state, const char *directory)
 {
-    const Scratch scratch(directory);
+    const TemporaryDirectory scratch(directory);
     const pid_t other = fork();
     if (other == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -66,7 +67,7 @@ void recordBesideAnother(benchmark::State &state, const char *directory)
     if (!openLog(scratch)) {
         state.SkipWithError("the log can't be opened");
     } else {
-        while (std::filesystem::file_size(scratch.path + "/log/bench.log") == 0
+        while (std::filesystem::file_size(scratch.path / "log/bench.log") == 0
                && waitpid(other, nullptr, WNOHANG) == 0)
             sched_yield(); // until the other writes
         writeRecords(state);
@@ -80,7 +81,7 @@ void recordBesideAnother(benchmark::State &state, const char *directory)
 
 void longRecord(benchmark::State &state, const char *directory)
 {
-    const Scratch scratch(directory);
+    const TemporaryDirectory scratch(directory);
     if (!openLog(scratch))
         return state.SkipWithError("the log can't be opened");
     const std::string text(4000, 'x');

@@ -6,13 +6,12 @@
 // CORPUS is a directory or one file. An input that makes the target fail is left behind as
 // fuzz_TARGET.failed.
 #include "fuzz.h"
+#include "support/files.h"
 
 #include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <vector>
 
@@ -53,23 +52,23 @@ void run(const Bytes &input)
     LLVMFuzzerTestOneInput(input.data(), input.size());
 }
 
-Bytes readFile(const fs::path &path)
+Bytes bytesOf(const fs::path &path)
 {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
+    const std::string text = readFile(path);
+    return Bytes(text.begin(), text.end());
 }
 
 std::vector<Bytes> readCorpus(const fs::path &path)
 {
     if (!fs::is_directory(path))
-        return {readFile(path)};
+        return {bytesOf(path)};
     std::vector<fs::path> files;
     for (const auto &entry : fs::directory_iterator(path))
         files.push_back(entry.path());
     std::ranges::sort(files); // the same mutations everywhere
     std::vector<Bytes> corpus;
     for (const fs::path &file : files)
-        corpus.push_back(readFile(file));
+        corpus.push_back(bytesOf(file));
     return corpus;
 }
 

@@ -2,14 +2,10 @@
 #include "fuzz.h"
 
 #include "common/utf8.h"
+#include "support/files.h"
 #include "yat/trace.h"
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -19,23 +15,22 @@ constexpr size_t longestText = 4095;
 struct Log {
     Log()
     {
-        REQUIRE(mkdtemp(directory.data()));
-        setenv("YAT_STATE_DIR", directory.c_str(), 1);
+        setenv("YAT_STATE_DIR", directory.path.c_str(), 1);
         REQUIRE(TraceLogInit(0, "fuzz", 0, 0, 0) == 1);
     }
-    ~Log() { fs::remove_all(directory); }
 
     std::string take() const
     {
-        std::ifstream file(path(), std::ios::binary);
-        std::ostringstream text;
-        text << file.rdbuf();
+        const std::string text = readFile(path());
         REQUIRE(truncate(path().c_str(), 0) == 0);
-        return text.str();
+        return text;
     }
-    std::string path() const { return directory + "/log/fuzz.log"; }
+    std::string path() const
+    {
+        return directory.path / "log/fuzz.log";
+    }
 
-    std::string directory = fs::temp_directory_path() / "mrv-fuzz-XXXXXX";
+    TemporaryDirectory directory;
 };
 
 void requirePlain(std::string_view text)

@@ -1,8 +1,8 @@
 // The question to the kernel's IPMI driver. The driver is played here: a FIFO is the device, and
 // the system calls on it are answered as each test wants it.
-#include "../privileges.h"
-#include "directory.h"
 #include "hwinfo/bmc.h"
+#include "support/files.h"
+#include "support/privileges.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -135,7 +135,7 @@ namespace {
 
 class DriverTest : public testing::Test {
 protected:
-    Directory directory;
+    TemporaryDirectory directory;
     const std::string device = directory.path / "ipmi0";
     const size_t openFiles = countOpenFiles();
 

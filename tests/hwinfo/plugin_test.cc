@@ -1,6 +1,8 @@
 // The plug-in as programs use it: loaded, asked, unloaded.
-#include "directory.h"
 #include "hwinfo/bmc.h"
+#include "support/files.h"
+#include "support/symbols.h"
+#include "support/trace.h"
 #include "yat/hwinfo.h"
 #include "yat/trace.h"
 #include "yat/winshim.h"
@@ -8,13 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <dlfcn.h>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
-#include <sstream>
 #include <vector>
 
 namespace {
@@ -32,14 +31,6 @@ const Response untouched = [] {
     return bytes;
 }();
 
-std::string contentsOf(const fs::path &path)
-{
-    std::ifstream file(path);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 struct Asked {
     int result = -1;
     Response response = untouched;
@@ -47,7 +38,7 @@ struct Asked {
 
 class PluginTest : public testing::Test {
 protected:
-    Directory directory;
+    TemporaryDirectory directory;
 
     void SetUp() override
     {
@@ -78,17 +69,8 @@ protected:
     // Takes the plug-in's records out of the log, each as "LEVEL FUNCTION TEXT".
     Lines takeTrace()
     {
-        Lines records;
         const fs::path file = directory.path / "log/hwinfo_test.log";
-        std::ifstream log(file);
-        for (std::string line; std::getline(log, line);) {
-            std::istringstream words(line);
-            std::string date, time, pid, level, source, function, number, text;
-            words >> date >> time >> pid >> level >> source >> function >> number >> std::ws;
-            std::getline(words, text);
-            if (source == "yathwinfo")
-                records.push_back(level + " " + function + " " + text);
-        }
+        const Lines records = readTrace(file, "yathwinfo");
         fs::resize_file(file, 0);
         return records;
     }
@@ -98,10 +80,10 @@ protected:
     {
         fs::remove_all(directory.path / "machines");
         const fs::path file = directory.path / "machine.toml";
-        const std::string cedar = contentsOf(stage / "data/machines/CEDAR.toml");
+        const std::string cedar = readFile(stage / "data/machines/CEDAR.toml");
         const std::regex answer("\nresponse = [^\n]*");
         EXPECT_TRUE(std::regex_search(cedar, answer));
-        std::ofstream(file) << std::regex_replace(cedar, answer, "\n" + line);
+        writeFile(file, std::regex_replace(cedar, answer, "\n" + line));
         return file;
     }
 
@@ -117,7 +99,7 @@ protected:
 
 bool isLoaded()
 {
-    return contentsOf("/proc/self/maps").find("yathwinfo.dll") != std::string::npos;
+    return readFile("/proc/self/maps").find("yathwinfo.dll") != std::string::npos;
 }
 
 } // namespace
@@ -225,7 +207,7 @@ TEST_F(PluginTest, FollowsTheConfigurationOfItsOwnRoot)
     fs::copy(stage / "lib/libyat.so", root / "lib");
     fs::copy(stage / "data/machines", root / "data/machines");
     const auto configure = [&](const std::string &machine) {
-        std::ofstream(root / "etc/yatkit.toml") << "machine = \"" << machine << "\"\n";
+        writeFile(root / "etc/yatkit.toml", "machine = \"" + machine + "\"\n");
         return ask("", root / "lib/yathwinfo.dll");
     };
     EXPECT_EQ(configure("BIRCH").response, (Response{0, 32, 1, 2, 0x08, 2}));
@@ -272,13 +254,8 @@ TEST_F(PluginTest, LeavesNothingBehind)
 
 TEST_F(PluginTest, ShowsOneSymbol)
 {
-    FILE *const output =
-        popen((std::string(NM) + " -D --defined-only " + stagedPlugin.string()).c_str(), "r");
-    ASSERT_TRUE(output);
-    Lines symbols;
-    char address[32], kind, name[256];
-    while (fscanf(output, "%31s %c %255s", address, &kind, name) == 3)
-        symbols.push_back(std::string(1, kind) + " " + name);
-    EXPECT_EQ(pclose(output), 0);
-    EXPECT_EQ(symbols, (Lines{"T YATGetDeviceID"}));
+    const std::vector<Symbol> symbols = definedSymbols(stagedPlugin);
+    ASSERT_EQ(symbols.size(), 1u);
+    EXPECT_EQ(symbols[0].name, "YATGetDeviceID");
+    EXPECT_EQ(symbols[0].kind, 'T');
 }

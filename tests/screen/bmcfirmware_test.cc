@@ -329,11 +329,11 @@ TEST(BmcUpdate, FindsANewSizeOfTheTerminal)
 TEST(BmcFirmware, DumpModePrintsTheRevision)
 {
     Workspace shown({.program = "mrvfirmware", .arguments = {"-debug"}});
-    const PlainRun run = runPlain(shown);
+    const Finished run = runPlain(shown);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output, "\n04.17\n");
     Workspace failing({.program = "mrvfirmware", .arguments = {"-debug"}, .script = plugin("nowhere")});
-    const PlainRun failed = runPlain(failing);
+    const Finished failed = runPlain(failing);
     EXPECT_EQ(failed.status, 0);
     EXPECT_EQ(failed.output, "\n");
     EXPECT_NE(failed.errors.find("the firmware revision cannot be read"), std::string::npos);

@@ -69,7 +69,7 @@ TEST_P(EveryFailure, IsTracedAndUndoneInDumpModeToo)
 {
     const Failure &failure = GetParam();
     Workspace workspace({.arguments = {"-debug"}, .script = failure.script});
-    const PlainRun run = runPlain(workspace);
+    const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, std::string(failure.name) == "memory"
                               ? "\nSystem call error!Can't malloc!"
@@ -139,9 +139,7 @@ TEST(Failure, InADescriptionIsToldWhenTheScreenIsGone)
 {
     Workspace files({});
     const std::string description = (files.directory() / "machine.toml").string();
-    FILE *file = fopen(description.c_str(), "w");
-    fputs("name = \"x\"\ntype = \"OAK\"\n", file);
-    fclose(file);
+    writeFile(description, "name = \"x\"\ntype = \"OAK\"\n");
     Session session({.machine = description});
     session.see("The devices of the server cannot be read.");
     session.send(keys::enter);

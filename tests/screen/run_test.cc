@@ -10,7 +10,7 @@ const std::string usageText = "       -d : display driver message\n";
 void expectUsage(const std::vector<std::string> &arguments)
 {
     Workspace workspace({.arguments = arguments});
-    const PlainRun run = runPlain(workspace);
+    const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "Usage: " + workspace.command()[0] + " [-d]\n" + usageText);
     EXPECT_EQ(workspace.trace(), (std::vector<std::string>{"0 main >", "1 main <missing argument."}));
@@ -22,7 +22,7 @@ void expectRefusal(const RunOptions &options, const std::string &reason,
                    const PlainStreams &streams = {})
 {
     Workspace workspace(options);
-    const PlainRun run = runPlain(workspace, streams);
+    const Finished run = runPlain(workspace, streams);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(run.errors, workspace.command()[0] + ": " + reason + "\n");
@@ -55,7 +55,7 @@ TEST(CommandLine, OtherArgumentsPrintTheUsage)
 TEST(CommandLine, DumpModePrintsTheDeviceData)
 {
     Workspace workspace({.arguments = {"-debug"}, .machine = "BIRCH", .term = "(unset)"});
-    const PlainRun run = runPlain(workspace);
+    const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "");
     EXPECT_EQ(run.output,
@@ -88,7 +88,7 @@ TEST(CommandLine, DumpModePrintsTheDeviceData)
 TEST(CommandLine, DumpModePrintsAlsoWhenThereAreNoData)
 {
     Workspace workspace({.arguments = {"-debug"}, .script = "CreateTreeViewData 0"});
-    const PlainRun run = runPlain(workspace);
+    const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(run.output.ends_with("ChildName:\n"));
 }
@@ -220,7 +220,7 @@ TEST(Programs, OfTheOtherWindowsHaveTheSameOptions)
 {
     for (const char *program : {"mrvgeneral", "mrvfirmware"}) {
         Workspace wrong({.program = program, .arguments = {"-x"}});
-        const PlainRun run = runPlain(wrong);
+        const Finished run = runPlain(wrong);
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.output, "Usage: " + wrong.command()[0] + " [-d]\n" + usageText);
         EXPECT_TRUE(wrong.calls().empty());
@@ -261,7 +261,7 @@ TEST(TraceLog, ThatCannotBeWrittenStopsNothing)
     Workspace workspace({.arguments = {"-debug"}});
     std::filesystem::create_directories(workspace.stateDirectory());
     std::ofstream(workspace.stateDirectory() / "log") << "no directory";
-    const PlainRun run = runPlain(workspace);
+    const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "");
     EXPECT_NE(run.output.find("N:CPU module 1"), std::string::npos);

@@ -63,21 +63,9 @@ const Texts japanese = {"ja",
 
 class SideBySide : public testing::TestWithParam<const Texts *> {
 protected:
-    SideBySide()
-    {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "side-by-side-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            throw std::runtime_error("no temporary directory");
-        state = pattern;
-    }
-    ~SideBySide() override
-    {
-        std::filesystem::remove_all(state);
-    }
-
     const Texts &texts = *GetParam();
-    std::filesystem::path state;
+    const TemporaryDirectory directory;
+    const std::filesystem::path &state = directory.path;
 
     // Runs yatsim in the other terminal. What it printed there.
     std::string yatsim(const std::vector<std::string> &arguments)

@@ -237,7 +237,7 @@ TEST(General, TracesWhatItWrites)
 TEST(General, HasTheOptionsAndStatusesOfTheUtility)
 {
     Workspace dump({.program = "mrvgeneral", .arguments = {"-debug"}});
-    const PlainRun run = runPlain(dump);
+    const Finished run = runPlain(dump);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output, "\nBB_DRV_AUTO_BURN: 2\nBB_DRV_AUTO_BRING_UP: 0\n");
     Workspace failing({.program = "mrvgeneral", .arguments = {"-debug"}, .script = "GetBBDriverSettings 0"});

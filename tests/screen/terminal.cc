@@ -95,28 +95,14 @@ Terminal::Terminal(const TerminalOptions &options)
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     fcntl(replica, F_SETFD, FD_CLOEXEC);
 
-    std::vector<std::string> variables;
-    for (const auto &[name, value] : options.environment)
-        variables.push_back(name + "=" + value);
-    std::vector<char *> environment, arguments;
-    for (std::string &variable : variables)
-        environment.push_back(variable.data());
-    environment.push_back(nullptr);
-    for (const std::string &argument : options.command)
-        arguments.push_back(const_cast<char *>(argument.c_str()));
-    arguments.push_back(nullptr);
-
-    child = fork();
-    if (child == 0) {
-        setsid();
-        ioctl(replica, TIOCSCTTY, 0);
-        for (const int standard : {0, 1, 2})
-            dup2(replica, standard);
-        if (options.ignoreHangup)
-            signal(SIGHUP, SIG_IGN);
-        execve(arguments[0], arguments.data(), environment.data());
-        _exit(126);
-    }
+    child = start(options.command, {.environment = options.environment, .prepare = [&] {
+                                        setsid();
+                                        ioctl(replica, TIOCSCTTY, 0);
+                                        for (const int standard : {0, 1, 2})
+                                            dup2(replica, standard);
+                                        if (options.ignoreHangup)
+                                            signal(SIGHUP, SIG_IGN);
+                                    }});
 
     // A terminal that does not tell its size has the usual one.
     emulator = vterm_new(options.rows ? options.rows : 24, options.columns ? options.columns : 80);

@@ -2,6 +2,8 @@
 // emulator.
 #pragma once
 
+#include "support/process.h"
+
 #include <chrono>
 #include <functional>
 #include <map>
@@ -16,8 +18,6 @@ struct TerminalOptions {
     std::string encoding = "UTF-8"; // of what the program writes
     bool ignoreHangup = false;      // as under nohup
 };
-
-constexpr std::chrono::seconds deadline{20};
 
 class Terminal {
 public:

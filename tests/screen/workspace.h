@@ -2,6 +2,9 @@
 // script for the spy in it, an environment, and what the run leaves behind there.
 #pragma once
 
+#include "support/files.h"
+#include "support/process.h"
+
 #include <filesystem>
 #include <map>
 #include <string>
@@ -32,7 +35,10 @@ public:
 
     std::vector<std::string> command() const;
     std::map<std::string, std::string> environment() const;
-    const std::filesystem::path &directory() const { return own; }
+    const std::filesystem::path &directory() const
+    {
+        return own.path;
+    }
     const std::filesystem::path &stateDirectory() const { return state; }
 
     // Lets the calls go on that the script has as held.
@@ -46,23 +52,17 @@ public:
 
 private:
     RunOptions options;
-    std::filesystem::path own, state;
+    TemporaryDirectory own;
+    std::filesystem::path state;
 };
-
-std::string readFile(const std::filesystem::path &path);
-std::vector<std::string> linesOf(const std::string &text);
 
 // Expects the records to appear in this order, others between them allowed. "*" at the end of one
 // stands for anything.
 void expectInOrder(const std::vector<std::string> &records, const std::vector<std::string> &wanted);
 
 // A run without a terminal, to its end or to the deadline.
-struct PlainRun {
-    int status = -1; // exit status, -1 when a signal ended it
-    std::string output, errors;
-};
 struct PlainStreams {
     std::string input = "/dev/null";
     bool inputIsTerminal = false, outputIsTerminal = false;
 };
-PlainRun runPlain(const Workspace &workspace, const PlainStreams &streams = {});
+Finished runPlain(const Workspace &workspace, const PlainStreams &streams = {});

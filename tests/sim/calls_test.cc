@@ -340,7 +340,7 @@ TEST_P(State, IsKeptWhenTheDescriptionChanges)
     EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_CEDAR);
     EXPECT_EQ(cpuState(2), "Stopping 0 %");
     const std::string note = file.string() + " has changed since; the state is kept";
-    EXPECT_NE(contents(sandbox->directory() / "log" / "scenario.log").find(note),
+    EXPECT_NE(readFile(sandbox->directory() / "log" / "scenario.log").find(note),
               std::string::npos);
     EXPECT_NE(steer("show").find(note), std::string::npos);
     steer("reset");

@@ -31,12 +31,12 @@ protected:
         std::ofstream(root / "etc" / "yatkit.toml") << text;
     }
 
-    ::Run runOpener(const std::string &times = "1")
+    Finished runOpener(const std::string &times = "1")
     {
         return ::run({(root / "bin" / "opener").string(), times});
     }
 
-    ::Run runYatsim(const std::vector<std::string> &arguments)
+    Finished runYatsim(const std::vector<std::string> &arguments)
     {
         std::vector<std::string> command = {(root / "bin" / "yatsim").string()};
         command.insert(command.end(), arguments.begin(), arguments.end());
@@ -45,7 +45,7 @@ protected:
 
     std::string log() const
     {
-        return contents(sandbox.directory() / "log" / "opener.log");
+        return readFile(sandbox.directory() / "log" / "opener.log");
     }
 
     Sandbox sandbox;

@@ -127,18 +127,9 @@ void Killed::killYatsim()
     std::vector<std::string> command = commands[below(std::size(commands))];
     const std::string operation = command[0];
     command.insert(command.begin(), YATSIM);
-    std::vector<char *> arguments;
-    for (std::string &word : command)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
     const int moment = below(longestRun + longestRun / 2);
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(60);
-        dup2(open("/dev/null", O_RDWR), STDERR_FILENO);
-        execv(arguments[0], arguments.data());
-        _exit(126);
-    }
+    const pid_t child =
+        start(command, {.prepare = [] { dup2(open("/dev/null", O_RDWR), STDERR_FILENO); }});
     waitFor(moment);
     kill(child, SIGKILL);
     int status = 0;

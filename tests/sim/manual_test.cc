@@ -15,7 +15,7 @@ using Words = std::vector<std::string>;
 
 std::string page(const std::string &name)
 {
-    std::string text = contents(std::filesystem::path(SOURCES) / "man" / name);
+    std::string text = readFile(std::filesystem::path(SOURCES) / "man" / name);
     for (size_t at; (at = text.find("\\(dq")) != std::string::npos;)
         text.replace(at, 4, "\"");
     return text;

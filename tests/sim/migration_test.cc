@@ -157,7 +157,7 @@ struct Files {
 
 Files readFiles(const fs::path &file)
 {
-    return {contents(file), contents(file.string() + "-wal")};
+    return {readFile(file), readFile(file.string() + "-wal")};
 }
 
 void writeFiles(const fs::path &file, const Files &files)

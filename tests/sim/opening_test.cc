@@ -116,7 +116,7 @@ TEST_P(Opening, AnswersForTheControllerAsItIsToldTo)
     EXPECT_EQ(askController(response), 1);
     for (const std::string text : {"256", "x", "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", "-1",
                                    " ", "0x", "1.5", "1,2;3"}) {
-        const ::Run result = yatsim("inject YATGetDeviceID real --text \"" + text + "\"");
+        const Finished result = yatsim("inject YATGetDeviceID real --text \"" + text + "\"");
         EXPECT_EQ(result.status, 1) << text;
         EXPECT_NE(result.errors.find("expected 1 to 16 numbers from 0 to 255"), std::string::npos)
             << result.errors;

@@ -20,7 +20,7 @@ protected:
 
     std::string log() const
     {
-        return contents(sandbox->directory() / "log" / "scenario.log");
+        return readFile(sandbox->directory() / "log" / "scenario.log");
     }
 
     // Changes the state as another program would.
@@ -49,7 +49,7 @@ protected:
 bool isEmptyLog(const fs::path &file)
 {
     return file.extension() == ".db-shm"
-           || (file.extension() == ".db-wal" && contents(file).empty());
+           || (file.extension() == ".db-wal" && readFile(file).empty());
 }
 
 // Each file below a directory with what is in it, except what the programs log.
@@ -59,7 +59,7 @@ std::map<std::string, std::string> everythingIn(const fs::path &directory)
     for (const auto &entry : fs::recursive_directory_iterator(directory))
         if (const fs::path &path = entry.path();
             path.filename() != "log" && path.extension() != ".log" && !isEmptyLog(path))
-            result[path] = entry.is_regular_file() ? contents(path) : "";
+            result[path] = entry.is_regular_file() ? readFile(path) : "";
     return result;
 }
 
@@ -150,7 +150,7 @@ void Refused::expectRefused(const std::vector<std::string> &problems)
     for (const std::string &problem : problems)
         EXPECT_NE(log().find(problem), std::string::npos) << log();
     for (const char *command : {"init", "list", "fail cpu1", "journal", "export"}) {
-        const ::Run result = yatsim(command);
+        const Finished result = yatsim(command);
         EXPECT_EQ(result.status, 1) << command;
         EXPECT_EQ(result.output, "") << command;
         EXPECT_EQ(result.errors, fromYatsim) << command;
@@ -182,7 +182,7 @@ TEST_P(Mistakes, AreToldWithTheirLineTheKeyAndWhatIsAllowed)
     for (const auto &[part, replacement, where, mistake] : cases) {
         SCOPED_TRACE(mistake);
         prepare("CEDAR", part, replacement);
-        const size_t line = lineOf(contents(descriptionFile()), where);
+        const size_t line = lineOf(readFile(descriptionFile()), where);
         EXPECT_GT(line, 1u);
         expectRefused({at(line) + mistake});
         EXPECT_FALSE(exists(sandbox->directory() / "machines"));
@@ -192,7 +192,7 @@ TEST_P(Mistakes, AreToldWithTheirLineTheKeyAndWhatIsAllowed)
 TEST_P(Mistakes, AreToldAllOfThem)
 {
     prepare("CEDAR", "threshold = 24 ", "threshold = -1 ");
-    std::string text = contents(descriptionFile());
+    std::string text = readFile(descriptionFile());
     text.replace(text.find("stop = 10"), 9, "stop = \"soon\"");
     std::ofstream(descriptionFile()) << text;
     expectRefused({at(lineOf(text, "threshold = -1"))
@@ -213,7 +213,7 @@ TEST_P(Mistakes, AreADescriptionThatThereIsNot)
 TEST_P(Mistakes, AreForgottenWhenTheyAreCorrected)
 {
     prepare("CEDAR", "threshold = 24 ", "threshold = \"often\" ");
-    const std::string text = contents(descriptionFile());
+    const std::string text = readFile(descriptionFile());
     testing::internal::CaptureStderr();
     ASSERT_EQ(ft_FunctionInit(), 1);
     EXPECT_EQ(cpuState(1), "(fails)");
@@ -237,7 +237,7 @@ TEST_P(Refused, IsADamagedStateWhichIsLeftAlone)
     expectRefused({sandbox->stateFile().string()
                    + " is damaged or of another program; it is left as it is, move it away to "
                      "begin anew"});
-    EXPECT_EQ(contents(sandbox->stateFile()), "my letter to grandmother");
+    EXPECT_EQ(readFile(sandbox->stateFile()), "my letter to grandmother");
 }
 
 TEST_P(Refused, IsAStateOfANewerVersionWhichIsLeftAlone)

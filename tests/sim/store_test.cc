@@ -1,9 +1,9 @@
 // The state file: how it comes to be, what is refused, and what survives.
-#include "../privileges.h"
 #include "sim/hash.h"
 #include "sim/schema.h"
 #include "sim/store.h"
 #include "support.h"
+#include "support/privileges.h"
 #include "yat/ft.h"
 
 #include <cstring>
@@ -68,7 +68,7 @@ std::vector<JournalRow> journalOf(Store &store)
 // The state file and its log.
 std::string bytesOf(const Store &store)
 {
-    return contents(store.file) + "|" + contents(store.file + "-wal");
+    return readFile(store.file) + "|" + readFile(store.file + "-wal");
 }
 
 // Writes raw SQL into the state, as somebody with another program would.
@@ -154,7 +154,7 @@ TEST(StateFile, IsNotMisledByWhatAKilledProcessOrAnotherStateLeftBehind)
     openStore(stored.store);
     perform(stored.store, stopCpu2);
     // The log of a state that is gone, and half a new one.
-    const std::string log = contents(stored.store.file + "-wal");
+    const std::string log = readFile(stored.store.file + "-wal");
     ASSERT_FALSE(log.empty());
     stored.store.database.reset();
     fs::remove(stored.store.file);
@@ -163,8 +163,8 @@ TEST(StateFile, IsNotMisledByWhatAKilledProcessOrAnotherStateLeftBehind)
     EXPECT_TRUE(openStore(stored.store));
     EXPECT_EQ(journalOf(stored.store).size(), 1u);
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
-    EXPECT_EQ(contents(stored.store.file + "-wal.aside"), log); // it may be all that is left
-    EXPECT_EQ(contents(stored.store.file + ".new.aside"), "half");
+    EXPECT_EQ(readFile(stored.store.file + "-wal.aside"), log); // it may be all that is left
+    EXPECT_EQ(readFile(stored.store.file + ".new.aside"), "half");
     EXPECT_FALSE(fs::exists(stored.store.file + ".new"));
 }
 
@@ -183,9 +183,9 @@ TEST(StateFile, IsMadeWithoutHarmToForeignFiles)
     }
     for (const std::string &ending : endings) {
         const std::string aside = stored.store.file + ending + ".aside";
-        EXPECT_EQ(contents(aside), "first");
-        EXPECT_EQ(contents(aside + ".2"), "second");
-        EXPECT_EQ(contents(aside + ".3"), "third");
+        EXPECT_EQ(readFile(aside), "first");
+        EXPECT_EQ(readFile(aside + ".2"), "second");
+        EXPECT_EQ(readFile(aside + ".3"), "third");
     }
 }
 
@@ -199,7 +199,7 @@ TEST(StateFile, IsNotMadeBesideALogThatCantBeSetAside)
     EXPECT_EQ(problemOf([&] { look(stored.store); }),
               stored.store.file + "-wal is in the way and can't be set aside: File name too long");
     EXPECT_FALSE(fs::exists(stored.store.file));
-    EXPECT_EQ(contents(stored.store.file + "-wal"), "all that is left");
+    EXPECT_EQ(readFile(stored.store.file + "-wal"), "all that is left");
 }
 
 TEST(StateFile, IsKnownByTheTablesThatTheMigrationsMake)
@@ -378,7 +378,7 @@ TEST(StateFile, CutOffAnywhereIsRefusedOrComplete)
     Stored stored;
     const Machine machine = look(stored.store);
     stored.store.database.reset();
-    const std::string whole = contents(stored.store.file);
+    const std::string whole = readFile(stored.store.file);
     int refused = 0;
     for (size_t length = 0; length < whole.size(); length += 1021) {
         std::ofstream(stored.store.file, std::ios::binary | std::ios::trunc)
@@ -404,7 +404,7 @@ TEST(StateFile, DamagedInAPageOfTheJournalIsRefused)
     for (int i = 0; i < 300; ++i)
         perform(stored.store, {.verb = Verb::set, .argument = "data_file=" + std::to_string(i)});
     stored.store.database.reset();
-    std::string bytes = contents(stored.store.file);
+    std::string bytes = readFile(stored.store.file);
     const size_t page = bytes.find("data_file=150") / 4096 * 4096;
     ASSERT_LT(page, bytes.size());
     bytes.replace(page, 4096, 4096, '\xff');
@@ -420,7 +420,7 @@ TEST(StateFile, WithAWrongByteIsRefusedOrUsedButNeverBringsTheProgramDown)
     openStore(stored.store);
     perform(stored.store, stopCpu2);
     stored.store.database.reset();
-    const std::string whole = contents(stored.store.file);
+    const std::string whole = readFile(stored.store.file);
     int refused = 0;
     for (size_t at = 0; at < whole.size(); at += 37) {
         std::string wrong = whole;
@@ -431,7 +431,7 @@ TEST(StateFile, WithAWrongByteIsRefusedOrUsedButNeverBringsTheProgramDown)
         if (problem.empty())
             continue;
         ++refused;
-        EXPECT_TRUE(contents(stored.store.file) == wrong) << at << ": " << problem;
+        EXPECT_TRUE(readFile(stored.store.file) == wrong) << at << ": " << problem;
     }
     EXPECT_GT(refused, 100);
 }
@@ -471,7 +471,7 @@ TEST(StateFile, BesideOfForeignFilesIsRefusedAndTheyAreLeftAlone)
             EXPECT_EQ(problemOf([&] { look(stored.store); }),
                       file + " is damaged or of another program; it is left as it is, move it away "
                              "to go on without it");
-            EXPECT_EQ(contents(file), text);
+            EXPECT_EQ(readFile(file), text);
             fs::remove(file);
             fs::create_directory(file);
             EXPECT_NE(problemOf([&] { look(stored.store); }), "");

@@ -2,22 +2,14 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 Sandbox::Sandbox(const std::string &machine, const std::string &timeScale) : name(machine)
 {
-    std::string pattern = (fs::temp_directory_path() / "sim-test-XXXXXX").string();
-    if (!mkdtemp(pattern.data()))
-        throw std::runtime_error("no temporary directory");
-    own = pattern;
-    set("YAT_STATE_DIR", own.string());
+    set("YAT_STATE_DIR", directory().string());
     set("YAT_MACHINE", machine);
     set("YAT_TIME_SCALE", timeScale);
     set("LC_ALL", "C.UTF-8");
@@ -33,7 +25,6 @@ Sandbox::~Sandbox()
         else
             setenv(variable.c_str(), value.c_str(), 1);
     }
-    fs::remove_all(own);
 }
 
 void Sandbox::set(const std::string &variable, const std::string &value)
@@ -45,7 +36,7 @@ void Sandbox::set(const std::string &variable, const std::string &value)
 
 fs::path Sandbox::stateFile() const
 {
-    return own / "machines" / (name + ".db");
+    return directory() / "machines" / (name + ".db");
 }
 
 Interface::Interface()
@@ -112,47 +103,7 @@ std::string property(int kind, int number, int id)
     return text;
 }
 
-std::string contents(const fs::path &file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    std::stringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
-Run run(const std::vector<std::string> &command)
-{
-    std::vector<std::string> words = command;
-    std::vector<char *> arguments;
-    for (std::string &word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    FILE *out = tmpfile(), *err = tmpfile();
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(open("/dev/null", O_RDONLY), 0);
-        dup2(fileno(out), 1);
-        dup2(fileno(err), 2);
-        alarm(60); // the deadline
-        execv(arguments[0], arguments.data());
-        _exit(126);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    const auto rest = [](FILE *file) {
-        std::string text;
-        rewind(file);
-        for (int byte; (byte = getc(file)) != EOF;)
-            text += static_cast<char>(byte);
-        fclose(file);
-        return text;
-    };
-    return {.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-            .output = rest(out),
-            .errors = rest(err)};
-}
-
-Run yatsim(const std::string &arguments)
+Finished yatsim(const std::string &arguments)
 {
     std::vector<std::string> command = {YATSIM};
     std::istringstream words(arguments);
@@ -170,7 +121,7 @@ Run yatsim(const std::string &arguments)
 
 std::string steer(const std::string &arguments)
 {
-    const Run result = yatsim(arguments);
+    const Finished result = yatsim(arguments);
     EXPECT_EQ(result.status, 0) << "yatsim " << arguments << ": " << result.errors;
     EXPECT_EQ(result.errors, "") << "yatsim " << arguments;
     return result.output;
@@ -179,7 +130,7 @@ std::string steer(const std::string &arguments)
 std::string shipped(const std::string &machine, const std::string &part,
                     const std::string &replacement)
 {
-    std::string text = contents(fs::path(SOURCES) / "data" / "machines" / (machine + ".toml"));
+    std::string text = readFile(fs::path(SOURCES) / "data" / "machines" / (machine + ".toml"));
     if (part.empty())
         return text;
     const size_t where = text.find(part);

@@ -2,6 +2,8 @@
 // calls, and yatsim as the one who does what operations can't.
 #pragma once
 
+#include "support/files.h"
+#include "support/process.h"
 #include "yat/ft.h"
 
 #include <chrono>
@@ -22,13 +24,13 @@ public:
 
     const std::filesystem::path &directory() const
     {
-        return own;
+        return own.path;
     }
     std::filesystem::path stateFile() const; // of a machine that is given by its name
     void set(const std::string &variable, const std::string &value);
 
 private:
-    std::filesystem::path own;
+    TemporaryDirectory own;
     std::string name;
     std::map<std::string, std::string> before; // "(unset)" for what was not there
 };
@@ -55,21 +57,11 @@ std::string pciState(int number);
 // A property as yat_ft_get_property gives it; "(fails)" when it does.
 std::string property(int kind, int number, int id);
 
-struct Run {
-    int status = -1; // exit status, -1 when a signal ended it
-    std::string output, errors;
-};
-
-// Runs a program to its end.
-Run run(const std::vector<std::string> &command);
-
 // Runs yatsim with the words of a command line; "" around words that are one.
-Run yatsim(const std::string &arguments);
+Finished yatsim(const std::string &arguments);
 
 // The same, and it has to succeed. Its output.
 std::string steer(const std::string &arguments);
-
-std::string contents(const std::filesystem::path &file);
 
 // The text of a shipped machine's description, one of its parts replaced.
 std::string shipped(const std::string &machine, const std::string &part = "",

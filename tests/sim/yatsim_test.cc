@@ -24,7 +24,7 @@ Json asJson(const std::string &arguments)
 // Expects a command to be refused with this line on standard error and nothing else.
 void expectRefusal(const std::string &arguments, const std::string &line)
 {
-    const Run result = yatsim(arguments);
+    const Finished result = yatsim(arguments);
     EXPECT_EQ(result.status, 1) << "yatsim " << arguments;
     EXPECT_EQ(result.output, "") << "yatsim " << arguments;
     EXPECT_EQ(result.errors, "yatsim: " + line + "\n") << "yatsim " << arguments;
@@ -206,62 +206,54 @@ TEST_F(Yatsim, RefusesAForeignStateAndLeavesIt)
         expectRefusal(arguments, sandbox.stateFile().string()
                                      + " is damaged or of another program; it is left as it is, "
                                        "move it away to begin anew");
-    EXPECT_EQ(contents(sandbox.stateFile()), "somebody else's");
+    EXPECT_EQ(readFile(sandbox.stateFile()), "somebody else's");
 }
 
 // ---- Standard output
 
 namespace {
 
-// The exit status of yatsim with its standard output on this descriptor, or -1 for one that is
-// closed; 256 and the signal for one that a signal ended.
-int statusWithOutput(const char *argument, int output, bool ignoresPipe, const std::string &errors)
+// yatsim with its standard output on this descriptor, or -1 for one that is closed.
+Finished runWithOutput(const char *argument, int output, bool ignoresPipe = false)
 {
-    const pid_t child = fork();
-    if (child == 0) {
-        signal(SIGPIPE, ignoresPipe ? SIG_IGN : SIG_DFL);
-        dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), 2);
-        if (output >= 0)
-            dup2(output, 1);
-        else
-            close(1);
-        alarm(60);
-        execl(YATSIM, "yatsim", argument, nullptr);
-        _exit(126);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status);
+    return run({YATSIM, argument}, {.prepare = [=] {
+                   signal(SIGPIPE, ignoresPipe ? SIG_IGN : SIG_DFL);
+                   if (output >= 0)
+                       dup2(output, STDOUT_FILENO);
+                   else
+                       close(STDOUT_FILENO);
+               }});
 }
 
 } // namespace
 
 TEST_F(Yatsim, SaysWhenStandardOutputCantBeWritten)
 {
-    const std::string errors = (sandbox.directory() / "errors").string();
     const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
     ASSERT_GE(full, 0);
+    const std::string complaint = "yatsim: standard output can't be written: ";
     for (const char *argument : {"list", "show", "journal", "export", "--help"}) {
-        EXPECT_EQ(statusWithOutput(argument, full, false, errors), 1) << argument;
-        EXPECT_EQ(contents(errors),
-                  "yatsim: standard output can't be written: No space left on device\n");
-        EXPECT_EQ(statusWithOutput(argument, -1, false, errors), 1) << argument;
-        EXPECT_EQ(contents(errors),
-                  "yatsim: standard output can't be written: Bad file descriptor\n");
+        Finished told = runWithOutput(argument, full);
+        EXPECT_EQ(told.status, 1) << argument;
+        EXPECT_EQ(told.errors, complaint + "No space left on device\n");
+        told = runWithOutput(argument, -1);
+        EXPECT_EQ(told.status, 1) << argument;
+        EXPECT_EQ(told.errors, complaint + "Bad file descriptor\n");
     }
     close(full);
 }
 
 TEST_F(Yatsim, EndsQuietlyWhenNobodyReadsOn)
 {
-    const std::string errors = (sandbox.directory() / "errors").string();
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     close(ends[0]);
-    EXPECT_EQ(statusWithOutput("list", ends[1], false, errors), 256 + SIGPIPE);
-    EXPECT_EQ(contents(errors), "");
-    EXPECT_EQ(statusWithOutput("list", ends[1], true, errors), 1);
-    EXPECT_EQ(contents(errors), "yatsim: standard output can't be written: Broken pipe\n");
+    Finished ended = runWithOutput("list", ends[1]);
+    EXPECT_EQ(ended.status, -SIGPIPE);
+    EXPECT_EQ(ended.errors, "");
+    ended = runWithOutput("list", ends[1], true);
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.errors, "yatsim: standard output can't be written: Broken pipe\n");
     close(ends[1]);
 }
 

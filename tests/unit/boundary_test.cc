@@ -1,5 +1,6 @@
 // The headers and what the shared objects export agree, both ways.
-#include "temporary.h"
+#include "support/files.h"
+#include "support/symbols.h"
 
 #include <cstdio>
 #include <gtest/gtest.h>
@@ -17,12 +18,8 @@ using Names = std::set<std::string>;
 Names exports(const std::string &object)
 {
     Names names;
-    FILE *output = popen(("nm -D --defined-only '" STAGE "/" + object + "'").c_str(), "r");
-    char address[64], kind, name[4096];
-    while (output && fscanf(output, "%63s %c %4095s", address, &kind, name) == 3)
-        names.insert(name);
-    if (output)
-        pclose(output);
+    for (const Symbol &symbol : definedSymbols(STAGE "/" + object))
+        names.insert(symbol.name);
     return names;
 }
 
@@ -30,7 +27,7 @@ Names exports(const std::string &object)
 Names declared(const std::string &header)
 {
     Names names;
-    const std::string text = readWhole(SOURCES "/include/yat/" + header);
+    const std::string text = readFile(SOURCES "/include/yat/" + header);
     const std::regex declaration(R"(\nYAT_API [^;({]*?(\w+)(?=[\(\[;]))");
     for (std::sregex_iterator it(text.begin(), text.end(), declaration), end; it != end; ++it)
         names.insert((*it)[1]);

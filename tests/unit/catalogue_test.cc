@@ -1,5 +1,5 @@
 // The text catalogue: looking texts up, and the two catalogues that the product has.
-#include "temporary.h"
+#include "support/files.h"
 #include "text/keys.h"
 #include "yat/text.h"
 
@@ -132,7 +132,7 @@ TEST(CatalogueFile, IsOpenedBelowTheRoot)
     FILE *file = OpenStrFile("/data/J_mrvutil.rc", &size);
     ASSERT_NE(file, nullptr);
     fclose(file);
-    EXPECT_EQ(static_cast<size_t>(size), readWhole(STAGE "/data/J_mrvutil.rc").size());
+    EXPECT_EQ(static_cast<size_t>(size), readFile(STAGE "/data/J_mrvutil.rc").size());
 }
 
 TEST(CatalogueFile, IsNothingElse)
@@ -155,7 +155,7 @@ protected:
     ProductCatalogue()
     {
         setlocale(LC_ALL, "C.UTF-8");
-        const std::string file = readWhole(std::string(STAGE "/data/") + GetParam() + "_mrvutil.rc");
+        const std::string file = readFile(std::string(STAGE "/data/") + GetParam() + "_mrvutil.rc");
         std::string memory = inMemory(file);
         for (const std::string_view key : textKeys)
             texts[std::string(key)] =
@@ -274,11 +274,11 @@ INSTANTIATE_TEST_SUITE_P(Product, ProductCatalogue, testing::Values("E", "J"));
 
 TEST(ProductCatalogues, AreInTheirLanguages)
 {
-    const std::string english = readWhole(STAGE "/data/E_mrvutil.rc");
+    const std::string english = readFile(STAGE "/data/E_mrvutil.rc");
     EXPECT_TRUE(std::ranges::all_of(english, [](char c) { return static_cast<signed char>(c) > 0; }));
     // Every Japanese text has Japanese in it, but for what is no language.
     const std::set<std::string> neutral = {"BUTTON_OK_ID", "BURN_FILE_DEFAULT"};
-    std::istringstream japanese(readWhole(STAGE "/data/J_mrvutil.rc"));
+    std::istringstream japanese(readFile(STAGE "/data/J_mrvutil.rc"));
     for (std::string line; std::getline(japanese, line);) {
         const std::string key = line.substr(0, line.find(' '));
         if (line.empty() || line[0] == '#' || line[0] == '%' || neutral.contains(key))

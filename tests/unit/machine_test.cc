@@ -1,6 +1,6 @@
 // Which machine the configuration names.
 #include "common/machine.h"
-#include "temporary.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -38,7 +38,7 @@ TEST_P(EveryConfiguration, NamesAMachineOrHasAMistakeInALine)
     const Configuration &configuration = GetParam();
     TemporaryDirectory directory;
     const std::string file = directory.path / "yatkit.toml";
-    writeWhole(file, configuration.text);
+    writeFile(file, configuration.text);
     std::string mistake;
     EXPECT_EQ(yat::configuredMachine(file, &mistake), configuration.machine);
     const std::string place = file + ":2: ";

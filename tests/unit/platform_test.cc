@@ -1,5 +1,5 @@
 // Loading a platform: each object that is none is refused and leaves nothing behind.
-#include "temporary.h"
+#include "support/files.h"
 #include "yat/ft.h"
 
 #include <dlfcn.h>
@@ -33,7 +33,10 @@ public:
         return reinterpret_cast<Function *>(dlsym(library, name));
     }
     yat_ft_functions &functions() { return *call<yat_ft_functions>("yat_ft_func"); }
-    std::string trace() { return readWhole(directory.path / "state/log/trace.log"); }
+    std::string trace()
+    {
+        return readFile(directory.path / "state/log/trace.log");
+    }
     bool isLoaded()
     {
         void *handle = dlopen((directory.path / "lib/yatcore.dll").c_str(), RTLD_NOLOAD | RTLD_NOW);

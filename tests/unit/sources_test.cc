@@ -1,5 +1,5 @@
 // The sources of the windows: what they share stands once.
-#include "temporary.h"
+#include "support/files.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ namespace {
 std::vector<std::string> tellingLines(const fs::path &path)
 {
     std::vector<std::string> result;
-    std::istringstream text(readWhole(path));
+    std::istringstream text(readFile(path));
     for (std::string line; std::getline(text, line);) {
         std::istringstream words(line);
         std::string folded;
@@ -65,7 +65,7 @@ TEST(Sources, OfTheProgramsPointOneWay)
             continue;
         const std::string folder = entry.path().parent_path().filename().string();
         std::set<std::string> &others = includes[folder];
-        std::istringstream text(readWhole(entry.path()));
+        std::istringstream text(readFile(entry.path()));
         const std::string beginning = "#include \"";
         for (std::string line; std::getline(text, line);)
             if (line.starts_with(beginning) && line.find('/') != std::string::npos)

@@ -1,4 +1,4 @@
-#include "temporary.h"
+#include "support/files.h"
 #include "yat/trace.h"
 
 #include <cerrno>
@@ -26,11 +26,7 @@ protected:
 
     std::vector<std::string> lines(const std::string &name) const
     {
-        std::istringstream text(readWhole(directory.path / "log" / name));
-        std::vector<std::string> result;
-        for (std::string line; std::getline(text, line);)
-            result.push_back(line);
-        return result;
+        return linesOf(readFile(directory.path / "log" / name));
     }
 
     // The text of the one record that was written.
@@ -160,7 +156,7 @@ TEST_F(Trace, RefusesWhatIsNoLogName)
 TEST_F(Trace, DoesNotFollowALinkNorWaitForAFifo)
 {
     fs::create_directories(directory.path / "log");
-    writeWhole(directory.path / "victim", "");
+    writeFile(directory.path / "victim", "");
     fs::create_symlink(directory.path / "victim", directory.path / "log/link.log");
     EXPECT_EQ(TraceLogInit(0, "link", 0, 0, 0), 0);
     ASSERT_EQ(mkfifo((directory.path / "log/fifo.log").c_str(), 0600), 0);

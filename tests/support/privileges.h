@@ -8,7 +8,8 @@
 #include <unistd.h>
 
 // While it lives, this thread has no more rights than the owner of a file has.
-class WithoutPrivileges {
+class WithoutPrivileges
+{
 public:
     WithoutPrivileges()
     {

@@ -1,0 +1,10 @@
+// The records of a trace log.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// The records of one source or of all, each as "LEVEL FUNCTION TEXT".
+std::vector<std::string> readTrace(const std::filesystem::path &file,
+                                   const std::string &source = "");
