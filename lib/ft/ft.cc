@@ -2,18 +2,33 @@
 #include "yat/ft.h"
 
 #include "common/paths.h"
+#include "common/problem.h"
+#include "common/trace.h"
 #include "yat/platform.h"
-#include "yat/trace.h"
 
 #include <dlfcn.h>
+#include <memory>
 
 yat_ft_functions yat_ft_func;
 
 namespace {
 
+constexpr char traceSource[] = "ft";
+
 const yat_platform *loadedPlatform;
 
-#define TRACE_ERROR(...) TraceLog(YAT_TRACE_ERROR, "ft", __func__, __LINE__, __VA_ARGS__)
+struct Unload {
+    void operator()(void *handle) const { dlclose(handle); }
+};
+using Library = std::unique_ptr<void, Unload>;
+
+Library load(const std::string &path)
+{
+    Library library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+    if (!library)
+        throw yat::Problem(path + " can't be loaded: " + dlerror());
+    return library;
+}
 
 bool isComplete(const yat_ft_functions &functions)
 {
@@ -24,48 +39,47 @@ bool isComplete(const yat_ft_functions &functions)
            && functions.get_setting && functions.put_setting;
 }
 
-// What is wrong with the object as a platform, null for nothing. The fields are looked at in
-// an order that reads nothing the ones before did not vouch for.
-const char *platformFault(const yat_platform *platform)
+yat::Problem unusable(const std::string &path, const char *why)
 {
+    return yat::Problem(path + " is no platform to use: " + why);
+}
+
+// The table of the library from that path. Its fields are looked at in an order that reads nothing
+// the ones before did not vouch for.
+const yat_platform &platformOf(const Library &library, const std::string &path)
+{
+    const auto *platform =
+        static_cast<const yat_platform *>(dlsym(library.get(), YAT_PLATFORM_SYMBOL));
     if (!platform)
-        return "it has no symbol " YAT_PLATFORM_SYMBOL;
+        throw unusable(path, "it has no symbol " YAT_PLATFORM_SYMBOL);
     if (platform->magic != YAT_PLATFORM_MAGIC)
-        return "its platform table has a foreign magic number";
+        throw unusable(path, "its platform table has a foreign magic number");
     if (platform->version != YAT_PLATFORM_VERSION || platform->size != sizeof(yat_platform))
-        return "its platform table has another version or size";
+        throw unusable(path, "its platform table has another version or size");
     if (!platform->open || !platform->close || !isComplete(platform->functions))
-        return "its platform table has gaps";
-    return nullptr;
+        throw unusable(path, "its platform table has gaps");
+    return *platform;
 }
 
 } // namespace
 
 int ft_FunctionInit(void)
-{
+try {
     if (loadedPlatform)
         return 1;
     const std::string path = yat::productRoot() + "/lib/yatcore.dll";
-    void *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!handle) {
-        TRACE_ERROR("%s can't be loaded: %s", path.c_str(), dlerror());
-        return 0;
-    }
-    const auto *platform =
-        static_cast<const yat_platform *>(dlsym(handle, YAT_PLATFORM_SYMBOL));
-    const char *fault = platformFault(platform);
-    const int opened = fault ? 0 : platform->open();
-    if (!fault && opened == 0)
-        fault = "it refuses to open";
-    if (fault) {
-        TRACE_ERROR("%s is no platform to use: %s", path.c_str(), fault);
-        dlclose(handle);
-        return 0;
-    }
-    loadedPlatform = platform;
-    yat_ft_func = platform->functions;
-    yat_ft_func.handle = handle;
+    Library library = load(path);
+    const yat_platform &platform = platformOf(library, path);
+    const int opened = platform.open();
+    if (opened == 0)
+        throw unusable(path, "it refuses to open");
+    loadedPlatform = &platform;
+    yat_ft_func = platform.functions;
+    yat_ft_func.handle = library.release();
     return opened;
+} catch (const std::exception &problem) {
+    TRACE(YAT_TRACE_ERROR, "%s", problem.what());
+    return 0;
 }
 
 int ft_FunctionRelease(void)

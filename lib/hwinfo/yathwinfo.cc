@@ -1,11 +1,13 @@
 // The hardware information plug-in: yathwinfo.dll.
 #include "common/machine.h"
+#include "common/trace.h"
 #include "hwinfo/bmc.h"
 #include "yat/hwinfo.h"
-#include "yat/trace.h"
 
 #include <algorithm>
 #include <exception>
+
+static constexpr char traceSource[] = "yathwinfo";
 
 namespace {
 
@@ -21,8 +23,6 @@ hwinfo::Answer askMachine()
 }
 
 } // namespace
-
-#define TRACE(level, ...) TraceLog(level, "yathwinfo", __func__, __LINE__, __VA_ARGS__)
 
 int YATGetDeviceID(unsigned char response[16])
 try {

@@ -1,11 +1,11 @@
 // The simulated machine as a platform: yatcore.dll.
 #include "common/machine.h"
+#include "common/trace.h"
 #include "sim/records.h"
 #include "sim/store.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 #include "yat/platform.h"
-#include "yat/trace.h"
 #include "yat/winshim.h"
 
 #include <algorithm>
@@ -42,7 +42,7 @@ struct Complaints {
     }
 } complaints;
 
-#define TRACE(level, ...) TraceLog(level, "yatcore", __func__, __LINE__, __VA_ARGS__)
+constexpr char traceSource[] = "yatcore";
 
 // Puts what the user has to know into the trace log, once.
 void complain(const std::string &problem)
