@@ -126,21 +126,21 @@ int awaitAnswer(const Device &device, Clock::time_point deadline, std::vector<ui
 
 } // namespace
 
-Answer askDriver(const std::string &path, int milliseconds)
+std::vector<uint8_t> askDriver(const std::string &path, int milliseconds)
 {
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
     const Device device(path);
     if (device.file < 0)
-        return {.bytes = {}, .problems = {openingProblem(path, errno)}};
+        throw yat::Problem(openingProblem(path, errno));
     if (const int error = sendGetDeviceId(device))
-        return {.bytes = {}, .problems = {"sending to " + path + ": " + yat::reason(error)}};
-    Answer answer;
-    const int error = awaitAnswer(device, deadline, answer.bytes);
+        throw yat::Problem("sending to " + path + ": " + yat::reason(error));
+    std::vector<uint8_t> answer;
+    const int error = awaitAnswer(device, deadline, answer);
     if (error == ETIMEDOUT)
-        answer.problems.push_back("the BMC is silent: no answer from " + path + " within "
-                                  + std::to_string(milliseconds) + " ms");
-    else if (error != 0)
-        answer.problems.push_back("receiving from " + path + ": " + yat::reason(error));
+        throw yat::Problem("the BMC is silent: no answer from " + path + " within "
+                           + std::to_string(milliseconds) + " ms");
+    if (error != 0)
+        throw yat::Problem("receiving from " + path + ": " + yat::reason(error));
     return answer;
 }
 

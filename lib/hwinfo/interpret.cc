@@ -1,4 +1,5 @@
 // What an answer to Get Device ID is worth.
+#include "common/problem.h"
 #include "hwinfo/bmc.h"
 
 #include <algorithm>
@@ -35,16 +36,16 @@ std::string refusal(uint8_t code)
 
 } // namespace
 
-std::string interpret(std::span<const uint8_t> bytes, DeviceId &deviceId)
+DeviceId interpret(std::span<const uint8_t> bytes)
 {
     if (!bytes.empty() && bytes[0] != IPMI_CC_NO_ERROR)
-        return refusal(bytes[0]);
+        throw yat::Problem(refusal(bytes[0]));
     if (bytes.size() < fewestBytes)
-        return "the answer has " + std::to_string(bytes.size()) + " bytes, expected at least "
-               + std::to_string(fewestBytes);
-    deviceId = {};
+        throw yat::Problem("the answer has " + std::to_string(bytes.size())
+                           + " bytes, expected at least " + std::to_string(fewestBytes));
+    DeviceId deviceId{};
     std::ranges::copy(bytes.first(std::min(bytes.size(), deviceId.size())), deviceId.begin());
-    return {};
+    return deviceId;
 }
 
 } // namespace hwinfo

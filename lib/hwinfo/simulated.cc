@@ -3,32 +3,25 @@
 #include "sim/bytes.h"
 #include "sim/store.h"
 
-#include <sstream>
+namespace hwinfo
+{
 
-namespace hwinfo {
-
-Answer askSimulated()
-try {
-    Answer answer;
-    sim::Store store = sim::configuredStore();
-    sim::look(store, "YATGetDeviceID", [&](const sim::Machine &machine, const auto &injection) {
-        answer.bytes = machine.bmcResponse;
+std::vector<uint8_t> askSimulated(const yat::ConfiguredMachine &machine,
+                                  std::optional<int> &injected)
+{
+    std::vector<uint8_t> answer;
+    sim::Store store = sim::configuredStore(machine);
+    sim::look(store, "YATGetDeviceID", [&](const sim::Machine &now, const auto &injection) {
+        answer = now.bmcResponse;
         if (injection && injection->text)
-            answer.bytes = sim::bytesOf(*injection->text).value_or(answer.bytes);
+            answer = sim::bytesOf(*injection->text).value_or(answer);
         if (injection)
-            answer.result = injection->result;
-        if (answer.result == 0)
-            answer.problems.push_back("injected: 0");
-        else if (answer.bytes.empty())
-            answer.problems.push_back("no 'response' in [bmc] of the machine's description, so it "
-                                      "has no BMC");
+            injected = injection->result;
     });
-    return answer;
-} catch (const yat::Problem &problem) {
-    Answer answer;
-    std::istringstream lines(problem.what());
-    for (std::string line; std::getline(lines, line);)
-        answer.problems.push_back(line);
+    if (injected == 0)
+        throw yat::Problem("injected: 0");
+    if (answer.empty())
+        throw yat::Problem("no 'response' in [bmc] of the machine's description, so it has no BMC");
     return answer;
 }
 

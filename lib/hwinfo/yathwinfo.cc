@@ -1,25 +1,26 @@
 // The hardware information plug-in: yathwinfo.dll.
 #include "common/machine.h"
+#include "common/problem.h"
 #include "common/trace.h"
 #include "hwinfo/bmc.h"
 #include "yat/hwinfo.h"
 
 #include <algorithm>
-#include <exception>
+#include <sstream>
 
 static constexpr char traceSource[] = "yathwinfo";
 
-namespace {
+namespace
+{
 
 constexpr char device[] = "/dev/ipmi0";
 constexpr int limit = 5000; // milliseconds
 
-hwinfo::Answer askMachine()
+std::vector<uint8_t> askMachine(std::optional<int> &injected)
 {
-    if (const std::string mistake = yat::configurationMistake(); !mistake.empty())
-        return {.bytes = {}, .problems = {mistake}};
-    return yat::machineIsHardware() ? hwinfo::askDriver(device, limit)
-                                    : hwinfo::askSimulated();
+    const yat::ConfiguredMachine machine = yat::configuredMachine();
+    return machine.isHardware ? hwinfo::askDriver(device, limit)
+                              : hwinfo::askSimulated(machine, injected);
 }
 
 } // namespace
@@ -31,14 +32,18 @@ try {
         TRACE(YAT_TRACE_ERROR, "<[OUT]param error.response is NULL.");
         return 0;
     }
-    hwinfo::Answer answer = askMachine();
+    std::optional<int> injected;
     hwinfo::DeviceId deviceId{};
-    if (answer.problems.empty())
-        if (const std::string problem = hwinfo::interpret(answer.bytes, deviceId); !problem.empty())
-            answer.problems.push_back(problem);
-    for (const std::string &problem : answer.problems)
-        TRACE(YAT_TRACE_ERROR, "%s", problem.c_str());
-    const int result = answer.result.value_or(answer.problems.empty() ? 1 : 0);
+    int result = 1;
+    try {
+        deviceId = hwinfo::interpret(askMachine(injected));
+    } catch (const yat::Problem &problem) {
+        std::istringstream lines(problem.what());
+        for (std::string line; std::getline(lines, line);)
+            TRACE(YAT_TRACE_ERROR, "%s", line.c_str());
+        result = 0;
+    }
+    result = injected.value_or(result);
     if (result != 0)
         std::ranges::copy(deviceId, response);
     TRACE(YAT_TRACE_PROGRESS, "<");

@@ -3,12 +3,8 @@
 #include "sim/reader.h"
 #include "yat/ft.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
 #include <span>
 #include <sstream>
-#include <unistd.h>
 
 namespace sim {
 namespace {
@@ -16,7 +12,6 @@ namespace {
 // An adapter runs when its module does.
 constexpr Term<bool> adapterStates[] = {{false, "running"}, {true, "broken"}};
 
-constexpr size_t longestFile = 16 << 20; // bytes
 constexpr size_t longestName = 127;      // bytes
 constexpr int deepestAdapter = 3;        // tree level, the module's being 1
 constexpr int boards = -1;               // no device class
@@ -390,39 +385,11 @@ toml::table toTable(const Description &machine)
 
 } // namespace
 
-std::string toString(const Mistake &mistake, const std::string &file)
+Description parseDescription(const std::string &text, const std::string &file)
 {
-    return file + ":" + (mistake.line ? std::to_string(mistake.line) + ":" : "") + " "
-           + mistake.text;
-}
-
-std::optional<std::string> readWholeFile(const std::string &file)
-{
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0)
-        return {};
-    std::string text;
-    char buffer[16384];
-    ssize_t length;
-    while ((length = read(descriptor, buffer, sizeof buffer)) > 0 && text.size() <= longestFile)
-        text.append(buffer, static_cast<size_t>(length));
-    const int reason = length > 0 ? EFBIG : errno;
-    close(descriptor);
-    errno = reason;
-    return length == 0 ? std::optional(text) : std::nullopt;
-}
-
-Description parseDescription(const std::string &text, std::vector<Mistake> &mistakes)
-{
-    const toml::parse_result parsed = toml::parse(text);
-    if (!parsed) {
-        mistakes.push_back(
-            {parsed.error().source().begin.line, std::string(parsed.error().description())});
-        return {};
-    }
-    Reader reader(mistakes);
-    Description description = readMachine(reader, parsed.table());
-    std::ranges::stable_sort(mistakes, {}, &Mistake::line);
+    Reader reader;
+    Description description = readMachine(reader, yat::parseToml(text, file));
+    reader.throwMistakes(file);
     return description;
 }
 

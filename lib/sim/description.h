@@ -4,7 +4,6 @@
 #include "sim/terms.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,22 +54,9 @@ struct Description {
     bool operator==(const Description &) const = default;
 };
 
-// A mistake in a description: where it is, what is there, what was expected.
-struct Mistake {
-    unsigned line = 0; // 0: not in a line, but in the whole
-    std::string text;
-};
-
-// The mistake as it is told: "FILE:LINE: TEXT".
-std::string toString(const Mistake &mistake, const std::string &file);
-
-// A description file as it is; nothing, with the reason in errno, when it can't be read or is too
-// large to be one.
-std::optional<std::string> readWholeFile(const std::string &file);
-
-// Reads a description. Every mistake found is appended to mistakes; the result is only of
-// use when there is none.
-Description parseDescription(const std::string &toml, std::vector<Mistake> &mistakes);
+// Reads a description that is in a file of that name. All its mistakes are thrown as one
+// yat::Problem, a line each: "FILE:LINE: what is wrong, what was expected".
+Description parseDescription(const std::string &toml, const std::string &file);
 
 // The TOML text that reads back as this description.
 std::string toToml(const Description &description);

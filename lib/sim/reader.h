@@ -1,6 +1,7 @@
 // Reads the values of a description's tables by rules, and says where one is broken.
 #pragma once
 
+#include "common/problem.h"
 #include "common/toml.h"
 #include "sim/description.h"
 
@@ -16,8 +17,6 @@ namespace sim {
 // The rules of one description, and the mistakes found so far.
 class Reader {
 public:
-    explicit Reader(std::vector<Mistake> &found) : mistakes(found) {}
-
     void report(const toml::node &where, const std::string &text)
     {
         mistakes.push_back({where.source().begin.line, text});
@@ -257,6 +256,17 @@ public:
         return mistakes.size();
     }
 
+    // Throws what was found, in the order of its lines.
+    void throwMistakes(const std::string &file)
+    {
+        std::ranges::stable_sort(mistakes, {}, &Mistake::line);
+        std::string all;
+        for (const Mistake &mistake : mistakes)
+            all += (all.empty() ? "" : "\n") + yat::inLine(file, mistake.line, mistake.text);
+        if (!all.empty())
+            throw yat::Problem(all);
+    }
+
 private:
     static std::optional<Time> timeOf(const toml::node &node, Time unit, int most)
     {
@@ -289,7 +299,11 @@ private:
                "wrong value for '" + std::string(key) + "', expected " + std::string(expected));
     }
 
-    std::vector<Mistake> &mistakes;
+    struct Mistake {
+        size_t line;
+        std::string text;
+    };
+    std::vector<Mistake> mistakes;
     std::set<std::pair<int, int>> numbers;
     std::set<std::string> names;
 };

@@ -1,6 +1,6 @@
 #include "sim/store.h"
 
-#include "common/machine.h"
+#include "common/file.h"
 #include "common/paths.h"
 #include "common/problem.h"
 #include "sim/course.h"
@@ -259,7 +259,7 @@ std::string nameOfPath(const std::string &path)
 
 } // namespace
 
-Store configuredStore()
+Store configuredStore(const yat::ConfiguredMachine &machine)
 {
     if (const std::string mistake = scaleMistake(); !mistake.empty())
         throw yat::Problem(mistake);
@@ -271,11 +271,10 @@ Store configuredStore()
     const std::string state = yat::stateDirectory();
     if (state.empty())
         throw yat::Problem("no directory for the state can be written; set YAT_STATE_DIR");
-    const std::string machine = yat::machineName();
-    const bool isPath = machine.find('/') != std::string::npos;
     Store store;
-    store.file = state + "/machines/" + (isPath ? nameOfPath(machine) : machine) + ".db";
-    store.descriptionFile = yat::descriptionFile();
+    store.file = state + "/machines/"
+                 + (machine.isPath ? nameOfPath(machine.name) : machine.name) + ".db";
+    store.descriptionFile = machine.descriptionFile;
     store.asker = whoAsks();
     return store;
 }
@@ -388,11 +387,12 @@ std::string descriptionNote(Store &store)
     if (origin != wholePath(store.descriptionFile))
         return "made from " + name + "; 'yatsim reset' makes it anew from "
                + yat::fromDisplay(store.descriptionFile);
-    const auto now = readWholeFile(origin);
-    if (!now)
-        return name + " can't be read: " + yat::reason(errno) + "; the state is kept";
-    if (*now != text)
-        return name + " has changed since; the state is kept, 'yatsim reset' makes it anew";
+    try {
+        if (yat::readFile(origin) != text)
+            return name + " has changed since; the state is kept, 'yatsim reset' makes it anew";
+    } catch (const yat::Problem &problem) {
+        return std::string(problem.what()) + "; the state is kept";
+    }
     return {};
 }
 

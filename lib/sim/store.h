@@ -5,6 +5,7 @@
 // yat::Problem when the file can't be used, and leave it as it was.
 #pragma once
 
+#include "common/machine.h"
 #include "sim/operations.h"
 #include "sim/statefile.h"
 #include "sim/tables.h"
@@ -28,9 +29,8 @@ struct Store {
     KnownDescription description;
 };
 
-// The store of the machine that the product administers, see common/machine.h. A mistake in the
-// environment is thrown.
-Store configuredStore();
+// The store of a simulated machine. A mistake in the environment is thrown.
+Store configuredStore(const yat::ConfiguredMachine &machine = yat::configuredMachine());
 
 // Opens the file, which other functions do by themselves, and makes it from the description when
 // there is none. True when it was made.

@@ -1,13 +1,10 @@
 #include "sim/tables.h"
 
+#include "common/file.h"
 #include "common/problem.h"
 #include "sim/contradiction.h"
 #include "sim/making.h"
 #include "sim/words.h"
-#include "text/encoding.h"
-
-#include <cerrno>
-#include <cstring>
 
 namespace sim {
 namespace {
@@ -21,11 +18,13 @@ void readDescription(const Database &database, const Query &row, KnownDescriptio
 {
     if (known.description && row.integer(0) == known.generation)
         return;
-    std::vector<Mistake> mistakes;
-    auto description = std::make_shared<Description>(parseDescription(row.text(1), mistakes));
-    if (!mistakes.empty())
-        damaged(database, toString(mistakes[0], "its description"));
-    known = {.generation = row.integer(0), .description = description};
+    try {
+        known = {.generation = row.integer(0),
+                 .description = std::make_shared<Description>(
+                     parseDescription(row.text(1), "its description"))};
+    } catch (const yat::Problem &problem) {
+        damaged(database, problem.what());
+    }
 }
 
 Written readMachineRow(Database &database, KnownDescription &known)
@@ -115,18 +114,9 @@ void writeDevice(Database &database, const Device &device)
 
 Source readSource(const std::string &file)
 {
-    std::vector<Mistake> mistakes;
-    const auto text = readWholeFile(file);
-    const std::string name = yat::fromDisplay(file);
-    if (!text)
-        throw yat::Problem(name + ": can't be read: " + yat::reason(errno));
-    auto description = std::make_shared<Description>(parseDescription(*text, mistakes));
-    std::string all;
-    for (const Mistake &mistake : mistakes)
-        all += (all.empty() ? "" : "\n") + toString(mistake, name);
-    if (!all.empty())
-        throw yat::Problem(all);
-    return {.file = file, .text = *text, .description = description};
+    const std::string text = yat::readFile(file);
+    auto description = std::make_shared<Description>(parseDescription(text, file));
+    return {.file = file, .text = text, .description = description};
 }
 
 Written readMachine(Database &database, KnownDescription &known)

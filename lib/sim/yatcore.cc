@@ -329,18 +329,27 @@ void stayUntilTheEnd()
         dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
+// The machine to simulate; nothing, with the reason told, when the configuration names none.
+std::optional<yat::ConfiguredMachine> machineToSimulate()
+try {
+    yat::ConfiguredMachine machine = yat::configuredMachine();
+    if (!machine.isHardware)
+        return machine;
+    TRACE(YAT_TRACE_ERROR,
+          "this yatcore.dll simulates a machine; the configuration wants the real one");
+    return {};
+} catch (const yat::Problem &mistake) {
+    complain(mistake.what());
+    stayUntilTheEnd();
+    return {};
+}
+
 int openPlatform()
 try {
-    if (const std::string mistake = yat::configurationMistake(); !mistake.empty()) {
-        complain(mistake);
-        stayUntilTheEnd();
+    const auto machine = machineToSimulate();
+    if (!machine)
         return 0;
-    }
-    if (yat::machineIsHardware()) {
-        TRACE(YAT_TRACE_ERROR,
-              "this yatcore.dll simulates a machine; the configuration wants the real one");
-        return 0;
-    }
+    openedStore = configuredStore(*machine);
     const int result = resultOf(injectionFor("ft_FunctionInit"), 1);
     if (result == 0)
         openedStore.reset();

@@ -134,6 +134,14 @@ std::string fromDisplay(std::string_view text)
     return result;
 }
 
+std::string printable(std::string_view text)
+{
+    std::string result(text);
+    std::ranges::replace_if(
+        result, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
+    return result;
+}
+
 std::string fromEuc(std::string_view euc)
 {
     // Two tables: the standard one, and the vendors' for what it lacks, such as circled

@@ -20,6 +20,9 @@ std::string toDisplay(std::string_view utf8);
 // From the locale's encoding to UTF-8; what is no character of it becomes U+FFFD.
 std::string fromDisplay(std::string_view text);
 
+// What is shown of a text that somebody else wrote: blanks for what moves the cursor.
+std::string printable(std::string_view text);
+
 // From EUC-JP to UTF-8; what is no EUC-JP becomes U+FFFD.
 std::string fromEuc(std::string_view euc);
 

@@ -3,6 +3,7 @@
 #include "hwinfo/bmc.h"
 #include "support/files.h"
 #include "support/privileges.h"
+#include "support/problem.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -142,26 +143,33 @@ protected:
     void SetUp() override { ASSERT_EQ(mkfifo(device.c_str(), 0600), 0); }
     void TearDown() override { EXPECT_EQ(countOpenFiles(), openFiles); }
 
-    hwinfo::Answer ask(Driver &played, int milliseconds = 60'000)
+    Bytes ask(Driver &played, int milliseconds = 60'000)
     {
         driver = &played;
-        hwinfo::Answer answer = hwinfo::askDriver(device, milliseconds);
+        Bytes answer;
+        problem = problemOf([&] { answer = hwinfo::askDriver(device, milliseconds); });
         driver = nullptr;
         return answer;
     }
 
     void expectBytes(Driver played, const Bytes &wanted)
     {
-        const hwinfo::Answer answer = ask(played);
-        EXPECT_EQ(answer.bytes, wanted);
-        EXPECT_EQ(answer.problems, std::vector<std::string>());
+        EXPECT_EQ(ask(played), wanted);
+        EXPECT_EQ(problem, "");
     }
 
-    void expectProblem(const hwinfo::Answer &answer, const std::string &problem)
+    void expectProblem(Driver &played, const std::string &wanted, int milliseconds = 60'000)
     {
-        EXPECT_EQ(answer.bytes, Bytes());
-        EXPECT_EQ(answer.problems, std::vector<std::string>{problem});
+        EXPECT_EQ(ask(played, milliseconds), Bytes());
+        EXPECT_EQ(problem, wanted);
     }
+
+    static void expectProblem(const std::string &path, const std::string &wanted)
+    {
+        EXPECT_EQ(problemOf([&] { hwinfo::askDriver(path, 1000); }), wanted);
+    }
+
+    std::string problem; // of the last question
 };
 
 const Bytes good = {0, 32, 1, 0x81, 0x25, 2};
@@ -171,7 +179,7 @@ const Bytes good = {0, 32, 1, 0x81, 0x25, 2};
 TEST_F(DriverTest, AsksTheSystemInterfaceOnceForTheDeviceId)
 {
     Driver played{.messages = {{.bytes = good}}};
-    EXPECT_EQ(ask(played).bytes, good);
+    EXPECT_EQ(ask(played), good);
     EXPECT_EQ(played.sent, 1);
     EXPECT_EQ(played.address.addr_type, 0x0C);
     EXPECT_EQ(played.address.channel, 0x0F);
@@ -214,24 +222,21 @@ TEST_F(DriverTest, IsNotDisturbedBySignals)
 TEST_F(DriverTest, TellsASilentBmc)
 {
     Driver played;
-    expectProblem(ask(played, 50), "the BMC is silent: no answer from " + device
-                                       + " within 50 ms");
+    expectProblem(played, "the BMC is silent: no answer from " + device + " within 50 ms", 50);
     EXPECT_EQ(played.sent, 1);
 }
 
 TEST_F(DriverTest, HasATimeLimitThatOtherMessagesDoNotExtend)
 {
     Driver played{.messages = {{.number = 4711, .bytes = good}}, .repeats = true};
-    expectProblem(ask(played, 50), "the BMC is silent: no answer from " + device
-                                       + " within 50 ms");
+    expectProblem(played, "the BMC is silent: no answer from " + device + " within 50 ms", 50);
 }
 
 TEST_F(DriverTest, HasATimeLimitThatSignalsDoNotExtend)
 {
     // Each interruption takes a millisecond at least, so the limit comes long before the last.
     Driver played{.pollInterruptions = 5000};
-    expectProblem(ask(played, 50), "the BMC is silent: no answer from " + device
-                                       + " within 50 ms");
+    expectProblem(played, "the BMC is silent: no answer from " + device + " within 50 ms", 50);
     EXPECT_LT(played.polls, 5000);
     EXPECT_LE(played.firstTimeout, 50);
     EXPECT_LT(played.lastTimeout, played.firstTimeout);
@@ -240,17 +245,17 @@ TEST_F(DriverTest, HasATimeLimitThatSignalsDoNotExtend)
 TEST_F(DriverTest, TellsErrorsOfTheDriver)
 {
     Driver refusing{.sendError = EINVAL};
-    expectProblem(ask(refusing), "sending to " + device + ": Invalid argument");
+    expectProblem(refusing, "sending to " + device + ": Invalid argument");
     Driver failing{.messages = {{.bytes = good}}, .receiveError = ENODEV};
-    expectProblem(ask(failing), "receiving from " + device + ": No such device");
+    expectProblem(failing, "receiving from " + device + ": No such device");
     Driver gone{.brokenOff = true};
-    expectProblem(ask(gone), "receiving from " + device + ": Input/output error");
+    expectProblem(gone, "receiving from " + device + ": Input/output error");
 }
 
 TEST_F(DriverTest, TellsAMissingDeviceAndWhatToLoad)
 {
     const std::string missing = directory.path / "missing";
-    expectProblem(hwinfo::askDriver(missing, 1000),
+    expectProblem(missing,
                   "no " + missing
                       + " (No such file or directory): load the kernel modules ipmi_msghandler, "
                         "ipmi_devintf and ipmi_si; if they are loaded, they found no BMC");
@@ -260,7 +265,7 @@ TEST_F(DriverTest, TellsADeviceWithoutItsDriver)
 {
     const std::string socket = directory.path / "socket"; // can't be opened either
     ASSERT_EQ(mknod(socket.c_str(), S_IFSOCK | 0600, 0), 0);
-    expectProblem(hwinfo::askDriver(socket, 1000),
+    expectProblem(socket,
                   "no " + socket
                       + " (No such device or address): load the kernel modules ipmi_msghandler, "
                         "ipmi_devintf and ipmi_si; if they are loaded, they found no BMC");
@@ -270,7 +275,7 @@ TEST_F(DriverTest, TellsMissingRights)
 {
     chmod(device.c_str(), 0);
     const WithoutPrivileges since;
-    expectProblem(hwinfo::askDriver(device, 1000),
+    expectProblem(device,
                   "no right to open " + device
                       + " for reading and writing (Permission denied): run as root, or as a user "
                         "with that right");
@@ -278,8 +283,8 @@ TEST_F(DriverTest, TellsMissingRights)
 
 TEST_F(DriverTest, TellsWhatIsNoIpmiDevice)
 {
-    expectProblem(hwinfo::askDriver("/dev/null", 1000),
+    expectProblem("/dev/null",
                   "sending to /dev/null: Inappropriate ioctl for device");
-    expectProblem(hwinfo::askDriver(directory.path, 1000),
+    expectProblem(directory.path,
                   "opening " + directory.path.string() + ": Is a directory");
 }

@@ -2,6 +2,7 @@
 // subcommand, option, call and key, with its limits and its allowed values.
 #include "sim/description.h"
 #include "support.h"
+#include "support/problem.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -172,27 +173,21 @@ struct Complaint {
 // What the reader of descriptions says of a key that it does not know.
 Complaint ofUnknownKey(const std::string &toml)
 {
-    std::vector<sim::Mistake> mistakes;
-    sim::parseDescription(toml, mistakes);
-    for (const sim::Mistake &mistake : mistakes) {
-        std::smatch parts;
-        if (std::regex_match(mistake.text, parts,
-                             std::regex("unknown key 'zzz' in (.*), expected (.*)")))
-            return {.where = parts[1], .expected = parts[2]};
-    }
+    const std::string problem = problemOf([&] { sim::parseDescription(toml, "F"); });
+    std::smatch parts;
+    if (std::regex_search(problem, parts,
+                          std::regex("unknown key 'zzz' in (.*), expected (.*)")))
+        return {.where = parts[1], .expected = parts[2]};
     return {};
 }
 
 // What it says of a value that no key has, which is a date.
 std::string ofWrongValue(const std::string &table, const std::string &key)
 {
-    std::vector<sim::Mistake> mistakes;
-    sim::parseDescription(table + key + " = 1979-05-27\n", mistakes);
-    for (const sim::Mistake &mistake : mistakes)
-        if (const std::string begin = "wrong value for '" + key + "', expected ";
-            mistake.text.starts_with(begin))
-            return mistake.text.substr(begin.size());
-    return {};
+    const std::string toml = table + key + " = 1979-05-27\n";
+    const std::string problem = problemOf([&] { sim::parseDescription(toml, "F"); });
+    const Words found = matches(problem, "wrong value for '" + key + "', expected (.*)$");
+    return found.empty() ? "" : found[0];
 }
 
 struct Table {

@@ -4,6 +4,7 @@
 #include "sim/store.h"
 #include "support.h"
 #include "support/privileges.h"
+#include "support/problem.h"
 #include "yat/ft.h"
 
 #include <cstring>
@@ -40,16 +41,6 @@ struct Stored {
 
 const DeviceId cpu2 = {YAT_CLASS_CPU_MODULE, 2};
 const Operation stopCpu2 = {.verb = Verb::bringDown, .device = cpu2, .code = 8};
-
-std::string problemOf(const std::function<void()> &work)
-{
-    try {
-        work();
-    } catch (const yat::Problem &problem) {
-        return problem.what();
-    }
-    return "";
-}
 
 // The same for one who has no more rights than anybody.
 std::string problemOfAnybody(const std::function<void()> &work)
@@ -610,7 +601,7 @@ TEST(DescriptionFile, ThatChangedIsToldAndTheStateKept)
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
     fs::remove(file);
     EXPECT_EQ(descriptionNote(stored.store),
-              file + " can't be read: No such file or directory; the state is kept");
+              file + ": can't be read: No such file or directory; the state is kept");
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
 }
 

@@ -1,6 +1,7 @@
 // Which machine the configuration names.
 #include "common/machine.h"
 #include "support/files.h"
+#include "support/problem.h"
 
 #include <gtest/gtest.h>
 
@@ -39,8 +40,9 @@ TEST_P(EveryConfiguration, NamesAMachineOrHasAMistakeInALine)
     TemporaryDirectory directory;
     const std::string file = directory.path / "yatkit.toml";
     writeFile(file, configuration.text);
-    std::string mistake;
-    EXPECT_EQ(yat::configuredMachine(file, &mistake), configuration.machine);
+    std::string machine;
+    const std::string mistake = problemOf([&] { machine = yat::machineNamedIn(file); });
+    EXPECT_EQ(machine, configuration.machine);
     const std::string place = file + ":2: ";
     if (!configuration.mistake) // the library's own words
         EXPECT_TRUE(mistake.starts_with(place) && mistake.size() > place.size()) << mistake;
@@ -55,7 +57,5 @@ INSTANTIATE_TEST_SUITE_P(Machine, EveryConfiguration, testing::ValuesIn(configur
 
 TEST(Configuration, ThatIsNotThereNamesNoMachine)
 {
-    std::string mistake;
-    EXPECT_EQ(yat::configuredMachine("/no/such/file", &mistake), "");
-    EXPECT_EQ(mistake, "");
+    EXPECT_EQ(yat::machineNamedIn("/no/such/file"), "");
 }

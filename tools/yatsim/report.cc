@@ -163,7 +163,7 @@ std::string injectionText(const Injection &injection)
     if (injection.delay > 0)
         text += ", after " + std::to_string(injection.delay) + " ms";
     if (injection.text)
-        text += ", with \"" + printable(*injection.text) + "\"";
+        text += ", with \"" + yat::printable(*injection.text) + "\"";
     return text;
 }
 
@@ -197,19 +197,11 @@ Row journalLine(const JournalRow &row)
                 row.argument,
                 row.result};
     for (std::string &text : line)
-        text = text.empty() ? "-" : printable(text);
+        text = text.empty() ? "-" : yat::printable(text);
     return line;
 }
 
 } // namespace
-
-std::string printable(const std::string &text)
-{
-    std::string result = text;
-    std::ranges::replace_if(
-        result, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
-    return result;
-}
 
 void reportDevices(const Machine &machine, Form form)
 {
@@ -222,7 +214,7 @@ void reportDevices(const Machine &machine, Form form)
     }
     std::vector<Row> rows = {{"DEVICE", "NAME", "STATE", "SINCE", "FAILURES", "MTBF"}};
     for (const Device &device : machine.devices)
-        rows.push_back({nameOf(device.id), printable(device.name),
+        rows.push_back({nameOf(device.id), yat::printable(device.name),
                         stateText(machine, device, false), localText(stateSince(machine, device)),
                         std::to_string(device.failureCount), mtbfText(device)});
     printTable(rows);
@@ -236,7 +228,7 @@ void reportDevice(const Machine &machine, const Device &device, Form form)
     }
     std::vector<Row> rows = {
         {"Device", nameOf(device.id)},
-        {"Name", printable(device.name)},
+        {"Name", yat::printable(device.name)},
         {"State",
          stateText(machine, device, false) + ", since " + localText(stateSince(machine, device))},
     };
@@ -252,8 +244,8 @@ void reportDevice(const Machine &machine, const Device &device, Form form)
         rows.push_back({"", localText(time)});
     rows.push_back({"Defective", device.defective ? "yes, until it is repaired" : "no"});
     if (device.id.classCode == YAT_CLASS_CPU_MODULE) {
-        rows.push_back({"BIOS version", printable(device.biosVersion)});
-        rows.push_back({"BIOS status", printable(biosStatusText(machine, device, false))});
+        rows.push_back({"BIOS version", yat::printable(device.biosVersion)});
+        rows.push_back({"BIOS status", yat::printable(biosStatusText(machine, device, false))});
     }
     printTable(rows);
 }
@@ -285,19 +277,19 @@ void reportMachine(Store &store, Form form)
     char scale[32];
     snprintf(scale, sizeof scale, "%g", clock.scale);
     std::vector<Row> rows = {
-        {"Machine", printable(machine.name)},
+        {"Machine", yat::printable(machine.name)},
         {"Type", std::string(wordOf(machineTypes, machine.type))},
-        {"State file", printable(yat::fromDisplay(store.file))},
-        {"Description", printable(yat::fromDisplay(store.descriptionFile))},
+        {"State file", yat::printable(yat::fromDisplay(store.file))},
+        {"Description", yat::printable(yat::fromDisplay(store.descriptionFile))},
         {"Time", localText(clock.simulated) + ", scale " + scale},
         {"Automatic firmware update", machine.automaticFirmwareUpdate ? "on" : "off"},
         {"Automatic module start", machine.automaticModuleStart ? "on" : "off"},
         {"MTBF threshold", hoursText(machine.mtbfThreshold)},
         {"BIOS in the data file",
-         machine.dataFileVersion.empty() ? "-" : printable(machine.dataFileVersion)},
+         machine.dataFileVersion.empty() ? "-" : yat::printable(machine.dataFileVersion)},
     };
     if (!note.empty())
-        rows.push_back({"Note", printable(note)});
+        rows.push_back({"Note", yat::printable(note)});
     for (const Injection &injection : pending)
         rows.push_back({&injection == &pending[0] ? "Injections" : "", injectionText(injection)});
     printTable(rows);

@@ -7,9 +7,6 @@ namespace sim {
 
 enum class Form { text, json };
 
-// What is shown of a text that somebody else wrote: nothing that moves the cursor.
-std::string printable(const std::string &text);
-
 void reportDevices(const Machine &machine, Form form);
 void reportDevice(const Machine &machine, const Device &device, Form form);
 void reportMachine(Store &store, Form form);

@@ -40,18 +40,13 @@ struct Request {
     }
 };
 
-struct Failure : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
 Store simulatedStore()
 {
-    if (const std::string mistake = yat::configurationMistake(); !mistake.empty())
-        throw Failure(mistake);
-    if (yat::machineIsHardware())
-        throw Failure("the configuration names the machine that this runs on, which is not "
+    const yat::ConfiguredMachine machine = yat::configuredMachine();
+    if (machine.isHardware)
+        throw yat::Problem("the configuration names the machine that this runs on, which is not "
                       "simulated; choose another one with --machine or YAT_MACHINE");
-    return configuredStore();
+    return configuredStore(machine);
 }
 
 std::string list(const std::vector<std::string> &words)
@@ -75,7 +70,7 @@ std::string noDevice(const Machine &machine, const std::string &name)
 [[noreturn]] void refuseAndFail(Store &store, const JournalRow &row, const std::string &mistake)
 {
     refuse(store, row);
-    throw Failure(mistake);
+    throw yat::Problem(mistake);
 }
 
 // The device of an operation, of which the row has all but the result.
@@ -92,7 +87,7 @@ void performOrFail(Store &store, const Operation &operation)
 {
     const Outcome outcome = perform(store, operation);
     if (outcome.refusal != Refusal::none)
-        throw Failure(std::string(nameOf(operation.verb)) + " " + nameOf(operation.device) + ": "
+        throw yat::Problem(std::string(nameOf(operation.verb)) + " " + nameOf(operation.device) + ": "
                       + std::string(nameOf(outcome.refusal)));
 }
 
@@ -125,7 +120,7 @@ void show(const Request &request)
     const Machine machine = look(store);
     const Device *device = deviceNamed(machine, request.words[0]);
     if (!device)
-        throw Failure(noDevice(machine, request.words[0]));
+        throw yat::Problem(noDevice(machine, request.words[0]));
     reportDevice(machine, *device, request.form());
 }
 
@@ -223,9 +218,9 @@ void set(const Request &request)
     const Outcome outcome =
         perform(store, {.verb = Verb::set, .device = device, .argument = row.argument});
     if (outcome.refusal == Refusal::wrongArgument)
-        throw Failure("wrong value '" + value + "' for " + name + ", expected " + known->values);
+        throw yat::Problem("wrong value '" + value + "' for " + name + ", expected " + known->values);
     if (outcome.refusal != Refusal::none)
-        throw Failure("set " + name + ": " + std::string(nameOf(outcome.refusal)));
+        throw yat::Problem("set " + name + ": " + std::string(nameOf(outcome.refusal)));
 }
 
 void journal(const Request &request)
@@ -425,7 +420,7 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
 void toUtf8(std::string &argument)
 {
     if (!yat::isDisplayable(argument.c_str()))
-        throw Failure("'" + yat::fromDisplay(argument) + "' is not in the encoding of the locale, "
+        throw yat::Problem("'" + yat::fromDisplay(argument) + "' is not in the encoding of the locale, "
                       + nl_langinfo(CODESET));
     argument = yat::fromDisplay(argument);
 }
@@ -445,7 +440,7 @@ void print(const std::string &problem)
     while (begin <= problem.size()) {
         const size_t end = std::min(problem.find('\n', begin), problem.size());
         fprintf(stderr, "yatsim: %s\n",
-                yat::toDisplay(printable(problem.substr(begin, end - begin))).c_str());
+                yat::toDisplay(yat::printable(problem.substr(begin, end - begin))).c_str());
         begin = end + 1;
     }
 }
