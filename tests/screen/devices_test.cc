@@ -1,5 +1,5 @@
 // The windows of the devices: what they read, when they are given up, what they trace.
-#include "devices.h"
+#include "navigation.h"
 
 #include <sstream>
 

@@ -1,5 +1,5 @@
 // The BIOS data view and the firmware update of a CPU module.
-#include "devices.h"
+#include "navigation.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // What the program asks newt for where the screen alone does not tell.
-#include "devices.h"
+#include "navigation.h"
 
 #include <algorithm>
 

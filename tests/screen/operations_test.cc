@@ -1,5 +1,5 @@
 // The buttons of the device windows, each in each outcome.
-#include "devices.h"
+#include "navigation.h"
 
 namespace {
 

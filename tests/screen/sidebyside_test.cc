@@ -1,6 +1,6 @@
 // mrvutil in one terminal and yatsim in another one, at the same simulated machine. Its clock
 // stands still in both, so that each state can be looked at; yatsim lets the time pass.
-#include "devices.h"
+#include "navigation.h"
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 // Terminals that are low, narrow, without colours, without line drawing, or in another encoding.
-#include "devices.h"
+#include "navigation.h"
 
 #include <algorithm>
 #include <set>

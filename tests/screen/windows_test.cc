@@ -1,6 +1,6 @@
 // Every window: how it looks on each machine, in each language and size, and which keys it leaves
 // alone.
-#include "devices.h"
+#include "navigation.h"
 
 using namespace keys;
 

@@ -1,4 +1,4 @@
-#include "devices.h"
+#include "navigation.h"
 
 #include <algorithm>
 
