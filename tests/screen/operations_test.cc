@@ -8,13 +8,6 @@ RunOptions watched(const char *machine, const std::string &script = "")
     return {.machine = machine, .script = script, .environment = {{"YAT_SPY_MORE", "screen"}}};
 }
 
-// The window with the focus on its first button, which is where a test leaves it.
-std::string stablePicture(Session &session)
-{
-    session.terminal().settle(std::chrono::milliseconds(30));
-    return session.terminal().picture();
-}
-
 // Goes back to the first button and expects the window to be as it was.
 void expectWindowAsBefore(Session &session, const std::string &picture, int tabs)
 {
@@ -97,7 +90,7 @@ protected:
     void ask(Session &session)
     {
         open(session, *button.device);
-        picture = stablePicture(session);
+        picture = session.stillPicture();
         opened = session.calls().size();
         press(session, button.tabs);
         session.see(button.question);
@@ -210,7 +203,7 @@ TEST_P(EveryRefusal, AsksNothingAndCallsNothing)
     const Refusal &refusal = GetParam();
     Session session(watched(refusal.machine));
     open(session, *refusal.device);
-    const std::string picture = stablePicture(session);
+    const std::string picture = session.stillPicture();
     const Calls before = session.calls();
     press(session, refusal.tabs);
     session.see(refusal.text);

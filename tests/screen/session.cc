@@ -87,6 +87,13 @@ void Session::expectScreen(const std::string &name)
         << difference(expected, running.picture());
 }
 
+std::string Session::stillPicture()
+{
+    running.waitUntilIdle();
+    running.settle(std::chrono::milliseconds(30));
+    return running.picture();
+}
+
 void Session::expectExit(int status)
 {
     const int result = running.wait();

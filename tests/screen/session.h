@@ -54,6 +54,9 @@ public:
     // set in the environment, the file is written instead.
     void expectScreen(const std::string &name);
 
+    // The screen when the program waits and all that it has written is drawn.
+    std::string stillPicture();
+
     // Waits for the end and expects this exit status, or this signal.
     void expectExit(int status);
     void expectSignal(int signal);

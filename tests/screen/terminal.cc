@@ -157,7 +157,7 @@ static long long bytesReadBy(pid_t process)
 void Terminal::send(const std::string &keys)
 {
     readWhenTaken = bytesReadBy(child) + static_cast<long long>(keys.size());
-    takenAtLatest = Clock::now() + std::chrono::milliseconds(50);
+    takenAtLatest = Clock::now() + std::chrono::milliseconds(500);
     if (write(descriptor, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
         throw std::runtime_error("the terminal takes no keys");
 }
@@ -215,13 +215,28 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
     return true;
 }
 
-// newt sleeps while it shows that a button is pressed, and goes on by itself.
-static bool sleeps(pid_t process)
+// Whether the process waits for what others do: keys, a child, time that the spy holds it. It does
+// not while it runs, nor while newt sleeps to show a pressed button, nor where the terminal has to
+// take its output first. It is asked once: what two looks tell may never have been true together.
+static bool waitsForOthers(pid_t process)
 {
     std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
-    long call = -1;
-    file >> call;
-    return call == SYS_nanosleep || call == SYS_clock_nanosleep;
+    long call;
+    if (!(file >> call)) // "running"
+        return false;
+    const auto waits = {SYS_read,     SYS_poll,  SYS_ppoll, SYS_select,
+                        SYS_pselect6, SYS_wait4, SYS_waitid};
+    return std::ranges::find(waits, call) != std::end(waits);
+}
+
+static bool isStopped(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    const size_t name = line.rfind(") ");
+    return name == std::string::npos
+           || std::string("TXZ").find(line.at(name + 2)) != std::string::npos;
 }
 
 void Terminal::waitUntilIdle()
@@ -231,14 +246,7 @@ void Terminal::waitUntilIdle()
         // for a child of the program.
         if (bytesReadBy(child) < readWhenTaken && Clock::now() < takenAtLatest)
             return false;
-        if (unread() > 0)
-            return false;
-        std::ifstream file("/proc/" + std::to_string(child) + "/stat");
-        std::string line;
-        std::getline(file, line);
-        const size_t name = line.rfind(") ");
-        const char state = name == std::string::npos ? 'X' : line.at(name + 2);
-        return state != 'R' && state != 'D' && !sleeps(child);
+        return unread() == 0 && (waitsForOthers(child) || isStopped(child));
     });
 }
 
