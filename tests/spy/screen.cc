@@ -1,0 +1,129 @@
+// What the program asks newt for, recorded when YAT_SPY_MORE has "screen" in it.
+#include "calls.h"
+
+#include <csignal>
+#include <cstring>
+#include <map>
+#include <newt.h>
+#include <vector>
+
+namespace {
+
+// The windows that are open, the top one last, and what belongs to which.
+std::vector<std::string> titles;
+std::map<newtComponent, std::string> titlesOfForms;
+std::map<newtGrid, std::string> titlesOfGrids;
+
+bool refreshing; // some calls end in a jump to newtRefresh, which leaves no return address of newt
+
+bool isInNewt(void *address)
+{
+    Dl_info info;
+    return dladdr(address, &info) && strstr(info.dli_fname, "libnewt");
+}
+
+} // namespace
+
+// What newt asks itself for is its own business.
+#define IS_OF_THE_PROGRAM                                                                          \
+    (records("screen") && !refreshing && !isInNewt(__builtin_return_address(0)))
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+// The calls that are nothing but recorded.
+#define CALL(result, name, parameters, arguments)                                                  \
+    result name parameters                                                                         \
+    {                                                                                              \
+        if (IS_OF_THE_PROGRAM)                                                                     \
+            record(#name "(" + list arguments + ")");                                              \
+        return real<decltype(name)>(#name) arguments;                                              \
+    }
+CALL(int, newtFinished, (), ())
+CALL(int, newtInit, (), ())
+CALL(void, newtPushHelpLine, (const char *text), (text))
+CALL(void, newtRefresh, (), ())
+CALL(int, newtResume, (), ())
+CALL(void, newtSuspend, (), ())
+CALL(void, newtTrashScreen, (), ())
+CALL(int, raise, (int signal), (signal))
+
+void newtCls(void)
+{
+    if (IS_OF_THE_PROGRAM)
+        record("newtCls()");
+    refreshing = true;
+    real<decltype(newtCls)>("newtCls")();
+    refreshing = false;
+}
+
+void newtPopWindow(void)
+{
+    if (IS_OF_THE_PROGRAM) {
+        record("newtPopWindow()");
+        titles.pop_back();
+    }
+    refreshing = true;
+    real<decltype(newtPopWindow)>("newtPopWindow")();
+    refreshing = false;
+}
+
+void newtGridWrappedWindow(newtGrid grid, char *title)
+{
+    if (IS_OF_THE_PROGRAM) {
+        record("newtGridWrappedWindow(" + std::string(title) + ")");
+        titles.push_back(title);
+        titlesOfGrids[grid] = title;
+    }
+    real<decltype(newtGridWrappedWindow)>("newtGridWrappedWindow")(grid, title);
+}
+
+void newtGridFree(newtGrid grid, int recurse)
+{
+    if (IS_OF_THE_PROGRAM)
+        record("newtGridFree(" + titlesOfGrids[grid] + ", " + list(recurse) + ")");
+    real<decltype(newtGridFree)>("newtGridFree")(grid, recurse);
+}
+
+void newtFormRun(newtComponent form, newtExitStruct *left)
+{
+    if (IS_OF_THE_PROGRAM && !titles.empty())
+        titlesOfForms[form] = titles.back();
+    real<decltype(newtFormRun)>("newtFormRun")(form, left);
+}
+
+void newtDrawForm(newtComponent form)
+{
+    if (IS_OF_THE_PROGRAM)
+        record("newtDrawForm(" + titlesOfForms[form] + ")");
+    real<decltype(newtDrawForm)>("newtDrawForm")(form);
+}
+
+void newtSetColors(newtColors colours)
+{
+    if (IS_OF_THE_PROGRAM) {
+        std::string names;
+        const char *const *name = reinterpret_cast<const char *const *>(&colours);
+        for (size_t i = 0; i < sizeof colours / sizeof *name; ++i)
+            names += std::string(i ? " " : "") + name[i];
+        record("newtSetColors(" + names + ")");
+    }
+    real<decltype(newtSetColors)>("newtSetColors")(colours);
+}
+
+void newtSetSuspendCallback(newtSuspendCallback callback, void *data)
+{
+    if (IS_OF_THE_PROGRAM)
+        record("newtSetSuspendCallback()");
+    real<decltype(newtSetSuspendCallback)>("newtSetSuspendCallback")(callback, data);
+}
+
+void newtDrawRootText(int column, int row, const char *text)
+{
+    if (IS_OF_THE_PROGRAM)
+        record("newtDrawRootText(" + list(column, row) + ", \"" + text + "\")");
+    real<decltype(newtDrawRootText)>("newtDrawRootText")(column, row, text);
+}
+
+} // extern "C"
+#pragma GCC visibility pop

@@ -1,0 +1,55 @@
+// What the spy plays. YAT_SPY_SCRIPT names the script, a line a rule:
+//
+//     CALL RESULT [delay=MS] [held] [at=N] [text=TEXT]
+//
+// RESULT is a number, "real" for what the real call answers, or "none" for a function that is not
+// there. TEXT, the rest of the line, is what the call writes into its text buffer. A call that is
+// held goes on when there is a file SCRIPT.go. With at, the rule is for the N-th call only. The
+// first rule that fits counts.
+//
+// A line "tree FILE" makes CreateTreeViewData read its records from a file, see playedTree.
+#pragma once
+
+#include "yat/device.h"
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+struct Rule {
+    std::string call, result;
+    std::optional<std::string> text;
+    int delay = 0; // milliseconds
+    bool isHeld = false;
+    int at = 0; // 0: every call
+
+    bool isReal() const
+    {
+        return result == "real";
+    }
+    int number() const
+    {
+        return atoi(result.c_str());
+    }
+    int textAsNumber() const
+    {
+        return atoi(text->c_str());
+    }
+};
+
+// The rule for a call, which counts as another one; null when the script says nothing of it.
+const Rule *ruleFor(const std::string &call);
+
+bool isMissing(const std::string &function);
+
+// Waits as long as the rule says.
+void waitFor(const Rule &rule);
+
+// The tree of the script's file, a record a line:
+//
+//     DEPTH HIERARCHY CLASS INSTANCE PATH0 NAME
+//
+// DEPTH is where the record stands, 0 below the root; "-" for CLASS leaves the identity out, "-"
+// for NAME the name; "null" for the whole is a null record at that DEPTH. Nothing is ever freed.
+bool hasTree();
+yat_device *playedTree();
