@@ -152,7 +152,7 @@ TEST(MtbfType, IsNotReadOnOtherMachines)
 
 TEST(MtbfType, LayoutIsThatOfTheMachineTypeAskedForByTheWindow)
 {
-    for (const char *answer : {"-1", "0", "1", "2"})
+    for (const char *answer : {"-1", "0", "1", "2", "4", "-2"})
         for (const Device *device : {&cpuModule, &pciModule}) {
             Session session({.script = std::string("call_yat_is_ft ") + answer + " at=2"});
             open(session, *device);
@@ -341,8 +341,7 @@ TEST(WindowTrace, IsThatOfEachWindow)
                                         "0 Ethernet <"}));
 }
 
-namespace
-{
+namespace {
 
 // Expects each record of the source to name a line of its own file, one that has to do with it.
 void expectOwnLines(Session &session, const std::string &source, int wanted)

@@ -35,6 +35,7 @@ void press(Session &session, int tabs)
 
 std::string inTestName(std::string text)
 {
-    std::ranges::replace_if(text, [](char c) { return !isalnum(c); }, '_');
+    std::ranges::replace_if(
+        text, [](char c) { return !isalnum(c); }, '_');
     return text;
 }

@@ -210,16 +210,18 @@ TEST(Grids, OfBoxesStayAndThatOfTheAdapterUpdateDoesNot)
 
 // ---- The screen's own beginning and end
 
-TEST(StartUp, AsksNewtInOrderAndDumpModeNotAtAll)
+TEST(StartUp, AndEndAreInOrder)
 {
     Session session(watched());
     session.see("Exit");
     session.send(ctrlO);
     session.expectExit(1);
-    Calls calls = session.calls("newt");
-    std::erase(calls, "newtTrashScreen()");
-    EXPECT_EQ(calls,
-              (Calls{"newtInit()",
+    EXPECT_EQ(callsSince(session, 0),
+              (Calls{"OpenStrFile(/data/E_mrvutil.rc) = stream",
+                     "initnewtlib() = 0",
+                     "initslanglib() = 0",
+                     "klogctl(6, null, 0)",
+                     "newtInit()",
                      "newtSetColors(white black black lightgray black lightgray white black "
                      "yellow blue yellow blue black brown blue lightgray blue brown yellow blue "
                      "black lightgray white blue black brown black lightgray lightgray black "
@@ -228,10 +230,34 @@ TEST(StartUp, AsksNewtInOrderAndDumpModeNotAtAll)
                      "newtCls()",
                      "newtPushHelpLine(  Tab: next item   Space: expand or press   Enter: open or "
                      "press   Arrows: move)",
-                     "newtDrawRootText(0, 0, \"\")", "newtGridWrappedWindow(FT Server Utility)",
-                     "newtGridFree(FT Server Utility, 1)", "newtCls()", "newtFinished()"}));
-    RunOptions dump = watched({.arguments = {"-debug"}});
-    Workspace workspace(dump);
+                     "newtDrawRootText(0, 0, \"\")",
+                     "ft_FunctionInit() = 1",
+                     "CreateTreeViewData(null) = 1",
+                     "call_yat_is_ft(0) = 3",
+                     "newtGridWrappedWindow(FT Server Utility)",
+                     "newtGridFree(FT Server Utility, 1)",
+                     "FreeTreeViewData(root) = 1",
+                     "newtCls()",
+                     "newtFinished()",
+                     "klogctl(8, null, 6)",
+                     "ft_FunctionRelease() = 1",
+                     "freenewtlib()",
+                     "freeslanglib()"}));
+}
+
+TEST(StartUp, OpensTheTraceLogBeforeAll)
+{
+    Session session({.environment = {{"YAT_SPY_MORE", "screen trace"}}});
+    session.see("Exit");
+    const Calls calls = session.calls();
+    EXPECT_EQ(calls.at(0), "TraceLogInit(0, YATmrvutil, 0, 5, 0)");
+    EXPECT_EQ(calls.at(1), "TraceLog(0, mrvmain, main, >)");
+    EXPECT_EQ(session.calls("TraceLogInit").size(), 1u);
+}
+
+TEST(StartUp, OfDumpModeAsksNewtForNothing)
+{
+    Workspace workspace(watched({.arguments = {"-debug"}}));
     EXPECT_EQ(runPlain(workspace).status, 1);
     EXPECT_FALSE(workspace.calls().empty());
     for (const std::string &call : workspace.calls())

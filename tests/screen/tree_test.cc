@@ -68,14 +68,19 @@ TEST(Tree, WithoutDevicesHasItsFixedNodes)
     session.expectExit(1);
 }
 
-TEST(Tree, ShowsEveryDeviceOnAlder)
+// Only 0 and -1 are no machine type; a type that nobody knows yet has every device shown.
+TEST(Tree, ShowsEveryDeviceOnAlderAndOnMachinesToCome)
 {
-    Session session(treeOn("1", cpuModules + pciModules));
-    session.see("Exit");
-    session.send(expandAll(8));
-    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1", " |   |- CPU 2",
-                         " |   `- CPU 3", " `- [-] PCI modules", "     |- PCI 1", "     |- PCI 2",
-                         "     `- PCI 3"});
+    for (const std::string type : {"1", "4", "-2"}) {
+        Session session(treeOn(type.c_str(), cpuModules + pciModules));
+        session.see("Exit");
+        session.send(expandAll(8));
+        expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1",
+                             " |   |- CPU 2", " |   `- CPU 3", " `- [-] PCI modules",
+                             "     |- PCI 1", "     |- PCI 2", "     `- PCI 3"});
+        expectInOrder(session.trace("mrvmain"),
+                      {"0 EditParameter machine type is:" + type + "[1:ALDER,2:BIRCH,3:CEDAR]"});
+    }
 }
 
 TEST(Tree, HidesCpuModulesOfPathOneOnBirch)
