@@ -1,13 +1,14 @@
 #include "common/paths.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
 #include <link.h>
 #include <pwd.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace yat {
@@ -37,6 +38,11 @@ std::string userStateDirectory()
     return home ? std::string(home) + "/.local/state/yatkit" : std::string();
 }
 
+std::string parent(const std::string &path)
+{
+    return path.substr(0, std::max<size_t>(path.rfind('/'), 1));
+}
+
 } // namespace
 
 std::string productRoot()
@@ -51,7 +57,7 @@ std::string productRoot()
     const bool isProgram = map && (!map->l_name || !*map->l_name);
     if (!realpath(isProgram ? "/proc/self/exe" : info.dli_fname, path))
         return {};
-    return std::filesystem::path(path).parent_path().parent_path().string();
+    return parent(parent(path));
 }
 
 std::string configurationDirectory()
@@ -61,12 +67,17 @@ std::string configurationDirectory()
 
 bool makeWritableDirectory(const std::string &path)
 {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    const bool isWritable = !path.empty() && access(path.c_str(), W_OK | X_OK) == 0;
-    if (!isWritable && error)
-        errno = error.value(); // the directory that is missing says less
-    return isWritable;
+    const std::string directory = path + '/'; // which a file is not
+    const auto isWritable = [&] {
+        return !path.empty() && access(directory.c_str(), W_OK | X_OK) == 0;
+    };
+    if (isWritable())
+        return true;
+    for (size_t end = directory.find('/', 1); end != std::string::npos;
+         end = directory.find('/', end + 1))
+        if (mkdir(directory.substr(0, end).c_str(), 0777) != 0 && errno != EEXIST)
+            return false;
+    return isWritable();
 }
 
 std::string stateDirectory()
