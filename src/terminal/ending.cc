@@ -15,8 +15,11 @@
 
 namespace {
 
-constexpr int requests[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
-constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+
+// Those that do not end a process, or can't be handled, or are somebody else's here.
+constexpr int harmless[] = {SIGKILL, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU,
+                            SIGCONT, SIGCHLD, SIGURG,  SIGWINCH};
 
 void (*endProgram)();
 bool guarding;
@@ -30,23 +33,30 @@ void restoreAndDie(int signal, siginfo_t *info, void *)
         restoreTerminal();
     restoreConsole();
     sigaction(signal, &former[signal], nullptr);
-    const bool happensAgain = info->si_code > 0 && signal != SIGABRT
-                              && std::find(std::begin(faults), std::end(faults), signal)
-                                     != std::end(faults);
+    const bool happensAgain =
+        info->si_code > 0 && std::ranges::find(faults, signal) != std::end(faults);
     if (!happensAgain)
         raise(signal);
 }
 
 void handle(int signal, void (*handler)(int, siginfo_t *, void *))
 {
-    sigaction(signal, nullptr, &former[signal]);
-    if (former[signal].sa_handler == SIG_IGN)
-        return; // whoever started the program wants it to go on, as nohup does
     struct sigaction action = {};
     action.sa_sigaction = handler;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigfillset(&action.sa_mask);
-    sigaction(signal, &action, nullptr);
+    sigaction(signal, &action, &former[signal]);
+    if (former[signal].sa_handler == SIG_IGN) // whoever started the program wants it to go on,
+        sigaction(signal, &former[signal], nullptr); // as nohup does
+}
+
+// What is written beyond a limit for files fails, which is told where it matters. A child that
+// the program starts does not inherit this.
+void goOn(int, siginfo_t *, void *) {}
+
+bool isHandled(int signal)
+{
+    return std::ranges::find(harmless, signal) == std::end(harmless);
 }
 
 // A stack of their own for the handlers, for the case that the program's is used up.
@@ -71,10 +81,9 @@ void guardTerminal(void (*end)())
     rememberTerminal();
     endProgram = end;
     provideStack();
-    for (const int signal : requests)
-        handle(signal, restoreAndDie);
-    for (const int signal : faults)
-        handle(signal, restoreAndDie);
+    for (int signal = 1; signal < NSIG; ++signal)
+        if (isHandled(signal))
+            handle(signal, signal == SIGXFSZ ? goOn : restoreAndDie);
     SLang_Exit_Error_Hook = endOnReadError;
     guarding = true;
 }
@@ -83,10 +92,9 @@ void releaseTerminal()
 {
     if (!guarding)
         return;
-    for (const int signal : requests)
-        sigaction(signal, &former[signal], nullptr);
-    for (const int signal : faults)
-        sigaction(signal, &former[signal], nullptr);
+    for (int signal = 1; signal < NSIG; ++signal)
+        if (isHandled(signal))
+            sigaction(signal, &former[signal], nullptr);
     guarding = false;
 }
 

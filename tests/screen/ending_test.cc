@@ -51,9 +51,17 @@ TEST_P(EverySignal, RestoresTheTerminalAndTakesItsEffect)
               (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Ending, EverySignal,
-                         testing::Values(SIGHUP, SIGTERM, SIGINT, SIGQUIT, SIGSEGV, SIGBUS, SIGFPE,
-                                         SIGILL, SIGABRT));
+// All that end a process by themselves and can be told of it before.
+std::vector<int> endingSignals()
+{
+    std::vector<int> result = {SIGHUP,  SIGINT,  SIGQUIT, SIGILL,    SIGTRAP, SIGABRT, SIGBUS,
+                               SIGFPE,  SIGUSR1, SIGSEGV, SIGUSR2,   SIGPIPE, SIGALRM, SIGTERM,
+                               SIGXCPU, SIGPROF, SIGPOLL, SIGVTALRM, SIGPWR,  SIGSYS,  SIGSTKFLT};
+    result.insert(result.end(), {SIGRTMIN, SIGRTMIN + 7, SIGRTMAX});
+    return result;
+}
+
+INSTANTIATE_TEST_SUITE_P(Ending, EverySignal, testing::ValuesIn(endingSignals()));
 
 } // namespace
 
@@ -77,6 +85,17 @@ TEST(Ending, OptionDLeavesTheConsoleLevelAloneOnASignalToo)
     session.terminal().kill(SIGTERM);
     session.expectSignal(SIGTERM);
     EXPECT_TRUE(session.calls("klogctl").empty());
+}
+
+TEST(Ending, IsNotForALimitOfFiles)
+{
+    Session session;
+    session.see("Exit");
+    session.terminal().kill(SIGXFSZ);
+    session.send(keys::space);
+    session.see("[-] FT server");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
 }
 
 TEST(Ending, WithTheTerminalIsByHangup)
