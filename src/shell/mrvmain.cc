@@ -7,6 +7,7 @@
 #include "terminal/ending.h"
 #include "terminal/environment.h"
 #include "terminal/size.h"
+#include "terminal/stopping.h"
 #include "text/keys.h"
 #include "trace/record.h"
 #include "tree/component.h"
@@ -71,6 +72,7 @@ void NewtStartUp(void)
         return;
     startNewt();
     watchSize();
+    watchStops();
     newtSetColors(myColors);
     newtCls();
     newtPushHelpLine(text("MAIN_HELPLINE_ID"));
@@ -112,6 +114,7 @@ static void chooseLocale()
 static void tearDown()
 {
     if (screenOn) {
+        forgetStops();
         newtCls();
         newtFinished();
         undisguiseTerminal();
@@ -138,6 +141,7 @@ static bool startScreen(const char *program, bool silencesConsole)
         TRACE_AS(YAT_TRACE_ERROR, "main", "No screen: %s.", fault.c_str());
         return false;
     }
+    awaitForeground();
     guardTerminal(tearDown);
     if (silencesConsole)
         silenceConsole();

@@ -12,11 +12,12 @@ void silenceConsole()
     klogctl(consoleOff, nullptr, 0);
 }
 
-void restoreConsole()
+bool restoreConsole()
 {
     constexpr int setLevel = 8, level = 6;
     if (!silenced)
-        return;
+        return false;
     klogctl(setLevel, nullptr, level);
     silenced = 0;
+    return true;
 }

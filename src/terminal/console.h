@@ -1,7 +1,8 @@
 // The kernel's messages on the console, which would get between what newt draws.
 #pragma once
 
+// Both are allowed in a signal handler.
 void silenceConsole();
 
-// Lets them come again if they were silenced. Allowed in a signal handler.
-void restoreConsole();
+// Lets them come again if they were silenced, which is the result.
+bool restoreConsole();

@@ -11,15 +11,18 @@
 
 namespace {
 
-termios modes;
+termios modes, modesOfNewt;
 
 // Bytes for the terminal.
 struct Sequence {
     char bytes[256];
     size_t length;
 };
-Sequence restoring;    // leaves the screen
+Sequence restoring; // leaves the screen
+Sequence entering, preparing; // the screen, and what newt has on there
 Sequence initialising; // undoes what a program may have left set
+
+volatile sig_atomic_t hasLeft; // the screen
 
 // Writes without waiting for ever for a terminal that takes nothing any more.
 void writeToTerminal(const Sequence &sequence)
@@ -60,16 +63,33 @@ void rememberTerminal()
     tcgetattr(STDIN_FILENO, &modes);
     // Attributes and line drawing off, screen cleared, keypad off, cursor on, screen left.
     restoring = capabilities({"me", "ae", "cl", "ke", "ve", "te"});
+    entering = capabilities({"ti"});
+    preparing = capabilities({"ks", "eA"}); // keypad and line drawing
     // Attributes and line drawing off, the terminal's own initialisation.
     initialising = capabilities({"me", "ae", "is"});
     constexpr char shiftIn = '\x0f'; // the first character set, which terminfo does not tell of
     initialising.bytes[initialising.length++] = shiftIn;
 }
 
+void rememberScreen()
+{
+    tcgetattr(STDIN_FILENO, &modesOfNewt);
+}
+
+void enterScreen()
+{
+    tcsetattr(STDIN_FILENO, TCSANOW, &modesOfNewt);
+    if (hasLeft) // a terminal that is told twice forgets where its cursor was before
+        writeToTerminal(entering);
+    hasLeft = 0;
+    writeToTerminal(preparing);
+}
+
 void restoreTerminal()
 {
     tcsetattr(STDIN_FILENO, TCSANOW, &modes);
     writeToTerminal(restoring);
+    hasLeft = 1;
 }
 
 void resetTerminal()

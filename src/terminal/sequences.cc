@@ -5,8 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace
-{
+namespace {
 
 constexpr char bell = '\a';
 

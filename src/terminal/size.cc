@@ -21,8 +21,7 @@ winsize terminalSize()
 void noteResize(int)
 {
     const int savedErrno = errno;
-    const ssize_t ignored = write(wakePipe[1], "", 1); // a full pipe has woken already
-    static_cast<void>(ignored);
+    requestDrawing();
     errno = savedErrno;
 }
 
@@ -42,7 +41,13 @@ void watchSize()
     sigaction(SIGWINCH, &action, nullptr);
     const winsize now = terminalSize();
     if (now.ws_row != size.ws_row || now.ws_col != size.ws_col)
-        noteResize(SIGWINCH); // it changed while nobody watched
+        requestDrawing(); // it changed while nobody watched
+}
+
+void requestDrawing()
+{
+    const ssize_t ignored = write(wakePipe[1], "", 1); // a full pipe has woken already
+    static_cast<void>(ignored);
 }
 
 int resizeDescriptor()

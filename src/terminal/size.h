@@ -10,5 +10,8 @@ void watchSize();
 // nothing is watched.
 int resizeDescriptor();
 
+// Lets what waits for a change of the size draw everything anew. Allowed in a signal handler.
+void requestDrawing();
+
 // True once after each change of the size.
 bool resizePending();

@@ -1,0 +1,210 @@
+// The program as a job of a shell.
+#include "session.h"
+
+#include <csignal>
+#include <fstream>
+
+using namespace keys;
+
+namespace {
+
+// A shell in a terminal that runs mrvutil by itself, without the spy; -d leaves the console of the
+// system that runs the tests alone.
+struct Shell {
+    Workspace workspace{RunOptions{}};
+    Terminal terminal;
+
+    Shell() : terminal({.command = {"/bin/dash", "-i"}, .environment = environment()})
+    {
+        see("ready:");
+    }
+
+    std::map<std::string, std::string> environment() const
+    {
+        auto result = workspace.environment();
+        result.erase("LD_PRELOAD");
+        result["PS1"] = "ready:";
+        return result;
+    }
+
+    void type(const std::string &line)
+    {
+        terminal.waitUntilIdle();
+        terminal.send(line + "\n");
+    }
+
+    void see(const std::string &text)
+    {
+        ASSERT_TRUE(terminal.waitUntil([&] { return terminal.contains(text); }))
+            << "no '" << text << "' on\n"
+            << terminal.picture();
+    }
+
+    void run(const std::string &end = "")
+    {
+        type(PROGRAMS "/mrvutil -d" + end);
+    }
+
+    // The process, 0 for none.
+    pid_t job() const
+    {
+        const std::string shell = std::to_string(terminal.pid());
+        std::ifstream file("/proc/" + shell + "/task/" + shell + "/children");
+        pid_t child = 0;
+        file >> child;
+        return child;
+    }
+
+    void kill(int signal) const
+    {
+        ASSERT_NE(job(), 0);
+        ::kill(job(), signal);
+    }
+
+    // 'T' for a stopped job, 'S' for one that waits.
+    bool jobIs(char state)
+    {
+        return terminal.waitUntil([&] {
+            std::ifstream file("/proc/" + std::to_string(job()) + "/stat");
+            std::string line;
+            std::getline(file, line);
+            const size_t name = line.rfind(") ");
+            return name != line.npos && line.at(name + 2) == state;
+        });
+    }
+
+    void expectPrompt()
+    {
+        EXPECT_TRUE(terminal.waitUntil([&] {
+            const Terminal::Modes modes = terminal.modes();
+            return modes.echo && modes.canonical && modes.signals && !terminal.inAlternateScreen()
+                   && terminal.cursorIsVisible();
+        })) << terminal.picture();
+    }
+
+    // The tree's window is there whole, and the tree takes keys.
+    void expectScreen(int columns = 80)
+    {
+        EXPECT_TRUE(terminal.waitUntil([&] {
+            const Terminal::Modes modes = terminal.modes();
+            return terminal.inAlternateScreen() && !modes.echo && !modes.canonical
+                   && terminal.contains("FT Server Utility") && terminal.contains("Exit")
+                   && terminal.contains("Tab: next item")
+                   && terminal.rows().at(0) == std::string(static_cast<size_t>(columns), ' ');
+        })) << terminal.picture();
+        terminal.waitUntilIdle();
+        const bool isExpanded = terminal.contains("CPU modules");
+        terminal.send(space);
+        EXPECT_TRUE(terminal.waitUntil([&] {
+            return terminal.contains("CPU modules") != isExpanded;
+        })) << terminal.picture();
+    }
+
+    void expectEnd()
+    {
+        terminal.waitUntilIdle();
+        terminal.send(ctrlO);
+        expectPrompt();
+        type("echo status $?");
+        see("status 1");
+    }
+};
+
+} // namespace
+
+TEST(Stopping, LeavesTheTerminalAndComesBackWhole)
+{
+    Shell shell;
+    shell.run();
+    shell.expectScreen();
+    for (int i = 0; i < 3; ++i) {
+        shell.kill(SIGTSTP);
+        shell.expectPrompt();
+        EXPECT_TRUE(shell.jobIs('T'));
+        shell.type("fg");
+        shell.expectScreen();
+    }
+    shell.expectEnd();
+}
+
+TEST(Stopping, WithoutBeingAskedComesBackWholeToo)
+{
+    Shell shell;
+    shell.run();
+    shell.expectScreen();
+    shell.kill(SIGSTOP);
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.terminal.waitUntilIdle();
+    shell.type("fg");
+    shell.expectScreen();
+    shell.expectEnd();
+}
+
+TEST(Stopping, ComesBackAtTheSizeThatTheTerminalHasByThen)
+{
+    Shell shell;
+    shell.run();
+    shell.expectScreen();
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    shell.terminal.resize(40, 100);
+    shell.type("fg");
+    shell.expectScreen(100);
+    shell.expectEnd();
+}
+
+TEST(Stopping, IsWhatTheProgramDoesInTheBackground)
+{
+    Shell shell;
+    shell.run(" &");
+    EXPECT_TRUE(shell.jobIs('T'));
+    EXPECT_FALSE(shell.terminal.contains("FT Server Utility"));
+    shell.expectPrompt();
+    shell.type("fg");
+    shell.expectScreen();
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    const size_t written = shell.terminal.output().size();
+    shell.type("bg");
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.terminal.waitUntilIdle();
+    EXPECT_EQ(shell.terminal.output().substr(written).find("\x1b["), std::string::npos);
+    shell.expectPrompt();
+    shell.type("fg");
+    shell.expectScreen();
+    shell.expectEnd();
+}
+
+TEST(Stopping, KeepsAWindowAndItsChanges)
+{
+    Shell shell;
+    shell.type(PROGRAMS "/mrvgeneral -d");
+    shell.see("[*] Update the firmware");
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(space);
+    shell.see("[ ] Update the firmware");
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    shell.type("fg");
+    shell.see("[ ] Update the firmware");
+    shell.see("Execute");
+    EXPECT_TRUE(shell.terminal.inAlternateScreen());
+}
+
+TEST(Stopping, LetsTheConsoleSpeakMeanwhile)
+{
+    Session session;
+    session.see("Exit");
+    session.terminal().waitUntilIdle();
+    session.terminal().kill(SIGTSTP);
+    ASSERT_TRUE(session.terminal().waitUntil([&] { return session.calls("klogctl").size() == 2; }));
+    session.terminal().kill(SIGCONT);
+    ASSERT_TRUE(session.terminal().waitUntil([&] { return session.calls("klogctl").size() == 3; }));
+    EXPECT_EQ(session.calls("klogctl"),
+              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)",
+                                        "klogctl(6, null, 0)"}));
+    session.see("Exit");
+    session.send(ctrlO);
+    session.expectExit(1);
+    EXPECT_EQ(session.calls("klogctl").back(), "klogctl(8, null, 6)");
+}
