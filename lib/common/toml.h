@@ -8,17 +8,7 @@
 
 #define TOML_EXCEPTIONS 0
 #define TOML_HEADER_ONLY 0
-// To know how long its lines get, it converts the logarithm of a number to an unsigned one:
-// its own namespace has this one, which is never negative, before the ordinary one.
-#include <algorithm>
-#include <cmath>
-namespace toml::inline v3::impl
-{
-inline double log10(double value)
-{
-    return std::clamp(std::log10(value), 0.0, 400.0);
-}
-} // namespace toml::inline v3::impl
+#define TOML_ENABLE_FORMATTERS 0
 #include <toml++/toml.h>
 
 #include <string>

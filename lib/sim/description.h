@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-namespace sim {
+namespace sim
+{
 
 struct Adapter {
     int classCode = 0;
@@ -57,9 +58,5 @@ struct Description {
 // Reads a description that is in a file of that name. All its mistakes are thrown as one
 // yat::Problem, a line each: "FILE:LINE: what is wrong, what was expected".
 Description parseDescription(const std::string &toml, const std::string &file);
-
-// The TOML text that reads back as this description.
-std::string toToml(const Description &description);
-std::string toJson(const Description &description); // the same tables and keys
 
 } // namespace sim

@@ -170,6 +170,9 @@ inline constexpr Term<Bios> biosSources[] = {
     {Bios::burnt, "data file"},
 };
 
+// Whether an adapter is broken, in a description; one that is whole runs when its module does.
+inline constexpr Term<bool> adapterStates[] = {{false, "running"}, {true, "broken"}};
+
 struct VerbTerm {
     Verb value;
     std::string_view word;    // of a call as yat/ft.h has it, of others as yatsim has it

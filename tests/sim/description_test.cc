@@ -1,6 +1,7 @@
 // Descriptions of machines: what is right, and what is told about what is not.
 #include "common/file.h"
 #include "sim/description.h"
+#include "sim/writing.h"
 #include "support.h"
 #include "support/problem.h"
 
@@ -93,7 +94,7 @@ const Case cases[] = {
     {"NumberOutOfRange", "number = 1\nname = \"C1\"", "number = 0\nname = \"C1\"",
      "F:10: wrong value for 'number', expected a number from 1 to 9999"},
     {"NumberTwice", "number = 2", "number = 1",
-     "F:19: number 1 stands twice, expected one of its own"},
+     "F:19: number 1 is taken, expected one that no other has"},
     {"PathByteOutOfRange", "path = [0]", "path = [256]",
      "F:12: wrong value for 'path', expected a list of 1 to 8 numbers from 0 to 255"},
     {"StateThatDoesNotLast", "\"simplex\"", "\"starting\"",
@@ -116,12 +117,13 @@ const Case cases[] = {
     {"SourceOfAnInvalidBios", "bios_version = \"1\"",
      "bios_version = \"1\"\nbios_from = \"data file\"\nbios_valid = false",
      "F:16: wrong value for 'bios_from', expected none where 'bios_valid' is false"},
-    {"NameTwice", "\"C2\"", "\"c1\"", "F:20: name 'c1' stands twice, expected one of its own"},
+    {"NameTwice", "\"C2\"", "\"c1\"",
+     "F:20: name 'c1' is taken, expected one that no other device has"},
     {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
-     "F:36: name 'P1' stands twice, expected one of its own"},
+     "F:36: name 'P1' is taken, expected one that no other device has"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
      "F:20: wrong value for 'name', expected a text without control characters"},
-    {"BoardTwice", "board = 3", "board = 1", "F:32: board 1 stands twice, expected one of its own"},
+    {"BoardTwice", "board = 3", "board = 1", "F:32: board 1 is taken, expected one that no other has"},
     {"UnknownClass", "\"SCSI\"", "\"SATA\"",
      "F:34: wrong value for 'class', expected \"SCSI\", \"Ethernet\""},
     {"PartnerOfItself", "board = 3", "board = 3\npartner = 1",

@@ -4,6 +4,7 @@
 #include "sim/making.h"
 #include "sim/operations.h"
 #include "sim/words.h"
+#include "sim/writing.h"
 #include "support.h"
 #include "yat/ft.h"
 

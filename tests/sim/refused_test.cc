@@ -177,7 +177,7 @@ TEST_P(Mistakes, AreToldWithTheirLineTheKeyAndWhatIsAllowed)
         {"mtbf_type = \"stay down\"", "", "[[pci_module]]\nnumber = 3",
          "missing key 'mtbf_type', expected \"stay down\", \"always restart\", \"restart above "
          "threshold\""},
-        {"board = 4", "board = 0x3", "0x3", "board 3 stands twice, expected one of its own"},
+        {"board = 4", "board = 0x3", "0x3", "board 3 is taken, expected one that no other has"},
     };
     for (const auto &[part, replacement, where, mistake] : cases) {
         SCOPED_TRACE(mistake);

@@ -6,6 +6,7 @@
 #include "sim/making.h"
 #include "sim/setkeys.h"
 #include "sim/words.h"
+#include "sim/writing.h"
 #include "text/encoding.h"
 
 #include <CLI/CLI.hpp>
