@@ -67,7 +67,7 @@ void drawRow(const Item &item, bool last, const std::array<bool, markedLevels> &
     SLsmg_write_string(const_cast<char *>(treeLine(item, last)));
     const int room = width - 4 * static_cast<int>(item.depth) - (isBranch(&item) ? 4 : 0);
     if (room > 0)
-        SLsmg_write_nstring(const_cast<char *>(item.text.get()), static_cast<unsigned>(room));
+        SLsmg_write_nstring(const_cast<char *>(textOf(&item)), static_cast<unsigned>(room));
 }
 
 void drawBlankRow(int width)
@@ -177,15 +177,14 @@ int yat_newtCheckboxTreeAddArray(newtComponent component, const char *text, intp
     while (*end != NEWT_ARG_LAST)
         ++end;
     const std::string shown = showable(text ? text : "");
-    auto *item = new Item{.data = data,
-                          .callback = callback,
-                          .record = record,
-                          .text = std::make_unique<char[]>(shown.size() + 1)};
-    shown.copy(item->text.get(), shown.size());
+    Item *item = makeItem(shown);
+    item->data = data;
+    item->callback = callback;
+    item->record = record;
     item->selected = (flags & NEWT_FLAG_SELECTED) != 0;
     item->flags = flags;
     if (!insertItem(tree.model, item, {path, end})) {
-        delete item;
+        freeItem(item);
         return -1;
     }
     // The drawing indents by 4 columns a level; 5 leave some to spare.
@@ -205,7 +204,7 @@ int *yat_newtCheckboxTreeFindItem(newtComponent component, intptr_t data)
         return nullptr;
     path[levels] = NEWT_ARG_LAST;
     for (size_t i = 0; i < levels; ++i)
-        path[i] = found.places[i].before + static_cast<int>(found.places[i].at);
+        path[i] = found.places[i].position();
     return path;
 }
 
@@ -326,8 +325,8 @@ void yat_ctDestroy(newtComponent component)
 {
     CheckboxTree *tree = &treeOf(component);
     for (const SiblingNode *leaf = firstLeaf(tree->model.items); leaf; leaf = leaf->next)
-        for (const Item *item : leaf->items)
-            delete item;
+        for (Item *item : leaf->items)
+            freeItem(item);
     delete tree;
     delete component;
 }

@@ -2,6 +2,21 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
+
+Item *makeItem(std::string_view text)
+{
+    char *memory = static_cast<char *>(::operator new(sizeof(Item) + text.size() + 1));
+    char *copy = memory + sizeof(Item);
+    copy[text.copy(copy, text.size())] = '\0';
+    return new (memory) Item{};
+}
+
+void freeItem(Item *item)
+{
+    item->~Item();
+    ::operator delete(item);
+}
 
 bool isLast(const TreeModel &model, const Item *item)
 {
@@ -26,11 +41,16 @@ bool insertItem(TreeModel &model, Item *item, std::span<const int> path)
     return true;
 }
 
+static Walk::Place beginningOf(const SiblingNode *leaf, int before)
+{
+    Item *const *items = leaf->items.data();
+    return {leaf, items, items + leaf->items.size(), before};
+}
+
 static void enter(Walk &walk, const Siblings &list)
 {
-    const SiblingNode *leaf = firstLeaf(list);
-    walk.places.push_back({leaf, 0, 0});
-    walk.item = leaf->items.front();
+    walk.places.push_back(beginningOf(firstLeaf(list), 0));
+    walk.item = *walk.places.back().at;
 }
 
 // To the next item that is not below this one.
@@ -38,10 +58,10 @@ static void pass(Walk &walk)
 {
     while (!walk.places.empty()) {
         Walk::Place &place = walk.places.back();
-        if (++place.at == place.leaf->items.size() && place.leaf->next)
-            place = {place.leaf->next, 0, place.before + static_cast<int>(place.at)};
-        if (place.at < place.leaf->items.size()) {
-            walk.item = place.leaf->items[place.at];
+        if (++place.at == place.end && place.leaf->next)
+            place = beginningOf(place.leaf->next, place.position());
+        if (place.at != place.end) {
+            walk.item = *place.at;
             return;
         }
         walk.places.pop_back();

@@ -5,25 +5,35 @@
 #include "yat/device.h"
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Called when an item is chosen with Enter; the result is ignored.
 using ItemCallback = int (*)(yat_device *record);
 
+// An item; one that makeItem made has its text behind it.
 struct Item {
     intptr_t data = 0;
     Siblings children{};
     ItemCallback callback = nullptr;
     yat_device *record = nullptr;
     Item *parent = nullptr;
-    std::unique_ptr<char[]> text;
     int flags = 0;
     unsigned depth : 24 = 0;
     unsigned selected : 8 = 0; // leaf: index of its state; branch: 1 expanded, 0 collapsed
 };
+
+// Makes an item with a copy of a text, in one piece of memory, and frees it.
+Item *makeItem(std::string_view text);
+void freeItem(Item *item);
+
+// The text of an item that makeItem made.
+inline const char *textOf(const Item *item)
+{
+    return reinterpret_cast<const char *>(item + 1);
+}
 
 enum class SetMode { set, reset, toggle };
 
@@ -58,8 +68,10 @@ struct Walk {
     // Where it stands in the list of each level.
     struct Place {
         const SiblingNode *leaf;
-        size_t at;
-        int before; // items in the leaves before
+        Item *const *at, *const *end; // in the leaf
+        int before;                   // items in the leaves before
+
+        int position() const { return before + static_cast<int>(at - leaf->items.data()); }
     };
     std::vector<Place> places;
     Item *item = nullptr; // null past the last one

@@ -49,8 +49,8 @@ void destroy(newtComponent tree)
     std::erase_if(items, [](const Item *item) { return !item->parent; });
     Item **flatList = modelOf(tree).flatList;
     newtComponentDestroy(tree);
-    for (const Item *item : items)
-        delete item;
+    for (Item *item : items)
+        freeItem(item);
     delete[] flatList;
 }
 

@@ -261,7 +261,7 @@ RC_GTEST_PROP(TreeModel, FindsEveryItemWhereItIs, ())
         const Siblings *list = &pair.model.items;
         const Item *item = nullptr;
         for (const Walk::Place &place : found.places) {
-            const int position = place.before + static_cast<int>(place.at);
+            const int position = place.position();
             item = siblingAt(*list, position);
             RC_ASSERT(item != nullptr);
             RC_ASSERT(isLast(pair.model, item) == !siblingAt(*list, position + 1));
