@@ -8,8 +8,7 @@
 
 #include <unistd.h>
 
-namespace
-{
+namespace {
 
 using namespace sim;
 

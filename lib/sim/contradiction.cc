@@ -4,8 +4,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 std::string contradictionOfModule(const Machine &machine, const Device &device)
 {

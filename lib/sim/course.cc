@@ -6,8 +6,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 // What a module carries starts with it. It follows the module in the machine.
 void startAdapters(Machine &machine, const Device &module)

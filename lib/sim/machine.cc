@@ -4,8 +4,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 void putAt(std::vector<int> &positions, int number, int position)
 {

@@ -4,8 +4,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 // ---- A machine
 

@@ -5,8 +5,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 // ---- What is refused
 

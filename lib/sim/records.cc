@@ -7,8 +7,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 // One tree: the root, then a record for each device in its order.
 struct Tree {

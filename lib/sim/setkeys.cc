@@ -9,8 +9,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 constexpr int longestStep = 315'360'000; // seconds
 

@@ -5,8 +5,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 // Whether a BIOS version is older than another one. The numbers in them count as numbers, whatever
 // zeros they begin with.

@@ -5,8 +5,7 @@
 
 namespace sim
 {
-namespace
-{
+namespace {
 
 // Ideographs need no blank before the number.
 std::string withProgress(std::string_view text, std::optional<int> percent, bool japanese)

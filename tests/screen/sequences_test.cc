@@ -5,8 +5,7 @@
 
 using namespace keys;
 
-namespace
-{
+namespace {
 
 std::string csi(const std::string &rest)
 {

@@ -4,8 +4,7 @@
 
 using namespace sim;
 
-namespace
-{
+namespace {
 
 constexpr int adaptersOfModule = 9;
 

@@ -9,8 +9,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 
 size_t steps = 0;
 
@@ -23,8 +22,7 @@ extern "C" void __sanitizer_cov_trace_pc()
     ++steps;
 }
 
-namespace
-{
+namespace {
 
 using namespace sim;
 
