@@ -23,9 +23,7 @@ void showNotice(newtComponent form, newtComponent content, newtComponent button,
 {
     newtGrid contentGrid = makeGrid(1, 1, {{0, 0, content, NEWT_ANCHOR_TOP}});
     newtGrid buttonGrid = makeGrid(1, 1, {{0, 0, button, NEWT_ANCHOR_TOP}});
-    newtGrid grid = makeGrid(1, 2,
-                             {{0, 0, contentGrid, NEWT_ANCHOR_TOP},
-                              {0, 1, buttonGrid, NEWT_ANCHOR_TOP, {.top = 1}}});
+    newtGrid grid = makeWindowGrid(contentGrid, buttonGrid);
     newtFormAddComponent(form, content);
     newtFormAddComponent(form, button);
     openWindow(form, grid, title);
@@ -39,11 +37,7 @@ newtComponent showChoice(newtComponent form, newtComponent label, newtComponent 
                          newtComponent right, const char *title)
 {
     newtGrid labelGrid = makeGrid(1, 1, {{0, 0, label, NEWT_ANCHOR_TOP}});
-    newtGrid buttonGrid =
-        makeGrid(2, 1, {{0, 0, left, NEWT_ANCHOR_LEFT}, {1, 0, right, NEWT_ANCHOR_RIGHT}});
-    newtGrid grid = makeGrid(1, 2,
-                             {{0, 0, labelGrid, NEWT_ANCHOR_TOP},
-                              {0, 1, buttonGrid, NEWT_ANCHOR_TOP, {.top = 1}}});
+    newtGrid grid = makeWindowGrid(labelGrid, makeButtonRow(left, right));
     newtFormAddComponent(form, label);
     newtFormAddComponents(form, left, right, nullptr);
     openWindow(form, grid, title);

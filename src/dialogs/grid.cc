@@ -13,3 +13,14 @@ newtGrid makeGrid(int columns, int rows, std::initializer_list<Cell> cells)
         setField(grid, cell);
     return grid;
 }
+
+newtGrid makeButtonRow(newtComponent left, newtComponent right)
+{
+    return makeGrid(2, 1, {{0, 0, left, NEWT_ANCHOR_LEFT}, {1, 0, right, NEWT_ANCHOR_RIGHT}});
+}
+
+newtGrid makeWindowGrid(newtGrid content, newtGrid buttons)
+{
+    return makeGrid(
+        1, 2, {{0, 0, content, NEWT_ANCHOR_TOP}, {0, 1, buttons, NEWT_ANCHOR_TOP, {.top = 1}}});
+}

@@ -22,8 +22,8 @@ struct Cell {
     {
     }
     Cell(int atColumn, int atRow, newtGrid grid, int anchoredAt, Padding padded = {})
-        : column(atColumn), row(atRow), kind(NEWT_GRID_SUBGRID), content(grid),
-          anchor(anchoredAt), padding(padded)
+        : column(atColumn), row(atRow), kind(NEWT_GRID_SUBGRID), content(grid), anchor(anchoredAt),
+          padding(padded)
     {
     }
 };
@@ -33,3 +33,9 @@ void setField(newtGrid grid, const Cell &cell);
 
 // Makes a grid; cells that are not given stay empty.
 newtGrid makeGrid(int columns, int rows, std::initializer_list<Cell> cells);
+
+// Two buttons side by side.
+newtGrid makeButtonRow(newtComponent left, newtComponent right);
+
+// A window's content with its buttons below.
+newtGrid makeWindowGrid(newtGrid content, newtGrid buttons);

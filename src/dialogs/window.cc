@@ -163,6 +163,18 @@ newtComponent runForm(newtComponent form)
     }
 }
 
+void runUntilClosed(newtComponent form, newtComponent close,
+                    const std::function<void(newtComponent)> &answer)
+{
+    for (;;) {
+        const newtComponent pressed = runForm(form);
+        if (!pressed || pressed == close)
+            break;
+        answer(pressed);
+    }
+    closeWindow(form);
+}
+
 static void forgetWindow(newtComponent form)
 {
     newtFormDestroy(form);

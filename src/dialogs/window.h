@@ -2,6 +2,7 @@
 // terminal's size does to those that are open.
 #pragma once
 
+#include <functional>
 #include <newt.h>
 
 // Makes the contents of a window that can show less of itself so many columns and rows large,
@@ -23,6 +24,11 @@ void addHotKeys(newtComponent form);
 // for F12, null for a hot key. A change of the terminal's size is taken care of meanwhile. When
 // the terminal goes away, the program ends in here.
 newtComponent runForm(newtComponent form);
+
+// Runs the form until this button or a hot key is pressed, and closes the window. Whatever else
+// ends the form is answered meanwhile.
+void runUntilClosed(newtComponent form, newtComponent close,
+                    const std::function<void(newtComponent pressed)> &answer);
 
 // Removes the window opened last and destroys its form.
 void closeWindow(newtComponent form);

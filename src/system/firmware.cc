@@ -108,23 +108,19 @@ void Firmware(void)
     newtGrid updateGrid = makeGrid(2, 1,
                                    {{0, 0, updateLabel, NEWT_ANCHOR_LEFT},
                                     {1, 0, updateButton, NEWT_ANCHOR_RIGHT, {.left = 15}}});
-    newtGrid revisionGrid = makeGrid(2, 1,
-                                     {{0, 0, revisionLabel, NEWT_ANCHOR_LEFT},
-                                      {1, 0, revision, NEWT_ANCHOR_LEFT, {.left = 1}}});
+    newtGrid revisionGrid = makeGrid(
+        2, 1,
+        {{0, 0, revisionLabel, NEWT_ANCHOR_LEFT}, {1, 0, revision, NEWT_ANCHOR_LEFT, {.left = 1}}});
     newtGrid grid = makeGrid(1, 3,
                              {{0, 0, updateGrid, NEWT_ANCHOR_TOP},
                               {0, 1, revisionGrid, NEWT_ANCHOR_LEFT, {.left = 2}},
                               {0, 2, close, NEWT_ANCHOR_TOP, {.top = 1}}});
     openWindow(form, grid, text("WINDOW_TITLE_FIRMWARE_ID"));
     newtFormAddComponents(form, updateLabel, updateButton, revisionLabel, revision, close, nullptr);
-    for (;;) {
-        const newtComponent pressed = runForm(form);
-        if (!pressed || pressed == close)
-            break;
+    runUntilClosed(form, close, [&](newtComponent pressed) {
         if (pressed == updateButton)
             update();
-    }
-    closeWindow(form);
+    });
     TRACE("<");
 }
 

@@ -18,24 +18,16 @@ int FMUpdate(yat_device *)
     newtComponent close = newtButton(-1, -1, text("BUTTON_CLOSE2_ID"));
     newtComponent path =
         newtEntry(-1, -1, "", 22, nullptr, NEWT_FLAG_SCROLL | NEWT_FLAG_RETURNEXIT);
-    newtGrid fieldGrid = makeGrid(
-        1, 2, {{0, 0, label, NEWT_ANCHOR_LEFT}, {0, 1, path, NEWT_ANCHOR_LEFT}});
-    newtGrid buttonGrid = makeGrid(
-        2, 1, {{0, 0, execute, NEWT_ANCHOR_LEFT}, {1, 0, close, NEWT_ANCHOR_RIGHT}});
-    newtGrid grid = makeGrid(1, 2,
-                             {{0, 0, fieldGrid, NEWT_ANCHOR_TOP},
-                              {0, 1, buttonGrid, NEWT_ANCHOR_TOP, {.top = 1}}});
+    newtGrid fieldGrid =
+        makeGrid(1, 2, {{0, 0, label, NEWT_ANCHOR_LEFT}, {0, 1, path, NEWT_ANCHOR_LEFT}});
+    newtGrid grid = makeWindowGrid(fieldGrid, makeButtonRow(execute, close));
     openWindow(form, grid, text("WINDOW_TITLE_FIRMUP_ID"));
     newtGridFree(grid, 1);
     newtFormAddComponents(form, label, path, execute, close, nullptr);
-    for (;;) {
-        const newtComponent pressed = runForm(form);
-        if (!pressed || pressed == close)
-            break;
+    runUntilClosed(form, close, [&](newtComponent pressed) {
         if (pressed == execute)
             showError("BURNFIRMSUPPORT_ERR_ID");
-    }
-    closeWindow(form);
+    });
     TRACE("<");
     return 0;
 }

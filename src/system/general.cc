@@ -6,126 +6,107 @@
 #include "trace/record.h"
 #include "yat/ft.h"
 
-#include <cstring>
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 static constexpr char traceSource[] = "general";
 
 namespace {
 
-constexpr int on = 2;      // as read; what is written is another value
+constexpr int on = 2; // as read; what is written is another value
 constexpr int writtenOn = 1, writtenOff = 0;
 
-enum WriteStatus { written = 0, quickDumpFailed = -1, autoBurnFailed = -2, bringUpFailed = -3 };
-
-// The window while it is open. A state is '*' for on and ' ' for off.
-struct Settings {
-    int value = 0; // what goes to and comes from the driver
-    char storedBurn[3]{}, storedBringUp[3]{};
-    char burn[3]{}, bringUp[3]{}; // the check boxes' own
-    int status = written;
-    newtComponent form = nullptr, burnBox = nullptr, bringUpBox = nullptr;
+struct Setting {
+    int kind; // YAT_SETTING_...
+    TextKey text, refused;
+    const char *unreadable, *changed; // trace records
 };
 
-char stateOf(int value)
-{
-    return value == on ? '*' : ' ';
-}
+constexpr Setting settings[] = {
+    {YAT_SETTING_AUTO_BURN, "QUERYWIN_AUTOUPDATE_ID", "AUTOBURN_SETERR_ID",
+     "<GetBBDriverSettings(BB_DRV_AUTO_BURN) failed.", "flag =BB_DRV_AUTO_BURN"},
+    {YAT_SETTING_AUTO_BRING_UP, "QUERYWIN_MODULESTART_ID", "AUTOBRINGUP_SETERR_ID",
+     "<GetBBDriverSettings(BB_DRV_AUTO_BRING_UP)failed.", "flag = BB_DRV_AUTO_BRING_UP"},
+};
+constexpr size_t count = std::size(settings);
 
-bool readSettings(Settings &settings)
+// A setting's check box. A state is '*' for on and ' ' for off.
+struct Switch {
+    char stored = ' ';
+    char current[3]{}; // newt's own
+    newtComponent box = nullptr;
+
+    bool isChanged() const
+    {
+        return current[0] != stored;
+    }
+};
+
+// The window while it is open.
+struct Window {
+    int value = 0; // what goes to and comes from the driver
+    Switch switches[count];
+    newtComponent form = nullptr;
+};
+
+bool readSettings(Window &window)
 {
-    if (GetBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &settings.value) == 0) {
-        showError("GENERAL_GETERR_ID");
-        TRACE_AS(YAT_TRACE_ERROR, "General", "<GetBBDriverSettings(BB_DRV_AUTO_BURN) failed.");
-        return false;
+    for (size_t i = 0; i < count; ++i) {
+        if (GetBBDriverSettings(settings[i].kind, YAT_CLASS_GENERAL, 1, &window.value) == 0) {
+            showError("GENERAL_GETERR_ID");
+            TRACE_AS(YAT_TRACE_ERROR, "General", "%s", settings[i].unreadable);
+            return false;
+        }
+        if (i == 0) // the other's value is not told
+            TRACE_AS(YAT_TRACE_PROGRESS, "General", "state= %d", window.value);
+        window.switches[i].stored = window.value == on ? '*' : ' ';
     }
-    TRACE_AS(YAT_TRACE_PROGRESS, "General", "state= %d", settings.value);
-    settings.storedBurn[0] = stateOf(settings.value);
-    if (GetBBDriverSettings(YAT_SETTING_AUTO_BRING_UP, YAT_CLASS_GENERAL, 1, &settings.value) == 0) {
-        showError("GENERAL_GETERR_ID");
-        TRACE_AS(YAT_TRACE_ERROR, "General", "<GetBBDriverSettings(BB_DRV_AUTO_BRING_UP)failed.");
-        return false;
-    }
-    settings.storedBringUp[0] = stateOf(settings.value);
     return true;
 }
 
-bool writeSetting(Settings &settings, int kind, char state)
+// Writes what has changed, up to the first that is refused. The boxes from there on are put back.
+// Returns the refused one, null when there is none.
+const Setting *writeSettings(Window &window)
 {
-    settings.value = state == '*' ? writtenOn : writtenOff;
-    return PutBBDriverSettings(kind, YAT_CLASS_GENERAL, 1, &settings.value) != 0;
-}
-
-// Writes what has changed. A refused write puts the boxes back that it leaves unwritten.
-void writeSettings(Settings &settings)
-{
-    if (settings.burn[0] != settings.storedBurn[0]) {
-        TRACE_AS(YAT_TRACE_PROGRESS, "General", "flag =BB_DRV_AUTO_BURN");
-        if (!writeSetting(settings, YAT_SETTING_AUTO_BURN, settings.burn[0])) {
-            settings.status = autoBurnFailed;
-            newtCheckboxSetValue(settings.bringUpBox, settings.storedBringUp[0]);
-            newtCheckboxSetValue(settings.burnBox, settings.storedBurn[0]);
-            return;
+    for (size_t i = 0; i < count; ++i) {
+        Switch &changed = window.switches[i];
+        if (!changed.isChanged())
+            continue;
+        TRACE_AS(YAT_TRACE_PROGRESS, "General", "%s", settings[i].changed);
+        window.value = changed.current[0] == '*' ? writtenOn : writtenOff;
+        if (PutBBDriverSettings(settings[i].kind, YAT_CLASS_GENERAL, 1, &window.value) == 0) {
+            for (size_t j = count; j-- > i;)
+                newtCheckboxSetValue(window.switches[j].box, window.switches[j].stored);
+            return &settings[i];
         }
-        settings.status = written;
-        settings.storedBurn[0] = settings.burn[0];
+        changed.stored = changed.current[0];
     }
-    if (settings.bringUp[0] != settings.storedBringUp[0]) {
-        TRACE_AS(YAT_TRACE_PROGRESS, "General", "flag = BB_DRV_AUTO_BRING_UP");
-        if (!writeSetting(settings, YAT_SETTING_AUTO_BRING_UP, settings.bringUp[0])) {
-            settings.status = bringUpFailed;
-            newtCheckboxSetValue(settings.bringUpBox, settings.storedBringUp[0]);
-            return;
-        }
-        settings.status = written;
-        settings.storedBringUp[0] = settings.bringUp[0];
-    }
+    return nullptr;
 }
 
-void redraw(const Settings &settings)
-{
-    newtSuspend();
-    newtResume();
-    newtDrawForm(settings.form);
-}
-
-void tell(const Settings &settings, TextKey message)
+void tell(const Window &window, TextKey message)
 {
     Question buffer;
     copyText(buffer, text(message));
     msgWindow(text("WINDOW_TITLE_SYSSET_ID"), " ok ", buffer.data());
-    redraw(settings);
+    newtSuspend();
+    newtResume();
+    newtDrawForm(window.form);
 }
 
-void report(const Settings &settings)
+void execute(Window &window)
 {
-    switch (settings.status) {
-    case written: return tell(settings, "BBDRV_SETTING_ID");
-    case quickDumpFailed: return showError("QUICKDUMP_SETERR_ID");
-    case autoBurnFailed: return showError("AUTOBURN_SETERR_ID");
-    case bringUpFailed: return showError("AUTOBRINGUP_SETERR_ID");
-    }
-    showError("GENERAL_SETERR_ID");
-}
-
-void execute(Settings &settings)
-{
-    if (settings.burn[0] == settings.storedBurn[0]
-        && settings.bringUp[0] == settings.storedBringUp[0]) {
-        tell(settings, "BBDRV_NOSET_ID");
-        return;
-    }
+    if (std::ranges::none_of(window.switches, &Switch::isChanged))
+        return tell(window, "BBDRV_NOSET_ID");
     Question question;
     copyText(question, text("QUERYWIN_CHANGESYSSET_ID"));
     if (Message(text("WINDOW_TITLE_SYSSET_ID"), question.data()) != 1)
         return;
-    writeSettings(settings);
-    report(settings);
-}
-
-newtComponent makeBox(TextKey key, char stored, char *current)
-{
-    return newtCheckbox(-1, -1, text(key), stored, "* ", current);
+    if (const Setting *refused = writeSettings(window))
+        showError(refused->refused);
+    else
+        tell(window, "BBDRV_SETTING_ID");
 }
 
 // A label that looks like a checked box: the quick dump is always on.
@@ -141,41 +122,35 @@ newtComponent makeQuickDumpLine()
 int General(void)
 {
     TRACE(">");
-    Settings settings;
-    if (!readSettings(settings))
+    Window window;
+    if (!readSettings(window))
         return 0;
 
-    newtComponent form = settings.form = newtForm(nullptr, nullptr, 0);
+    newtComponent form = window.form = newtForm(nullptr, nullptr, 0);
     newtComponent close = newtButton(-1, -1, text("BUTTON_CLOSE2_ID"));
     newtComponent heading = newtLabel(-1, -1, text("LABEL_GENERALACT_ID"));
     newtComponent executeButton = newtButton(-1, -1, text("COMBUTTON_EXCUTE_ID"));
-    settings.burnBox = makeBox("QUERYWIN_AUTOUPDATE_ID", settings.storedBurn[0], settings.burn);
-    settings.bringUpBox =
-        makeBox("QUERYWIN_MODULESTART_ID", settings.storedBringUp[0], settings.bringUp);
+    for (size_t i = 0; i < count; ++i)
+        window.switches[i].box =
+            newtCheckbox(-1, -1, text(settings[i].text), window.switches[i].stored, "* ",
+                         window.switches[i].current);
     newtComponent quickDump = makeQuickDumpLine();
 
+    auto &[burn, bringUp] = window.switches;
     newtGrid settingsGrid = makeGrid(1, 4,
                                      {{0, 0, heading, NEWT_ANCHOR_LEFT},
                                       {0, 1, quickDump, NEWT_ANCHOR_LEFT, {.left = 1}},
-                                      {0, 2, settings.burnBox, NEWT_ANCHOR_LEFT, {.left = 1}},
-                                      {0, 3, settings.bringUpBox, NEWT_ANCHOR_LEFT, {.left = 1}}});
-    newtGrid buttonGrid = makeGrid(
-        2, 1, {{0, 0, executeButton, NEWT_ANCHOR_LEFT}, {1, 0, close, NEWT_ANCHOR_RIGHT}});
-    newtGrid grid = makeGrid(1, 2,
-                             {{0, 0, settingsGrid, NEWT_ANCHOR_TOP},
-                              {0, 1, buttonGrid, NEWT_ANCHOR_TOP, {.top = 1}}});
+                                      {0, 2, burn.box, NEWT_ANCHOR_LEFT, {.left = 1}},
+                                      {0, 3, bringUp.box, NEWT_ANCHOR_LEFT, {.left = 1}}});
+    newtGrid grid = makeWindowGrid(settingsGrid, makeButtonRow(executeButton, close));
     openWindow(form, grid, text("WINDOW_TITLE_GENERAL_ID"));
     newtGridFree(grid, 1);
-    newtFormAddComponents(form, heading, quickDump, settings.burnBox, settings.bringUpBox,
-                          executeButton, close, nullptr);
-    for (;;) {
-        const newtComponent pressed = runForm(form);
-        if (!pressed || pressed == close)
-            break;
+    newtFormAddComponents(form, heading, quickDump, burn.box, bringUp.box, executeButton, close,
+                          nullptr);
+    runUntilClosed(form, close, [&](newtComponent pressed) {
         if (pressed == executeButton)
-            execute(settings);
-    }
-    closeWindow(form);
+            execute(window);
+    });
     TRACE("<");
     return 1;
 }
