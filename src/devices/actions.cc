@@ -16,9 +16,8 @@ bool confirm(const DeviceWindow &window, const char *question)
 // terminal and the form are drawn anew, because the operation may have written on the screen.
 void carryOut(DeviceWindow &window, const Button &button, const char *argument)
 {
-    const auto component =
-        std::ranges::find(window.kind.components, button.part, &Component::part);
-    if (!carryOut(button.operation, component->text, window.device, argument, &window.detail))
+    const auto component = std::ranges::find(window.kind.components, button.part, &Component::part);
+    if (!carryOut(*button.operation, button.support, component->text, window.device, argument))
         return;
     newtSuspend();
     newtResume();
@@ -36,10 +35,10 @@ void operate(DeviceWindow &window, const Button &button)
 
 void refuse(DeviceWindow &, const Button &button)
 {
-    showError(button.operation.notSupported);
+    showError(button.operation->notSupported);
 }
 
-void setMtbfType(DeviceWindow &window, const Button &button)
+void setSelectedType(DeviceWindow &window, const Button &button)
 {
     if (window.mtbfTypeUnavailable) {
         showError("MTBFTYPE_UNAVAILABLE");

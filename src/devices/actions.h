@@ -10,7 +10,7 @@ Action operate;
 Action refuse;
 
 // Asks and sets the MTBF type that is selected, by the button's operation.
-Action setMtbfType;
+Action setSelectedType;
 
 // Opens the window that the button leads to.
 Action openDialog;

@@ -109,24 +109,13 @@ int showBios(yat_device *device)
 
 constexpr Button buttons[] = {
     {closeButton, leave},
-    {clearButton,
-     operate,
-     {1, "CLEARMTBFSUPPORT_ERR_ID", "CLEARMTBF_ERR_ID", runPlain<ClearMTBF>},
-     clearQuestion},
-    {stopButton,
-     operate,
-     {7, "BRINGDOWNSUPPORT_ERR_ID", "BRINGDOWN_ERR_ID", runPlain<InitBringDown>},
-     stopQuestion},
-    {startButton,
-     operate,
-     {5, "BRINGUPSUPPORT_ERR_ID", "BRINGUP_ERR_ID", runPlain<InitBringUp>},
-     startQuestion},
-    {changeButton, refuse, {.notSupported = "JUMPSWSUPPORT_ERR_ID"}},
-    {executeButton, refuse, {.notSupported = "HARVESTDUMPSUPPORT_ERR_ID"}},
-    {diagnoseButton, refuse, {.notSupported = "DIAGSUPPOPT_ERR_ID"}},
-    {setMtbfTypeButton,
-     setMtbfType,
-     {13, "SETMTBFTYPESUPPORT_ERR_ID", "SETMTBFTYPE_FAIL", SetMtbfType}},
+    {clearButton, operate, &clearMtbf, 1, clearQuestion},
+    {stopButton, operate, &bringDown, 7, stopQuestion},
+    {startButton, operate, &bringUp, 5, startQuestion},
+    {changeButton, refuse, &changeJumpSwitch},
+    {executeButton, refuse, &takeDump},
+    {diagnoseButton, refuse, &diagnose},
+    {setMtbfTypeButton, setSelectedType, &setMtbfType, 13},
     {.part = updateButton, .action = openDialog, .opens = FirmUpdate},
     {refreshButton, refresh},
     {.part = versionButton, .action = openDialog, .opens = showBios},
@@ -206,8 +195,8 @@ int BiosData(int index)
                                {0, 1, versionBox, NEWT_ANCHOR_LEFT},
                                {0, 2, statusLabel, NEWT_ANCHOR_LEFT, {.top = 1}},
                                {0, 3, statusBox, NEWT_ANCHOR_LEFT}});
-    newtGrid grid = makeGrid(
-        1, 2, {{0, 0, texts, NEWT_ANCHOR_TOP}, {0, 1, ok, NEWT_ANCHOR_TOP, {.top = 1}}});
+    newtGrid grid =
+        makeGrid(1, 2, {{0, 0, texts, NEWT_ANCHOR_TOP}, {0, 1, ok, NEWT_ANCHOR_TOP, {.top = 1}}});
     openWindow(form, grid, text("BIOS_TITLE"));
     newtGridFree(grid, 1);
     newtFormAddComponents(form, versionLabel, versionBox, statusLabel, statusBox, ok, nullptr);

@@ -90,8 +90,8 @@ Cell cellOfRow(const DeviceWindow &window, const Row &row, int number)
     newtGrid grid = newtCreateGrid(row.columns, row.rows);
     for (const RowCell &cell : row.cells)
         if (cell.part >= 0)
-            setField(grid, {cell.column, cell.row, window.parts[cell.part], cell.anchor,
-                            cell.padding});
+            setField(grid,
+                     {cell.column, cell.row, window.parts[cell.part], cell.anchor, cell.padding});
     return {0, number, grid, NEWT_ANCHOR_TOP, row.padding};
 }
 

@@ -53,7 +53,8 @@ using Action = void(DeviceWindow &window, const Button &button);
 struct Button {
     int part;
     Action *action;
-    Operation operation{};
+    const Operation *operation = nullptr;
+    int support = 0;   // the operation's support code for devices of this class
     int question = -1; // its number
     int (*opens)(yat_device *device) = nullptr;
 };
@@ -107,7 +108,6 @@ struct DeviceWindow {
     newtComponent form = nullptr;
     newtComponent parts[mostParts]{}; // null for what the machine's window does not have
     Question questions[mostQuestions]{};
-    int detail = 0; // what IfSupport says
     bool hasMtbfType = false, mtbfTypeUnavailable = false;
     bool isClosed = false;
 };
@@ -138,6 +138,8 @@ consteval WindowKind checked(const WindowKind &kind)
     for (const Button &button : kind.buttons) {
         expect(button.part >= 0 && button.part < mostParts, "a button without a place");
         expect(button.question < static_cast<int>(kind.questions.size()), "an unknown question");
+        expect(button.question < 0 || (button.operation && button.operation->run && button.support),
+               "a question about nothing");
     }
     return kind;
 }

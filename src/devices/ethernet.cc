@@ -30,13 +30,10 @@ constexpr TextKey questions[] = {"QUERYWIN_CLEAR_ID", "QUERYWIN_ETHERNETSTOP_ID"
 // The window has a button for the first two only.
 constexpr Button buttons[] = {
     {closeButton, leave},
-    {clearButton,
-     operate,
-     {31, "CLEARMTBFSUPPORT_ERR_ID", "CLEARMTBF_ERR_ID", runPlain<ClearMTBF>},
-     clearQuestion},
-    {startButton, refuse, {.notSupported = "BRINGUPSUPPORT_ERR_ID"}},
-    {stopButton, refuse, {.notSupported = "BRINGDOWNSUPPORT_ERR_ID"}},
-    {diagnoseButton, refuse, {.notSupported = "DIAGSUPPOPT_ERR_ID"}},
+    {clearButton, operate, &clearMtbf, 31, clearQuestion},
+    {startButton, refuse, &bringUp},
+    {stopButton, refuse, &bringDown},
+    {diagnoseButton, refuse, &diagnose},
 };
 
 constexpr WindowKind window = checked({

@@ -43,13 +43,10 @@ constexpr TextKey questions[] = {"QUERYWIN_CLEAR_ID", "QUERYWIN_ADAPTERSTOP_ID",
 // The window has no button to stop, start or update the adapter.
 constexpr Button buttons[] = {
     {closeButton, leave},
-    {clearButton,
-     operate,
-     {25, "CLEARMTBFSUPPORT_ERR_ID", "CLEARMTBF_ERR_ID", runPlain<ClearMTBF>},
-     clearQuestion},
-    {diagnoseButton, refuse, {.notSupported = "DIAGSUPPOPT_ERR_ID"}},
-    {stopButton, refuse, {.notSupported = "BRINGDOWNSUPPORT_ERR_ID"}},
-    {startButton, refuse, {.notSupported = "BRINGUPSUPPORT_ERR_ID"}},
+    {clearButton, operate, &clearMtbf, 25, clearQuestion},
+    {diagnoseButton, refuse, &diagnose},
+    {stopButton, refuse, &bringDown},
+    {startButton, refuse, &bringUp},
     {.part = updateButton, .action = openDialog, .opens = FMUpdate},
 };
 

@@ -4,10 +4,9 @@
 #include "text/keys.h"
 #include "yat/ft.h"
 
-// One operation of one device class. One without a function is of a kind that no machine supports.
+// One without a function is supported by no machine.
 struct Operation {
-    int support = 0; // its support code; the operation code is one more
-    TextKey notSupported{}, failed{};
+    TextKey notSupported, failed{};
     int (*run)(yat_device *device, int code, const char *argument) = nullptr;
 };
 
@@ -17,10 +16,20 @@ template <int (*call)(yat_device *, int)> int runPlain(yat_device *device, int c
     return call(device, code);
 }
 
-// Asks whether the machine supports the operation and then for the operation, with an argument
-// where it takes one. While it runs, the help line says so by this name; what is typed meanwhile
-// is dropped. Returns true for success; else an error box has told why not.
-//
-// detail takes what IfSupport says, for the window's own use.
-bool carryOut(const Operation &operation, TextKey name, yat_device *device, const char *argument,
-              int *detail);
+constexpr Operation clearMtbf = {"CLEARMTBFSUPPORT_ERR_ID", "CLEARMTBF_ERR_ID",
+                                 runPlain<ClearMTBF>};
+constexpr Operation bringUp = {"BRINGUPSUPPORT_ERR_ID", "BRINGUP_ERR_ID", runPlain<InitBringUp>};
+constexpr Operation bringDown = {"BRINGDOWNSUPPORT_ERR_ID", "BRINGDOWN_ERR_ID",
+                                 runPlain<InitBringDown>};
+constexpr Operation setMtbfType = {"SETMTBFTYPESUPPORT_ERR_ID", "SETMTBFTYPE_FAIL", SetMtbfType};
+constexpr Operation burnFirmware = {"BURNFIRMSUPPORT_ERR_ID", "BURNFIRM_ERR_ID", BurnFirmware};
+constexpr Operation diagnose = {"DIAGSUPPOPT_ERR_ID"};
+constexpr Operation changeJumpSwitch = {"JUMPSWSUPPORT_ERR_ID"};
+constexpr Operation takeDump = {"HARVESTDUMPSUPPORT_ERR_ID"};
+
+// Asks whether the machine supports the operation, by the support code that it has for devices of
+// this class, and then for the operation, whose code is one more; with an argument where it takes
+// one. While it runs, the help line says so by this name; what is typed meanwhile is dropped.
+// Returns true for success; else an error box has told why not.
+bool carryOut(const Operation &operation, int support, TextKey name, yat_device *device,
+              const char *argument = nullptr);

@@ -11,8 +11,6 @@ static constexpr char traceSource[] = "firmupdate";
 
 namespace {
 
-constexpr Operation burn = {9, "BURNFIRMSUPPORT_ERR_ID", "BURNFIRM_ERR_ID", BurnFirmware};
-
 // Writes a text that serves as its own format, without arguments: "%%" is a "%". A conversion has
 // nothing to convert and is left as it stands.
 void formatItself(Question &buffer, const char *format)
@@ -26,12 +24,28 @@ void formatItself(Question &buffer, const char *format)
     copyText(buffer, result.c_str());
 }
 
+bool confirm(bool copies)
+{
+    Question question;
+    if (copies)
+        formatItself(question, text("LABEL_ONLINETOOFFLINE_ID"));
+    else
+        copyText(question, text("QUERYWIN_UPDATE_ID"));
+    return Message(text("WINDOW_TITLE_FIRMUP_ID"), question.data()) == 1;
+}
+
+bool update(yat_device *device, bool copies)
+{
+    constexpr int support = 9;
+    return copies ? carryOut(burnFirmware, support, "TITTLE_UPDATECOPY_ID", device, "FWCOPY")
+                  : carryOut(burnFirmware, support, "TITTLE_FILEPATHUP_ID", device, "FWBURN");
+}
+
 } // namespace
 
 int FirmUpdate(yat_device *datap)
 {
     TRACE(">");
-    Question question;
     newtComponent form = newtForm(nullptr, nullptr, 0);
     newtComponent heading = newtLabel(-1, -1, text("TITTLE_UPMETHOD_ID"));
     newtComponent fileLabel = newtLabel(-1, -1, text("DATAFILE_PATH"));
@@ -41,9 +55,9 @@ int FirmUpdate(yat_device *datap)
     newtComponent fileMethod = newtRadiobutton(-1, -1, text("TITTLE_FILEPATHUP_ID"), 0, copyMethod);
     newtComponent file = newtLabel(-1, -1, text("BURN_FILE_DEFAULT"));
 
-    newtGrid methodGrid = makeGrid(1, 2,
-                                   {{0, 0, heading, NEWT_ANCHOR_LEFT},
-                                    {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}});
+    newtGrid methodGrid = makeGrid(
+        1, 2,
+        {{0, 0, heading, NEWT_ANCHOR_LEFT}, {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}});
     newtGrid pathGrid = makeGrid(1, 3,
                                  {{0, 0, fileMethod, NEWT_ANCHOR_LEFT, {.left = 1}},
                                   {0, 1, fileLabel, NEWT_ANCHOR_LEFT, {.left = 5}},
@@ -60,23 +74,12 @@ int FirmUpdate(yat_device *datap)
     newtFormAddComponents(form, heading, copyMethod, fileMethod, fileLabel, file, execute, close,
                           nullptr);
 
-    int detail = 0;
-    for (;;) {
-        const newtComponent pressed = runForm(form);
-        if (!pressed || pressed == close)
-            break;
+    runUntilClosed(form, close, [&](newtComponent pressed) {
         // Whatever else ends the form, F12 too, means the data file.
         const bool copies = pressed == execute && newtRadioGetCurrent(copyMethod) == copyMethod;
-        const TextKey name = copies ? TextKey("TITTLE_UPDATECOPY_ID") : "TITTLE_FILEPATHUP_ID";
-        if (copies)
-            formatItself(question, text("LABEL_ONLINETOOFFLINE_ID"));
-        else
-            copyText(question, text("QUERYWIN_UPDATE_ID"));
-        if (Message(text("WINDOW_TITLE_FIRMUP_ID"), question.data()) == 1
-            && carryOut(burn, name, datap, copies ? "FWCOPY" : "FWBURN", &detail))
+        if (confirm(copies) && update(datap, copies))
             Success(nameOf(datap).c_str());
-    }
-    closeWindow(form);
+    });
     TRACE("<");
     return 0;
 }
