@@ -29,26 +29,16 @@ static newtComponent exitButton;
 // The tree's items have these values; those of the devices need none of their own.
 enum NodeValue { rootNode = 1, deviceNode = 100, cpuNode = 101, pciNode = 102 };
 
-// First bytes of the path identifiers that a machine type does not show.
-static constexpr int listEnd = 255;
-static constexpr int hiddenOnBirch[] = {1, listEnd}; // of CPU modules
-static constexpr int hiddenOnCedar[] = {254, listEnd};
-
-static bool isListed(const int *list, int value)
-{
-    while (*list != listEnd && *list != value)
-        ++list;
-    return *list != listEnd;
-}
-
 static bool isHidden(const yat_device &device)
 {
     if (!device.identity)
         return false;
     const int first = device.identity->DevicePathID[0];
-    if (g_SystemType == YAT_MACHINE_BIRCH && device.identity->ClassCode == YAT_CLASS_CPU_MODULE)
-        return isListed(hiddenOnBirch, first);
-    return g_SystemType == YAT_MACHINE_CEDAR && isListed(hiddenOnCedar, first);
+    switch (g_SystemType) {
+    case YAT_MACHINE_BIRCH: return device.identity->ClassCode == YAT_CLASS_CPU_MODULE && first == 1;
+    case YAT_MACHINE_CEDAR: return first == 254;
+    }
+    return false;
 }
 
 // The class of a device, of no device, or of one that nothing is known of.
@@ -70,6 +60,32 @@ static ItemCallback windowOf(int classCode)
     return nullptr;
 }
 
+static void dump(const yat_device *root)
+{
+    printf("\n\n################# device data in mrvmain ###############################\n");
+    printf("Name:\t\tNextDevNum: Hierarchy: Instance: DevicePathID: \t\t\t "
+           "ParentName:\t\tChildName:\n");
+    tracetree(root);
+}
+
+// Shows the tree of an FT machine; on another there is none to show. Returns 0 on failure.
+static int showTree(yat_device *root)
+{
+    constexpr char function[] = "EditParameter";
+    g_SystemType = call_yat_is_ft(0);
+    switch (g_SystemType) {
+    case YAT_MACHINE_QUERY_FAILED:
+        TRACE_AS(YAT_TRACE_ERROR, function, "call_yat_is_ft failed in libwinshim.so.");
+        return 1;
+    case YAT_MACHINE_PLAIN:
+        TRACE_AS(YAT_TRACE_PROGRESS, function, "this is not ft server.");
+        return 1;
+    }
+    TRACE_AS(YAT_TRACE_PROGRESS, function, "machine type is:%d[1:ALDER,2:BIRCH,3:CEDAR]",
+             g_SystemType);
+    return mkTree(root);
+}
+
 int EditParameter(void)
 {
     const int opened = ft_FunctionInit();
@@ -86,29 +102,15 @@ int EditParameter(void)
     yat_device *root = nullptr;
     const int created = CreateTreeViewData(&root);
     if (debug_flag) {
-        printf("\n\n################# device data in mrvmain ###############################\n");
-        printf("Name:\t\tNextDevNum: Hierarchy: Instance: DevicePathID: \t\t\t "
-               "ParentName:\t\tChildName:\n");
-        tracetree(root);
-    } else {
-        if (created == 0) {
-            msgWindow("Error", " Ok ", text("CREATETREE_ERR_ID"));
-            TRACE_ERROR("<Create data structure for tree view failed.");
-            return 0;
-        }
-        g_SystemType = call_yat_is_ft(0);
-        if (g_SystemType == YAT_MACHINE_QUERY_FAILED) {
-            TRACE_ERROR("call_yat_is_ft failed in libwinshim.so.");
-        } else if (g_SystemType == YAT_MACHINE_PLAIN) {
-            TRACE("this is not ft server.");
-        } else {
-            TRACE("machine type is:%d[1:ALDER,2:BIRCH,3:CEDAR]", g_SystemType);
-            if (mkTree(root) == 0) {
-                FreeTreeViewData(&root);
-                TRACE_ERROR("<mkTree(pTreeData) failed.");
-                return 0;
-            }
-        }
+        dump(root);
+    } else if (created == 0) {
+        msgWindow("Error", " Ok ", text("CREATETREE_ERR_ID"));
+        TRACE_ERROR("<Create data structure for tree view failed.");
+        return 0;
+    } else if (showTree(root) == 0) {
+        FreeTreeViewData(&root);
+        TRACE_ERROR("<mkTree(pTreeData) failed.");
+        return 0;
     }
     FreeTreeViewData(&root);
     TRACE("<");
@@ -183,9 +185,9 @@ int mkTree(yat_device *treeDatap)
     }
 
     exitButton = newtButton(-1, -1, text("BUTTON_EXIT_ID"));
-    newtGrid grid = makeGrid(1, 2,
-                             {{0, 0, checktree, NEWT_ANCHOR_TOP, {.bottom = 1}},
-                              {0, 1, exitButton, NEWT_ANCHOR_TOP}});
+    newtGrid grid = makeGrid(
+        1, 2,
+        {{0, 0, checktree, NEWT_ANCHOR_TOP, {.bottom = 1}}, {0, 1, exitButton, NEWT_ANCHOR_TOP}});
     newtComponent form = newtForm(nullptr, nullptr, 0);
     newtFormAddComponent(form, checktree);
     newtFormAddComponent(form, exitButton);
@@ -232,22 +234,15 @@ int mkItem(yat_device *datap, int level)
 // not.
 static bool addNode(yat_device *datap, ItemCallback window)
 {
-    const char *name = datap->lpszTreeName;
-    switch (datap->Hierarchy) {
-    case 1:
-        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
-                                    param[1], NEWT_ARG_APPEND, NEWT_ARG_LAST);
-        return true;
-    case 2:
-        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
-                                    param[1], param[2], NEWT_ARG_APPEND, NEWT_ARG_LAST);
-        return true;
-    case 3:
-        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
-                                    param[1], param[2], param[3], NEWT_ARG_APPEND, NEWT_ARG_LAST);
-        return true;
-    }
-    return false;
+    if (datap->Hierarchy < 1 || datap->Hierarchy > 3)
+        return false;
+    int path[6];
+    int *end = std::copy_n(param, datap->Hierarchy + 1, path);
+    end[0] = NEWT_ARG_APPEND;
+    end[1] = NEWT_ARG_LAST;
+    yat_newtCheckboxTreeAddArray(checktree, nameOf(datap).c_str(), deviceNode, window, datap, 0,
+                                 path);
+    return true;
 }
 
 void TreeDrawItem(yat_device *datap)

@@ -30,31 +30,31 @@ int param[8];
 static bool screenOn;
 
 // newt's structure wants writable strings; it only reads them.
-#define COLOURS(foreground, background) \
+#define COLOURS(foreground, background)                                                            \
     const_cast<char *>(foreground), const_cast<char *>(background)
 const newtColors myColors = {
-    COLOURS("white", "black"),      // root
-    COLOURS("black", "lightgray"),  // border
-    COLOURS("black", "lightgray"),  // window
-    COLOURS("white", "black"),      // shadow
-    COLOURS("yellow", "blue"),      // title
-    COLOURS("yellow", "blue"),      // button
-    COLOURS("black", "brown"),      // active button
-    COLOURS("blue", "lightgray"),   // checkbox
-    COLOURS("blue", "brown"),       // active checkbox
-    COLOURS("yellow", "blue"),      // entry
-    COLOURS("black", "lightgray"),  // label
-    COLOURS("white", "blue"),       // listbox
-    COLOURS("black", "brown"),      // active listbox
-    COLOURS("black", "lightgray"),  // textbox
-    COLOURS("lightgray", "black"),  // active textbox
-    COLOURS("white", "blue"),       // help line
-    COLOURS("yellow", "blue"),      // root text
-    COLOURS("blue", "red"),         // empty scale, full scale
-    COLOURS("blue", "lightgray"),   // disabled entry
-    COLOURS("black", "brown"),      // compact button
-    COLOURS("yellow", "brown"),     // active selected listbox
-    COLOURS("black", "brown"),      // selected listbox
+    COLOURS("white", "black"),     // root
+    COLOURS("black", "lightgray"), // border
+    COLOURS("black", "lightgray"), // window
+    COLOURS("white", "black"),     // shadow
+    COLOURS("yellow", "blue"),     // title
+    COLOURS("yellow", "blue"),     // button
+    COLOURS("black", "brown"),     // active button
+    COLOURS("blue", "lightgray"),  // checkbox
+    COLOURS("blue", "brown"),      // active checkbox
+    COLOURS("yellow", "blue"),     // entry
+    COLOURS("black", "lightgray"), // label
+    COLOURS("white", "blue"),      // listbox
+    COLOURS("black", "brown"),     // active listbox
+    COLOURS("black", "lightgray"), // textbox
+    COLOURS("lightgray", "black"), // active textbox
+    COLOURS("white", "blue"),      // help line
+    COLOURS("yellow", "blue"),     // root text
+    COLOURS("blue", "red"),        // empty scale, full scale
+    COLOURS("blue", "lightgray"),  // disabled entry
+    COLOURS("black", "brown"),     // compact button
+    COLOURS("yellow", "brown"),    // active selected listbox
+    COLOURS("black", "brown"),     // selected listbox
 };
 #undef COLOURS
 
@@ -134,8 +134,8 @@ static bool startScreen(const char *program, bool silencesConsole)
 {
     std::string fault = terminalFault();
     if (const char *difference = fault.empty() ? componentFault() : nullptr)
-        fault = std::string("the installed newt keeps its components in another way (")
-                + difference + "); install newt 0.52.9 or a later 0.52";
+        fault = std::string("the installed newt keeps its components in another way (") + difference
+                + "); install newt 0.52.9 or a later 0.52";
     if (!fault.empty()) {
         fprintf(stderr, "%s: %s\n", program, fault.c_str());
         TRACE_AS(YAT_TRACE_ERROR, "main", "No screen: %s.", fault.c_str());
@@ -176,10 +176,18 @@ static bool loadCatalogue(const char *path)
     return true;
 }
 
-static void dropCatalogue()
+static bool loadScreenLibraries()
 {
-    free(YAT_RcFileBuf);
-    YAT_RcFileBuf = nullptr;
+    if (initnewtlib() == -1) {
+        TRACE_AS(YAT_TRACE_ERROR, "main", "<Init /usr/lib/libnewt.so failed!");
+        return false;
+    }
+    if (initslanglib() == -1) {
+        freenewtlib();
+        TRACE_AS(YAT_TRACE_ERROR, "main", "<Init /usr/lib/libslang.so failed!");
+        return false;
+    }
+    return true;
 }
 
 int main(int argc, char **argv)
@@ -209,15 +217,9 @@ int main(int argc, char **argv)
         return 0;
     memset(param, 0, sizeof param);
 
-    if (initnewtlib() == -1) {
-        dropCatalogue();
-        TRACE_ERROR("<Init /usr/lib/libnewt.so failed!");
-        return 0;
-    }
-    if (initslanglib() == -1) {
-        dropCatalogue();
-        freenewtlib();
-        TRACE_ERROR("<Init /usr/lib/libslang.so failed!");
+    if (!loadScreenLibraries()) {
+        free(YAT_RcFileBuf);
+        YAT_RcFileBuf = nullptr;
         return 0;
     }
 

@@ -8,10 +8,10 @@
 #pragma GCC visibility push(default)
 extern "C" {
 
-extern int param[8];               // tree path of the device that is being added
-extern newtComponent checktree;    // the device tree
-extern int g_SystemType;           // the machine type, YAT_MACHINE_...
-extern const newtColors myColors;  // the screen's colours
+extern int param[8];              // tree path of the device that is being added
+extern newtComponent checktree;   // the device tree
+extern int g_SystemType;          // the machine type, YAT_MACHINE_...
+extern const newtColors myColors; // the screen's colours
 
 // Prints how the program is called; nothing for a null name.
 void usage(const char *program);
