@@ -59,6 +59,15 @@ bool isHandled(int signal)
     return std::ranges::find(harmless, signal) == std::end(harmless);
 }
 
+// A library that the program calls can end it as well.
+void restoreAtExit()
+{
+    if (!guarding)
+        return;
+    restoreTerminal();
+    restoreConsole();
+}
+
 // A stack of their own for the handlers, for the case that the program's is used up.
 void provideStack()
 {
@@ -84,6 +93,7 @@ void guardTerminal(void (*end)())
     for (int signal = 1; signal < NSIG; ++signal)
         if (isHandled(signal))
             handle(signal, signal == SIGXFSZ ? goOn : restoreAndDie);
+    atexit(restoreAtExit);
     SLang_Exit_Error_Hook = endOnReadError;
     guarding = true;
 }

@@ -87,6 +87,19 @@ TEST(Ending, OptionDLeavesTheConsoleLevelAloneOnASignalToo)
     EXPECT_TRUE(session.calls("klogctl").empty());
 }
 
+TEST(Ending, ByALibraryThatEndsTheProcessRestoresTheTerminal)
+{
+    Session session({.script = "InitBringDown exit"});
+    openPciModule(session);
+    session.send(keys::tab + keys::tab + keys::tab + keys::tab + keys::tab + keys::enter);
+    session.see("Stop this PCI module");
+    session.send(keys::enter);
+    session.expectExit(7);
+    expectRestored(session);
+    EXPECT_EQ(session.calls("klogctl"),
+              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
+}
+
 TEST(Ending, IsNotForALimitOfFiles)
 {
     Session session;

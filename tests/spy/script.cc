@@ -74,6 +74,8 @@ void waitFor(const Rule &rule)
     const std::string go = std::string(getenv("YAT_SPY_SCRIPT")) + ".go";
     while (rule.isHeld && access(go.c_str(), F_OK) != 0)
         poll(nullptr, 0, 5);
+    if (rule.result == "exit")
+        exit(7);
 }
 
 bool hasTree()

@@ -2,8 +2,8 @@
 //
 //     CALL RESULT [delay=MS] [held] [at=N] [text=TEXT]
 //
-// RESULT is a number, "real" for what the real call answers, or "none" for a function that is not
-// there. TEXT, the rest of the line, is what the call writes into its text buffer. A call that is
+// RESULT is a number, "real" for what the real call answers, "none" for a function that is not
+// there, or "exit" for one that ends the process with status 7. TEXT, the rest of the line, is what the call writes into its text buffer. A call that is
 // held goes on when there is a file SCRIPT.go. With at, the rule is for the N-th call only. The
 // first rule that fits counts.
 //
