@@ -10,6 +10,7 @@
 #include "shell/mrvmain.h"
 #include "trace/record.h"
 #include "tree/checkboxtree.h"
+#include "tree/operations.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
 

@@ -16,8 +16,6 @@
 #pragma GCC visibility push(default)
 extern "C" {
 
-extern const ComponentOperations ctOps;
-
 // Makes an empty tree, `height` rows high and as wide as its items will need, with a state
 // character for each state that a leaf can be in. With NEWT_FLAG_SCROLL it has a scroll bar. A
 // null sequence means " *". The sequence is copied.
@@ -63,19 +61,5 @@ int yat_newtCheckboxTreeGetEntryValue(newtComponent tree, intptr_t data);
 // character that is not in the sequence.
 void yat_newtCheckboxTreeSetEntryValue(newtComponent tree, intptr_t data, char state);
 
-// The component operations.
-void yat_ctDraw(newtComponent tree);
-EventResult yat_ctEvent(newtComponent tree, Event event);
-void yat_ctDestroy(newtComponent tree);
-void yat_ctPlace(newtComponent tree, int left, int top);
-void yat_ctMapped(newtComponent tree, int isMapped);
-
-void yat_ctSetItem(newtComponent tree, Item *item, SetMode mode);
-int yat_ctSetItem1(Item *item);
-
 } // extern "C"
 #pragma GCC visibility pop
-
-// Makes the tree show at most so many columns and rows of what it was made for, its scroll bar
-// included.
-void limitCheckboxTree(newtComponent tree, int columns, int rows);

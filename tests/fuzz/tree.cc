@@ -2,6 +2,7 @@
 #include "fuzz.h"
 
 #include "tree/checkboxtree.h"
+#include "tree/operations.h"
 
 #include <algorithm>
 #include <clocale>

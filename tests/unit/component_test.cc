@@ -1,5 +1,6 @@
 // The checkbox tree as a component, without a screen.
 #include "tree/checkboxtree.h"
+#include "tree/operations.h"
 
 #include <clocale>
 #include <cstdlib>
