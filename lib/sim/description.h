@@ -41,16 +41,7 @@ struct Module {
     bool operator==(const Module &) const = default;
 };
 
-struct Description {
-    std::string name;
-    int type = 0;                     // YAT_MACHINE_...
-    std::vector<uint8_t> bmcResponse; // to Get Device ID, the completion code first
-    std::string dataFileVersion;      // of the BIOS in the firmware data file
-    bool automaticFirmwareUpdate = false;
-    bool automaticModuleStart = false;
-    Time mtbfThreshold = 24 * hour;
-    Timing timing;
-    unsigned supported = 0;                     // a bit for each support code
+struct Description : Properties {
     std::vector<Module> cpuModules, pciModules; // each in instance order
     bool operator==(const Description &) const = default;
 };

@@ -62,19 +62,8 @@ struct Index {
     bool operator==(const Index &) const = default;
 };
 
-struct Machine {
-    std::string name;
-    int type = YAT_MACHINE_PLAIN;
-    std::vector<uint8_t> bmcResponse; // to Get Device ID, the completion code first
-    Timing timing;
-    unsigned supported = 0; // a bit for each support code
-
+struct Machine : Properties {
     Time now = 0;
-    bool automaticFirmwareUpdate = false;
-    bool automaticModuleStart = false;
-    Time mtbfThreshold = 0;
-    std::string dataFileVersion; // of the BIOS in the firmware data file
-
     // CPU modules, then PCI modules, each class in instance order; each module followed by its
     // adapters, each of these by those below it.
     std::vector<Device> devices;

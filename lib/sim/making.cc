@@ -108,17 +108,7 @@ Module describeModule(const Machine &machine, const Device &device)
 
 Machine makeMachine(const Description &description, Time now)
 {
-    Machine machine;
-    machine.name = description.name;
-    machine.type = description.type;
-    machine.bmcResponse = description.bmcResponse;
-    machine.timing = description.timing;
-    machine.supported = description.supported;
-    machine.now = now;
-    machine.automaticFirmwareUpdate = description.automaticFirmwareUpdate;
-    machine.automaticModuleStart = description.automaticModuleStart;
-    machine.mtbfThreshold = description.mtbfThreshold;
-    machine.dataFileVersion = description.dataFileVersion;
+    Machine machine{description, now, {}, {}};
     for (const auto *modules : {&description.cpuModules, &description.pciModules})
         for (const Module &module : *modules)
             addModule(machine, module);
@@ -130,16 +120,7 @@ Machine makeMachine(const Description &description, Time now)
 
 Description describe(const Machine &machine)
 {
-    Description result;
-    result.name = machine.name;
-    result.type = machine.type;
-    result.bmcResponse = machine.bmcResponse;
-    result.timing = machine.timing;
-    result.supported = machine.supported;
-    result.automaticFirmwareUpdate = machine.automaticFirmwareUpdate;
-    result.automaticModuleStart = machine.automaticModuleStart;
-    result.mtbfThreshold = machine.mtbfThreshold;
-    result.dataFileVersion = machine.dataFileVersion;
+    Description result{machine, {}, {}};
     for (size_t next = 0; next < machine.devices.size();) {
         const Device &device = machine.devices[next++];
         auto &modules =

@@ -32,41 +32,25 @@ bool setSwitch(bool &setting, const std::string &value)
     return true;
 }
 
-bool setBios(Device &device, std::string Device::*text, const std::string &value)
+bool setText(std::string &text, const std::string &value)
 {
-    if (device.id.classCode != YAT_CLASS_CPU_MODULE || value.empty()
-        || value.size() > longestVersion)
+    if (value.size() > longestVersion)
         return false;
-    device.*text = value;
+    text = value;
     return true;
 }
 
-bool setModuleMtbfType(Machine &, Device *device, const std::string &value)
+bool setBios(const Device &device, std::string &text, const std::string &value)
 {
-    return isModule(device->id) && setMtbfType(*device, value);
-}
-
-bool setBiosVersion(Machine &, Device *device, const std::string &value)
-{
-    return setBios(*device, &Device::biosVersion, value);
+    return device.id.classCode == YAT_CLASS_CPU_MODULE && !value.empty() && setText(text, value);
 }
 
 bool setBiosStatus(Machine &, Device *device, const std::string &value)
 {
-    if (!setBios(*device, &Device::biosStatus, value))
+    if (!setBios(*device, device->biosStatus, value))
         return false;
     device->bios = Bios::described;
     return true;
-}
-
-bool setFirmwareUpdate(Machine &machine, Device *, const std::string &value)
-{
-    return setSwitch(machine.automaticFirmwareUpdate, value);
-}
-
-bool setModuleStart(Machine &machine, Device *, const std::string &value)
-{
-    return setSwitch(machine.automaticModuleStart, value);
 }
 
 bool setThreshold(Machine &machine, Device *, const std::string &value)
@@ -74,14 +58,6 @@ bool setThreshold(Machine &machine, Device *, const std::string &value)
     const auto threshold = timeOf(value, hour, longestMtbf);
     machine.mtbfThreshold = threshold.value_or(machine.mtbfThreshold);
     return threshold.has_value();
-}
-
-bool setDataFile(Machine &machine, Device *, const std::string &value)
-{
-    if (value.size() > longestVersion)
-        return false;
-    machine.dataFileVersion = value;
-    return true;
 }
 
 bool letTimePass(Machine &machine, Device *, const std::string &value)
@@ -95,31 +71,38 @@ bool letTimePass(Machine &machine, Device *, const std::string &value)
     return true;
 }
 
-std::string allMtbfTypes()
-{
-    std::string result;
-    for (const auto &type : mtbfTypes)
-        result += (&type == std::begin(mtbfTypes)     ? ""
-                   : &type + 1 == std::end(mtbfTypes) ? " or "
-                                                      : ", ")
-                  + mtbfTypeText(type.value);
-    return result;
-}
-
 } // namespace
 
 const std::vector<SetKey> &setKeys()
 {
+    using Value = const std::string &;
     static const std::string version = std::to_string(longestVersion) + " bytes";
     static const std::vector<SetKey> keys = {
-        {"mtbf_type", true, allMtbfTypes() + ", of a module", setModuleMtbfType},
-        {"bios_version", true, "a text of 1 to " + version + ", of a CPU module", setBiosVersion},
+        {"mtbf_type", true,
+         mtbfTypeText(stayDown) + ", " + mtbfTypeText(alwaysRestart) + " or "
+             + mtbfTypeText(restartAboveThreshold) + ", of a module",
+         [](Machine &, Device *device, Value value) {
+             return isModule(device->id) && setMtbfType(*device, value);
+         }},
+        {"bios_version", true, "a text of 1 to " + version + ", of a CPU module",
+         [](Machine &, Device *device, Value value) {
+             return setBios(*device, device->biosVersion, value);
+         }},
         {"bios_status", true, "a text of 1 to " + version + ", of a CPU module", setBiosStatus},
-        {"automatic_firmware_update", false, "on or off", setFirmwareUpdate},
-        {"automatic_module_start", false, "on or off", setModuleStart},
+        {"automatic_firmware_update", false, "on or off",
+         [](Machine &machine, Device *, Value value) {
+             return setSwitch(machine.automaticFirmwareUpdate, value);
+         }},
+        {"automatic_module_start", false, "on or off",
+         [](Machine &machine, Device *, Value value) {
+             return setSwitch(machine.automaticModuleStart, value);
+         }},
         {"mtbf_threshold", false, "hours, 0 to " + std::to_string(longestMtbf), setThreshold},
         {"data_file", false,
-         "the BIOS version in the firmware data file, a text of up to " + version, setDataFile},
+         "the BIOS version in the firmware data file, a text of up to " + version,
+         [](Machine &machine, Device *, Value value) {
+             return setText(machine.dataFileVersion, value);
+         }},
         {"time", false,
          "+SECONDS, 0 to " + std::to_string(longestStep) + ": lets so much time pass", letTimePass},
     };

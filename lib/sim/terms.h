@@ -11,7 +11,9 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace sim
 {
@@ -35,6 +37,20 @@ struct Timing {
     Time stop = 10 * second;
     Time firmwareUpdate = 60 * second;
     bool operator==(const Timing &) const = default;
+};
+
+// What a machine has as a whole.
+struct Properties {
+    std::string name;
+    int type = YAT_MACHINE_PLAIN;
+    std::vector<uint8_t> bmcResponse; // to Get Device ID, the completion code first
+    std::string dataFileVersion;      // of the BIOS in the firmware data file
+    bool automaticFirmwareUpdate = false;
+    bool automaticModuleStart = false;
+    Time mtbfThreshold = 24 * hour;
+    Timing timing;
+    unsigned supported = 0; // a bit for each support code
+    bool operator==(const Properties &) const = default;
 };
 
 // The states of a module: those that last, then those that end by themselves.

@@ -1,6 +1,5 @@
 #include "sim/words.h"
 
-#include <charconv>
 #include <strings.h>
 
 namespace sim
@@ -19,16 +18,6 @@ std::string withProgress(std::string_view text, std::optional<int> percent, bool
 bool equalsIgnoringCase(std::string_view left, std::string_view right)
 {
     return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
-
-// The number at the end of a short name, 0 for none.
-int numberIn(std::string_view name)
-{
-    int number = 0;
-    const size_t last = name.find_last_not_of("0123456789");
-    if (last < name.size())
-        std::from_chars(name.data() + last + 1, name.data() + name.size(), number);
-    return number;
 }
 
 } // namespace
@@ -67,12 +56,12 @@ std::string nameOf(DeviceId id)
 
 const Device *deviceNamed(const Machine &machine, std::string_view name)
 {
-    const int number = numberIn(name);
-    for (const DeviceClass &each : deviceClasses)
-        for (const std::string_view word : {each.shortName, each.alias})
-            if (equalsIgnoringCase(name, std::string(word) + std::to_string(number)))
-                if (const Device *device = find(machine, {each.value, number}))
-                    return device;
+    for (const Device &device : machine.devices) {
+        const DeviceClass &known = *rowOf(deviceClasses, device.id.classCode);
+        for (const std::string_view word : {known.shortName, known.alias})
+            if (equalsIgnoringCase(name, std::string(word) + std::to_string(device.id.number)))
+                return &device;
+    }
     for (const Device &device : machine.devices)
         if (equalsIgnoringCase(name, device.name))
             return &device;
