@@ -1,25 +1,15 @@
 #include "scenario.h"
 
+#include "sim/terms.h"
+
 #include <clocale>
 #include <fstream>
 
 namespace {
 
-// Support codes: of a CPU module, and of a PCI module.
-struct Codes {
-    int cpu, pci;
-};
-constexpr Codes clearing = {1, 15}, starting = {5, 19}, stopping = {7, 21}, burning = {9, 0},
-                typing = {13, 23};
-
-int codeFor(const Codes &codes, const yat_device *device)
+int codeFor(sim::Verb verb, const yat_device *device)
 {
-    switch (device->identity->ClassCode) {
-    case YAT_CLASS_CPU_MODULE: return codes.cpu + 1;
-    case YAT_CLASS_PCI_MODULE: return codes.pci + 1;
-    case YAT_CLASS_SCSI_ADAPTER: return 26;
-    default: return 32;
-    }
+    return sim::supportCode(verb, device->identity->ClassCode) + 1;
 }
 
 } // namespace
@@ -117,27 +107,37 @@ int Scenario::detail(const std::string &device, int support)
 
 int Scenario::clearMtbf(const std::string &device)
 {
-    return ClearMTBF(record(device), codeFor(clearing, record(device)));
+    return ClearMTBF(record(device), codeFor(sim::Verb::clearMtbf, record(device)));
 }
 
 int Scenario::start(const std::string &device)
 {
-    return InitBringUp(record(device), codeFor(starting, record(device)));
+    return InitBringUp(record(device), codeFor(sim::Verb::bringUp, record(device)));
 }
 
 int Scenario::stop(const std::string &device)
 {
-    return InitBringDown(record(device), codeFor(stopping, record(device)));
+    return InitBringDown(record(device), codeFor(sim::Verb::bringDown, record(device)));
 }
 
 int Scenario::burn(const std::string &device, const char *mode)
 {
-    return BurnFirmware(record(device), codeFor(burning, record(device)), mode);
+    return BurnFirmware(record(device), codeFor(sim::Verb::burnFirmware, record(device)), mode);
 }
 
 int Scenario::setType(const std::string &device, const char *type)
 {
-    return SetMtbfType(record(device), codeFor(typing, record(device)), type);
+    return SetMtbfType(record(device), codeFor(sim::Verb::setMtbfType, record(device)), type);
+}
+
+std::string Scenario::biosVersion(int number) const
+{
+    return property(YAT_KIND_CPU_MODULE, number, YAT_PROPERTY_BIOS_VERSION);
+}
+
+std::string Scenario::biosStatus(int number) const
+{
+    return property(YAT_KIND_CPU_MODULE, number, YAT_PROPERTY_BIOS_STATUS);
 }
 
 nlohmann::json Scenario::shown(const std::string &device)

@@ -49,6 +49,9 @@ protected:
     int burn(const std::string &device, const char *mode);
     int setType(const std::string &device, const char *type);
 
+    std::string biosVersion(int number) const;
+    std::string biosStatus(int number) const;
+
     yat_device *record(const std::string &device) const { return (*interface)[device]; }
 
     // What yatsim knows of a device, and its journal.

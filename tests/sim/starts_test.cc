@@ -13,11 +13,6 @@ protected:
         pass(10);
         steer("set cpu2.bios_version 4.0");
     }
-
-    std::string biosStatus(int number)
-    {
-        return property(YAT_KIND_CPU_MODULE, number, YAT_PROPERTY_BIOS_STATUS);
-    }
 };
 
 } // namespace
@@ -121,7 +116,7 @@ TEST_P(Starts, CompareVersionsByTheNumbersInThem)
         EXPECT_EQ(cpuState(2), updates ? "Updating BIOS 0 %" : "Starting 0 %");
         pass(120);
         EXPECT_EQ(cpuState(2), "Running, duplex");
-        EXPECT_EQ(property(YAT_KIND_CPU_MODULE, 2, YAT_PROPERTY_BIOS_VERSION),
+        EXPECT_EQ(biosVersion(2),
                   updates ? running : starting);
     }
 }

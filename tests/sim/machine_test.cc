@@ -1,4 +1,4 @@
-// The model of the machine by itself: random histories, and what must hold in each of them.
+// The machine by itself: random histories, and what must hold in each of them.
 #include "sim/contradiction.h"
 #include "sim/course.h"
 #include "sim/making.h"
@@ -8,8 +8,6 @@
 #include "support.h"
 #include "yat/ft.h"
 
-#include <clocale>
-#include <cwchar>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
@@ -116,7 +114,7 @@ std::string anyMachine()
 
 } // namespace
 
-TEST(Model, NeverTakesAPairDownByAnOperationOfOurs)
+TEST(Machine, NeverTakesAPairDownByAnOperationOfOurs)
 {
     EXPECT_TRUE(rc::check([] {
         runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
@@ -131,7 +129,7 @@ TEST(Model, NeverTakesAPairDownByAnOperationOfOurs)
     }));
 }
 
-TEST(Model, ChangesNothingWhenItRefuses)
+TEST(Machine, ChangesNothingWhenItRefuses)
 {
     EXPECT_TRUE(rc::check([] {
         runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
@@ -142,7 +140,7 @@ TEST(Model, ChangesNothingWhenItRefuses)
     }));
 }
 
-TEST(Model, KeepsItsIndexAsItsDevicesAre)
+TEST(Machine, KeepsItsIndexAsItsDevicesAre)
 {
     EXPECT_TRUE(rc::check([] {
         runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
@@ -155,7 +153,7 @@ TEST(Model, KeepsItsIndexAsItsDevicesAre)
     }));
 }
 
-TEST(Model, SaysWhichOfItsDevicesHaveChanged)
+TEST(Machine, SaysWhichOfItsDevicesHaveChanged)
 {
     EXPECT_TRUE(rc::check([] {
         runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
@@ -172,7 +170,7 @@ TEST(Model, SaysWhichOfItsDevicesHaveChanged)
     }));
 }
 
-TEST(Model, TakesWhatItSaysItTakes)
+TEST(Machine, TakesWhatItSaysItTakes)
 {
     EXPECT_TRUE(rc::check([] {
         runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
@@ -188,7 +186,7 @@ TEST(Model, TakesWhatItSaysItTakes)
     }));
 }
 
-TEST(Model, IsTheSameHoweverOftenItIsLookedAt)
+TEST(Machine, IsTheSameHoweverOftenItIsLookedAt)
 {
     EXPECT_TRUE(rc::check([] {
         Machine seldom = machineOf(anyMachine()), often = seldom;
@@ -209,7 +207,7 @@ TEST(Model, IsTheSameHoweverOftenItIsLookedAt)
     }));
 }
 
-TEST(Model, ComesToRest)
+TEST(Machine, ComesToRest)
 {
     EXPECT_TRUE(rc::check([] {
         Machine machine = machineOf(anyMachine());
@@ -221,7 +219,7 @@ TEST(Model, ComesToRest)
     }));
 }
 
-TEST(Model, CanBeDescribedAtAnyTime)
+TEST(Machine, CanBeDescribedAtAnyTime)
 {
     EXPECT_TRUE(rc::check([] {
         runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
@@ -250,7 +248,7 @@ TEST(Model, CanBeDescribedAtAnyTime)
     }));
 }
 
-TEST(Model, KeepsCountingFailuresWhenItForgetsTheirTimes)
+TEST(Machine, KeepsCountingFailuresWhenItForgetsTheirTimes)
 {
     Machine machine = machineOf(shipped("CEDAR"));
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
@@ -268,7 +266,7 @@ TEST(Model, KeepsCountingFailuresWhenItForgetsTheirTimes)
               100);
 }
 
-TEST(Model, CountsNoFurtherThanADescriptionCanSay)
+TEST(Machine, CountsNoFurtherThanADescriptionCanSay)
 {
     Machine machine = machineOf(shipped("CEDAR"));
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
@@ -277,7 +275,7 @@ TEST(Model, CountsNoFurtherThanADescriptionCanSay)
     EXPECT_EQ(find(machine, ethernet)->failureCount, mostFailures);
 }
 
-TEST(Model, CanBeDescribedWhenItsFailuresAreForgottenElsewhere)
+TEST(Machine, CanBeDescribedWhenItsFailuresAreForgottenElsewhere)
 {
     Machine machine = machineOf(shipped("CEDAR"));
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
@@ -287,7 +285,7 @@ TEST(Model, CanBeDescribedWhenItsFailuresAreForgottenElsewhere)
     EXPECT_EQ(find(copy, ethernet)->failures.at(0), machine.now - longestMtbf * hour);
 }
 
-TEST(Model, FindsItsDevicesByNumberAndByBoard)
+TEST(Machine, FindsItsDevicesByNumberAndByBoard)
 {
     for (const std::string &name : shippedMachines) {
         const Machine machine = machineOf(shipped(name));
@@ -302,48 +300,4 @@ TEST(Model, FindsItsDevicesByNumberAndByBoard)
         }
         EXPECT_EQ(find(machine, {YAT_CLASS_NONE, 1}), nullptr);
     }
-}
-
-TEST(Words, ForAStateFitIntoTheWindow)
-{
-    setlocale(LC_ALL, "C.UTF-8");
-    Machine machine = machineOf(shipped("CEDAR"));
-    Device &module = machine.devices[0];
-    for (const State state :
-         {State::empty, State::stopped, State::starting, State::synchronising, State::simplex,
-          State::duplex, State::stopping, State::broken, State::firmwareUpdate})
-        for (const bool japanese : {false, true})
-            for (int percent = 0; percent < 100; ++percent) {
-                module.state = state;
-                module.since = machine.now - machine.timing.start * percent / 100;
-                const std::string text = stateText(machine, module, japanese);
-                wchar_t wide[64];
-                const size_t length = mbstowcs(wide, text.c_str(), std::size(wide));
-                ASSERT_LT(length, std::size(wide));
-                EXPECT_LE(wcswidth(wide, length), 19) << text;
-                EXPECT_GT(wcswidth(wide, length), 0) << text;
-            }
-    setlocale(LC_ALL, "C");
-}
-
-TEST(Words, ForProgressNeverSayThatItIsOver)
-{
-    Machine machine = machineOf(shipped("CEDAR"));
-    Device &module = machine.devices[0];
-    module.state = State::synchronising;
-    module.since = machine.now - machine.timing.synchronise + 1;
-    EXPECT_EQ(stateText(machine, module, false), "Synchronising 99 %");
-    EXPECT_EQ(stateText(machine, module, true), "同期中 99%");
-    module.since = machine.now;
-    EXPECT_EQ(stateText(machine, module, false), "Synchronising 0 %");
-}
-
-TEST(Words, FindADeviceByEitherName)
-{
-    const Machine machine = machineOf(shipped("CEDAR"));
-    EXPECT_EQ(nameOf(deviceNamed(machine, "eth3")->id), "ethernet3");
-    EXPECT_EQ(nameOf(deviceNamed(machine, "Ethernet3")->id), "ethernet3");
-    EXPECT_EQ(nameOf(deviceNamed(machine, "pci module 2")->id), "pci2");
-    EXPECT_EQ(deviceNamed(machine, "cpu3"), nullptr);
-    EXPECT_EQ(deviceNamed(machine, ""), nullptr);
 }
