@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
-namespace sim
-{
+namespace sim {
 
 std::optional<std::vector<uint8_t>> bytesOf(const std::string &text)
 {

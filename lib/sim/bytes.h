@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace sim
-{
+namespace sim {
 
 // Bytes as a list of 1 to 16 numbers from 0 to 255, with blanks or commas between them, 0x before
 // hexadecimal ones; nothing for another text.

@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 // What a module carries starts with it. It follows the module in the machine.

@@ -3,8 +3,7 @@
 
 #include "sim/machine.h"
 
-namespace sim
-{
+namespace sim {
 
 // Lets the time pass: everything that is due until then happens, in its order. A time before
 // machine.now changes nothing.

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 void putAt(std::vector<int> &positions, int number, int position)

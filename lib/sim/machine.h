@@ -12,8 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace sim
-{
+namespace sim {
 
 struct DeviceId {
     int classCode = 0; // YAT_CLASS_...

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 // ---- A machine

@@ -4,8 +4,7 @@
 #include "sim/description.h"
 #include "sim/machine.h"
 
-namespace sim
-{
+namespace sim {
 
 // The machine as its description has it.
 Machine makeMachine(const Description &description, Time now);

@@ -3,8 +3,7 @@
 #include "sim/setkeys.h"
 #include "sim/transitions.h"
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 // ---- What is refused

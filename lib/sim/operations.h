@@ -5,8 +5,7 @@
 
 #include <string>
 
-namespace sim
-{
+namespace sim {
 
 struct Operation {
     Verb verb = Verb::clearMtbf;

@@ -5,8 +5,7 @@
 #include <algorithm>
 #include <memory>
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 // One tree: the root, then a record for each device in its order.

@@ -3,8 +3,7 @@
 
 #include "sim/machine.h"
 
-namespace sim
-{
+namespace sim {
 
 // Makes the tree of device records of a machine. Its root is given back with freeRecords.
 yat_device *makeRecords(const Machine &machine);

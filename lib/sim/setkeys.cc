@@ -7,8 +7,7 @@
 #include <charconv>
 #include <cmath>
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 constexpr int longestStep = 315'360'000; // seconds

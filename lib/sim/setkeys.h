@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace sim
-{
+namespace sim {
 
 struct SetKey {
     const char *key;

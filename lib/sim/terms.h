@@ -15,8 +15,7 @@
 #include <string_view>
 #include <vector>
 
-namespace sim
-{
+namespace sim {
 
 // ---- Limits
 

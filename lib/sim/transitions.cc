@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 // Whether a BIOS version is older than another one. The numbers in them count as numbers, whatever

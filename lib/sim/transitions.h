@@ -4,8 +4,7 @@
 
 #include "sim/machine.h"
 
-namespace sim
-{
+namespace sim {
 
 // All that changes a device's state goes through here: the state begins now.
 void enter(Machine &machine, Device &device, State state);

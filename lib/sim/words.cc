@@ -2,8 +2,7 @@
 
 #include <strings.h>
 
-namespace sim
-{
+namespace sim {
 namespace {
 
 // Ideographs need no blank before the number.

@@ -6,8 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace sim
-{
+namespace sim {
 
 // The state as the device windows show it: at most 19 columns. In UTF-8.
 std::string stateText(const Machine &machine, const Device &device, bool japanese);
