@@ -268,11 +268,14 @@ TEST(BmcUpdate, MayLeaveTheTerminalInAnyState)
 
 TEST(BmcUpdate, KeysTypedAheadReachNoButton)
 {
-    Update session("echo READY; read answer; stty raw -echo; echo AGAIN; sleep 0.2");
+    Update session("echo READY; read answer; stty raw -echo; echo AGAIN; "
+                   "until test -e $HOME/script.go; do sleep 0.01; done");
     session.see("READY");
     session.send("\r");
     session.see("AGAIN");
     session.send(enter + enter + tab + enter); // would run it again, and close the window
+    ASSERT_TRUE(session.terminal().waitUntil([&] { return session.terminal().unread() == 4; }));
+    session.files().letGo();
     session.expectTakenBack();
     EXPECT_EQ(session.calls("system").size(), 1u);
 }
