@@ -1,6 +1,8 @@
 #include "devices/actions.h"
 
 #include "dialogs/autowin.h"
+#include "dialogs/message.h"
+#include "dialogs/success.h"
 #include "platform/device.h"
 
 #include <algorithm>

@@ -23,19 +23,12 @@ static_assert(offsetof(FieldControl, first) == 8 && offsetof(FieldControl, last)
 extern "C" {
 
 // Shows a text on a single line. The box can be left with its button only. No text may be null,
-// here and in the three boxes that follow.
+// here and in the next.
 void msgWindow(const char *title, const char *button, const char *message);
 
 // The same for a long text, wrapped at 72 columns. Its height is worked out from its length in
 // bytes, so a text whose words wrap badly is cut at the bottom.
 void msgWindowEx(const char *title, const char *button, const char *message);
-
-// Asks for confirmation. Returns 1 for OK, 0 for Cancel and for the hot keys. A title of 80 bytes
-// or more is cut.
-int Message(const char *title, const char *message);
-
-// Tells that an operation succeeded. A title of 80 bytes or more is cut.
-void Success(const char *title);
 
 // Shows a text, on a single line, above a row of the caller's buttons, and returns what ended the
 // box: the button that was pressed, null for Ctrl-O, the form for F12.

@@ -1,5 +1,8 @@
-#include "dialogs/autowin.h"
+#include "dialogs/message.h"
+
 #include "dialogs/notice.h"
+#include "text/display.h"
+#include "text/keys.h"
 
 int Message(const char *title, const char *message)
 {

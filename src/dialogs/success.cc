@@ -1,5 +1,8 @@
-#include "dialogs/autowin.h"
+#include "dialogs/success.h"
+
 #include "dialogs/notice.h"
+#include "text/display.h"
+#include "text/keys.h"
 
 void Success(const char *title)
 {

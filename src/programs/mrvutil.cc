@@ -1,5 +1,5 @@
 // The device tree.
-#include "shell/mrvmain.h"
+#include "shell/devicetree.h"
 #include "shell/program.h"
 
 const Program program = {

@@ -1,4 +1,5 @@
-// The device tree: its nodes from the platform's device data, its window, its dump.
+#include "shell/devicetree.h"
+
 #include "devices/cpusubwin.h"
 #include "devices/ethernet.h"
 #include "devices/pcisubwin.h"
@@ -7,7 +8,6 @@
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
-#include "shell/mrvmain.h"
 #include "trace/record.h"
 #include "tree/checkboxtree.h"
 #include "tree/operations.h"
@@ -22,6 +22,7 @@
 
 static constexpr char traceSource[] = "mrvmain";
 
+int param[8];
 newtComponent checktree;
 int g_SystemType;
 
@@ -48,6 +49,11 @@ static std::optional<int> classOf(const yat_device *device)
     if (!device || !device->identity)
         return std::nullopt;
     return device->identity->ClassCode;
+}
+
+int donothing(yat_device *)
+{
+    return 0;
 }
 
 static ItemCallback windowOf(int classCode)

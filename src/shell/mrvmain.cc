@@ -1,6 +1,6 @@
-// Start-up and tear-down of the program.
 #include "shell/mrvmain.h"
 
+#include "shell/devicetree.h"
 #include "shell/program.h"
 #include "terminal/check.h"
 #include "terminal/console.h"
@@ -19,13 +19,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <langinfo.h>
 #include <string>
 #include <string_view>
 
 static constexpr char traceSource[] = "mrvmain";
-
-int param[8];
 
 static bool screenOn;
 
@@ -85,11 +82,6 @@ void suspend(void *)
     raise(SIGTSTP);
     newtRefresh();
     newtResume();
-}
-
-int donothing(yat_device *)
-{
-    return 0;
 }
 
 // The locale of the environment. Where the machine lacks it, UTF-8 can still be drawn, unless the

@@ -1,10 +1,12 @@
 #include "system/firmupdate.h"
 
-#include "dialogs/autowin.h"
 #include "dialogs/grid.h"
+#include "dialogs/message.h"
 #include "dialogs/operation.h"
+#include "dialogs/success.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
+#include "text/display.h"
 #include "trace/record.h"
 
 static constexpr char traceSource[] = "firmupdate";

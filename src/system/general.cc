@@ -2,6 +2,7 @@
 
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
+#include "dialogs/message.h"
 #include "dialogs/window.h"
 #include "trace/record.h"
 #include "yat/ft.h"

@@ -1,0 +1,35 @@
+#include "dialogs/notice.h"
+
+#include "dialogs/grid.h"
+#include "dialogs/window.h"
+
+void showNotice(newtComponent form, newtComponent content, newtComponent button, const char *title)
+{
+    newtGrid contentGrid = makeGrid(1, 1, {{0, 0, content, NEWT_ANCHOR_TOP}});
+    newtGrid buttonGrid = makeGrid(1, 1, {{0, 0, button, NEWT_ANCHOR_TOP}});
+    newtGrid grid = makeWindowGrid(contentGrid, buttonGrid);
+    newtFormAddComponent(form, content);
+    newtFormAddComponent(form, button);
+    openWindow(form, grid, title);
+    addHotKeys(form);
+    while (runForm(form) != button)
+        continue;
+    closeWindow(form);
+}
+
+newtComponent showChoice(newtComponent form, newtComponent label, newtComponent left,
+                         newtComponent right, const char *title)
+{
+    newtGrid labelGrid = makeGrid(1, 1, {{0, 0, label, NEWT_ANCHOR_TOP}});
+    newtGrid grid = makeWindowGrid(labelGrid, makeButtonRow(left, right));
+    newtFormAddComponent(form, label);
+    newtFormAddComponents(form, left, right, nullptr);
+    openWindow(form, grid, title);
+    addHotKeys(form);
+    newtComponent answer;
+    do
+        answer = runForm(form);
+    while (answer && answer != left && answer != right);
+    closeWindow(form);
+    return answer;
+}
