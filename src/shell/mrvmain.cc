@@ -6,6 +6,7 @@
 #include "terminal/console.h"
 #include "terminal/ending.h"
 #include "terminal/environment.h"
+#include "terminal/restore.h"
 #include "terminal/size.h"
 #include "terminal/stopping.h"
 #include "text/keys.h"
@@ -70,6 +71,7 @@ void NewtStartUp(void)
     startNewt();
     watchSize();
     watchStops();
+    markPastes();
     newtSetColors(myColors);
     newtCls();
     newtPushHelpLine(text("MAIN_HELPLINE_ID"));
@@ -107,6 +109,7 @@ static void tearDown()
 {
     if (screenOn) {
         forgetStops();
+        unmarkPastes();
         newtCls();
         newtFinished();
         undisguiseTerminal();

@@ -9,6 +9,7 @@ volatile sig_atomic_t terminalIsLent;
 
 void lendTerminal()
 {
+    unmarkPastes();
     newtSuspend();
     undisguiseTerminal();
     terminalIsLent = 1;
@@ -20,4 +21,5 @@ void reclaimTerminal()
     resetTerminal();
     disguiseTerminal();
     newtResume();
+    markPastes();
 }

@@ -1,11 +1,11 @@
 #include "terminal/restore.h"
 
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <initializer_list>
 #include <poll.h>
 #include <slang.h>
+#include <string_view>
 #include <termios.h>
 #include <unistd.h>
 
@@ -20,6 +20,7 @@ struct Sequence {
 };
 Sequence restoring; // leaves the screen
 Sequence entering, preparing; // the screen, and what newt has on there
+Sequence marking, unmarking;
 Sequence initialising; // undoes what a program may have left set
 
 volatile sig_atomic_t hasLeft; // the screen
@@ -42,18 +43,34 @@ void writeToTerminal(const Sequence &sequence)
     fcntl(STDOUT_FILENO, F_SETFL, flags);
 }
 
+void append(Sequence &sequence, std::string_view bytes)
+{
+    if (bytes.size() > sizeof sequence.bytes - sequence.length)
+        return;
+    bytes.copy(sequence.bytes + sequence.length, bytes.size());
+    sequence.length += bytes.size();
+}
+
+std::string_view capability(const char *name)
+{
+    const char *bytes = SLtt_tgetstr(const_cast<char *>(name));
+    return bytes ? bytes : "";
+}
+
 Sequence capabilities(std::initializer_list<const char *> names)
 {
     Sequence result{};
-    for (const char *name : names) {
-        const char *bytes = SLtt_tgetstr(const_cast<char *>(name));
-        const size_t length = bytes ? strlen(bytes) : 0;
-        if (length + 1 < sizeof result.bytes - result.length) { // room for one more
-            memcpy(result.bytes + result.length, bytes ? bytes : "", length);
-            result.length += length;
-        }
-    }
+    for (const char *name : names)
+        append(result, capability(name));
     return result;
+}
+
+// Has the terminal mark what is pasted, or no longer, which terminfo does not tell of. Those that
+// have no such thing pass over it when they have sequences of that kind.
+void appendMarking(Sequence &sequence, bool wanted)
+{
+    if (capability("cl").starts_with("\x1b["))
+        append(sequence, wanted ? "\x1b[?2004h" : "\x1b[?2004l");
 }
 
 } // namespace
@@ -65,15 +82,28 @@ void rememberTerminal()
     restoring = capabilities({"me", "ae", "cl", "ke", "ve", "te"});
     entering = capabilities({"ti"});
     preparing = capabilities({"ks", "eA"}); // keypad and line drawing
+    appendMarking(restoring, false);
+    appendMarking(preparing, true);
+    appendMarking(marking, true);
+    appendMarking(unmarking, false);
     // Attributes and line drawing off, the terminal's own initialisation.
     initialising = capabilities({"me", "ae", "is"});
-    constexpr char shiftIn = '\x0f'; // the first character set, which terminfo does not tell of
-    initialising.bytes[initialising.length++] = shiftIn;
+    append(initialising, "\x0f"); // the first character set, which terminfo does not tell of
 }
 
 void rememberScreen()
 {
     tcgetattr(STDIN_FILENO, &modesOfNewt);
+}
+
+void markPastes()
+{
+    writeToTerminal(marking);
+}
+
+void unmarkPastes()
+{
+    writeToTerminal(unmarking);
 }
 
 void enterScreen()

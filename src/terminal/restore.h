@@ -8,6 +8,10 @@ void rememberTerminal();
 // The same for enterScreen, when newt has the terminal.
 void rememberScreen();
 
+// Has the terminal mark what is pasted into it, or no longer; a paste is no series of keys.
+void markPastes();
+void unmarkPastes();
+
 // Leaves the screen. Allowed in a signal handler.
 void restoreTerminal();
 

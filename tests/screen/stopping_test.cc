@@ -175,6 +175,28 @@ TEST(Stopping, IsWhatTheProgramDoesInTheBackground)
     shell.expectEnd();
 }
 
+TEST(Stopping, HasPastesMarkedOnTheScreenOnly)
+{
+    Shell shell;
+    const auto isMarking = [&] {
+        const std::string &output = shell.terminal.output();
+        const size_t on = output.rfind("\x1b[?2004h"), off = output.rfind("\x1b[?2004l");
+        return on != output.npos && (off == output.npos || on > off);
+    };
+    EXPECT_FALSE(isMarking());
+    shell.run();
+    shell.expectScreen();
+    EXPECT_TRUE(isMarking());
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    EXPECT_FALSE(isMarking());
+    shell.type("fg");
+    shell.expectScreen();
+    EXPECT_TRUE(isMarking());
+    shell.expectEnd();
+    EXPECT_FALSE(isMarking());
+}
+
 TEST(Stopping, KeepsAWindowAndItsChanges)
 {
     Shell shell;
