@@ -2,220 +2,100 @@
 
 #include "common/file.h"
 #include "common/paths.h"
-#include "common/problem.h"
 #include "sim/course.h"
 #include "sim/hash.h"
+#include "sim/making.h"
+#include "sim/statefile.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 
+#include <SQLiteCpp/Transaction.h>
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <ctime>
+#include <cstdlib>
 #include <filesystem>
-#include <unistd.h>
 
 namespace sim {
-
-const std::vector<InjectableCall> injectableCalls = {
-    {"ft_FunctionInit"},
-    {"ft_FunctionRelease"},
-    {"CreateTreeViewData"},
-    {"FreeTreeViewData"},
-    {"call_yat_is_ft"},
-    {"yat_ft_get_property", Gift::text},
-    {"Linux_ConvertDataToInt", Gift::number},
-    {"StatusChange", Gift::text},
-    {"IfSupport", Gift::number},
-    {"ClearMTBF"},
-    {"InitBringUp"},
-    {"InitBringDown"},
-    {"SetMtbfType"},
-    {"BurnFirmware"},
-    {"GetBBDriverSettings", Gift::number},
-    {"PutBBDriverSettings"},
-    {"YATGetDeviceID", Gift::bytes},
-};
-
 namespace {
 
 // ---- Transactions
 
-void inTransaction(Store &store, const std::function<void()> &work)
+void readAll(Store &store)
 {
-    openStore(store);
-    store.database->transaction(work);
+    store.version.reset();
+    store.state = readMachine(*store.database);
+    store.injections = readInjections(*store.database);
+    store.version = store.database->number("PRAGMA data_version");
 }
 
-// A machine on its way through a transaction: as it was written, and as it is now.
-struct Turn {
-    Written before;
-    Machine machine;
-    Time real;
-};
-
-Turn begin(Store &store)
+// Whether another process has written since what is in memory was read, or this one failed to.
+bool isOutOfDate(Store &store)
 {
-    Turn turn{.before = readMachine(*store.database, store.description),
-              .machine = {},
-              .real = realTime()};
-    turn.machine = turn.before.machine;
-    advance(turn.machine, simulatedTime(turn.before.clock, turn.real));
-    return turn;
+    return !store.version || store.database->number("PRAGMA data_version") != *store.version;
 }
 
-// Writes what is not as it was. The clock goes with every change and with every row of the
-// journal, so that nothing written is ever later than the clock, also when the system's clock is
-// put back.
-void end(Store &store, const Turn &turn)
+// What is in memory is not what the file has.
+void forget(Store &store)
 {
-    writeChanges(*store.database, turn.before.machine, turn.machine,
-                 {.simulated = turn.machine.now, .real = turn.real, .scale = wantedScale()});
+    store.version.reset();
+    store.mark = {};
+    store.isWriting = false;
 }
 
-// The same for who only looked: mostly there is nothing to write then.
-void endLook(Store &store, const Turn &turn)
+// The clock goes with every change and with every row of the journal, so that nothing written is
+// ever later than the clock, also when the system's clock is put back.
+void letTimePass(MachineState &state)
 {
-    const Clock &before = turn.before.clock;
-    Machine same = turn.machine;
-    same.now = turn.before.machine.now;
-    if (same != turn.before.machine || wantedScale() != before.scale || turn.real < before.real
-        || turn.machine.now != simulatedTime(before, turn.real))
-        end(store, turn);
+    const Time real = realTime();
+    advance(state.machine, simulatedTime(state.clock, real));
+    state.clock = {.simulated = state.machine.now, .real = real, .scale = wantedScale()};
 }
 
-// ---- Injections
-
-Injection readInjection(const Query &row)
+void transact(Store &store, bool isSynced, const std::function<void()> &work)
 {
-    Injection injection{.call = row.text(1)};
-    if (!row.isNull(2))
-        injection.result = row.number(2);
-    injection.times = row.number(3);
-    injection.delay = row.number(4);
-    if (!row.isNull(5))
-        injection.text = row.text(5);
-    return injection;
-}
-
-struct Waiting {
-    int64_t id = 0;
-    Injection injection;
-};
-
-std::optional<Waiting> nextInjection(Store &store, std::string_view call)
-{
-    Query row = store.database->query("SELECT id, call, result, times, delay, text FROM "
-                                      "injection WHERE call = ? ORDER BY id LIMIT 1",
-                                      call);
-    if (!row.next())
-        return {};
-    return Waiting{.id = row.integer(0), .injection = readInjection(row)};
-}
-
-void takeOut(Store &store, const Waiting &waiting)
-{
-    if (waiting.injection.times == 1)
-        store.database->run("DELETE FROM injection WHERE id = ?", waiting.id);
-    else if (waiting.injection.times > 1)
-        store.database->run("UPDATE injection SET times = times - 1 WHERE id = ?", waiting.id);
-}
-
-// Ids are given out again, so that more of it has to be the same.
-bool isSame(const Waiting &one, const Waiting &other)
-{
-    return one.id == other.id && one.injection.result == other.injection.result
-           && one.injection.delay == other.injection.delay
-           && one.injection.text == other.injection.text;
-}
-
-bool isStillWaiting(Store &store, const Waiting &waiting)
-{
-    openStore(store);
-    const auto next = nextInjection(store, waiting.injection.call);
-    return next && isSame(*next, waiting);
-}
-
-void sleepFor(int milliseconds)
-{
-    timespec rest = {.tv_sec = milliseconds / 1000, .tv_nsec = milliseconds % 1000 * 1'000'000L};
-    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
-    }
-}
-
-// Sleeps as an injection wants it, or until it is taken back.
-void hangFor(Store &store, const Waiting &waiting)
-{
-    constexpr int slice = 200; // milliseconds
-    for (int left = waiting.injection.delay; left > 0 && isStillWaiting(store, waiting);
-         left -= slice)
-        sleepFor(std::min(left, slice));
-}
-
-// A transaction with the injection for a call. One that hangs does so before, so that other
-// programs go on meanwhile; and it is taken out with the work that it is for, so that a program
-// that is killed while it hangs has done nothing.
-void inCall(Store &store, std::string_view call,
-            const std::function<void(const std::optional<Injection> &)> &work)
-{
-    std::optional<Waiting> hungFor; // the injection whose delay is over
-    for (bool isOver = false; !isOver;) {
-        inTransaction(store, [&] {
-            const auto next = call.empty() ? std::nullopt : nextInjection(store, call);
-            isOver = !next || next->injection.delay == 0 || (hungFor && isSame(*hungFor, *next));
-            hungFor = next;
-            if (!isOver)
-                return;
-            if (next)
-                takeOut(store, *next);
-            work(next ? std::optional(next->injection) : std::nullopt);
-        });
-        if (!isOver)
-            hangFor(store, *hungFor);
-    }
-}
-
-std::string resultText(const Outcome &outcome)
-{
-    if (outcome.injected)
-        return "injected: " + std::to_string(*outcome.injected);
-    return outcome.refusal == Refusal::none ? "done"
-                                            : "refused: " + std::string(nameOf(outcome.refusal));
-}
-
-std::string argumentOf(const Injection &injection)
-{
-    std::string result = injection.call + " "
-                         + (injection.result ? std::to_string(*injection.result) : "real")
-                         + " --times " + std::to_string(injection.times);
-    if (injection.delay > 0)
-        result += " --delay " + std::to_string(injection.delay);
-    if (injection.text)
-        result += " --text " + *injection.text;
-    return result;
-}
-
-// What changes no device, but has its place in the journal, which lacks the times only.
-void note(Store &store, JournalRow row, const std::function<void()> &work)
-{
-    inTransaction(store, [&] {
-        const Turn turn = begin(store);
+    if (store.isWriting) {
         work();
-        end(store, turn);
-        row.simulated = turn.machine.now;
-        row.real = turn.real;
-        writeJournal(*store.database, store.asker, row);
-    });
+        return;
+    }
+    openStore(store);
+    Database &database = *store.database;
+    try {
+        database.setSynced(isSynced);
+        SQLite::Transaction transaction(database.connection,
+                                        SQLite::TransactionBehavior::IMMEDIATE);
+        if (isOutOfDate(store))
+            readAll(store);
+        store.isWriting = true;
+        letTimePass(store.state);
+        work();
+        store.state.clock.simulated = store.state.machine.now;
+        writeChanges(database, store.state);
+        transaction.commit();
+        store.isWriting = false;
+    } catch (const SQLite::Exception &error) {
+        forget(store);
+        throw database.problem(error);
+    } catch (...) {
+        forget(store);
+        throw;
+    }
 }
 
-// ---- Another machine
+// ---- Making a machine
+
+void putMachine(Store &store, const Source &source, Time now)
+{
+    store.state.machine = makeMachine(source.description, now);
+    store.state.clock.simulated = now;
+    store.state.origin = source.file;
+    store.state.descriptionHash = hashOf(source.text);
+    writeMachine(*store.database, store.state);
+}
 
 // The description for an operation, which is refused when there is a mistake in it.
 Source readSourceFor(Store &store, const std::string &operation, const std::string &file)
 try {
-    Source source = readSource(file);
-    source.file = wholePath(file); // it is told elsewhere later
-    return source;
+    return readSource(wholePath(file)); // it is told elsewhere later
 } catch (const yat::Problem &problem) {
     try {
         refuse(store, {.operation = operation,
@@ -230,18 +110,31 @@ try {
 void replaceMachine(Store &store, const Source &source, bool keepsClock,
                     const std::string &operation)
 {
-    inTransaction(store, [&] {
-        const Turn turn = begin(store);
-        const Time real = realTime();
-        const Clock clock = {.simulated = keepsClock ? turn.machine.now : real,
-                             .real = real,
-                             .scale = wantedScale()};
-        putMachine(*store.database, source, clock, store.description.generation + 1);
+    write(store, [&] {
+        const Clock &clock = store.state.clock;
+        putMachine(store, source, keepsClock ? clock.simulated : clock.real);
         store.database->run("DELETE FROM injection");
-        writeJournal(*store.database, store.asker,
-                     {.simulated = clock.simulated,
-                      .real = real,
-                      .operation = operation,
+        store.injections.clear();
+        writeDown(
+            store,
+            {.operation = operation, .argument = yat::fromDisplay(source.file), .result = "done"});
+    });
+}
+
+bool makeFile(Store &store)
+{
+    const Source source = readSource(wholePath(store.descriptionFile));
+    return createStateFile(store.file, [&](Database &database) {
+        const Time now = realTime();
+        MachineState state = {.machine = makeMachine(source.description, now),
+                              .clock = {.simulated = now, .real = now, .scale = wantedScale()},
+                              .origin = source.file,
+                              .descriptionHash = hashOf(source.text)};
+        writeMachine(database, state);
+        writeJournal(database, store.caller ? *store.caller : thisCaller(),
+                     {.simulated = now,
+                      .real = now,
+                      .operation = "init",
                       .argument = yat::fromDisplay(source.file),
                       .result = "done"});
     });
@@ -266,17 +159,15 @@ Store configuredStore(const yat::ConfiguredMachine &machine)
     // Another directory would have another machine in it.
     if (const char *wanted = secure_getenv("YAT_STATE_DIR");
         wanted && *wanted && !yat::makeWritableDirectory(wanted))
-        throw yat::Problem(yat::fromDisplay(wanted) + ", which YAT_STATE_DIR names, can't be written: "
+        throw yat::Problem(yat::fromDisplay(wanted)
+                           + ", which YAT_STATE_DIR names, can't be written: "
                            + yat::reason(errno));
     const std::string state = yat::stateDirectory();
     if (state.empty())
         throw yat::Problem("no directory for the state can be written; set YAT_STATE_DIR");
-    Store store;
-    store.file = state + "/machines/"
-                 + (machine.isPath ? nameOfPath(machine.name) : machine.name) + ".db";
-    store.descriptionFile = machine.descriptionFile;
-    store.asker = whoAsks();
-    return store;
+    const std::string name = machine.isPath ? nameOfPath(machine.name) : machine.name;
+    return {.file = state + "/machines/" + name + ".db",
+            .descriptionFile = machine.descriptionFile};
 }
 
 bool openStore(Store &store)
@@ -284,83 +175,104 @@ bool openStore(Store &store)
     if (store.database && store.database->isStillThere())
         return false;
     store.database.reset();
-    store.description = {};
-    const bool isNew = createStateFile(store.file, store.descriptionFile, store.asker);
+    forget(store);
+    std::error_code error;
+    const bool isNew = !std::filesystem::exists(store.file, error) && makeFile(store);
     store.database = openStateFile(store.file);
     return isNew;
 }
 
-void look(Store &store, const char *call, const Look &work)
+bool isCurrent(const Store &store)
 {
-    inCall(store, call, [&](const std::optional<Injection> &injection) {
-        const Turn turn = begin(store);
-        work(turn.machine, injection);
-        endLook(store, turn);
+    return store.version && store.mark != CommitMark{}
+           && store.mark == store.database->commitMark();
+}
+
+void refresh(Store &store)
+{
+    if (store.isWriting)
+        return;
+    openStore(store);
+    if (isCurrent(store))
+        return;
+    const CommitMark mark = store.database->commitMark();
+    try {
+        SQLite::Transaction transaction(store.database->connection);
+        if (isOutOfDate(store))
+            readAll(store);
+        transaction.commit();
+    } catch (const SQLite::Exception &problem) {
+        throw store.database->problem(problem);
+    }
+    store.mark = mark;
+}
+
+const Machine &look(Store &store)
+{
+    refresh(store);
+    MachineState &state = store.state;
+    const Time real = realTime(), now = simulatedTime(state.clock, real);
+    const bool isAsWritten = !isAnythingDue(state.machine, now)
+                             && wantedScale() == state.clock.scale && real >= state.clock.real;
+    if (isAsWritten)
+        advance(state.machine, now);
+    else
+        transact(store, false, [] {}); // happens by itself again, should it get lost
+    return state.machine;
+}
+
+Source readSource(const std::string &file)
+{
+    const std::string text = yat::readFile(file);
+    return {.file = file, .text = text, .description = parseDescription(text, file)};
+}
+
+Clock clockOf(Store &store)
+{
+    const Time now = look(store).now;
+    return {.simulated = now, .real = realTime(), .scale = wantedScale()};
+}
+
+void write(Store &store, const std::function<void()> &work)
+{
+    transact(store, true, work);
+}
+
+Refusal perform(Store &store, const Operation &operation)
+{
+    Refusal refusal = Refusal::none;
+    write(store, [&] {
+        refusal = apply(store.state.machine, operation);
+        writeDown(store, rowOf(operation, refusal == Refusal::none
+                                              ? "done"
+                                              : "refused: " + std::string(nameOf(refusal))));
     });
+    return refusal;
 }
 
-Machine look(Store &store)
+JournalRow rowOf(const Operation &operation, const std::string &result)
 {
-    Machine result;
-    look(store, "", [&](const Machine &machine, const auto &) { result = machine; });
-    return result;
+    return {.device = nameOf(operation.device),
+            .operation = std::string(nameOf(operation.verb)),
+            .code = operation.code,
+            .argument = operation.argument,
+            .result = result};
 }
 
-Outcome perform(Store &store, const Operation &operation)
+void writeDown(Store &store, JournalRow row)
 {
-    Outcome outcome;
-    inCall(store, isCall(operation.verb) ? nameOf(operation.verb) : "", [&](const auto &injection) {
-        Turn turn = begin(store);
-        const Time asked = turn.machine.now;
-        if (injection && injection->result)
-            outcome.injected = injection->result;
-        else
-            outcome.refusal = apply(turn.machine, operation);
-        end(store, turn);
-        writeJournal(*store.database, store.asker,
-                     {.simulated = asked,
-                      .real = turn.real,
-                      .device = nameOf(operation.device),
-                      .operation = std::string(nameOf(operation.verb)),
-                      .code = operation.code,
-                      .argument = operation.argument,
-                      .result = resultText(outcome)});
-    });
-    return outcome;
-}
-
-void inject(Store &store, const Injection &injection)
-{
-    note(store, {.operation = "inject", .argument = argumentOf(injection), .result = "done"}, [&] {
-        store.database->run(
-            "INSERT INTO injection (call, result, times, delay, text) VALUES (?, ?, ?, ?, ?)",
-            injection.call, injection.result, injection.times, injection.delay, injection.text);
-    });
-}
-
-void clearInjections(Store &store, const std::string &call)
-{
-    note(store, {.operation = "inject", .argument = call + " off", .result = "done"},
-         [&] { store.database->run("DELETE FROM injection WHERE call = ?", call); });
+    if (!store.caller)
+        store.caller = thisCaller();
+    row.simulated = store.state.clock.simulated;
+    row.real = store.state.clock.real;
+    writeJournal(*store.database, *store.caller, row);
 }
 
 void refuse(Store &store, JournalRow row)
 {
     row.result = "refused: " + row.result;
     std::ranges::replace(row.result, '\n', ';');
-    note(store, row, [] {});
-}
-
-std::vector<Injection> injections(Store &store)
-{
-    std::vector<Injection> result;
-    inTransaction(store, [&] {
-        Query row = store.database->query(
-            "SELECT id, call, result, times, delay, text FROM injection ORDER BY id");
-        while (row.next())
-            result.push_back(readInjection(row));
-    });
-    return result;
+    write(store, [&] { writeDown(store, row); });
 }
 
 void resetMachine(Store &store)
@@ -373,22 +285,22 @@ void importMachine(Store &store, const std::string &file)
     replaceMachine(store, readSourceFor(store, "import", file), true, "import");
 }
 
+std::string wholePath(const std::string &file)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::weakly_canonical(file, error);
+    return error ? file : whole.string();
+}
+
 std::string descriptionNote(Store &store)
 {
-    std::string origin, text;
-    inTransaction(store, [&] {
-        Query row = store.database->query("SELECT origin, description FROM machine");
-        if (row.next()) {
-            origin = row.text(0);
-            text = row.text(1);
-        }
-    });
-    const std::string name = yat::fromDisplay(origin);
+    refresh(store);
+    const std::string &origin = store.state.origin, name = yat::fromDisplay(origin);
     if (origin != wholePath(store.descriptionFile))
         return "made from " + name + "; 'yatsim reset' makes it anew from "
                + yat::fromDisplay(store.descriptionFile);
     try {
-        if (yat::readFile(origin) != text)
+        if (hashOf(yat::readFile(origin)) != store.state.descriptionHash)
             return name + " has changed since; the state is kept, 'yatsim reset' makes it anew";
     } catch (const yat::Problem &problem) {
         return std::string(problem.what()) + "; the state is kept";
@@ -396,35 +308,14 @@ std::string descriptionNote(Store &store)
     return {};
 }
 
-Clock clockOf(Store &store)
-{
-    Clock clock;
-    inTransaction(store, [&] {
-        const Turn turn = begin(store);
-        endLook(store, turn);
-        clock = {.simulated = turn.machine.now, .real = turn.real, .scale = wantedScale()};
-    });
-    return clock;
-}
-
 void readJournal(Store &store, int64_t last, const std::function<void(const JournalRow &)> &work)
 {
     openStore(store);
-    Query row = store.database->query(
-        "SELECT * FROM (SELECT id, simulated, real, user, terminal, device, operation, code, "
-        "argument, result FROM journal ORDER BY id DESC LIMIT ?) ORDER BY id",
-        last > 0 ? last : int64_t{-1});
-    while (row.next())
-        work({.id = row.integer(0),
-              .simulated = row.integer(1),
-              .real = row.integer(2),
-              .user = row.text(3),
-              .terminal = row.text(4),
-              .device = row.text(5),
-              .operation = row.text(6),
-              .code = row.number(7),
-              .argument = row.text(8),
-              .result = row.text(9)});
+    try {
+        readJournal(*store.database, last, work);
+    } catch (const SQLite::Exception &problem) {
+        throw store.database->problem(problem);
+    }
 }
 
 } // namespace sim

@@ -1,165 +1,181 @@
 #include "sim/tables.h"
 
-#include "common/file.h"
-#include "common/problem.h"
-#include "sim/contradiction.h"
-#include "sim/making.h"
-#include "sim/words.h"
+#include <algorithm>
+#include <bit>
 
 namespace sim {
 namespace {
+
+// The tables say what value a column can have; the numbers of the last words are among them.
+static_assert(static_cast<int>(State::firmwareUpdate) == 8);
+static_assert(static_cast<int>(Bios::invalid) == 3);
+static_assert(lastMoment == 253'402'300'799'000'000 && fastest == 1e6);
+static_assert(failuresKept == 64 && mostFailures == 1'000'000'000 && longestVersion == 1000
+              && mostDevices == 9999 && longestMtbf * hour == 3'153'600'000'000'000);
 
 [[noreturn]] void damaged(const Database &database, const std::string &what)
 {
     throw yat::Problem(database.file + " is damaged: " + what);
 }
 
-void readDescription(const Database &database, const Query &row, KnownDescription &known)
+std::vector<uint8_t> bytesOf(const SQLite::Column &column)
 {
-    if (known.description && row.integer(0) == known.generation)
-        return;
-    try {
-        known = {.generation = row.integer(0),
-                 .description = std::make_shared<Description>(
-                     parseDescription(row.text(1), "its description"))};
-    } catch (const yat::Problem &problem) {
-        damaged(database, problem.what());
-    }
+    const auto *bytes = static_cast<const uint8_t *>(column.getBlob());
+    return {bytes, bytes + column.getBytes()};
 }
 
-Written readMachineRow(Database &database, KnownDescription &known)
+std::optional<int> positionOrNone(int position)
 {
-    const Query row = database.row(
-        "SELECT generation, description, simulated, real, scale, automatic_firmware_update, "
-        "automatic_module_start, mtbf_threshold, data_file FROM machine");
-    readDescription(database, row, known);
-    Written written;
-    written.clock = {.simulated = row.integer(2), .real = row.integer(3), .scale = row.real(4)};
-    const Clock &clock = written.clock;
-    if (!(clock.scale >= 0 && clock.scale <= fastest) || clock.simulated < 0
-        || clock.simulated > lastMoment || clock.real < 0 || clock.real > lastMoment)
-        damaged(database, "its clock is out of range");
-    written.machine = makeMachine(*known.description, written.clock.simulated);
-    written.machine.automaticFirmwareUpdate = row.integer(5) != 0;
-    written.machine.automaticModuleStart = row.integer(6) != 0;
-    written.machine.mtbfThreshold = row.integer(7);
-    written.machine.dataFileVersion = row.text(8);
-    return written;
+    return position < 0 ? std::nullopt : std::optional(position);
 }
 
-void readDevice(const Database &database, const Query &row, Device &device)
+int positionOf(const SQLite::Column &column)
 {
-    const auto state = valueOf(states, row.text(2));
-    const auto bios = valueOf(biosTerms, row.text(9));
-    if (!state || !bios)
-        damaged(database, nameOf(device.id) + " has a state that there is not");
-    device.state = *state;
-    device.since = row.integer(3);
-    device.mtbfType = row.number(4);
-    device.defective = row.integer(5) != 0;
-    device.failureCount = row.number(6);
-    device.failures.clear();
-    device.biosVersion = row.text(7);
-    device.biosStatus = row.text(8);
-    device.bios = *bios;
-    device.newBios = row.text(10);
-    device.copies = row.integer(11) != 0;
-    device.startsAfter = row.integer(12) != 0;
+    return column.isNull() ? -1 : column.getInt();
+}
+
+// ---- The machine itself
+
+void readMachineRow(const QueryRow &row, MachineState &state)
+{
+    int at = 0;
+    const auto next = [&] { return row.getColumn(at++); };
+    Machine &machine = state.machine;
+    state.origin = next().getString();
+    state.descriptionHash = std::bit_cast<uint64_t>(next().getInt64());
+    state.clock.simulated = next().getInt64();
+    state.clock.real = next().getInt64();
+    state.clock.scale = next().getDouble();
+    machine.name = next().getString();
+    machine.type = next().getInt();
+    machine.bmcResponse = bytesOf(next());
+    machine.timing.start = next().getInt64();
+    machine.timing.synchronise = next().getInt64();
+    machine.timing.stop = next().getInt64();
+    machine.timing.firmwareUpdate = next().getInt64();
+    machine.supported = next().getUInt();
+    machine.automaticFirmwareUpdate = next().getInt() != 0;
+    machine.automaticModuleStart = next().getInt() != 0;
+    machine.mtbfThreshold = next().getInt64();
+    machine.dataFileVersion = next().getString();
+    machine.now = state.clock.simulated;
+}
+
+void writeMachineRow(Database &database, const MachineState &state)
+{
+    const Machine &machine = state.machine;
+    const Clock &clock = state.clock;
+    database.run("INSERT OR REPLACE INTO machine VALUES "
+                 "(1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+                 state.origin, std::bit_cast<int64_t>(state.descriptionHash), clock.simulated,
+                 clock.real, clock.scale, machine.name, machine.type, machine.bmcResponse,
+                 machine.timing.start, machine.timing.synchronise, machine.timing.stop,
+                 machine.timing.firmwareUpdate, int64_t{machine.supported},
+                 machine.automaticFirmwareUpdate, machine.automaticModuleStart,
+                 machine.mtbfThreshold, machine.dataFileVersion);
+}
+
+// ---- Its devices
+
+Device readDevice(const QueryRow &row)
+{
+    int at = 1;
+    const auto next = [&] { return row.getColumn(at++); };
+    Device device;
+    device.id.classCode = next().getInt();
+    device.id.number = next().getInt();
+    device.name = next().getString();
+    std::ranges::copy(bytesOf(next()), device.path.begin());
+    device.board = next().getInt();
+    device.partner = positionOf(next());
+    device.parent = positionOf(next());
+    device.state = static_cast<State>(next().getInt());
+    device.since = next().getInt64();
+    device.mtbfType = next().getInt();
+    device.defective = next().getInt() != 0;
+    device.failureCount = next().getInt();
+    device.biosVersion = next().getString();
+    device.biosStatus = next().getString();
+    device.bios = static_cast<Bios>(next().getInt());
+    device.newBios = next().getString();
+    device.copies = next().getInt() != 0;
+    device.startsAfter = next().getInt() != 0;
+    return device;
 }
 
 void readDevices(Database &database, Machine &machine)
 {
-    size_t found = 0;
-    Query row = database.query(
-        "SELECT class, number, state, since, mtbf_type, defective, failure_count, bios_version, "
-        "bios_status, bios, new_bios, copies, starts_after FROM device");
-    for (; row.next(); ++found)
-        if (Device *device = find(machine, {row.number(0), row.number(1)}))
-            readDevice(database, row, *device);
-        else
-            damaged(database, "it has a device that its description lacks");
-    if (found != machine.devices.size())
-        damaged(database, "it lacks a device of its description");
+    std::vector<Device> &devices = machine.devices;
+    database.each("SELECT * FROM device ORDER BY position", [&](const QueryRow &row) {
+        if (row.getColumn(0).getInt64() != static_cast<int64_t>(devices.size()))
+            damaged(database, "it lacks a device");
+        devices.push_back(readDevice(row));
+    });
+    for (const Device &device : devices)
+        if (device.partner >= static_cast<int>(devices.size()))
+            damaged(database, "it lacks the partner of a module");
+    database.each("SELECT device, time FROM failure ORDER BY device, nth",
+                  [&](const QueryRow &row) {
+                      const auto position = static_cast<size_t>(row.getColumn(0).getInt64());
+                      if (position >= devices.size())
+                          damaged(database, "it has failures of a device that it lacks");
+                      devices[position].failures.push_back(row.getColumn(1).getInt64());
+                  });
 }
 
-void readFailures(Database &database, Machine &machine)
+void writeDevice(Database &database, int position, const Device &device)
 {
-    Query row = database.query("SELECT class, number, time FROM failure ORDER BY id");
-    while (row.next())
-        if (Device *device = find(machine, {row.number(0), row.number(1)}))
-            device->failures.push_back(row.integer(2));
-        else
-            damaged(database, "it has failures of a device that its description lacks");
-}
-
-void writeFailures(Database &database, const Device &device)
-{
-    database.run("DELETE FROM failure WHERE class = ? AND number = ?", device.id.classCode,
-                 device.id.number);
+    database.run("INSERT OR REPLACE INTO device VALUES "
+                 "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+                 position, device.id.classCode, device.id.number, device.name, device.path,
+                 device.board, positionOrNone(device.partner), positionOrNone(device.parent),
+                 static_cast<int>(device.state), device.since, device.mtbfType, device.defective,
+                 device.failureCount, device.biosVersion, device.biosStatus,
+                 static_cast<int>(device.bios), device.newBios, device.copies, device.startsAfter);
+    database.run("DELETE FROM failure WHERE device = ?", position);
+    int nth = 0;
     for (const Time time : device.failures)
-        database.run("INSERT INTO failure (class, number, time) VALUES (?, ?, ?)",
-                     device.id.classCode, device.id.number, time);
-}
-
-void writeDevice(Database &database, const Device &device)
-{
-    database.run("INSERT OR REPLACE INTO device VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
-                 device.id.classCode, device.id.number, nameOf(device.state), device.since,
-                 device.mtbfType, device.defective, device.failureCount, device.biosVersion,
-                 device.biosStatus, nameOf(device.bios), device.newBios, device.copies,
-                 device.startsAfter);
+        database.run("INSERT INTO failure VALUES (?, ?, ?)", position, nth++, time);
 }
 
 } // namespace
 
-Source readSource(const std::string &file)
+MachineState readMachine(Database &database)
 {
-    const std::string text = yat::readFile(file);
-    auto description = std::make_shared<Description>(parseDescription(text, file));
-    return {.file = file, .text = text, .description = description};
+    MachineState state;
+    bool isThere = false;
+    database.each("SELECT origin, description_hash, simulated, real, scale, name, type, "
+                  "bmc_response, start, synchronise, stop, firmware_update, supported, "
+                  "automatic_firmware_update, automatic_module_start, mtbf_threshold, data_file "
+                  "FROM machine",
+                  [&](const QueryRow &row) {
+                      readMachineRow(row, state);
+                      isThere = true;
+                  });
+    if (!isThere)
+        damaged(database, "it lacks the machine");
+    readDevices(database, state.machine);
+    makeIndex(state.machine);
+    return state;
 }
 
-Written readMachine(Database &database, KnownDescription &known)
+void writeMachine(Database &database, MachineState &state)
 {
-    Written written = readMachineRow(database, known);
-    readDevices(database, written.machine);
-    readFailures(database, written.machine);
-    makeIndex(written.machine);
-    if (const std::string fault = contradiction(written.machine); !fault.empty())
-        damaged(database, fault);
-    return written;
-}
-
-void putMachine(Database &database, const Source &source, const Clock &clock, int64_t generation)
-{
-    const Machine machine = makeMachine(*source.description, clock.simulated);
     database.run("DELETE FROM device");
     database.run("DELETE FROM failure");
-    database.run("INSERT OR REPLACE INTO machine VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
-                 source.text, source.file, generation, clock.simulated, clock.real, clock.scale,
-                 machine.automaticFirmwareUpdate, machine.automaticModuleStart,
-                 machine.mtbfThreshold, machine.dataFileVersion);
-    for (const Device &device : machine.devices) {
-        writeDevice(database, device);
-        writeFailures(database, device);
-    }
+    int position = 0;
+    for (const Device &device : state.machine.devices)
+        writeDevice(database, position++, device);
+    state.machine.index.changed.clear();
+    writeMachineRow(database, state);
 }
 
-void writeChanges(Database &database, const Machine &before, const Machine &after,
-                  const Clock &clock)
+void writeChanges(Database &database, MachineState &state)
 {
-    database.run(
-        "UPDATE machine SET simulated = ?, real = ?, scale = ?, automatic_firmware_update = ?, "
-        "automatic_module_start = ?, mtbf_threshold = ?, data_file = ?",
-        clock.simulated, clock.real, clock.scale, after.automaticFirmwareUpdate,
-        after.automaticModuleStart, after.mtbfThreshold, after.dataFileVersion);
-    for (size_t i = 0; i < after.devices.size(); ++i) {
-        const Device &was = before.devices[i], &is = after.devices[i];
-        if (!(was == is))
-            writeDevice(database, is);
-        if (was.failures != is.failures)
-            writeFailures(database, is);
-    }
+    for (const int position : state.machine.index.changed)
+        writeDevice(database, position, state.machine.devices[static_cast<size_t>(position)]);
+    state.machine.index.changed.clear();
+    writeMachineRow(database, state);
 }
 
 } // namespace sim

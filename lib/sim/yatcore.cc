@@ -1,28 +1,18 @@
-// The simulated machine as a platform: yatcore.dll.
+// The simulated machine as a platform, yatcore.dll: its calls, with injections around them.
 #include "common/machine.h"
 #include "common/trace.h"
-#include "sim/records.h"
-#include "sim/store.h"
-#include "sim/words.h"
+#include "sim/calls.h"
 #include "text/encoding.h"
 #include "yat/platform.h"
-#include "yat/winshim.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <dlfcn.h>
-#include <exception>
-#include <memory>
-#include <optional>
 #include <sstream>
 
 namespace {
 
 using namespace sim;
-
-std::optional<Store> openedStore;
 
 // For standard error when the interface is closed, or when it could not be opened, at the end of
 // the program: the screen is the terminal's again then.
@@ -56,267 +46,168 @@ void complain(const std::string &problem)
     }
 }
 
-Store &store()
-{
-    if (!openedStore)
-        openedStore = configuredStore();
-    return *openedStore;
-}
-
 // ---- Injections
 
-// The result of a call: the injected one, or the real one.
-int resultOf(const std::optional<Injection> &injection, int real)
+using Injected = std::optional<Injection>;
+
+Injected injectionFor(const char *call)
 {
-    return injection && injection->result ? *injection->result : real;
+    return takeInjection(openedStore(), call);
 }
 
-// The same for the text that a call gives.
-std::string textOf(const std::optional<Injection> &injection, const std::string &real)
-{
-    return injection && injection->text ? *injection->text : real;
-}
-
-// The same for a number that a call gives.
-int numberOf(const std::optional<Injection> &injection, int real)
-{
-    return injection && injection->text ? atoi(injection->text->c_str()) : real;
-}
-
-// The injection for a call that needs no machine, and so works also without one.
-std::optional<Injection> injectionFor(const char *call)
+// The same for a call that needs no machine, and so works also without one.
+Injected injectionIfAny(const char *call)
 try {
-    std::optional<Injection> result;
-    look(store(), call, [&](const Machine &, const auto &injection) { result = injection; });
-    return result;
+    return injectionFor(call);
 } catch (const yat::Problem &problem) {
     complain(problem.what());
     return {};
 }
 
-// ---- Devices, properties, state
-
-// What is no device is refused like one that there is not.
-DeviceId idOf(const yat_device *device)
+// How a call says that it failed.
+bool zeroFails(int result)
 {
-    return device && device->identity
-               ? DeviceId{device->identity->ClassCode, device->identity->Instance}
-               : DeviceId();
+    return result == 0;
+}
+
+bool minusOneFails(int result)
+{
+    return result == -1;
+}
+
+bool allButZeroFail(int result)
+{
+    return result != 0;
+}
+
+// A call that looks, with the injection for it. One that fails touches nothing; one that succeeds
+// by its injection gives the text of that, or what an empty one stands for. give says what it
+// returns when it can't.
+template <class Call, class Give>
+int answer(const Injected &injection, bool (*hasFailed)(int), Call call, Give give)
+{
+    if (!injection)
+        return call();
+    if (injection->result && hasFailed(*injection->result))
+        return *injection->result;
+    const int real = call(), result = injection->result.value_or(real);
+    if (hasFailed(result) || (!injection->text && !hasFailed(real)))
+        return result;
+    return give(injection->text.value_or(""), result);
+}
+
+int givesNothing(const std::string &, int)
+{
+    return 0;
+}
+
+auto givesNumber(int *value)
+{
+    return [value](const std::string &text, int result) {
+        *value = atoi(text.c_str());
+        return result;
+    };
 }
 
 int createTree(yat_device **root)
 {
-    int result = 0;
-    std::optional<Machine> machine;
-    look(store(), "CreateTreeViewData", [&](const Machine &found, const auto &injection) {
-        result = resultOf(injection, 1);
-        machine = found;
-    });
-    if (result != 0)
-        *root = makeRecords(*machine);
-    return result;
+    return answer(
+        injectionFor("CreateTreeViewData"), zeroFails, [&] { return calls.create_tree(root); },
+        givesNothing);
 }
 
 int freeTree(yat_device **root)
 {
-    const auto injection = injectionFor("FreeTreeViewData");
-    if (resultOf(injection, 1) == 0 || !freeRecords(*root))
-        return 0;
-    *root = nullptr;
-    return resultOf(injection, 1);
+    return answer(
+        injectionIfAny("FreeTreeViewData"), zeroFails, [&] { return calls.free_tree(root); },
+        givesNothing);
 }
 
-const Device *installed(const Device *device)
+int isFt(int reserved)
 {
-    return device && device->state != State::empty ? device : nullptr;
-}
-
-// A property; nothing for one that there is not.
-std::optional<std::string> propertyOf(const Machine &machine, int kind, int number, int property)
-{
-    if (kind == YAT_KIND_BOARD && property == YAT_PROPERTY_MTBF_TYPE) {
-        const Device *device = installed(moduleOfBoard(machine, number));
-        if (device && machine.type == YAT_MACHINE_CEDAR)
-            return std::to_string(device->mtbfType + 2); // read two above what is written
-    }
-    if (kind == YAT_KIND_CPU_MODULE) {
-        const Device *device = installed(find(machine, {YAT_CLASS_CPU_MODULE, number}));
-        if (device && property == YAT_PROPERTY_BIOS_VERSION)
-            return device->biosVersion;
-        if (device && property == YAT_PROPERTY_BIOS_STATUS)
-            return biosStatusText(machine, *device,
-                                  GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE);
-    }
-    if (kind == YAT_KIND_PCI_MODULE && property == YAT_PROPERTY_RELATIONAL_INDEX)
-        if (const Device *device = find(machine, {YAT_CLASS_PCI_MODULE, number}))
-            return std::to_string(device->board);
-    return {};
+    return injectionFor("call_yat_is_ft")
+        .value_or(Injection())
+        .result.value_or(calls.is_ft(reserved));
 }
 
 int getProperty(int kind, int number, int property, char *buffer, unsigned long *size)
 {
     if (!buffer || !size)
         return -1;
-    int result = -1;
-    std::string value;
-    look(store(), "yat_ft_get_property", [&](const Machine &machine, const auto &injection) {
-        const auto real = propertyOf(machine, kind, number, property);
-        result = resultOf(injection, real ? 0 : -1);
-        value = yat::toDisplay(textOf(injection, real.value_or("")));
-    });
-    if (result != 0)
-        return result;
-    if (value.size() + 1 > *size)
-        return -1;
-    memcpy(buffer, value.c_str(), value.size() + 1);
-    *size = value.size() + 1;
-    return result;
-}
-
-int toInt(const char *text, int &value)
-{
-    const char *begin = text + strspn(text, " \t\r\n");
-    if (*begin == '+' && begin[1] != '-')
-        ++begin;
-    int result = 0;
-    const auto [end, error] = std::from_chars(begin, begin + strlen(begin), result);
-    if (error != std::errc() || end[strspn(end, " \t\r\n")] != '\0')
-        return -1;
-    value = result;
-    return 0;
+    return answer(
+        injectionFor("yat_ft_get_property"), allButZeroFail,
+        [&] { return calls.yat_ft_get_property(kind, number, property, buffer, size); },
+        [&](const std::string &text, int result) {
+            return putProperty(text, buffer, size) ? result : -1;
+        });
 }
 
 int convertDataToInt(char *text, int *value)
 {
     if (!text || !value)
         return -1;
-    const auto injection = injectionFor("Linux_ConvertDataToInt");
-    int converted = 0;
-    const int real = toInt(text, converted);
-    const int result = resultOf(injection, real);
-    if (result != -1)
-        *value = numberOf(injection, converted);
-    return result;
+    return answer(
+        injectionIfAny("Linux_ConvertDataToInt"), minusOneFails,
+        [&] { return calls.Linux_ConvertDataToInt(text, value); }, givesNumber(value));
 }
-
-int isFt(int)
-{
-    int result = YAT_MACHINE_QUERY_FAILED;
-    look(store(), "call_yat_is_ft", [&](const Machine &machine, const auto &injection) {
-        result = resultOf(injection, machine.type);
-    });
-    return result;
-}
-
-constexpr size_t longestState = 1023; // bytes
 
 int statusChange(int kind, int number, int code, char *text)
 {
-    const bool known = (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
-                       || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
-    int result = -1;
-    std::string state;
-    look(store(), "StatusChange", [&](const Machine &machine, const auto &injection) {
-        const Device *module = known ? find(machine, {kind, number}) : nullptr;
-        result = resultOf(injection, module ? 0 : -1);
-        const bool japanese = GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
-        state =
-            yat::toDisplay(textOf(injection, module ? stateText(machine, *module, japanese) : ""));
-    });
-    if (result == -1)
-        return result;
-    const size_t length = yat::wholeCharacters(state, longestState);
-    memcpy(text, state.data(), length);
-    text[length] = '\0';
-    return result;
+    return answer(
+        injectionFor("StatusChange"), minusOneFails,
+        [&] { return calls.status_change(kind, number, code, text); },
+        [&](const std::string &wanted, int result) {
+            putState(wanted, text);
+            return result;
+        });
 }
-
-// ---- Operations
-
-int detailOf(Refusal refusal)
-{
-    switch (refusal) {
-    case Refusal::none: return 0;
-    case Refusal::unknownDevice: return YAT_DETAIL_NO_DEVICE;
-    case Refusal::notInstalled: return YAT_DETAIL_NOT_INSTALLED;
-    case Refusal::lastRunning: return YAT_DETAIL_LAST_RUNNING;
-    case Refusal::noBiosSource:
-    case Refusal::biosInvalid: return YAT_DETAIL_NO_BIOS;
-    case Refusal::unsupported:
-    case Refusal::wrongCode: return YAT_DETAIL_UNSUPPORTED;
-    default: return YAT_DETAIL_STATE;
-    }
-}
-
-int ifSupport(yat_device *device, int code, int *detail)
-{
-    int result = 0, why = 0;
-    look(store(), "IfSupport", [&](const Machine &machine, const auto &injection) {
-        const DeviceId id = idOf(device);
-        const auto verb = verbOfSupportCode(id.classCode, code);
-        const Refusal refusal = verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode;
-        result = resultOf(injection, refusal == Refusal::none ? 1 : 0);
-        why = result != 0 ? 0 : numberOf(injection, detailOf(refusal));
-    });
-    if (detail)
-        *detail = why;
-    return result;
-}
-
-int operate(const Operation &operation)
-{
-    const Outcome outcome = perform(store(), operation);
-    return outcome.injected.value_or(outcome.refusal == Refusal::none ? 1 : 0);
-}
-
-int clearMtbf(yat_device *device, int code)
-{
-    return operate({Verb::clearMtbf, idOf(device), code, ""});
-}
-
-int bringUp(yat_device *device, int code)
-{
-    return operate({Verb::bringUp, idOf(device), code, ""});
-}
-
-int bringDown(yat_device *device, int code)
-{
-    return operate({Verb::bringDown, idOf(device), code, ""});
-}
-
-int setMtbfType(yat_device *device, int code, const char *type)
-{
-    return operate({Verb::setMtbfType, idOf(device), code, type ? type : ""});
-}
-
-int burnFirmware(yat_device *device, int code, const char *mode)
-{
-    return operate({Verb::burnFirmware, idOf(device), code, mode ? mode : ""});
-}
-
-// ---- Settings
-
-constexpr int readAsOn = 2, readAsOff = 0;
 
 int getSetting(int kind, int object, int index, int *value)
 {
-    int result = 0, setting = 0;
-    look(store(), "GetBBDriverSettings", [&](const Machine &machine, const auto &injection) {
-        const auto known = DeviceId{object, index} == wholeMachine ? settingOf(kind) : nullptr;
-        result = resultOf(injection, known ? 1 : 0);
-        setting = numberOf(injection, known && machine.*known ? readAsOn : readAsOff);
-    });
-    if (result != 0)
-        *value = setting;
+    return answer(
+        injectionFor("GetBBDriverSettings"), zeroFails,
+        [&] { return calls.get_setting(kind, object, index, value); }, givesNumber(value));
+}
+
+// What it gives is the reason of a no.
+int ifSupport(yat_device *device, int code, int *detail)
+{
+    const Injection injection = injectionFor("IfSupport").value_or(Injection());
+    int why = 0;
+    const int real = calls.if_support(device, code, &why);
+    const int result = injection.result.value_or(real);
+    if (result == 0 && injection.text)
+        why = atoi(injection.text->c_str());
+    if (detail)
+        *detail = result == 0 ? why : 0;
     return result;
+}
+
+// An operation that is answered by its injection is written down and not carried out.
+template <class Call> int operate(const Operation &operation, Call call)
+{
+    Store &store = openedStore();
+    int result = 0;
+    withInjection(store, nameOf(operation.verb), [&](const Injected &injection) {
+        const bool isAnswered = injection && injection->result;
+        result = isAnswered ? *injection->result : call();
+        if (isAnswered)
+            writeDown(store, rowOf(operation, "injected: " + std::to_string(result)));
+    });
+    return result;
+}
+
+template <Verb verb, auto call, class... Argument>
+int operation(yat_device *device, int code, Argument... argument)
+{
+    return operate(operationOf(verb, device, code, argument...),
+                   [&] { return (calls.*call)(device, code, argument...); });
 }
 
 int putSetting(int kind, int object, int index, int *value)
 {
-    return operate({Verb::putSetting,
-                    {object, index},
-                    kind,
-                    value ? std::to_string(*value) : std::string()});
+    return operate(settingOf(kind, object, index, value),
+                   [&] { return calls.put_setting(kind, object, index, value); });
 }
 
 // ---- Opening and closing
@@ -349,11 +240,11 @@ try {
     const auto machine = machineToSimulate();
     if (!machine)
         return 0;
-    openedStore = configuredStore(*machine);
-    const int result = resultOf(injectionFor("ft_FunctionInit"), 1);
+    openStoreOf(*machine);
+    const int result = injectionFor("ft_FunctionInit").value_or(Injection()).result.value_or(1);
     if (result == 0)
-        openedStore.reset();
-    else if (const std::string note = descriptionNote(store()); !note.empty())
+        closeStore();
+    else if (const std::string note = descriptionNote(openedStore()); !note.empty())
         TRACE(YAT_TRACE_PROGRESS, "%s", note.c_str());
     return result;
 } catch (const std::exception &problem) {
@@ -363,10 +254,10 @@ try {
 
 int closePlatform()
 {
-    const int result = resultOf(injectionFor("ft_FunctionRelease"), 1);
+    const Injected injection = injectionIfAny("ft_FunctionRelease");
     complaints.tell();
-    openedStore.reset();
-    return result;
+    closeStore();
+    return injection.value_or(Injection()).result.value_or(1);
 }
 
 // No exception leaves the platform: whatever a call ran out of makes it fail.
@@ -385,6 +276,8 @@ struct Guarded<call, failure> {
     }
 };
 
+using Calls = yat_ft_functions;
+
 } // namespace
 
 const yat_platform YatPlatform = {
@@ -402,12 +295,14 @@ const yat_platform YatPlatform = {
             .is_ft = Guarded<isFt, -1>::run,
             .status_change = Guarded<statusChange, -1>::run,
             .if_support = Guarded<ifSupport, 0>::run,
-            .clear_mtbf = Guarded<clearMtbf, 0>::run,
-            .bring_up = Guarded<bringUp, 0>::run,
+            .clear_mtbf = Guarded<operation<Verb::clearMtbf, &Calls::clear_mtbf>, 0>::run,
+            .bring_up = Guarded<operation<Verb::bringUp, &Calls::bring_up>, 0>::run,
             .Linux_ConvertDataToInt = Guarded<convertDataToInt, -1>::run,
-            .bring_down = Guarded<bringDown, 0>::run,
-            .set_mtbf_type = Guarded<setMtbfType, 0>::run,
-            .burn_firmware = Guarded<burnFirmware, 0>::run,
+            .bring_down = Guarded<operation<Verb::bringDown, &Calls::bring_down>, 0>::run,
+            .set_mtbf_type =
+                Guarded<operation<Verb::setMtbfType, &Calls::set_mtbf_type, const char *>, 0>::run,
+            .burn_firmware =
+                Guarded<operation<Verb::burnFirmware, &Calls::burn_firmware, const char *>, 0>::run,
             .get_setting = Guarded<getSetting, 0>::run,
             .put_setting = Guarded<putSetting, 0>::run,
         },

@@ -1,7 +1,7 @@
 // The calls themselves: what they refuse, what they give, what is written down of them, and how
 // they answer when they are told to.
 #include "scenario.h"
-#include "sim/statefile.h"
+#include "sim/caller.h"
 #include "yat/trace.h"
 
 #include <algorithm>
@@ -316,7 +316,7 @@ TEST_P(State, HasAJournalOfAllThatIsAskedFor)
         EXPECT_EQ(rows[i]["device"], expected[i][0]);
         EXPECT_EQ(rows[i]["operation"], expected[i][1]);
         EXPECT_EQ(rows[i]["result"], expected[i][4]);
-        EXPECT_EQ(rows[i]["user"], sim::whoAsks().user);
+        EXPECT_EQ(rows[i]["user"], sim::thisCaller().user);
         EXPECT_TRUE(rows[i]["time"].get<std::string>().ends_with("Z"));
         if (i > 0) {
             EXPECT_EQ(std::to_string(rows[i]["code"].get<int>()), expected[i][2]);
@@ -324,7 +324,7 @@ TEST_P(State, HasAJournalOfAllThatIsAskedFor)
             EXPECT_GE(rows[i]["time"], rows[i - 1]["time"]);
         }
     }
-    EXPECT_EQ(rows[1]["terminal"], sim::whoAsks().terminal);
+    EXPECT_EQ(rows[1]["terminal"], sim::thisCaller().terminal);
 }
 
 TEST_P(State, IsKeptWhenTheDescriptionChanges)

@@ -3,7 +3,7 @@
 #include "dying.h"
 #include "player.h"
 #include "replay.h"
-#include "support.h"
+#include "stored.h"
 
 #include <csignal>
 #include <fstream>
@@ -38,13 +38,13 @@ struct History {
     {
         std::vector<Act> acts;
         for (int i = below(25); i > 0; --i)
-            acts.push_back(below(3) == 0 ? anyBlow(*description, below)
-                                         : anyCall(*description, below));
+            acts.push_back(below(3) == 0 ? anyBlow(description, below)
+                                         : anyCall(description, below));
         return acts;
     }
 
     Sandbox sandbox;
-    std::shared_ptr<const Description> description;
+    Description description;
     Replay replay;
 };
 
@@ -88,7 +88,6 @@ TEST(History, KeepsPairsRunningAndItsJournalComplete)
         for (int i = below(4) + 1; i > 0; --i)
             goOn(history);
         Store store = configuredStore();
-        openStore(store);
-        RC_ASSERT(store.database->row("PRAGMA integrity_check").text(0) == "ok");
+        RC_ASSERT(integrityOf(store) == "ok");
     }));
 }

@@ -2,13 +2,14 @@
 #include "dying.h"
 #include "player.h"
 #include "replay.h"
-#include "support.h"
+#include "stored.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -46,9 +47,10 @@ protected:
         ASSERT_EQ(follow(replay, store), "");
         // Mostly the log of the file is left to the next one, as it is by those that are killed.
         if (!thorough)
-            sqlite3_db_config(store.database->handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+            sqlite3_db_config(store.database->connection.getHandle(),
+                              SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
         if (thorough) {
-            ASSERT_EQ(store.database->row("PRAGMA integrity_check").text(0), "ok");
+            ASSERT_EQ(integrityOf(store), "ok");
         }
     }
 
@@ -69,7 +71,7 @@ protected:
     void killYatsim();
 
     Sandbox sandbox;
-    std::shared_ptr<const Description> description;
+    Description description;
     std::mt19937 random;
     Replay replay;
     int longestRun = 0; // of yatsim, in microseconds
@@ -90,7 +92,7 @@ void Killed::killPlayer()
 {
     std::vector<Act> wanted;
     for (int i = 0; i < 1500; ++i)
-        wanted.push_back(anyCall(*description, [&](int end) { return below(end); }));
+        wanted.push_back(anyCall(description, [&](int end) { return below(end); }));
     const bool byTime = below(2) == 0;
     const int moment = 1 + below(byTime ? longestPlay : mostCalls);
     Player player(wanted, [&] {

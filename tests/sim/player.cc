@@ -78,7 +78,7 @@ try {
     }
     if (act.operation.verb <= Verb::putSetting)
         return callOf(root, act.operation);
-    return perform(outside, act.operation).refusal == Refusal::none ? 1 : 0;
+    return perform(outside, act.operation) == Refusal::none ? 1 : 0;
 } catch (const yat::Problem &) {
     return 0;
 }

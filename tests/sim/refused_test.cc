@@ -1,9 +1,9 @@
 // What there is no machine behind: descriptions with mistakes, and state files that are not taken.
 // The platform opens, each call fails by its convention, and nothing is written.
 #include "scenario.h"
-#include "sim/sqlite.h"
 #include "yat/trace.h"
 
+#include <SQLiteCpp/Database.h>
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
@@ -26,8 +26,9 @@ protected:
     // Changes the state as another program would.
     void tamper(const char *sql)
     {
-        sim::Database(sandbox->stateFile().string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
-            .script(sql);
+        SQLite::Database(sandbox->stateFile().string(),
+                         SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+            .exec(sql);
     }
 };
 
@@ -247,7 +248,7 @@ TEST_P(Refused, IsAStateOfANewerVersionWhichIsLeftAlone)
     tamper("PRAGMA user_version = 77");
     expectRefused({sandbox->stateFile().string()
                    + " was written by a newer version of this program (its tables have version 77, "
-                     "known are those up to 2)"});
+                     "known are those up to 1)"});
 }
 
 TEST_P(Refused, IsAStateOfAnotherProgramWhichIsLeftAlone)

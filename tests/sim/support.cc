@@ -7,7 +7,19 @@
 
 namespace fs = std::filesystem;
 
-Sandbox::Sandbox(const std::string &machine, const std::string &timeScale) : name(machine)
+namespace {
+
+// In memory where there is such a place: each operation waits for the disk.
+fs::path placeForStates()
+{
+    const fs::path memory = "/dev/shm";
+    return access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
+}
+
+} // namespace
+
+Sandbox::Sandbox(const std::string &machine, const std::string &timeScale)
+    : own(placeForStates()), name(machine)
 {
     set("YAT_STATE_DIR", directory().string());
     set("YAT_MACHINE", machine);

@@ -1,7 +1,7 @@
 // Two processes that work on the same machine at once.
 #include "player.h"
 #include "replay.h"
-#include "support.h"
+#include "stored.h"
 
 #include <gtest/gtest.h>
 #include <fstream>
@@ -35,13 +35,13 @@ protected:
         };
         std::vector<Act> acts;
         while (acts.size() < actsOfEach)
-            acts.push_back(below(5) == 0 ? anyBlow(*description, below)
-                                         : anyCall(*description, below));
+            acts.push_back(below(5) == 0 ? anyBlow(description, below)
+                                         : anyCall(description, below));
         return acts;
     }
 
     Sandbox sandbox{"CEDAR", "20000"}; // a start takes some operations
-    std::shared_ptr<const Description> description;
+    Description description;
 };
 
 int changesOfHand(const std::vector<JournalRow> &rows)
@@ -69,7 +69,7 @@ TEST_F(Together, TenThousandOperationsAreAllDoneInTheOrderOfTheJournal)
     EXPECT_EQ(follow(replay, store), "");
     EXPECT_EQ(store.database->number("SELECT count(*) FROM journal WHERE operation <> 'init'"),
               2 * actsOfEach);
-    EXPECT_EQ(store.database->row("PRAGMA integrity_check").text(0), "ok");
+    EXPECT_EQ(integrityOf(store), "ok");
     std::set<std::string> results;
     for (const JournalRow &row : replay.rows)
         results.insert(row.result);

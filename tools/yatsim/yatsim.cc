@@ -86,10 +86,10 @@ DeviceId deviceFor(Store &store, JournalRow row)
 
 void performOrFail(Store &store, const Operation &operation)
 {
-    const Outcome outcome = perform(store, operation);
-    if (outcome.refusal != Refusal::none)
+    const Refusal refusal = perform(store, operation);
+    if (refusal != Refusal::none)
         throw yat::Problem(std::string(nameOf(operation.verb)) + " " + nameOf(operation.device) + ": "
-                      + std::string(nameOf(outcome.refusal)));
+                      + std::string(nameOf(refusal)));
 }
 
 // ---- Commands
@@ -161,11 +161,11 @@ std::string mistakeIn(const Request &request)
     if (!request.text)
         return {};
     const std::string wrong = "wrong text '" + *request.text + "' for " + call + ", expected ";
-    switch (known->gift) {
-    case Gift::nothing: return call + " gives nothing but its result, so it takes no --text";
-    case Gift::text: return {};
-    case Gift::number: return toNumber(*request.text) ? "" : wrong + "a number of 32 bits";
-    case Gift::bytes:
+    switch (known->text) {
+    case InjectedText::none: return call + " gives nothing but its result, so it takes no --text";
+    case InjectedText::text: return {};
+    case InjectedText::number: return toNumber(*request.text) ? "" : wrong + "a number of 32 bits";
+    case InjectedText::bytes:
         return bytesOf(*request.text) ? ""
                                       : wrong + "1 to 16 numbers from 0 to 255, 0x before "
                                                 "hexadecimal ones";
@@ -216,12 +216,12 @@ void set(const Request &request)
         refuseAndFail(store, row, "no key '" + name + "', expected one of " + list(keys));
     }
     const DeviceId device = ofDevice ? deviceFor(store, row) : wholeMachine;
-    const Outcome outcome =
+    const Refusal refusal =
         perform(store, {.verb = Verb::set, .device = device, .argument = row.argument});
-    if (outcome.refusal == Refusal::wrongArgument)
+    if (refusal == Refusal::wrongArgument)
         throw yat::Problem("wrong value '" + value + "' for " + name + ", expected " + known->values);
-    if (outcome.refusal != Refusal::none)
-        throw yat::Problem("set " + name + ": " + std::string(nameOf(outcome.refusal)));
+    if (refusal != Refusal::none)
+        throw yat::Problem("set " + name + ": " + std::string(nameOf(refusal)));
 }
 
 void journal(const Request &request)

@@ -1,5 +1,4 @@
-// Who asks for an operation, for the journal.
-#include "sim/statefile.h"
+#include "sim/caller.h"
 
 #include <filesystem>
 #include <fstream>
@@ -34,8 +33,8 @@ std::string nameOfTerminal(dev_t terminal)
     for (const char *directory : {"/dev/pts", "/dev"})
         for (const auto &entry : std::filesystem::directory_iterator(directory, error)) {
             struct stat status;
-            if (terminal != 0 && stat(entry.path().c_str(), &status) == 0
-                && S_ISCHR(status.st_mode) && status.st_rdev == terminal)
+            if (terminal != 0 && stat(entry.path().c_str(), &status) == 0 && S_ISCHR(status.st_mode)
+                && status.st_rdev == terminal)
                 return entry.path().string();
         }
     return {};
@@ -43,7 +42,7 @@ std::string nameOfTerminal(dev_t terminal)
 
 } // namespace
 
-Asker whoAsks()
+Caller thisCaller()
 {
     const passwd *user = getpwuid(getuid());
     const char *terminal = ttyname(STDIN_FILENO);

@@ -1,0 +1,16 @@
+// Who asks for an operation, for the journal.
+#pragma once
+
+#include <string>
+
+namespace sim {
+
+struct Caller {
+    std::string user, terminal; // "" for no terminal
+};
+
+// The user of this process; the terminal of its standard input or, when that is none, the one that
+// controls the process.
+Caller thisCaller();
+
+} // namespace sim

@@ -1,0 +1,27 @@
+// The calls of yat/ft.h on the simulated machine. They throw where they can't say what is wrong.
+#pragma once
+
+#include "sim/store.h"
+#include "yat/ft.h"
+
+namespace sim {
+
+// The store of the machine that the calls are about.
+void openStoreOf(const yat::ConfiguredMachine &machine);
+Store &openedStore(); // of the configured machine, when none was opened
+void closeStore();
+
+extern const yat_ft_functions calls;
+
+// What an operation asks for by its arguments. What is no device is refused like one that there
+// is not.
+Operation operationOf(Verb verb, const yat_device *device, int code, const char *argument = "");
+Operation settingOf(int kind, int object, int index, const int *value);
+
+// Puts a text into the buffer of a property; false when it is too long.
+bool putProperty(const std::string &text, char *buffer, unsigned long *size);
+
+// Puts a text into the buffer of a state, as much of it as fits.
+void putState(const std::string &text, char *buffer);
+
+} // namespace sim

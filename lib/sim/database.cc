@@ -1,0 +1,105 @@
+#include "sim/database.h"
+
+#include "text/encoding.h"
+
+#include <cstring>
+#include <sqlite3.h>
+
+namespace sim {
+namespace {
+
+constexpr int longestWait = 10'000; // milliseconds, for another process that writes
+
+// Why the file, or its log, could not be read or written last; 0 for no such reason.
+int systemError(sqlite3 *handle)
+{
+    for (const int which : {SQLITE_FCNTL_FILE_POINTER, SQLITE_FCNTL_JOURNAL_POINTER}) {
+        sqlite3_file *file = nullptr;
+        int error = 0;
+        if (sqlite3_file_control(handle, "main", which, &file) == SQLITE_OK && file
+            && file->pMethods
+            && file->pMethods->xFileControl(file, SQLITE_FCNTL_LAST_ERRNO, &error) == SQLITE_OK
+            && error != 0)
+            return error;
+    }
+    return sqlite3_system_errno(handle);
+}
+
+std::string explanation(const SQLite::Exception &error, int systemError)
+{
+    // SQLite takes a disk that can't be read now for a file that is damaged.
+    const int code = error.getErrorCode();
+    if (systemError != 0
+        && (code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB))
+        return "can't be used: " + yat::reason(systemError);
+    switch (code) {
+    case SQLITE_NOTADB:
+        return "is damaged or of another program; it is left as it is, move it away to begin anew";
+    case SQLITE_CORRUPT: return std::string("is damaged: ") + error.what();
+    case SQLITE_BUSY: return "is in use by another program that does not let go of it";
+    case SQLITE_FULL: return "can't be written: the disk is full";
+    case SQLITE_READONLY: return "can't be written: it is read-only";
+    default: return std::string("can't be used: ") + error.what();
+    }
+}
+
+} // namespace
+
+Database::Database(const std::string &path, int flags)
+try : file(yat::fromDisplay(path)), connection(path, flags, longestWait) {
+} catch (const SQLite::Exception &error) {
+    throw yat::Problem(yat::fromDisplay(path) + " " + explanation(error, 0));
+}
+
+SQLite::Statement &Database::prepared(const char *sql)
+{
+    const auto known = statements.find(std::string_view(sql));
+    return known != statements.end()
+               ? known->second
+               : statements.emplace(sql, SQLite::Statement(connection, sql)).first->second;
+}
+
+int64_t Database::number(const char *sql)
+{
+    int64_t result = 0;
+    each(sql, [&](const QueryRow &row) { result = row.getColumn(0).getInt64(); });
+    return result;
+}
+
+void Database::setSynced(bool wanted)
+{
+    if (wanted != isSynced)
+        connection.exec(wanted ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
+    isSynced = wanted;
+}
+
+yat::Problem Database::problem(const SQLite::Exception &error) const
+{
+    return yat::Problem(file + " " + explanation(error, systemError(connection.getHandle())));
+}
+
+bool Database::isStillThere() const
+{
+    int hasMoved = 0;
+    return sqlite3_file_control(connection.getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved)
+               == SQLITE_OK
+           && !hasMoved;
+}
+
+// The shared memory of a database with a log begins with a header of this size, which each commit
+// writes and whose change counter and checksums no two commits share (sqlite.org/walformat.html).
+// It is only compared: whatever else it may be one day, what differs is read anew.
+CommitMark Database::commitMark() const
+{
+    constexpr int regionSize = 32768;
+    CommitMark mark{};
+    sqlite3_file *main = nullptr;
+    volatile void *shared = nullptr;
+    if (sqlite3_file_control(connection.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER, &main)
+            == SQLITE_OK
+        && main->pMethods->xShmMap(main, 0, regionSize, 0, &shared) == SQLITE_OK && shared)
+        memcpy(mark.data(), const_cast<const void *>(shared), mark.size());
+    return mark;
+}
+
+} // namespace sim

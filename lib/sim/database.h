@@ -1,0 +1,98 @@
+// The database that holds a machine's state: SQLiteCpp, and what that leaves to its users, which
+// is to keep prepared statements, to say what an error means, and to notice other writers.
+#pragma once
+
+#include "common/problem.h"
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Exception.h>
+#include <SQLiteCpp/Statement.h>
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <type_traits>
+
+namespace sim {
+
+using QueryRow = SQLite::Statement; // of a query that runs
+
+// Something that is another one after each commit, by whatever process.
+using CommitMark = std::array<unsigned char, 48>;
+
+struct Database {
+    Database(const std::string &path, int flags); // SQLite::OPEN_...
+
+    // Runs a statement, which is prepared at its first use; calls work for each row.
+    template <class Work, class... Values>
+    void each(const char *sql, Work work, const Values &...values);
+    template <class... Values> void run(const char *sql, const Values &...values);
+    int64_t number(const char *sql); // the first value of the first row
+
+    // Whether what is committed from now on is on the disk then, which takes the time of the disk.
+    void setSynced(bool wanted);
+
+    yat::Problem problem(const SQLite::Exception &error) const;
+
+    // False when the file of that name is another one by now, or none.
+    bool isStillThere() const;
+
+    // Read from the memory that all connections share: no system call, no transaction.
+    CommitMark commitMark() const;
+
+    std::string file; // as messages have it, in UTF-8
+    SQLite::Database connection;
+    std::map<std::string, SQLite::Statement, std::less<>> statements;
+
+private:
+    SQLite::Statement &prepared(const char *sql);
+    bool isSynced = true; // as SQLite begins
+};
+
+template <class Value> void bindValue(SQLite::Statement &statement, int at, const Value &value)
+{
+    if constexpr (std::is_convertible_v<Value, std::span<const uint8_t>>)
+        statement.bind(at, value.empty() ? "" : static_cast<const void *>(value.data()),
+                       static_cast<int>(value.size())); // without an address, it would be NULL
+    else
+        statement.bind(at, value);
+}
+template <class Value>
+void bindValue(SQLite::Statement &statement, int at, const std::optional<Value> &value)
+{
+    if (value)
+        bindValue(statement, at, *value);
+    else
+        statement.bind(at); // NULL
+}
+
+// Ends a query, also when an exception does: a query that goes on keeps its transaction open.
+struct QueryEnd {
+    SQLite::Statement &statement;
+    ~QueryEnd()
+    {
+        statement.tryReset();
+    }
+};
+
+template <class Work, class... Values>
+void Database::each(const char *sql, Work work, const Values &...values)
+{
+    SQLite::Statement &statement = prepared(sql);
+    const QueryEnd end{statement};
+    int position = 0;
+    (bindValue(statement, ++position, values), ...);
+    while (statement.executeStep())
+        work(statement);
+}
+
+template <class... Values> void Database::run(const char *sql, const Values &...values)
+{
+    each(
+        sql, [](const QueryRow &) {}, values...);
+}
+
+} // namespace sim
