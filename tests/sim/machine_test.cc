@@ -1,5 +1,5 @@
 // The machine by itself: random histories, and what must hold in each of them.
-#include "sim/contradiction.h"
+#include "contradiction.h"
 #include "sim/course.h"
 #include "sim/making.h"
 #include "sim/operations.h"

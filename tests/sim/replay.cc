@@ -1,6 +1,6 @@
 #include "replay.h"
 
-#include "sim/contradiction.h"
+#include "contradiction.h"
 #include "sim/course.h"
 #include "sim/making.h"
 #include "sim/words.h"

@@ -1,9 +1,9 @@
-#include "sim/contradiction.h"
+#include "contradiction.h"
 
 #include <algorithm>
 
-namespace sim
-{
+using namespace sim;
+
 namespace {
 
 std::string contradictionOfModule(const Machine &machine, const Device &device)
@@ -21,7 +21,7 @@ std::string contradictionOfModule(const Machine &machine, const Device &device)
     if ((device.state == State::firmwareUpdate) != !device.newBios.empty())
         return "has new firmware without an update, or an update without firmware";
     if ((device.copies || device.startsAfter) && device.state != State::firmwareUpdate)
-        return "updates its firmware in a state that is none of that";
+        return "has a firmware update in a state that is none";
     return {};
 }
 
@@ -31,26 +31,26 @@ std::string contradictionOfBios(const Device &device)
     if (hasBios && (device.biosVersion.empty() || device.biosStatus.empty()))
         return "has no BIOS";
     if (!hasBios && !(device.biosVersion.empty() && device.biosStatus.empty()))
-        return "has a BIOS and is no CPU module";
+        return "has a BIOS without being a CPU module";
     if (std::max({device.biosVersion.size(), device.biosStatus.size(), device.newBios.size()})
         > longestVersion)
-        return "has a BIOS with too long a name";
+        return "has too long a BIOS version or status";
     return {};
 }
 
 std::string contradictionOfFailures(const Machine &machine, const Device &device)
 {
     if (device.mtbfType < stayDown || device.mtbfType > restartAboveThreshold)
-        return "has an MTBF type that there is not";
+        return "has an unknown MTBF type";
     if (device.since < 0 || device.since > machine.now
         || (!device.failures.empty() && device.failures.back() > machine.now))
-        return "has a past that is to come";
+        return "is in its state, or has failed, since a time in the future";
     if (!device.failures.empty() && device.failures.front() < -longestMtbf * hour)
-        return "has failed before there were such machines";
+        return "has failed longer ago than the longest MTBF";
     if (!std::ranges::is_sorted(device.failures) || device.failures.size() > failuresKept
         || device.failureCount < 0 || device.failureCount > mostFailures
         || static_cast<size_t>(device.failureCount) < device.failures.size())
-        return "has failures that do not add up";
+        return "has failures out of order, too many, or more than its count";
     return {};
 }
 
@@ -59,9 +59,9 @@ std::string contradictionOfFailures(const Machine &machine, const Device &device
 std::string contradiction(const Machine &machine)
 {
     if (machine.mtbfThreshold < 0 || machine.mtbfThreshold > longestMtbf * hour)
-        return "it has an MTBF threshold that there is not";
+        return "its MTBF threshold is out of range";
     if (machine.dataFileVersion.size() > longestVersion)
-        return "it has a data file with too long a version";
+        return "its data file has too long a version";
     for (const Device &device : machine.devices) {
         std::string found = isModule(device.id) ? contradictionOfModule(machine, device)
                             : device.state != State::broken && device.state != State::duplex
@@ -76,5 +76,3 @@ std::string contradiction(const Machine &machine)
     }
     return {};
 }
-
-} // namespace sim

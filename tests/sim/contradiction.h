@@ -1,0 +1,9 @@
+// What can't be in a machine, whatever is done to it.
+#pragma once
+
+#include "sim/machine.h"
+
+#include <string>
+
+// What contradicts itself, such as one module in duplex; empty when there is nothing.
+std::string contradiction(const sim::Machine &machine);
