@@ -7,7 +7,9 @@
 #include "yat/platform.h"
 
 #include <dlfcn.h>
+#include <exception>
 #include <memory>
+#include <string>
 
 yat_ft_functions yat_ft_func;
 

@@ -6,7 +6,6 @@
 #include "yat/text.h"
 
 #include "common/paths.h"
-#include "common/utf8.h"
 #include "text/encoding.h"
 
 #include <algorithm>

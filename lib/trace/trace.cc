@@ -4,9 +4,9 @@
 // opened for appending, each writer looks once a millisecond whether the file of that name is still
 // the one it has open, and the renaming happens under a lock.
 //
-// Nothing is kept back: a record that was written outlives the program however that ends. The write
-// is most of what a record costs, so what else one costs is kept below it: no other system call,
-// and no part put together twice in the same second.
+// Nothing is kept back: a record that was written outlives the program however that ends. So the
+// write is most of what a record costs, and the rest is kept below it: the process number and the
+// text of the second are made once.
 #include "yat/trace.h"
 
 #include "common/paths.h"
@@ -21,6 +21,7 @@
 #include <ctime>
 #include <exception>
 #include <fcntl.h>
+#include <iterator>
 #include <pthread.h>
 #include <string>
 #include <string_view>
