@@ -63,20 +63,12 @@ Time stateSince(const Machine &machine, const Device &device)
     return carrier && stateOf(machine, device) != State::broken ? carrier->since : device.since;
 }
 
+// Of a text in the encoding of the locale, without control characters.
 size_t columns(const std::string &text)
 {
-    size_t result = 0;
-    mbstate_t state{};
-    for (size_t i = 0; i < text.size();) {
-        wchar_t character = 0;
-        const size_t length = mbrtowc(&character, text.data() + i, text.size() - i, &state);
-        const bool isCharacter = length > 0 && length <= text.size() - i;
-        result += isCharacter ? static_cast<size_t>(std::max(wcwidth(character), 0)) : 1;
-        i += isCharacter ? length : 1;
-        if (!isCharacter)
-            state = {};
-    }
-    return result;
+    std::wstring characters(text.size(), L'\0');
+    const size_t length = mbstowcs(characters.data(), text.c_str(), characters.size());
+    return static_cast<size_t>(std::max(wcswidth(characters.c_str(), length), 0));
 }
 
 using Row = std::vector<std::string>;

@@ -1,0 +1,243 @@
+#include "yatsim/commandline.h"
+
+#include "common/problem.h"
+#include "sim/setkeys.h"
+#include "text/encoding.h"
+#include "yatsim/commands.h"
+
+#include <CLI/CLI.hpp>
+#include <langinfo.h>
+
+namespace sim {
+namespace {
+
+const char about[] =
+    "Looks at a simulated fault-tolerant server and does to it what happens to real ones:\n"
+    "failures, repairs, modules pulled and inserted. It works beside mrvutil, which shows\n"
+    "what is new when its window is refreshed.\n";
+
+const char aboutDevices[] =
+    "DEVICE is a short name such as cpu1, pci2, scsi1 or ethernet3, or the name that mrvutil\n"
+    "shows, such as \"CPU module 1\". 'yatsim list' names them all.";
+
+const char footer[] =
+    "Examples:\n"
+    "  yatsim list                            the devices and their states\n"
+    "  yatsim fail cpu2                       CPU module 2 fails once\n"
+    "  yatsim pull pci1                       PCI module 1 is pulled out while it runs\n"
+    "  yatsim inject InitBringUp 0 --times 2  the next two starts of a module fail\n"
+    "  yatsim inject StatusChange real --delay 3000\n"
+    "                                         the next state that is read takes 3 s\n"
+    "  yatsim set cpu1.mtbf_type 0            CPU module 1 stays down when it fails\n"
+    "  yatsim set time +60                    a minute passes at once\n"
+    "  YAT_TIME_SCALE=60 mrvutil              a minute takes a second; give it to yatsim, too\n"
+    "\n"
+    "The machine is that of mrvutil: YAT_MACHINE, or machine in yatkit.toml, or CEDAR. The exit\n"
+    "status is 0 when it was done and 1 when not, with a line on standard error that says why.\n"
+    "\n"
+    "'yatsim SUBCOMMAND --help' says what a subcommand takes. See also yatsim(1) and, for the\n"
+    "descriptions of machines, yat-machine(5).";
+
+std::string setHelp()
+{
+    std::string result;
+    for (const SetKey &key : setKeys())
+        result += "  " + std::string(key.ofDevice ? "DEVICE." : "") + key.key + "\n      "
+                  + key.values + "\n";
+    return "Keys and their values:\n" + result + "\n" + aboutDevices;
+}
+
+std::string injectHelp()
+{
+    std::string calls;
+    for (const InjectableCall &call : injectableCalls)
+        calls += "  " + call.name + "\n";
+    return "RESULT is the number that the call returns, 'real' for what it returns really, or\n"
+           "'off' to take all injections for the call back. An operation that is answered so is\n"
+           "not carried out. Without --text, a call that succeeds gives its real text or value.\n"
+           "\nCalls:\n"
+           + calls;
+}
+
+struct Word {
+    const char *name = nullptr, *help = nullptr;
+    bool required = true;
+    bool mayBeEmpty = false;
+};
+
+std::string emptiness(const std::string &argument)
+{
+    return argument.empty() ? "is empty" : "";
+}
+
+constexpr Word device = {"DEVICE", "Its short name or its display name"};
+
+struct Command {
+    const char *name, *help;
+    void (*run)(const Request &);
+    std::array<Word, 2> words{};
+    bool prints = false;
+    std::string more{}; // below the help
+};
+
+const std::vector<Command> &commands()
+{
+    static const std::vector<Command> all = {
+        {"init", "Make the state of a machine that has none yet", init},
+        {"list", "List the devices and their states", listDevices, {}, true},
+        {"show",
+         "Show a device, or the machine with its clock and its injections",
+         show,
+         {{{"DEVICE", "Without it, the machine", false}}},
+         true,
+         aboutDevices},
+        {"fail",
+         "Let a device fail; its MTBF type decides whether it starts again",
+         act<Verb::fail>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"repair",
+         "Repair a broken device; its failures stay counted",
+         act<Verb::repair>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"pull",
+         "Pull a module out, whatever it does",
+         act<Verb::pull>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"insert",
+         "Insert a module into its empty slot",
+         act<Verb::insert>,
+         {{device}},
+         false,
+         aboutDevices},
+        {"inject",
+         "Make a call of the platform fail, hang, or answer as wanted",
+         injectCall,
+         {{{"CALL", "The call, by its name"}, {"RESULT", "A number, 'real' or 'off'"}}},
+         false,
+         injectHelp()},
+        {"set",
+         "Set a value of the machine, or of a device",
+         set,
+         {{{"KEY", "KEY of the machine, or DEVICE.KEY"}, {"VALUE", "The value", true, true}}},
+         false,
+         setHelp()},
+        {"journal", "Print the journal of the operations that were asked for", journal, {}, true},
+        {"export", "Print the description of a machine like this one", exportDescription, {}, true},
+        {"import",
+         "Make the machine anew from a description; the journal goes on",
+         importDescription,
+         {{{"FILE", "The description, see yat-machine(5)"}}}},
+        {"reset", "Make the machine anew from its own description; the journal goes on", reset},
+    };
+    return all;
+}
+
+// The limits of a number, told by messages and not by the help.
+CLI::Validator between(int64_t least, int64_t most)
+{
+    return CLI::Range(least, most).description("");
+}
+
+void addOptions(CLI::App &app, Request &request, const Command &command)
+{
+    for (size_t i = 0; i < command.words.size() && command.words[i].name; ++i) {
+        const Word &word = command.words[i];
+        CLI::Option *option = app.add_option(word.name, request.words[i], word.help)
+                                  ->type_name("")
+                                  ->required(word.required);
+        if (!word.mayBeEmpty)
+            option->check(emptiness);
+    }
+    if (command.prints)
+        app.add_flag("--json", request.json, "Print JSON instead of text");
+    const std::string_view name = command.name;
+    if (name == "fail")
+        app.add_flag("--permanent", request.permanent,
+                     "It fails again at each start until it is repaired");
+    if (name == "journal")
+        app.add_option("--last", request.last, "Only the last N lines")
+            ->type_name("N")
+            ->check(between(1, int64_t{1} << 53));
+    if (name == "inject") {
+        app.add_option("--times", request.times, "For the next N calls (1); 0: until it is off")
+            ->type_name("N")
+            ->check(between(0, 1'000'000'000));
+        app.add_option("--delay", request.delay, "The call takes so many milliseconds more")
+            ->type_name("MS")
+            ->check(between(0, 86'400'000));
+        app.add_option("--text", request.text, "What the call gives: a text, or numbers")
+            ->type_name("TEXT");
+    }
+    app.footer(command.more);
+}
+
+// What is wrong with the command line.
+std::string toString(const CLI::App &app, const CLI::ParseError &problem)
+{
+    if (!app.get_subcommands().empty())
+        return std::string(problem.what()) + "; 'yatsim " + app.get_subcommands()[0]->get_name()
+               + " --help' says more";
+    const std::vector<std::string> rest = app.remaining();
+    if (rest.empty() || rest[0].starts_with('-'))
+        return (rest.empty() ? problem.what() : "no option '" + rest[0] + "'")
+               + "; 'yatsim --help' says more";
+    std::vector<std::string> known;
+    for (const Command &command : commands())
+        known.push_back(command.name);
+    return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + list(known);
+}
+
+// Arguments come in the encoding of the locale; one that doesn't would be another one here.
+void toUtf8(std::string &argument)
+{
+    if (!yat::isDisplayable(argument.c_str()))
+        throw yat::Problem("'" + yat::fromDisplay(argument)
+                           + "' is not in the encoding of the locale, " + nl_langinfo(CODESET));
+    argument = yat::fromDisplay(argument);
+}
+
+void toUtf8(Request &request)
+{
+    if (request.command != importDescription) // the name of a file is what its bytes are
+        for (std::string &word : request.words)
+            toUtf8(word);
+    if (request.text)
+        toUtf8(*request.text);
+}
+
+} // namespace
+
+std::optional<Request> parseCommandLine(int argc, char **argv)
+{
+    Request request;
+    CLI::App app(about, "yatsim");
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option("--machine", request.machine, "Another machine: a name, or a description's path")
+        ->type_name("NAME")
+        ->check(emptiness);
+    for (const Command &command : commands()) {
+        CLI::App *each = app.add_subcommand(command.name, command.help);
+        addOptions(*each, request, command);
+        each->callback([&request, &command] { request.command = command.run; });
+    }
+    app.footer(footer); // last, or the commands would inherit it
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp &) {
+        printf("%s", app.help().c_str());
+        return {};
+    } catch (const CLI::ParseError &problem) {
+        throw yat::Problem(toString(app, problem));
+    }
+    toUtf8(request);
+    return request;
+}
+
+} // namespace sim

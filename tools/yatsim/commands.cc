@@ -1,0 +1,234 @@
+#include "yatsim/commands.h"
+
+#include "common/machine.h"
+#include "common/problem.h"
+#include "sim/bytes.h"
+#include "sim/making.h"
+#include "sim/setkeys.h"
+#include "sim/words.h"
+#include "sim/writing.h"
+#include "text/encoding.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+namespace sim {
+namespace {
+
+Store simulatedStore()
+{
+    const yat::ConfiguredMachine machine = yat::configuredMachine();
+    if (machine.isHardware)
+        throw yat::Problem("the configuration names the machine that this runs on, which is not "
+                           "simulated; choose another one with --machine or YAT_MACHINE");
+    return configuredStore(machine);
+}
+
+std::string noDevice(const Machine &machine, const std::string &name)
+{
+    std::vector<std::string> known;
+    for (const Device &each : machine.devices)
+        known.push_back(nameOf(each.id));
+    return "no device '" + name + "', expected one of " + list(known);
+}
+
+// Tells what is wrong with an operation that doesn't come to the machine, and puts it into the
+// journal, with the reason as the result of the row.
+[[noreturn]] void refuseAndFail(Store &store, const JournalRow &row, const std::string &mistake)
+{
+    refuse(store, row);
+    throw yat::Problem(mistake);
+}
+
+// The device of an operation, of which the row has all but the result.
+DeviceId deviceFor(Store &store, JournalRow row)
+{
+    const Machine machine = look(store);
+    if (const Device *device = deviceNamed(machine, row.device))
+        return device->id;
+    row.result = nameOf(Refusal::unknownDevice);
+    refuseAndFail(store, row, noDevice(machine, row.device));
+}
+
+void performOrFail(Store &store, const Operation &operation)
+{
+    const Refusal refusal = perform(store, operation);
+    if (refusal != Refusal::none)
+        throw yat::Problem(std::string(nameOf(operation.verb)) + " " + nameOf(operation.device)
+                           + ": " + std::string(nameOf(refusal)));
+}
+
+std::optional<int> toNumber(const std::string &text)
+{
+    int number = 0;
+    const char *end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
+}
+
+void checkInjection(const Request &request)
+{
+    const std::string &call = request.words[0], &result = request.words[1];
+    const auto known = std::ranges::find(injectableCalls, call, &InjectableCall::name);
+    if (known == injectableCalls.end()) {
+        std::vector<std::string> names;
+        for (const InjectableCall &each : injectableCalls)
+            names.push_back(each.name);
+        throw yat::Problem("no call '" + call + "', expected one of " + list(names));
+    }
+    if (!toNumber(result) && result != "real" && result != "off")
+        throw yat::Problem("wrong result '" + result
+                           + "', expected a number of 32 bits, 'real' or 'off'");
+    if (result == "off" && (request.times || request.delay || request.text))
+        throw yat::Problem("--times, --delay and --text go with a result, not with 'off'");
+    if (!request.text)
+        return;
+    const std::string wrong = "wrong text '" + *request.text + "' for " + call + ", expected ";
+    if (known->text == InjectedText::none)
+        throw yat::Problem(call + " gives nothing but its result, so it takes no --text");
+    if (known->text == InjectedText::number && !toNumber(*request.text))
+        throw yat::Problem(wrong + "a number of 32 bits");
+    if (known->text == InjectedText::bytes && !bytesOf(*request.text))
+        throw yat::Problem(wrong + "1 to 16 numbers from 0 to 255, 0x before hexadecimal ones");
+}
+
+} // namespace
+
+std::string list(const std::vector<std::string> &words)
+{
+    std::string result;
+    for (const std::string &word : words)
+        result += (result.empty() ? "" : ", ") + word;
+    return result;
+}
+
+void init(const Request &)
+{
+    Store store = simulatedStore();
+    if (!openStore(store))
+        refuseAndFail(store,
+                      {.operation = "init",
+                       .argument = yat::fromDisplay(wholePath(store.descriptionFile)),
+                       .result = "it is there already"},
+                      yat::fromDisplay(store.file)
+                          + " is there already; 'yatsim reset' makes it anew");
+}
+
+void listDevices(const Request &request)
+{
+    Store store = simulatedStore();
+    reportDevices(look(store), request.form());
+}
+
+void show(const Request &request)
+{
+    Store store = simulatedStore();
+    if (request.words[0].empty()) {
+        reportMachine(store, request.form());
+        return;
+    }
+    const Machine machine = look(store);
+    const Device *device = deviceNamed(machine, request.words[0]);
+    if (!device)
+        throw yat::Problem(noDevice(machine, request.words[0]));
+    reportDevice(machine, *device, request.form());
+}
+
+template <Verb verb> void act(const Request &request)
+{
+    Store store = simulatedStore();
+    const std::string argument = request.permanent ? "permanent" : "";
+    const DeviceId device = deviceFor(
+        store,
+        {.device = request.words[0], .operation = std::string(nameOf(verb)), .argument = argument});
+    performOrFail(store, {.verb = verb, .device = device, .argument = argument});
+}
+
+template void act<Verb::fail>(const Request &);
+template void act<Verb::repair>(const Request &);
+template void act<Verb::pull>(const Request &);
+template void act<Verb::insert>(const Request &);
+
+void injectCall(const Request &request)
+{
+    const std::string &call = request.words[0], &result = request.words[1];
+    Store store = simulatedStore();
+    try {
+        checkInjection(request);
+    } catch (const yat::Problem &mistake) {
+        refuseAndFail(store,
+                      {.operation = "inject",
+                       .argument = call + " " + result,
+                       .result = std::string(nameOf(Refusal::wrongArgument))},
+                      mistake.what());
+    }
+    if (result == "off") {
+        clearInjections(store, call);
+        return;
+    }
+    const Injection injection{.call = call,
+                              .result = toNumber(result),
+                              .times = request.times.value_or(1),
+                              .delay = request.delay.value_or(0),
+                              .text = request.text};
+    inject(store, injection);
+}
+
+void set(const Request &request)
+{
+    // KEY of the machine, or DEVICE.KEY; the name of a device may have a dot in it.
+    const std::string &name = request.words[0], &value = request.words[1];
+    const size_t dot = name.rfind('.');
+    const bool ofDevice = dot != std::string::npos;
+    const std::string key = ofDevice ? name.substr(dot + 1) : name;
+    JournalRow row = {.device = ofDevice ? name.substr(0, dot) : "",
+                      .operation = std::string(nameOf(Verb::set)),
+                      .argument = key + "=" + value};
+    Store store = simulatedStore();
+    const auto known = std::ranges::find_if(setKeys(), [&](const SetKey &each) {
+        return each.key == key && each.ofDevice == ofDevice;
+    });
+    if (known == setKeys().end()) {
+        std::vector<std::string> keys;
+        for (const SetKey &each : setKeys())
+            keys.push_back((each.ofDevice ? "DEVICE." : "") + std::string(each.key));
+        row.result = nameOf(Refusal::wrongArgument);
+        refuseAndFail(store, row, "no key '" + name + "', expected one of " + list(keys));
+    }
+    const DeviceId device = ofDevice ? deviceFor(store, row) : wholeMachine;
+    const Refusal refusal =
+        perform(store, {.verb = Verb::set, .device = device, .argument = row.argument});
+    if (refusal == Refusal::wrongArgument)
+        throw yat::Problem("wrong value '" + value + "' for " + name + ", expected "
+                           + known->values);
+    if (refusal != Refusal::none)
+        throw yat::Problem("set " + name + ": " + std::string(nameOf(refusal)));
+}
+
+void journal(const Request &request)
+{
+    Store store = simulatedStore();
+    reportJournal(store, request.last, request.form());
+}
+
+void exportDescription(const Request &request)
+{
+    Store store = simulatedStore();
+    const Description description = describe(look(store));
+    printf("%s", (request.json ? toJson(description) : toToml(description)).c_str());
+}
+
+void importDescription(const Request &request)
+{
+    Store store = simulatedStore();
+    importMachine(store, request.words[0]);
+}
+
+void reset(const Request &)
+{
+    Store store = simulatedStore();
+    resetMachine(store);
+}
+
+} // namespace sim

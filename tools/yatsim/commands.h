@@ -1,0 +1,27 @@
+// The subcommands. Each works on the machine that is configured, and throws yat::Problem when it
+// can't do what is asked for; what is refused is in the journal then.
+#pragma once
+
+#include "sim/terms.h"
+#include "yatsim/request.h"
+
+#include <string>
+#include <vector>
+
+namespace sim {
+
+void init(const Request &request);
+void listDevices(const Request &request);
+void show(const Request &request);
+template <Verb verb> void act(const Request &request); // fail, repair, pull, insert
+void injectCall(const Request &request);
+void set(const Request &request);
+void journal(const Request &request);
+void exportDescription(const Request &request);
+void importDescription(const Request &request);
+void reset(const Request &request);
+
+// Words with commas between them.
+std::string list(const std::vector<std::string> &words);
+
+} // namespace sim
