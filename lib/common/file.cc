@@ -7,8 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace yat
-{
+namespace yat {
 
 std::string readFile(const std::string &file)
 {

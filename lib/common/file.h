@@ -3,8 +3,7 @@
 
 #include <string>
 
-namespace yat
-{
+namespace yat {
 
 // What is in a file. Throws Problem, "FILE: can't be read: REASON", also for one that is too large
 // to be a configuration or a description.

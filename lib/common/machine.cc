@@ -8,8 +8,7 @@
 #include <cstdlib>
 #include <unistd.h>
 
-namespace yat
-{
+namespace yat {
 
 std::string machineNamedIn(const std::string &file)
 {

@@ -3,8 +3,7 @@
 
 #include <string>
 
-namespace yat
-{
+namespace yat {
 
 struct ConfiguredMachine {
     std::string name = "CEDAR";

@@ -83,8 +83,8 @@ bool makeWritableDirectory(const std::string &path)
 std::string stateDirectory()
 {
     const char *wanted = secure_getenv("YAT_STATE_DIR");
-    const std::string first = wanted && wanted[0] ? std::string(wanted)
-                                                  : companionDirectory("/var", "/var");
+    const std::string first =
+        wanted && wanted[0] ? std::string(wanted) : companionDirectory("/var", "/var");
     if (makeWritableDirectory(first))
         return first;
     const std::string second = userStateDirectory();

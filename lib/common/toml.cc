@@ -7,10 +7,8 @@
 #include <algorithm>
 #include <cstring>
 
-namespace yat
-{
-namespace
-{
+namespace yat {
+namespace {
 
 bool isAscii(char byte)
 {

@@ -15,8 +15,7 @@
 
 static_assert(TOML_LIB_MAJOR == 3 && TOML_LIB_MINOR == 3);
 
-namespace yat
-{
+namespace yat {
 
 // The tables of a text that is in a file of that name. What is wrong with it is thrown as a
 // Problem: "FILE:LINE: TEXT".

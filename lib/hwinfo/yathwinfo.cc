@@ -10,8 +10,7 @@
 
 static constexpr char traceSource[] = "yathwinfo";
 
-namespace
-{
+namespace {
 
 constexpr char device[] = "/dev/ipmi0";
 constexpr int limit = 5000; // milliseconds

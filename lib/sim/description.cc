@@ -4,10 +4,8 @@
 
 #include <algorithm>
 
-namespace sim
-{
-namespace
-{
+namespace sim {
+namespace {
 
 constexpr int deepestAdapter = 3;    // tree level, the module's being 1
 constexpr int boards = -1;           // no device class

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace sim
-{
+namespace sim {
 
 struct Adapter {
     int classCode = 0;

@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
-namespace sim
-{
-namespace
-{
+namespace sim {
+namespace {
 
 constexpr size_t longestName = 127; // bytes
 

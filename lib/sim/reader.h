@@ -12,8 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace sim
-{
+namespace sim {
 
 using Words = std::vector<std::string_view>;
 
@@ -27,8 +26,7 @@ template <class Table> Words wordsOf(const Table &terms)
 
 // The rules for one description, and the mistakes found so far. A value that is wrong or missing
 // is a mistake, and read as 0, false or nothing.
-class Reader
-{
+class Reader {
 public:
     void report(const toml::node &where, const std::string &text);
 

@@ -3,10 +3,8 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
-namespace sim
-{
-namespace
-{
+namespace sim {
+namespace {
 
 using Json = nlohmann::ordered_json;
 

@@ -5,8 +5,7 @@
 
 #include <string>
 
-namespace sim
-{
+namespace sim {
 
 // The TOML text that reads back as this description.
 std::string toToml(const Description &description);
