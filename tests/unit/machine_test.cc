@@ -30,6 +30,16 @@ const Configuration configurations[] = {
     {"WithoutQuotes", "\nmachine = CEDAR\n", "", nullptr},
     {"NoToml", "\nmachine\n", "", nullptr},
     {"Bytes", "\nmachine = \"\xff\xfe\"\n", "", nullptr},
+    {"Letters", "# \u3042\nmachine = '\u3042'\n", "\u3042", ""},
+    {"LettersInLists", "a = [[1, 2], [{b = \"\u3042]\"}], 1.5e3]\nmachine = 'ALDER'", "ALDER", ""},
+    {"QuotesInQuotes", "machine = \"\"\"\u3042\"\"\"\"\"\n[other]\n", "\u3042\"\"", ""},
+    {"LetterOutsideQuotes", "\nmachine = \u3042\n", "",
+     "a letter that is not ASCII has to stand in quotes"},
+    {"LetterBehindJoinedLines", "machine = \"\"\"\\\n  \u3042\"\"\"\n", "",
+     "a letter that is not ASCII can't follow a backslash and the end of a line"},
+    {"HeaderWithoutName", "\n[=\n", "", "expected the name of a table behind '['"},
+    {"BraceInAList", "\na = [}\n", "", "expected a value or ']', saw '}'"},
+    {"DateWithoutTime", "\na = 1979-05-27T\n", "", "expected a time of day behind the date"},
 };
 
 class EveryConfiguration : public testing::TestWithParam<Configuration> {};
