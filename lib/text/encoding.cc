@@ -1,6 +1,6 @@
 #include "text/encoding.h"
 
-#include "common/utf8.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -10,7 +10,7 @@
 #include "yat/trace.h"
 
 #include "common/paths.h"
-#include "common/utf8.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // A trace record: the source module, the function, the text, with line feeds between them.
 #include "fuzz.h"
 
-#include "common/utf8.h"
 #include "support/files.h"
+#include "text/utf8.h"
 #include "yat/trace.h"
 
 #include <cstring>
