@@ -1,10 +1,9 @@
 // The sources of the windows: what they share stands once.
 #include "support/files.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
-#include <set>
+#include <sstream>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -54,33 +53,4 @@ TEST(Sources, OfTwoWindowsShareNoTwentyLines)
         }
     EXPECT_GT(files, 20);
     EXPECT_GT(places.size(), 500u);
-}
-
-// Takes the folders away that include none of those left, again and again: in a ring, some stay.
-TEST(Sources, OfTheProgramsPointOneWay)
-{
-    std::map<std::string, std::set<std::string>> includes;
-    for (const auto &entry : fs::recursive_directory_iterator(SOURCES "/src")) {
-        if (!entry.is_regular_file() || entry.path().parent_path() == SOURCES "/src")
-            continue;
-        const std::string folder = entry.path().parent_path().filename().string();
-        std::set<std::string> &others = includes[folder];
-        std::istringstream text(readFile(entry.path()));
-        const std::string beginning = "#include \"";
-        for (std::string line; std::getline(text, line);)
-            if (line.starts_with(beginning) && line.find('/') != std::string::npos)
-                others.insert(line.substr(beginning.size(), line.find('/') - beginning.size()));
-        others.erase(folder);
-    }
-    EXPECT_GT(includes.size(), 8u);
-    EXPECT_TRUE(includes["devices"].contains("dialogs"));
-    const auto needsNone = [&](const auto &folder) {
-        return std::ranges::none_of(folder.second,
-                                    [&](const auto &other) { return includes.contains(other); });
-    };
-    while (std::erase_if(includes, needsNone) > 0)
-        continue;
-    for (const auto &[folder, others] : includes)
-        for (const std::string &other : others)
-            EXPECT_FALSE(includes.contains(other)) << folder << " includes " << other;
 }
