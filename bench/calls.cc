@@ -2,7 +2,8 @@
 // calls of the system, and time.
 #include "bigmachine.h"
 #include "report.h"
-#include "sim/description.h"
+#include "sim/writing.h"
+#include "support/files.h"
 #include "yat/ft.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
-#include <fstream>
 #include <functional>
 #include <sqlite3.h>
 #include <stdexcept>
@@ -35,7 +35,8 @@ extern "C" __attribute__((visibility("default"))) int sqlite3_step(sqlite3_stmt 
     static const auto real =
         reinterpret_cast<decltype(&sqlite3_step)>(dlsym(RTLD_NEXT, "sqlite3_step"));
     ++steps;
-    if (strncmp(sqlite3_sql(statement), "BEGIN", 5) == 0)
+    const char *sql = sqlite3_sql(statement); // none when SQLite asks itself
+    if (sql && strncmp(sql, "BEGIN", 5) == 0)
         ++transactions;
     return real(statement);
 }
@@ -139,6 +140,7 @@ void mark()
 // Runs each action once in a process that is traced. The calls of the system of each.
 std::vector<int> systemCalls()
 {
+    fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
         expect(ft_FunctionInit() == 1, "not opened");
@@ -213,11 +215,30 @@ void report(const char *machine)
     ft_FunctionRelease();
 }
 
-void reportBig(const Scratch &scratch, int devices)
+// Their boards are the first ones.
+sim::Description withCpuModules(sim::Description machine)
+{
+    for (sim::Module &module : machine.pciModules)
+        module.board += 2;
+    for (const int number : {1, 2}) {
+        sim::Module &module = machine.cpuModules.emplace_back();
+        module.classCode = YAT_CLASS_CPU_MODULE;
+        module.number = number;
+        module.name = "CPU module " + std::to_string(number);
+        module.board = number;
+        module.partner = 3 - number;
+        module.state = sim::State::duplex;
+        module.biosVersion = "1.0";
+        module.biosStatus = "Valid";
+    }
+    return machine;
+}
+
+void reportBig(const TemporaryDirectory &scratch, int devices)
 {
     const std::string name = std::to_string(devices) + " devices";
-    const std::string file = scratch.path + "/" + std::to_string(devices) + ".toml";
-    std::ofstream(file) << toToml(bigMachine(devices));
+    const std::string file = scratch.path / (std::to_string(devices) + ".toml");
+    writeFile(file, toToml(withCpuModules(bigMachine(devices))));
     setenv("YAT_MACHINE", file.c_str(), 1);
     report(name.c_str());
 }
@@ -226,7 +247,7 @@ void reportBig(const Scratch &scratch, int devices)
 
 int main()
 try {
-    const Scratch scratch("/dev/shm");
+    const TemporaryDirectory scratch("/dev/shm");
     setenv("YAT_STATE_DIR", scratch.path.c_str(), 1);
     setenv("YAT_MACHINE", "CEDAR", 1);
     setenv("YAT_TIME_SCALE", "1", 1);
