@@ -62,7 +62,7 @@ void passHeader(Check &check)
     constexpr std::string_view names = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                        "0123456789_-\"']";
     if (check.at < check.text.size() && names.find(check.here()) == names.npos)
-        check.refuse("expected the name of a table behind '['");
+        check.refuse("expected the name of a table after '['");
 }
 
 // Also a backslash at the end of a line, and what blanks there are behind it.
@@ -72,7 +72,7 @@ void passEscape(Check &check, bool hasSeveralLines)
     if (hasSeveralLines)
         check.skip(" \t\r\n");
     if (hasSeveralLines && !isAscii(check.here()))
-        check.refuse("a letter that is not ASCII can't follow a backslash and the end of a line");
+        check.refuse("the line after a backslash can't begin with a non-ASCII character");
     if (check.at == next)
         ++check.at;
 }
@@ -107,12 +107,12 @@ void passWord(Check &check)
     check.skipTo(" \t\r\n,]}#");
     const std::string_view word = check.text.substr(begin, check.at - begin);
     if (!std::ranges::all_of(word, isAscii))
-        check.refuse("a letter that is not ASCII has to stand in quotes");
+        check.refuse("a non-ASCII character must be in quotes");
     const auto isDigit = [&](size_t i) {
         return i < word.size() && word[i] >= '0' && word[i] <= '9';
     };
     if (word.size() > 10 && word[4] == '-' && (word[10] == 'T' || word[10] == 't') && !isDigit(11))
-        check.refuse("expected a time of day behind the date");
+        check.refuse("expected a time of day after the date");
 }
 
 void passBracket(Check &check)

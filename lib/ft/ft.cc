@@ -43,7 +43,7 @@ bool isComplete(const yat_ft_functions &functions)
 
 yat::Problem unusable(const std::string &path, const char *why)
 {
-    return yat::Problem(path + " is no platform to use: " + why);
+    return yat::Problem(path + " is not a usable platform: " + why);
 }
 
 // The table of the library from that path. Its fields are looked at in an order that reads nothing
@@ -55,11 +55,11 @@ const yat_platform &platformOf(const Library &library, const std::string &path)
     if (!platform)
         throw unusable(path, "it has no symbol " YAT_PLATFORM_SYMBOL);
     if (platform->magic != YAT_PLATFORM_MAGIC)
-        throw unusable(path, "its platform table has a foreign magic number");
+        throw unusable(path, "its platform table has the wrong magic number");
     if (platform->version != YAT_PLATFORM_VERSION || platform->size != sizeof(yat_platform))
-        throw unusable(path, "its platform table has another version or size");
+        throw unusable(path, "its platform table has the wrong version or size");
     if (!platform->open || !platform->close || !isComplete(platform->functions))
-        throw unusable(path, "its platform table has gaps");
+        throw unusable(path, "its platform table lacks functions");
     return *platform;
 }
 

@@ -42,7 +42,7 @@ std::string openingProblem(const std::string &device, int error)
                  "are loaded, they found no BMC";
     case EACCES:
     case EPERM:
-        return "no right to open " + device + " for reading and writing (" + yat::reason(error)
+        return "no permission to open " + device + " for reading and writing (" + yat::reason(error)
                + "): run as root, or as a user with that right";
     }
     return "opening " + device + ": " + yat::reason(error);

@@ -20,7 +20,7 @@ constexpr CompletionCode completionCodes[] = {
     {IPMI_NODE_BUSY_ERR, "is busy"},
     {IPMI_INVALID_COMMAND_ERR, "does not know the command"},
     {IPMI_TIMEOUT_ERR, "is silent, the driver gave up waiting for it"},
-    {IPMI_DEVICE_IN_FW_UPDATE_ERR, "updates its firmware"},
+    {IPMI_DEVICE_IN_FW_UPDATE_ERR, "is updating its firmware"},
     {IPMI_DEVICE_IN_INIT_ERR, "is starting"},
     {IPMI_NOT_IN_MY_STATE_ERR, "can't do that now"},
 };

@@ -34,9 +34,10 @@ std::string explanation(const SQLite::Exception &error, int systemError)
         return "can't be used: " + yat::reason(systemError);
     switch (code) {
     case SQLITE_NOTADB:
-        return "is damaged or of another program; it is left as it is, move it away to begin anew";
+        return "is damaged or belongs to another program and was left alone; move it away to start "
+               "afresh";
     case SQLITE_CORRUPT: return std::string("is damaged: ") + error.what();
-    case SQLITE_BUSY: return "is in use by another program that does not let go of it";
+    case SQLITE_BUSY: return "is in use by another program; try again when that has finished";
     case SQLITE_FULL: return "can't be written: the disk is full";
     case SQLITE_READONLY: return "can't be written: it is read-only";
     default: return std::string("can't be used: ") + error.what();

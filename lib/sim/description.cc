@@ -30,7 +30,7 @@ Bios readBios(Reader &reader, const toml::table &table)
     const Bios source = reader.choice(table, "bios_from", biosSources, false, Bios::described);
     if (!isValid && source != Bios::described)
         reader.report(*table.get("bios_from"),
-                      "wrong value for 'bios_from', expected none where 'bios_valid' is false");
+                      "wrong value for 'bios_from', expected none when 'bios_valid' is false");
     return isValid ? source : Bios::invalid;
 }
 
@@ -52,8 +52,8 @@ Adapter readAdapter(Reader &reader, const toml::table &table, int level)
     reader.isUnique(table, "number", adapter.classCode, adapter.number);
     for (const toml::table *below : reader.tables(table, "adapter")) {
         if (level == deepestAdapter)
-            reader.report(*below, "adapter below the third level, expected two levels of "
-                                  "adapters below a module at the most");
+            reader.report(*below, "adapter nested too deeply, expected at most two levels of "
+                                  "adapters below a module");
         else
             adapter.adapters.push_back(readAdapter(reader, *below, level + 1));
     }
@@ -159,14 +159,15 @@ void checkPair(Reader &reader, const DescribedModule &described,
         && (!other || other == &described || other->module.partner != module.number)) {
         reader.report(where ? *where : *described.table,
                       "wrong value for 'partner', expected the number of another module of the "
-                      "class that has this one as its partner, or 0");
+                      "same class that names this one as its partner, or 0");
         return;
     }
     if (const toml::node *state = described.table->get("state"))
         where = state;
     if (module.state == State::duplex && (!other || other->module.state != State::duplex))
-        reader.report(*where, "wrong value for 'state', expected \"duplex\" only where the "
-                              "partner has it too");
+        reader.report(
+            *where,
+            "wrong value for 'state', expected \"duplex\" only if the partner is \"duplex\" too");
     if (module.state == State::simplex && other && isRunning(other->module.state))
         reader.report(*where, "wrong value for 'state', expected \"duplex\" for both modules of "
                               "a pair that runs");

@@ -151,7 +151,7 @@ bool Reader::flag(const toml::table &table, std::string_view key, bool otherwise
 std::string_view Reader::word(const toml::table &table, std::string_view key, const Words &allowed,
                               bool required)
 {
-    const std::string expected = list(allowed, "\"");
+    const std::string expected = "one of " + list(allowed, "\"");
     const toml::node *node = find(table, key, required, expected);
     if (!node)
         return {};
@@ -167,7 +167,7 @@ Words Reader::words(const toml::table &table, std::string_view key, const Words 
     const toml::node *node = table.get(key);
     if (!node)
         return {};
-    const std::string expected = "a list out of " + list(allowed, "\"");
+    const std::string expected = "a list of any of " + list(allowed, "\"");
     Words result;
     const toml::array *array = node->as_array();
     if (!array)

@@ -103,7 +103,7 @@ void check(Database &database)
         throw yat::Problem(database.file
                            + " was written by a newer version of this program (its tables have "
                              "version "
-                           + std::to_string(version) + ", known are those up to "
+                           + std::to_string(version) + ", this one knows up to "
                            + std::to_string(schemaVersion) + ")");
     checkValues(database);
 }

@@ -164,7 +164,8 @@ Store configuredStore(const yat::ConfiguredMachine &machine)
                            + yat::reason(errno));
     const std::string state = yat::stateDirectory();
     if (state.empty())
-        throw yat::Problem("no directory for the state can be written; set YAT_STATE_DIR");
+        throw yat::Problem(
+            "no directory for the state is writable; set YAT_STATE_DIR to one that is");
     const std::string name = machine.isPath ? nameOfPath(machine.name) : machine.name;
     return {.file = state + "/machines/" + name + ".db",
             .descriptionFile = machine.descriptionFile};
@@ -297,11 +298,11 @@ std::string descriptionNote(Store &store)
     refresh(store);
     const std::string &origin = store.state.origin, name = yat::fromDisplay(origin);
     if (origin != wholePath(store.descriptionFile))
-        return "made from " + name + "; 'yatsim reset' makes it anew from "
+        return "made from " + name + "; 'yatsim reset' rebuilds it from "
                + yat::fromDisplay(store.descriptionFile);
     try {
         if (hashOf(yat::readFile(origin)) != store.state.descriptionHash)
-            return name + " has changed since; the state is kept, 'yatsim reset' makes it anew";
+            return name + " has changed since; the state is kept; 'yatsim reset' rebuilds it";
     } catch (const yat::Problem &problem) {
         return std::string(problem.what()) + "; the state is kept";
     }

@@ -108,17 +108,17 @@ void readDevices(Database &database, Machine &machine)
     std::vector<Device> &devices = machine.devices;
     database.each("SELECT * FROM device ORDER BY position", [&](const QueryRow &row) {
         if (row.getColumn(0).getInt64() != static_cast<int64_t>(devices.size()))
-            damaged(database, "it lacks a device");
+            damaged(database, "a device is missing");
         devices.push_back(readDevice(row));
     });
     for (const Device &device : devices)
         if (device.partner >= static_cast<int>(devices.size()))
-            damaged(database, "it lacks the partner of a module");
+            damaged(database, "the partner of a module is missing");
     database.each("SELECT device, time FROM failure ORDER BY device, nth",
                   [&](const QueryRow &row) {
                       const auto position = static_cast<size_t>(row.getColumn(0).getInt64());
                       if (position >= devices.size())
-                          damaged(database, "it has failures of a device that it lacks");
+                          damaged(database, "it has failures of a device that is missing");
                       devices[position].failures.push_back(row.getColumn(1).getInt64());
                   });
 }
@@ -153,7 +153,7 @@ MachineState readMachine(Database &database)
                       isThere = true;
                   });
     if (!isThere)
-        damaged(database, "it lacks the machine");
+        damaged(database, "the machine is missing");
     readDevices(database, state.machine);
     makeIndex(state.machine);
     return state;

@@ -248,18 +248,18 @@ inline constexpr Term<Refusal> refusals[] = {
     // reasons to read
     {Refusal::none, ""},
     {Refusal::unknownDevice, "the machine has no such device"},
-    {Refusal::wrongCode, "the code does not belong to the operation and the device"},
-    {Refusal::unsupported, "the machine does not support it for such a device"},
+    {Refusal::wrongCode, "the code does not match the operation and the device"},
+    {Refusal::unsupported, "this operation is not supported on this device"},
     {Refusal::wrongArgument, "wrong value"},
     {Refusal::notInstalled, "the module is not installed"},
-    {Refusal::installed, "the module is installed already"},
+    {Refusal::installed, "the module is already installed"},
     {Refusal::notStopped, "the module is not stopped"},
-    {Refusal::notRunning, "the device does not run"},
-    {Refusal::lastRunning, "the module is the last one of its pair that runs"},
+    {Refusal::notRunning, "the device is not running"},
+    {Refusal::lastRunning, "the module is the only one of its pair that is running"},
     {Refusal::broken, "the device is broken"},
     {Refusal::notBroken, "the device is not broken"},
     {Refusal::biosInvalid, "the module has no valid BIOS"},
-    {Refusal::noBiosSource, "there is no BIOS to take: no running partner, or no data file"},
+    {Refusal::noBiosSource, "there is no BIOS to install: no running partner, or no data file"},
 };
 
 // ---- Looking them up

@@ -227,7 +227,7 @@ try {
     if (!machine.isHardware)
         return machine;
     TRACE(YAT_TRACE_ERROR,
-          "this yatcore.dll simulates a machine; the configuration wants the real one");
+          "this yatcore.dll simulates a machine, but the configuration asks for the real one");
     return {};
 } catch (const yat::Problem &mistake) {
     complain(mistake.what());

@@ -276,7 +276,7 @@ TEST_F(DriverTest, TellsMissingRights)
     chmod(device.c_str(), 0);
     const WithoutPrivileges since;
     expectProblem(device,
-                  "no right to open " + device
+                  "no permission to open " + device
                       + " for reading and writing (Permission denied): run as root, or as a user "
                         "with that right");
 }

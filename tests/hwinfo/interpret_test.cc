@@ -67,7 +67,7 @@ TEST(Answer, WithACompletionCodeIsRefused)
     expectRefused({0xC1}, "the BMC does not know the command (completion code C1, expected 00)");
     expectRefused({0xC3}, "the BMC is silent, the driver gave up waiting for it (completion code "
                           "C3, expected 00)");
-    expectRefused({0xD1}, "the BMC updates its firmware (completion code D1, expected 00)");
+    expectRefused({0xD1}, "the BMC is updating its firmware (completion code D1, expected 00)");
     expectRefused({0xD2}, "the BMC is starting (completion code D2, expected 00)");
     expectRefused({0xD5}, "the BMC can't do that now (completion code D5, expected 00)");
     expectRefused({0xFF}, "the BMC reports an error (completion code FF, expected 00)");

@@ -144,9 +144,10 @@ TEST(Failure, InADescriptionIsToldWhenTheScreenIsGone)
     session.see("The devices of the server cannot be read.");
     session.send(keys::enter);
     session.expectExit(0);
-    const std::string complaint = description
-                                  + ":2: wrong value for 'type', expected \"ALDER\", \"BIRCH\", "
-                                    "\"CEDAR\", \"PLAIN\"";
+    const std::string complaint =
+        description
+        + ":2: wrong value for 'type', expected one of \"ALDER\", \"BIRCH\", "
+          "\"CEDAR\", \"PLAIN\"";
     EXPECT_NE(session.terminal().output().find("mrvutil: " + complaint + "\r\n"),
               std::string::npos);
     EXPECT_FALSE(session.terminal().inAlternateScreen());

@@ -303,7 +303,8 @@ TEST_P(State, HasAJournalOfAllThatIsAskedFor)
     const char *const expected[][5] = {
         {"", "init", "", "", "done"},
         {"cpu2", "InitBringDown", "8", "", "done"},
-        {"cpu1", "InitBringDown", "8", "", "refused: the module is the last one of its pair that runs"},
+        {"cpu1", "InitBringDown", "8", "",
+         "refused: the module is the only one of its pair that is running"},
         {"pci1", "SetMtbfType", "24", "2", "done"},
         {"", "PutBBDriverSettings", "3", "1", "done"},
         {"", "set", "0", "time=+10.000000", "done"},

@@ -52,7 +52,7 @@ protected:
     const fs::path root = sandbox.directory() / "product";
     const std::string mistake =
         (root / "etc" / "yatkit.toml").string()
-        + ":2: machine has to be the name of a machine or the path of its description, in quotes";
+        + ":2: machine must be the name of a machine or the path of a description, in quotes";
 };
 
 const char wrong[] = "# ours\nmachine = 3\n";

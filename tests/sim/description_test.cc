@@ -75,7 +75,7 @@ const Case cases[] = {
      "F:2: unknown key 't p' in the description, expected name, type, bmc, firmware, settings, "
      "mtbf, timing, supports, cpu_module, pci_module"},
     {"UnknownType", "\"CEDAR\"", "\"OAK\"",
-     "F:2: wrong value for 'type', expected \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\""},
+     "F:2: wrong value for 'type', expected one of \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\""},
     {"NegativeTime", "1.5", "-1.5",
      "F:4: wrong value for 'start', expected a number from 0 to 86400"},
     {"TimeThatIsNoNumber", "1.5", "nan",
@@ -87,7 +87,7 @@ const Case cases[] = {
     {"WrongThreshold", "threshold = 2", "threshold = inf",
      "F:6: wrong value for 'threshold', expected a number from 0 to 876000"},
     {"UnknownOperation", "clear MTBF", "clear",
-     "F:8: wrong value for 'cpu_module', expected a list out of \"clear MTBF\", \"bring up\", "
+     "F:8: wrong value for 'cpu_module', expected a list of any of \"clear MTBF\", \"bring up\", "
      "\"bring down\", \"burn firmware\", \"set MTBF type\""},
     {"SectionThatIsNoTable", "[mtbf]\nthreshold = 2\n", "[[mtbf]]\nthreshold = 2\n",
      "F:5: wrong value for 'mtbf', expected a table"},
@@ -98,37 +98,41 @@ const Case cases[] = {
     {"PathByteOutOfRange", "path = [0]", "path = [256]",
      "F:12: wrong value for 'path', expected a list of 1 to 8 numbers from 0 to 255"},
     {"StateThatDoesNotLast", "\"simplex\"", "\"starting\"",
-     "F:30: wrong value for 'state', expected \"empty\", \"stopped\", \"simplex\", \"duplex\", "
+     "F:30: wrong value for 'state', expected one of \"empty\", \"stopped\", \"simplex\", "
+     "\"duplex\", "
      "\"broken\""},
     {"DuplexAlone", "\"simplex\"", "\"duplex\"",
-     "F:30: wrong value for 'state', expected \"duplex\" only where the partner has it too"},
+     "F:30: wrong value for 'state', expected \"duplex\" only if the partner is \"duplex\" too"},
     {"UnknownMtbfType", "\"stay down\"", "\"0\"",
-     "F:14: wrong value for 'mtbf_type', expected \"stay down\", \"always restart\", \"restart "
+     "F:14: wrong value for 'mtbf_type', expected one of \"stay down\", \"always restart\", "
+     "\"restart "
      "above threshold\""},
     {"MissingMtbfType", "mtbf_type = \"always restart\"\n", "",
-     "F:18: missing key 'mtbf_type', expected \"stay down\", \"always restart\", \"restart above "
+     "F:18: missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart "
+     "above "
      "threshold\""},
     {"FailureInTheFuture", "[3, 0.5]", "[3, -1]",
      "F:17: wrong value for 'failures', expected a list of up to 64 numbers from 0 to 876000"},
     {"FewerFailuresThanThereWere", "failures = [3, 0.5]", "failure_count = 1\nfailures = [3, 0.5]",
      "F:17: wrong value for 'failure_count', expected a number from 2 to 1000000000"},
     {"UnknownBiosSource", "bios_version = \"1\"", "bios_version = \"1\"\nbios_from = \"me\"",
-     "F:16: wrong value for 'bios_from', expected \"running module\", \"data file\""},
+     "F:16: wrong value for 'bios_from', expected one of \"running module\", \"data file\""},
     {"SourceOfAnInvalidBios", "bios_version = \"1\"",
      "bios_version = \"1\"\nbios_from = \"data file\"\nbios_valid = false",
-     "F:16: wrong value for 'bios_from', expected none where 'bios_valid' is false"},
+     "F:16: wrong value for 'bios_from', expected none when 'bios_valid' is false"},
     {"NameTwice", "\"C2\"", "\"c1\"",
      "F:20: name 'c1' is taken, expected one that no other device has"},
     {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
      "F:36: name 'P1' is taken, expected one that no other device has"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
      "F:20: wrong value for 'name', expected a text without control characters"},
-    {"BoardTwice", "board = 3", "board = 1", "F:32: board 1 is taken, expected one that no other has"},
+    {"BoardTwice", "board = 3", "board = 1",
+     "F:32: board 1 is taken, expected one that no other has"},
     {"UnknownClass", "\"SCSI\"", "\"SATA\"",
-     "F:34: wrong value for 'class', expected \"SCSI\", \"Ethernet\""},
+     "F:34: wrong value for 'class', expected one of \"SCSI\", \"Ethernet\""},
     {"PartnerOfItself", "board = 3", "board = 3\npartner = 1",
-     "F:33: wrong value for 'partner', expected the number of another module of the class that "
-     "has this one as its partner, or 0"},
+     "F:33: wrong value for 'partner', expected the number of another module of the same class "
+     "that names this one as its partner, or 0"},
 };
 
 class EveryMistake : public testing::TestWithParam<Case> {};
@@ -175,8 +179,8 @@ TEST(Description, TellsAWrongPairBesideOtherMistakes)
     EXPECT_EQ(mistakesOf(text),
               (std::vector<std::string>{
                   "F:4: wrong value for 'start', expected a number from 0 to 86400",
-                  "F:13: wrong value for 'state', expected \"duplex\" only where the partner has it "
-                  "too",
+                  "F:13: wrong value for 'state', expected \"duplex\" only if the partner is "
+                  "\"duplex\" too",
                   "F:20: wrong value for 'name', expected a text of 1 to 127 bytes"}));
 }
 
@@ -217,7 +221,7 @@ TEST(Description, SetsMtbfTypesOnlyWhereTheMachineHasThem)
 TEST(Description, OfAnUnknownTypeIsBlamedForTheTypeOnly)
 {
     EXPECT_EQ(mistakesOf(shipped("CEDAR", "type = \"CEDAR\"", "type = \"OAK\"")),
-              std::vector<std::string>{"F:5: wrong value for 'type', expected \"ALDER\", "
+              std::vector<std::string>{"F:5: wrong value for 'type', expected one of \"ALDER\", "
                                        "\"BIRCH\", \"CEDAR\", \"PLAIN\""});
 }
 

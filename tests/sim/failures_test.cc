@@ -163,7 +163,7 @@ TEST_P(Adapters, GoDownWithTheirModuleAndAreNotBrokenByThat)
     EXPECT_EQ(pciState(1), "Broken");
     EXPECT_EQ(shown("scsi1")["state"], "stopped");
     EXPECT_EQ(shown("ethernet1")["state"], "broken");
-    EXPECT_EQ(yatsim("fail scsi1").errors, "yatsim: fail scsi1: the device does not run\n");
+    EXPECT_EQ(yatsim("fail scsi1").errors, "yatsim: fail scsi1: the device is not running\n");
     EXPECT_EQ(yatsim("repair scsi1").errors, "yatsim: repair scsi1: the device is not broken\n");
     steer("pull pci1");
     for (const char *device : {"scsi1", "ethernet1"})

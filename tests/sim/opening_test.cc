@@ -140,8 +140,7 @@ TEST_P(Opening, RefusesNullPointersAndWritesThemDown)
     EXPECT_EQ(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, 7, 3, &on), 0);
     EXPECT_EQ(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, 0, 0, &on), 0);
     EXPECT_EQ(PutBBDriverSettings(9, YAT_CLASS_GENERAL, 1, &on), 0);
-    const char *const wrongCode =
-        "refused: the code does not belong to the operation and the device";
+    const char *const wrongCode = "refused: the code does not match the operation and the device";
     const char *const noDevice = "refused: the machine has no such device";
     const std::tuple<const char *, const char *, int, const char *, const char *> expected[] = {
         {"class0/0", "ClearMTBF", 2, "", wrongCode},

@@ -169,14 +169,16 @@ TEST_P(Mistakes, AreToldWithTheirLineTheKeyAndWhatIsAllowed)
         {"threshold = 24 ", "threshold = \"often\" ", "threshold",
          "wrong value for 'threshold', expected a number from 0 to 876000"},
         {"class = \"SCSI\"", "class = \"SATA\"", "\"SATA\"",
-         "wrong value for 'class', expected \"SCSI\", \"Ethernet\""},
+         "wrong value for 'class', expected one of \"SCSI\", \"Ethernet\""},
         {"start = 20", "begin = 20", "begin",
          "unknown key 'begin' in [timing], expected start, synchronise, stop, firmware_update"},
         {"state = \"empty\"", "state = \"asleep\"", "state = \"asleep\"",
-         "wrong value for 'state', expected \"empty\", \"stopped\", \"simplex\", \"duplex\", "
+         "wrong value for 'state', expected one of \"empty\", \"stopped\", \"simplex\", "
+         "\"duplex\", "
          "\"broken\""},
         {"mtbf_type = \"stay down\"", "", "[[pci_module]]\nnumber = 3",
-         "missing key 'mtbf_type', expected \"stay down\", \"always restart\", \"restart above "
+         "missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart "
+         "above "
          "threshold\""},
         {"board = 4", "board = 0x3", "0x3", "board 3 is taken, expected one that no other has"},
     };
@@ -236,8 +238,8 @@ TEST_P(Refused, IsADamagedStateWhichIsLeftAlone)
     steer("init");
     std::ofstream(sandbox->stateFile()) << "my letter to grandmother";
     expectRefused({sandbox->stateFile().string()
-                   + " is damaged or of another program; it is left as it is, move it away to "
-                     "begin anew"});
+                   + " is damaged or belongs to another program and was left alone; move it away "
+                     "to start afresh"});
     EXPECT_EQ(readFile(sandbox->stateFile()), "my letter to grandmother");
 }
 
@@ -248,7 +250,7 @@ TEST_P(Refused, IsAStateOfANewerVersionWhichIsLeftAlone)
     tamper("PRAGMA user_version = 77");
     expectRefused({sandbox->stateFile().string()
                    + " was written by a newer version of this program (its tables have version 77, "
-                     "known are those up to 1)"});
+                     "this one knows up to 1)"});
 }
 
 TEST_P(Refused, IsAStateOfAnotherProgramWhichIsLeftAlone)
@@ -257,8 +259,8 @@ TEST_P(Refused, IsAStateOfAnotherProgramWhichIsLeftAlone)
     fs::create_directories(sandbox->stateFile().parent_path());
     tamper("CREATE TABLE machine (x); INSERT INTO machine VALUES ('a recipe')");
     expectRefused({sandbox->stateFile().string()
-                   + " is damaged or of another program; it is left as it is, move it away to "
-                     "begin anew"});
+                   + " is damaged or belongs to another program and was left alone; move it away "
+                     "to start afresh"});
 }
 
 PLAY_ALONE(Mistakes);

@@ -192,7 +192,7 @@ TEST(StateFile, ThatIsNoDatabaseIsRefusedAndLeftAlone)
         Stored stored;
         fs::create_directories(fs::path(stored.store.file).parent_path());
         overwrite(stored.store, text);
-        expectRefused(stored, " is damaged or of another program; it is left as it is");
+        expectRefused(stored, " is damaged or belongs to another program and was left alone");
     }
 }
 
@@ -204,7 +204,7 @@ TEST(StateFile, OfAnotherProgramIsRefusedAndLeftAlone)
         SQLite::Database(stored.store.file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
             .exec("PRAGMA application_id = " + id
                   + "; CREATE TABLE machine (x); INSERT INTO machine VALUES (1)");
-        expectRefused(stored, " is damaged or of another program; it is left as it is");
+        expectRefused(stored, " is damaged or belongs to another program and was left alone");
     }
 }
 
@@ -223,7 +223,7 @@ TEST(StateFile, OfANewerVersionIsRefusedAndLeftAlone)
     close(stored.store);
     tamper(stored.store, "PRAGMA user_version = 77");
     expectRefused(stored, " was written by a newer version of this program (its tables have "
-                          "version 77, known are those up to 1)");
+                          "version 77, this one knows up to 1)");
 }
 
 TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
@@ -249,10 +249,10 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
         {"INSERT INTO failure VALUES (0, 64, 5)", "CHECK constraint failed in failure"},
         {"INSERT INTO injection (call, times, delay) VALUES ('x', -1, 0)",
          "CHECK constraint failed in injection"},
-        {"INSERT INTO failure VALUES (77, 0, 5)", "it has failures of a device that it lacks"},
-        {"UPDATE device SET partner = 99 WHERE position = 0", "it lacks the partner of a module"},
-        {"DELETE FROM device WHERE position = 4", "it lacks a device"},
-        {"DELETE FROM machine", "it lacks the machine"},
+        {"INSERT INTO failure VALUES (77, 0, 5)", "it has failures of a device that is missing"},
+        {"UPDATE device SET partner = 99 WHERE position = 0", "the partner of a module is missing"},
+        {"DELETE FROM device WHERE position = 4", "a device is missing"},
+        {"DELETE FROM machine", "the machine is missing"},
     };
     for (const auto &[sql, reason] : cases) {
         Stored stored;

@@ -175,7 +175,7 @@ TEST(Journal, GoesOnWhenTheMachineIsMadeAnew)
     EXPECT_EQ(rows[1].device, "cpu2");
     EXPECT_EQ(rows[1].operation, "InitBringDown");
     EXPECT_EQ(rows[1].code, 8);
-    EXPECT_EQ(rows[2].result, "refused: the device does not run");
+    EXPECT_EQ(rows[2].result, "refused: the device is not running");
     EXPECT_EQ(rows[3].operation, "reset");
     EXPECT_EQ(rows[4].operation, "import");
     EXPECT_EQ(rows[4].argument, other);
@@ -258,7 +258,7 @@ TEST(DescriptionFile, ThatChangedIsToldAndTheStateKept)
     const std::string file = stored.store.descriptionFile;
     std::ofstream(file) << shipped("ALDER");
     EXPECT_EQ(descriptionNote(stored.store),
-              file + " has changed since; the state is kept, 'yatsim reset' makes it anew");
+              file + " has changed since; the state is kept; 'yatsim reset' rebuilds it");
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
     std::ofstream(file) << "broken";
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
@@ -277,7 +277,7 @@ TEST(DescriptionFile, ThatWasImportedIsTold)
     std::ofstream(other) << shipped("ALDER");
     importMachine(stored.store, other);
     EXPECT_EQ(descriptionNote(stored.store), "made from " + other
-                                                 + "; 'yatsim reset' makes it anew from "
+                                                 + "; 'yatsim reset' rebuilds it from "
                                                  + stored.store.descriptionFile);
 }
 

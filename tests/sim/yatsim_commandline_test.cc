@@ -152,7 +152,7 @@ TEST_F(Yatsim, SaysALineForEachMistakeOfADescription)
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.errors,
               "yatsim: " + file
-                  + ":2: wrong value for 'type', expected \"ALDER\", \"BIRCH\", \"CEDAR\", "
+                  + ":2: wrong value for 'type', expected one of \"ALDER\", \"BIRCH\", \"CEDAR\", "
                     "\"PLAIN\"\n"
                   + "yatsim: " + file
                   + ":3: unknown key 'colour' in the description, expected name, type, bmc, "
@@ -177,8 +177,8 @@ TEST_F(Yatsim, RefusesAForeignStateAndLeavesIt)
     std::ofstream(sandbox.stateFile()) << "somebody else's";
     for (const char *arguments : {"init", "list", "fail cpu1", "reset", "journal"})
         expectRefusal(arguments, sandbox.stateFile().string()
-                                     + " is damaged or of another program; it is left as it is, "
-                                       "move it away to begin anew");
+                                     + " is damaged or belongs to another program and was left "
+                                       "alone; move it away to start afresh");
     EXPECT_EQ(readFile(sandbox.stateFile()), "somebody else's");
 }
 

@@ -19,7 +19,7 @@ TEST_F(Yatsim, InitMakesAStateOnce)
     EXPECT_TRUE(exists(sandbox.stateFile()));
     steer("pull cpu1");
     expectRefusal("init",
-                  sandbox.stateFile().string() + " is there already; 'yatsim reset' makes it anew");
+                  sandbox.stateFile().string() + " already exists; 'yatsim reset' rebuilds it");
     EXPECT_EQ(stateOf("cpu1"), "empty");
 }
 
@@ -116,7 +116,7 @@ TEST_F(Yatsim, ShowsThatADescriptionHasChanged)
     EXPECT_EQ(asJson("show").at("description_note"), "");
     std::ofstream(file, std::ios::app) << "# another line\n";
     EXPECT_EQ(asJson("show").at("description_note"),
-              file + " has changed since; the state is kept, 'yatsim reset' makes it anew");
+              file + " has changed since; the state is kept; 'yatsim reset' rebuilds it");
     steer("reset");
     EXPECT_EQ(asJson("show").at("description_note"), "");
 }
@@ -149,10 +149,10 @@ TEST_F(Yatsim, PullsAndInsertsAModule)
     expectRefusal("pull pci2", "pull pci2: the module is not installed");
     steer("insert pci2");
     EXPECT_EQ(stateOf("pci2"), "stopped");
-    expectRefusal("insert pci2", "insert pci2: the module is installed already");
+    expectRefusal("insert pci2", "insert pci2: the module is already installed");
     for (const std::string subcommand : {"pull", "insert"})
         expectRefusal(subcommand + " scsi1",
-                      subcommand + " scsi1: the machine does not support it for such a device");
+                      subcommand + " scsi1: this operation is not supported on this device");
 }
 
 TEST_F(Yatsim, InjectsResultsAndTakesThemBack)
@@ -310,7 +310,7 @@ TEST_F(Yatsim, WritesDownWhatItRefusesByItself)
     steer("init");
     write("own.toml", "type = 1");
     const Refused cases[] = {
-        {"init", "", "init", file, "it is there already"},
+        {"init", "", "init", file, "it already exists"},
         {"fail cpu9", "cpu9", "fail", "", "the machine has no such device"},
         {"fail cpu9 --permanent", "cpu9", "fail", "permanent", "the machine has no such device"},
         {"pull \"CPU module 7\"", "CPU module 7", "pull", "", "the machine has no such device"},

@@ -18,7 +18,7 @@ void PrintTo(const Configuration &configuration, std::ostream *stream)
 }
 
 const char wanted[] =
-    "machine has to be the name of a machine or the path of its description, in quotes";
+    "machine must be the name of a machine or the path of a description, in quotes";
 
 const Configuration configurations[] = {
     {"Name", "# a comment\nmachine = \"BIRCH\"\n", "BIRCH", ""},
@@ -34,12 +34,12 @@ const Configuration configurations[] = {
     {"LettersInLists", "a = [[1, 2], [{b = \"\u3042]\"}], 1.5e3]\nmachine = 'ALDER'", "ALDER", ""},
     {"QuotesInQuotes", "machine = \"\"\"\u3042\"\"\"\"\"\n[other]\n", "\u3042\"\"", ""},
     {"LetterOutsideQuotes", "\nmachine = \u3042\n", "",
-     "a letter that is not ASCII has to stand in quotes"},
+     "a non-ASCII character must be in quotes"},
     {"LetterBehindJoinedLines", "machine = \"\"\"\\\n  \u3042\"\"\"\n", "",
-     "a letter that is not ASCII can't follow a backslash and the end of a line"},
-    {"HeaderWithoutName", "\n[=\n", "", "expected the name of a table behind '['"},
+     "the line after a backslash can't begin with a non-ASCII character"},
+    {"HeaderWithoutName", "\n[=\n", "", "expected the name of a table after '['"},
     {"BraceInAList", "\na = [}\n", "", "expected a value or ']', saw '}'"},
-    {"DateWithoutTime", "\na = 1979-05-27T\n", "", "expected a time of day behind the date"},
+    {"DateWithoutTime", "\na = 1979-05-27T\n", "", "expected a time of day after the date"},
 };
 
 class EveryConfiguration : public testing::TestWithParam<Configuration> {};

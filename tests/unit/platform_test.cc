@@ -62,14 +62,14 @@ struct Refused {
 
 const Refused refused[] = {
     {"foreign", "has no symbol YatPlatform"},
-    {"magic", "has a foreign magic number"},
-    {"version", "has another version or size"},
-    {"size", "has another version or size"},
-    {"gap", "has gaps"},
-    {"no_open", "has gaps"},
-    {"no_close", "has gaps"},
-    {"no_property", "has gaps"},
-    {"no_convert", "has gaps"},
+    {"magic", "has the wrong magic number"},
+    {"version", "has the wrong version or size"},
+    {"size", "has the wrong version or size"},
+    {"gap", "lacks functions"},
+    {"no_open", "lacks functions"},
+    {"no_close", "lacks functions"},
+    {"no_property", "lacks functions"},
+    {"no_convert", "lacks functions"},
     {"refusing", "refuses to open"},
 };
 

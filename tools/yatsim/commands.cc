@@ -110,9 +110,8 @@ void init(const Request &)
         refuseAndFail(store,
                       {.operation = "init",
                        .argument = yat::fromDisplay(wholePath(store.descriptionFile)),
-                       .result = "it is there already"},
-                      yat::fromDisplay(store.file)
-                          + " is there already; 'yatsim reset' makes it anew");
+                       .result = "it already exists"},
+                      yat::fromDisplay(store.file) + " already exists; 'yatsim reset' rebuilds it");
 }
 
 void listDevices(const Request &request)
