@@ -129,7 +129,7 @@ static bool startScreen(const char *program, bool silencesConsole)
 {
     std::string fault = terminalFault();
     if (const char *difference = fault.empty() ? componentFault() : nullptr)
-        fault = std::string("the installed newt keeps its components in another way (") + difference
+        fault = std::string("the installed newt lays its components out differently (") + difference
                 + "); install newt 0.52.9 or a later 0.52";
     if (!fault.empty()) {
         fprintf(stderr, "%s: %s\n", program, fault.c_str());

@@ -15,7 +15,8 @@ std::string terminalFault()
 {
     if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO))
         return std::string("standard ") + (isatty(STDIN_FILENO) ? "output" : "input")
-               + " is no terminal; run it in a terminal, or with -debug to print the device data";
+               + " is not a terminal; run the program in a terminal, or with -debug to print the "
+                 "device data";
     const char *type = getenv("TERM");
     if (!type || !*type)
         return "TERM is not set; set it to the type of this terminal";

@@ -150,11 +150,11 @@ TEST(Terminal, IsLeftAsItWasFound)
 
 TEST(Terminal, IsNeeded)
 {
-    expectRefusal({}, "standard input is no terminal; run it in a terminal, or with -debug to "
+    expectRefusal({}, "standard input is not a terminal; run the program in a terminal, or with -debug to "
                       "print the device data");
-    expectRefusal({}, "standard input is no terminal; run it in a terminal, or with -debug to "
+    expectRefusal({}, "standard input is not a terminal; run the program in a terminal, or with -debug to "
                       "print the device data", {.outputIsTerminal = true});
-    expectRefusal({}, "standard output is no terminal; run it in a terminal, or with -debug to "
+    expectRefusal({}, "standard output is not a terminal; run the program in a terminal, or with -debug to "
                       "print the device data", {.inputIsTerminal = true});
 }
 
