@@ -103,7 +103,8 @@ const std::vector<SetKey> &setKeys()
              return setText(machine.dataFileVersion, value);
          }},
         {"time", false,
-         "+SECONDS, 0 to " + std::to_string(longestStep) + ": lets so much time pass", letTimePass},
+         "+SECONDS, 0 to " + std::to_string(longestStep) + ": lets that much time pass",
+         letTimePass},
     };
     return keys;
 }

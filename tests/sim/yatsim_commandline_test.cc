@@ -140,8 +140,8 @@ TEST_F(Yatsim, RefusesAMachineThatThereIsNot)
                                             "No such file or directory\n"))
         << missing.errors;
     expectRefusal("--machine hardware list",
-                  "the configuration names the machine that this runs on, which is not simulated; "
-                  "choose another one with --machine or YAT_MACHINE");
+                  "the configuration names \"hardware\", which is not simulated; choose a machine "
+                  "with --machine or YAT_MACHINE");
 }
 
 TEST_F(Yatsim, SaysALineForEachMistakeOfADescription)

@@ -182,8 +182,7 @@ TEST_F(Yatsim, InjectsResultsAndTakesThemBack)
                   "PutBBDriverSettings, YATGetDeviceID");
     for (const std::string result : {"maybe", "1x", "1.5", "2147483648"})
         expectRefusal("inject InitBringUp " + result,
-                      "wrong result '" + result
-                          + "', expected a number of 32 bits, 'real' or 'off'");
+                      "wrong result '" + result + "', expected a 32-bit number, 'real' or 'off'");
     for (const std::string option : {"--times 1", "--delay 0", "--text x"})
         expectRefusal("inject InitBringUp off " + option,
                       "--times, --delay and --text go with a result, not with 'off'");
@@ -194,13 +193,12 @@ TEST_F(Yatsim, TakesTextsForCallsThatGiveSome)
 {
     for (const char *call : {"IfSupport", "GetBBDriverSettings", "Linux_ConvertDataToInt"}) {
         expectRefusal(std::string("inject ") + call + " 1 --text foo",
-                      std::string("wrong text 'foo' for ") + call
-                          + ", expected a number of 32 bits");
+                      std::string("wrong text 'foo' for ") + call + ", expected a 32-bit number");
         steer(std::string("inject ") + call + " 1 --text -5");
     }
     for (const char *call : {"InitBringDown", "ft_FunctionInit", "PutBBDriverSettings"})
         expectRefusal(std::string("inject ") + call + " real --text 1",
-                      call + std::string(" gives nothing but its result, so it takes no --text"));
+                      call + std::string(" returns only its result, so it takes no --text"));
     for (const char *call : {"StatusChange", "yat_ft_get_property"})
         steer(std::string("inject ") + call + " 0 --text foo");
 }
@@ -239,9 +237,9 @@ TEST_F(Yatsim, SetRefusesKeysAndValues)
         {"pci1.bios_version", "1", "a text of 1 to 1000 bytes, of a CPU module"},
         {"automatic_module_start", "yes", "on or off"},
         {"mtbf_threshold", "876001", "hours, 0 to 876000"},
-        {"time", "60", "+SECONDS, 0 to 315360000: lets so much time pass"},
-        {"time", "+-60", "+SECONDS, 0 to 315360000: lets so much time pass"},
-        {"time", "+315360001", "+SECONDS, 0 to 315360000: lets so much time pass"},
+        {"time", "60", "+SECONDS, 0 to 315360000: lets that much time pass"},
+        {"time", "+-60", "+SECONDS, 0 to 315360000: lets that much time pass"},
+        {"time", "+315360001", "+SECONDS, 0 to 315360000: lets that much time pass"},
     };
     for (const auto &[key, value, expected] : wrong)
         expectRefusal("set " + key + " " + value,

@@ -12,9 +12,9 @@ namespace sim {
 namespace {
 
 const char about[] =
-    "Looks at a simulated fault-tolerant server and does to it what happens to real ones:\n"
-    "failures, repairs, modules pulled and inserted. It works beside mrvutil, which shows\n"
-    "what is new when its window is refreshed.\n";
+    "Shows a simulated fault-tolerant server and does to it what happens to real ones:\n"
+    "failures, repairs, modules pulled and inserted. Use it alongside mrvutil, which shows\n"
+    "the changes when its window is refreshed.\n";
 
 const char aboutDevices[] =
     "DEVICE is a short name such as cpu1, pci2, scsi1 or ethernet3, or the name that mrvutil\n"
@@ -27,15 +27,15 @@ const char footer[] =
     "  yatsim pull pci1                       PCI module 1 is pulled out while it runs\n"
     "  yatsim inject InitBringUp 0 --times 2  the next two starts of a module fail\n"
     "  yatsim inject StatusChange real --delay 3000\n"
-    "                                         the next state that is read takes 3 s\n"
+    "                                         the next reading of a state takes 3 s\n"
     "  yatsim set cpu1.mtbf_type 0            CPU module 1 stays down when it fails\n"
     "  yatsim set time +60                    a minute passes at once\n"
     "  YAT_TIME_SCALE=60 mrvutil              a minute takes a second; give it to yatsim, too\n"
     "\n"
-    "The machine is that of mrvutil: YAT_MACHINE, or machine in yatkit.toml, or CEDAR. The exit\n"
-    "status is 0 when it was done and 1 when not, with a line on standard error that says why.\n"
+    "The machine is the one mrvutil shows: YAT_MACHINE, or machine in yatkit.toml, or CEDAR.\n"
+    "The exit status is 0 for success and 1 for failure; standard error then says why.\n"
     "\n"
-    "'yatsim SUBCOMMAND --help' says what a subcommand takes. See also yatsim(1) and, for the\n"
+    "'yatsim SUBCOMMAND --help' describes a subcommand. See also yatsim(1) and, for the\n"
     "descriptions of machines, yat-machine(5).";
 
 std::string setHelp()
@@ -52,9 +52,9 @@ std::string injectHelp()
     std::string calls;
     for (const InjectableCall &call : injectableCalls)
         calls += "  " + call.name + "\n";
-    return "RESULT is the number that the call returns, 'real' for what it returns really, or\n"
-           "'off' to take all injections for the call back. An operation that is answered so is\n"
-           "not carried out. Without --text, a call that succeeds gives its real text or value.\n"
+    return "RESULT is the number that the call returns, 'real' for its real result, or 'off' to\n"
+           "remove all injections for the call. An operation that is given a number is not\n"
+           "carried out. Without --text, a call that succeeds gives its real text or value.\n"
            "\nCalls:\n"
            + calls;
 }
@@ -70,7 +70,7 @@ std::string emptiness(const std::string &argument)
     return argument.empty() ? "is empty" : "";
 }
 
-constexpr Word device = {"DEVICE", "Its short name or its display name"};
+constexpr Word device = {"DEVICE", "The device's short name or its display name"};
 
 struct Command {
     const char *name, *help;
@@ -83,16 +83,16 @@ struct Command {
 const std::vector<Command> &commands()
 {
     static const std::vector<Command> all = {
-        {"init", "Make the state of a machine that has none yet", init},
+        {"init", "Create the state of a machine that has none yet", init},
         {"list", "List the devices and their states", listDevices, {}, true},
         {"show",
          "Show a device, or the machine with its clock and its injections",
          show,
-         {{{"DEVICE", "Without it, the machine", false}}},
+         {{{"DEVICE", "The device; without it, the machine is shown", false}}},
          true,
          aboutDevices},
         {"fail",
-         "Let a device fail; its MTBF type decides whether it starts again",
+         "Make a device fail; its MTBF type decides whether it starts again",
          act<Verb::fail>,
          {{device}},
          false,
@@ -104,7 +104,7 @@ const std::vector<Command> &commands()
          false,
          aboutDevices},
         {"pull",
-         "Pull a module out, whatever it does",
+         "Pull a module out, whatever it is doing",
          act<Verb::pull>,
          {{device}},
          false,
@@ -116,7 +116,7 @@ const std::vector<Command> &commands()
          false,
          aboutDevices},
         {"inject",
-         "Make a call of the platform fail, hang, or answer as wanted",
+         "Make a platform call fail, hang, or answer as you like",
          injectCall,
          {{{"CALL", "The call, by its name"}, {"RESULT", "A number, 'real' or 'off'"}}},
          false,
@@ -127,13 +127,13 @@ const std::vector<Command> &commands()
          {{{"KEY", "KEY of the machine, or DEVICE.KEY"}, {"VALUE", "The value", true, true}}},
          false,
          setHelp()},
-        {"journal", "Print the journal of the operations that were asked for", journal, {}, true},
+        {"journal", "Print the journal of all operations requested", journal, {}, true},
         {"export", "Print the description of a machine like this one", exportDescription, {}, true},
         {"import",
-         "Make the machine anew from a description; the journal goes on",
+         "Rebuild the machine from a description; the journal continues",
          importDescription,
          {{{"FILE", "The description, see yat-machine(5)"}}}},
-        {"reset", "Make the machine anew from its own description; the journal goes on", reset},
+        {"reset", "Rebuild the machine from its own description; the journal continues", reset},
     };
     return all;
 }
@@ -159,16 +159,17 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
     const std::string_view name = command.name;
     if (name == "fail")
         app.add_flag("--permanent", request.permanent,
-                     "It fails again at each start until it is repaired");
+                     "It fails again at every start until it is repaired");
     if (name == "journal")
-        app.add_option("--last", request.last, "Only the last N lines")
+        app.add_option("--last", request.last, "Print only the last N operations")
             ->type_name("N")
             ->check(between(1, int64_t{1} << 53));
     if (name == "inject") {
-        app.add_option("--times", request.times, "For the next N calls (1); 0: until it is off")
+        app.add_option("--times", request.times,
+                       "For the next N calls, 1 by default; 0: until removed")
             ->type_name("N")
             ->check(between(0, 1'000'000'000));
-        app.add_option("--delay", request.delay, "The call takes so many milliseconds more")
+        app.add_option("--delay", request.delay, "Delay the call by so many milliseconds")
             ->type_name("MS")
             ->check(between(0, 86'400'000));
         app.add_option("--text", request.text, "What the call gives: a text, or numbers")
@@ -219,7 +220,8 @@ std::optional<Request> parseCommandLine(int argc, char **argv)
     CLI::App app(about, "yatsim");
     app.require_subcommand(1);
     app.fallthrough();
-    app.add_option("--machine", request.machine, "Another machine: a name, or a description's path")
+    app.add_option("--machine", request.machine,
+                   "The machine to use: its name, or the path of a description")
         ->type_name("NAME")
         ->check(emptiness);
     for (const Command &command : commands()) {

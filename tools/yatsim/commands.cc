@@ -20,8 +20,8 @@ Store simulatedStore()
 {
     const yat::ConfiguredMachine machine = yat::configuredMachine();
     if (machine.isHardware)
-        throw yat::Problem("the configuration names the machine that this runs on, which is not "
-                           "simulated; choose another one with --machine or YAT_MACHINE");
+        throw yat::Problem("the configuration names \"hardware\", which is not simulated; choose a "
+                           "machine with --machine or YAT_MACHINE");
     return configuredStore(machine);
 }
 
@@ -79,16 +79,16 @@ void checkInjection(const Request &request)
     }
     if (!toNumber(result) && result != "real" && result != "off")
         throw yat::Problem("wrong result '" + result
-                           + "', expected a number of 32 bits, 'real' or 'off'");
+                           + "', expected a 32-bit number, 'real' or 'off'");
     if (result == "off" && (request.times || request.delay || request.text))
         throw yat::Problem("--times, --delay and --text go with a result, not with 'off'");
     if (!request.text)
         return;
     const std::string wrong = "wrong text '" + *request.text + "' for " + call + ", expected ";
     if (known->text == InjectedText::none)
-        throw yat::Problem(call + " gives nothing but its result, so it takes no --text");
+        throw yat::Problem(call + " returns only its result, so it takes no --text");
     if (known->text == InjectedText::number && !toNumber(*request.text))
-        throw yat::Problem(wrong + "a number of 32 bits");
+        throw yat::Problem(wrong + "a 32-bit number");
     if (known->text == InjectedText::bytes && !bytesOf(*request.text))
         throw yat::Problem(wrong + "1 to 16 numbers from 0 to 255, 0x before hexadecimal ones");
 }
