@@ -17,7 +17,7 @@ struct RunOptions {
     std::string language = "en_US.UTF-8";
     std::string term = "xterm-256color";
     int rows = 24, columns = 80;
-    std::string script{}; // for the spy, see tests/spy/spy.cc
+    std::string script{}; // for the spy, see tests/spy/script.cc
     std::string tree{};   // records for the spy
     std::map<std::string, std::string> environment{}; // beside what every run has; "(unset)" takes
                                                     // a variable out
