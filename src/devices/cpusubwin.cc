@@ -154,17 +154,15 @@ int CpuSubWin(yat_device *datap)
     return runDeviceWindow(window, datap);
 }
 
-// Reads a text of the CPU module into its box. Where that fails, an error box says so and the text
-// is the unknown one. False when the platform can't be asked.
-static bool showBiosText(int index, int property, TextKey unreadable, newtComponent box)
+// Reads a text of the CPU module. Where that fails, an error box says so and the text is the
+// unknown one. False when the platform can't be asked.
+static bool readBiosText(int index, int property, TextKey unreadable, PropertyText &value)
 {
     unsigned long size = 1024;
-    PropertyText value;
     const Reading reading = readProperty({traceSource, "BiosData", __LINE__},
                                          {YAT_KIND_CPU_MODULE, index, property}, &size, value);
     if (reading == Reading::refused)
         replaceUnreadable(value, unreadable);
-    newtTextboxSetText(box, value.data());
     return reading != Reading::impossible;
 }
 
@@ -186,9 +184,12 @@ int BiosData(int index)
     newtComponent versionBox = makeBiosBox();
     newtComponent statusLabel = newtLabel(-1, -1, text("CPU_STRTUS_BIOS"));
     newtComponent statusBox = makeBiosBox();
-    if (!showBiosText(index, YAT_PROPERTY_BIOS_VERSION, "BIOS_VER_FAIL", versionBox)
-        || !showBiosText(index, YAT_PROPERTY_BIOS_STATUS, "BIOS_DATA_FAIL", statusBox))
+    PropertyText version, status;
+    if (!readBiosText(index, YAT_PROPERTY_BIOS_VERSION, "BIOS_VER_FAIL", version)
+        || !readBiosText(index, YAT_PROPERTY_BIOS_STATUS, "BIOS_DATA_FAIL", status))
         return 0;
+    newtTextboxSetText(versionBox, version.data());
+    newtTextboxSetText(statusBox, status.data());
 
     newtGrid texts = makeGrid(1, 4,
                               {{0, 0, versionLabel, NEWT_ANCHOR_LEFT},
