@@ -28,7 +28,7 @@ newtComponent makeWidget(const Component &component, newtComponent previous)
 bool readMtbfType(DeviceWindow &window, int *type)
 {
     unsigned long size = 1025;
-    int board;
+    int board = 0;
     if (!window.kind.mtbfType->findBoard(window.device, &size, &board))
         return false;
     const TraceOrigin &origin = window.kind.origin;

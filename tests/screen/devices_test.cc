@@ -131,6 +131,15 @@ TEST(MtbfType, OfAPciModuleIsReadFromItsBoard)
                                         "yat_ft_get_property(1, 3, 8, 2) = 0"}));
 }
 
+TEST(PciWindow, TakesTheBoardForNoneThatAConversionDoesNotTell)
+{
+    Session session({.script = "Linux_ConvertDataToInt 5 at=1"});
+    session.see("Exit");
+    session.send(pciModule.path + keys::enter);
+    session.see(" ok ");
+    EXPECT_EQ(session.calls("yat_ft_get_property").back(), "yat_ft_get_property(1, 0, 8, 2) = -1");
+}
+
 TEST(MtbfType, OfACpuModuleIsReadFromTheBoardOfItsNumber)
 {
     Session session;
