@@ -241,15 +241,22 @@ int mkItem(yat_device *datap, int level)
 // not.
 static bool addNode(yat_device *datap, ItemCallback window)
 {
-    if (datap->Hierarchy < 1 || datap->Hierarchy > 3)
-        return false;
-    int path[6];
-    int *end = std::copy_n(param, datap->Hierarchy + 1, path);
-    end[0] = NEWT_ARG_APPEND;
-    end[1] = NEWT_ARG_LAST;
-    yat_newtCheckboxTreeAddArray(checktree, nameOf(datap).c_str(), deviceNode, window, datap, 0,
-                                 path);
-    return true;
+    const char *name = datap->lpszTreeName;
+    switch (datap->Hierarchy) {
+    case 1:
+        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
+                                    param[1], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+        return true;
+    case 2:
+        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
+                                    param[1], param[2], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+        return true;
+    case 3:
+        yat_newtCheckboxTreeAddItem(checktree, name, deviceNode, 0, window, datap, param[0],
+                                    param[1], param[2], param[3], NEWT_ARG_APPEND, NEWT_ARG_LAST);
+        return true;
+    }
+    return false;
 }
 
 void TreeDrawItem(yat_device *datap)
