@@ -171,13 +171,21 @@ static bool loadCatalogue(const char *path)
     return true;
 }
 
+static void dropCatalogue()
+{
+    free(YAT_RcFileBuf);
+    YAT_RcFileBuf = nullptr;
+}
+
 static bool loadScreenLibraries()
 {
     if (initnewtlib() == -1) {
+        dropCatalogue();
         TRACE_AS(YAT_TRACE_ERROR, "main", "<Init /usr/lib/libnewt.so failed!");
         return false;
     }
     if (initslanglib() == -1) {
+        dropCatalogue();
         freenewtlib();
         TRACE_AS(YAT_TRACE_ERROR, "main", "<Init /usr/lib/libslang.so failed!");
         return false;
@@ -212,11 +220,8 @@ int main(int argc, char **argv)
         return 0;
     memset(param, 0, sizeof param);
 
-    if (!loadScreenLibraries()) {
-        free(YAT_RcFileBuf);
-        YAT_RcFileBuf = nullptr;
+    if (!loadScreenLibraries())
         return 0;
-    }
 
     int status = 0;
     if (debug_flag || startScreen(argv[0], kernelLogOff)) {
