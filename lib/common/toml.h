@@ -1,8 +1,8 @@
 // Texts in TOML, read with toml++.
 //
 // The other readers in Debian 12 were tried beside it: toml11 3.7 takes ten times as long (1.7 s
-// for 10,000 devices), ends the program when values are nested 10,000 deep, and takes a number
-// that is too large for another one. toml++ 3.3 has its faults with damaged texts, which toml.cc
+// for 10,000 devices), ends the program when values are nested 10,000 deep, and reads a number
+// that is too large as another one. toml++ 3.3 has its faults with damaged texts, which toml.cc
 // keeps from it; another version has to be tried with them first.
 #pragma once
 
@@ -21,7 +21,7 @@ namespace yat {
 // Problem: "FILE:LINE: TEXT".
 toml::table parseToml(std::string_view text, const std::string &file);
 
-// A problem in a line of a file, in one line whatever the file is called and has in it.
+// A problem in a line of a file, as one line even if the file's name or text has line breaks.
 std::string inLine(const std::string &file, size_t line, std::string_view text);
 
 } // namespace yat

@@ -46,8 +46,8 @@ yat::Problem unusable(const std::string &path, const char *why)
     return yat::Problem(path + " is not a usable platform: " + why);
 }
 
-// The table of the library from that path. Its fields are looked at in an order that reads nothing
-// the ones before did not vouch for.
+// The table of the library from that path. Each of its fields is read only after the ones before
+// have vouched for it.
 const yat_platform &platformOf(const Library &library, const std::string &path)
 {
     const auto *platform =

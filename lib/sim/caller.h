@@ -9,8 +9,8 @@ struct Caller {
     std::string user, terminal; // "" for no terminal
 };
 
-// The user of this process; the terminal of its standard input or, when that is none, the one that
-// controls the process.
+// The user of this process, and the terminal of its standard input or, if that is not a terminal,
+// the one that controls the process.
 Caller thisCaller();
 
 } // namespace sim

@@ -70,7 +70,7 @@ std::optional<std::string> pciProperty(const Machine &machine, int number, int p
     return std::to_string(module->board);
 }
 
-// A property; nothing for one that there is not.
+// A property; nothing for one that does not exist.
 std::optional<std::string> propertyOf(const Machine &machine, int kind, int number, int property)
 {
     switch (kind) {

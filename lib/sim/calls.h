@@ -1,4 +1,4 @@
-// The calls of yat/ft.h on the simulated machine. They throw where they can't say what is wrong.
+// The calls of yat/ft.h on the simulated machine. They throw yat::Problem when it can't be used.
 #pragma once
 
 #include "sim/store.h"
@@ -13,8 +13,8 @@ void closeStore();
 
 extern const yat_ft_functions calls;
 
-// What an operation asks for by its arguments. What is no device is refused like one that there
-// is not.
+// The operation that a call's arguments ask for. A null record stands for a device that does not
+// exist, so that it is refused as one.
 Operation operationOf(Verb verb, const yat_device *device, int code, const char *argument = "");
 Operation settingOf(int kind, int object, int index, const int *value);
 

@@ -1,5 +1,5 @@
-// The machine's clock. It runs as fast as the process that looked at it last wants, and never
-// backwards, whatever the processes want and whatever happens to the system's clock.
+// The machine's clock. The process that looked at it last sets its pace. It never runs backwards,
+// whatever the processes want and whatever happens to the system's clock.
 #pragma once
 
 #include "sim/time.h"
@@ -26,7 +26,7 @@ Clock continued(const Clock &clock, Time real, double scale);
 // The system's clock, and the pace that the environment wants (YAT_TIME_SCALE: 1 is real time
 // and the default, 0 stands still).
 Time realTime();
-double wantedScale(); // 1, too, when what the environment says is wrong
+double wantedScale(); // 1 if what the environment says is wrong
 
 // What is wrong with the pace that the environment wants; empty for nothing.
 std::string scaleMistake();

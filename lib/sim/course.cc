@@ -21,7 +21,7 @@ void startAdapters(Machine &machine, const Device &module)
     }
 }
 
-// A start that fails is not tried again, whatever the MTBF type: that is for what runs.
+// A start that fails is not retried: the MTBF type is about failures of what runs.
 void finishStart(Machine &machine, Device &module)
 {
     if (module.defective) {

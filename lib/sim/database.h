@@ -1,5 +1,5 @@
-// The database that holds a machine's state: SQLiteCpp, and what that leaves to its users, which
-// is to keep prepared statements, to say what an error means, and to notice other writers.
+// The database that holds a machine's state: SQLiteCpp, and what that leaves to its users: keeping
+// prepared statements, saying what an error means, and noticing other writers.
 #pragma once
 
 #include "common/problem.h"
@@ -20,24 +20,24 @@ namespace sim {
 
 using QueryRow = SQLite::Statement; // of a query that runs
 
-// Something that is another one after each commit, by whatever process.
+// What differs after each commit, by whatever process.
 using CommitMark = std::array<unsigned char, 48>;
 
 struct Database {
     Database(const std::string &path, int flags); // SQLite::OPEN_...
 
-    // Runs a statement, which is prepared at its first use; calls work for each row.
+    // Runs a statement, which is prepared at its first use, and calls work for each row.
     template <class Work, class... Values>
     void each(const char *sql, Work work, const Values &...values);
     template <class... Values> void run(const char *sql, const Values &...values);
     int64_t number(const char *sql); // the first value of the first row
 
-    // Whether what is committed from now on is on the disk then, which takes the time of the disk.
+    // Whether a commit from now on returns only when it is on the disk, which takes its time.
     void setSynced(bool wanted);
 
     yat::Problem problem(const SQLite::Exception &error) const;
 
-    // False when the file of that name is another one by now, or none.
+    // False when the file of that name has been replaced or removed.
     bool isStillThere() const;
 
     // Read from the memory that all connections share: no system call, no transaction.

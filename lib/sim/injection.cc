@@ -51,7 +51,7 @@ bool isNext(Store &store, const Injection &injection)
     return next && next->id == injection.id;
 }
 
-// Sleeps as an injection wants it, or until it is taken back.
+// Sleeps for the delay of an injection, or until the injection is removed.
 void hangFor(Store &store, const Injection &injection)
 {
     constexpr int slice = 200; // milliseconds

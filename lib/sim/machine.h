@@ -1,5 +1,5 @@
 // The simulated machine as a value: its devices with what they are and what they do now. Nothing
-// in it needs a clock or a file; whoever calls says what time it is.
+// in it needs a clock or a file; the caller says what time it is.
 #pragma once
 
 #include "sim/terms.h"
@@ -51,12 +51,12 @@ struct Device {
     bool operator==(const Device &) const = default;
 };
 
-// What is known of the devices beside themselves, so that no call looks through all of them.
+// Where devices are found, so that no call looks through all of them.
 struct Index {
     std::map<int, std::vector<int>> byNumber; // of each class: positions, -1 for none
     std::vector<int> byBoard;
     std::set<std::pair<Time, int>> underWay; // when a state ends by itself, and of which position
-    std::set<int> changed; // what operations and time changed; for who writes it down to clear
+    std::set<int> changed; // positions changed since they were last written; the writer clears it
 
     bool operator==(const Index &) const = default;
 };
@@ -79,8 +79,8 @@ constexpr bool Machine::*settingOf(int kind)
                                                : nullptr;
 }
 
-// Makes the index, and the carriers, of devices that were put into the machine, or changed, by
-// other ways than time and operations.
+// Rebuilds the index and the carriers after devices were added or changed by other means than time
+// and operations.
 void makeIndex(Machine &machine);
 
 const Device *find(const Machine &machine, DeviceId id);
@@ -98,7 +98,7 @@ bool supports(const Machine &machine, Verb verb, int classCode);
 // itself. One that is whole is stopped on a broken module.
 State stateOf(const Machine &machine, const Device &device);
 
-// How long a state lasts that ends by itself; 0 for another one.
+// How long a state that ends by itself lasts; 0 for any other.
 Time durationOf(const Machine &machine, State state);
 
 // How far a state that ends by itself has got, 0 to 99 per cent; nothing for one that lasts.

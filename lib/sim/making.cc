@@ -68,7 +68,7 @@ void describeDevice(const Machine &machine, const Device &device, Described &des
     described.path = device.path;
     described.defective = device.defective;
     described.failureCount = device.failureCount;
-    // There is no room for what is longer ago than the longest MTBF.
+    // A description can't have failures longer ago than the longest MTBF.
     for (const Time time : device.failures)
         described.failures.push_back(std::min(machine.now - time, longestMtbf * hour));
 }

@@ -9,7 +9,7 @@ namespace sim {
 // The machine as its description has it.
 Machine makeMachine(const Description &description, Time now);
 
-// The description that makes a machine like this one; what is under way is stopped in it.
+// The description that makes a machine like this one; modules that are changing are stopped in it.
 Description describe(const Machine &machine);
 
 } // namespace sim

@@ -1,11 +1,11 @@
-// The tables of a machine's state, and what values there can be in them. Numbers that stand for
-// something count it as sim/terms.h has it; times are in microseconds, moments since 1970.
+// The tables of a machine's state, and the values there can be in them. Codes are those of
+// sim/terms.h and yat/ft.h; times are in microseconds, moments since 1970.
 #pragma once
 
 namespace sim {
 
 constexpr int applicationId = 0x59415453; // "YATS"
-constexpr int schemaVersion = 1;          // counts the changes of what follows
+constexpr int schemaVersion = 1;          // to be raised when the tables change
 
 constexpr char schema[] = R"(
 CREATE TABLE machine (

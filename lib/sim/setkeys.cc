@@ -12,7 +12,7 @@ namespace {
 
 constexpr int longestStep = 315'360'000; // seconds
 
-// A length of time from 0 to so many units; nothing for another text.
+// A length of time from 0 to the given number of units; nothing for any other text.
 std::optional<Time> timeOf(std::string_view text, Time unit, int most)
 {
     double number = 0;

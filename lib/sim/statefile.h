@@ -1,4 +1,4 @@
-// The file that holds the state of a machine: how it comes to be, and which files are taken for
+// The file that holds the state of a machine: how it is made, and which files are accepted as
 // one.
 #pragma once
 
@@ -10,12 +10,12 @@
 
 namespace sim {
 
-// Makes the file, whole or not at all, unless there is one of that name by now; fill puts the
+// Makes the file, whole or not at all, unless there already is one of that name; fill puts the
 // machine into its tables. True when it was made.
 bool createStateFile(const std::string &file, const std::function<void(Database &)> &fill);
 
-// Opens the file. One that is damaged, of another program or of a newer version of this one is
-// refused and left as it is.
+// Opens the file. One that is damaged, or written by another program or by a newer version of this
+// one, is refused and left as it is.
 std::unique_ptr<Database> openStateFile(const std::string &file);
 
 } // namespace sim

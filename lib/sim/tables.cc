@@ -6,7 +6,7 @@
 namespace sim {
 namespace {
 
-// The tables say what value a column can have; the numbers of the last words are among them.
+// The constraints in sim/schema.h have these numbers as literals.
 static_assert(static_cast<int>(State::firmwareUpdate) == 8);
 static_assert(static_cast<int>(Bios::invalid) == 3);
 static_assert(lastMoment == 253'402'300'799'000'000 && fastest == 1e6);

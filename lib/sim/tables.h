@@ -10,7 +10,7 @@
 
 namespace sim {
 
-// What there is to know about a machine and where it comes from.
+// A machine with its clock and where it comes from.
 struct MachineState {
     Machine machine;
     Clock clock;
@@ -18,13 +18,13 @@ struct MachineState {
     uint64_t descriptionHash = 0; // of that file as it was
 };
 
-// Reads it; what can't be is thrown as damage of the file.
+// Reads it. Rows that don't fit together are thrown as damage of the file.
 MachineState readMachine(Database &database);
 
-// Writes a machine in the place of another one, or of none.
+// Writes a machine, in place of the one that may be there.
 void writeMachine(Database &database, MachineState &state);
 
-// Writes what changed since it was read or written last.
+// Writes what has changed since it was last read or written.
 void writeChanges(Database &database, MachineState &state);
 
 } // namespace sim

@@ -1,4 +1,4 @@
-// What there can be in a machine, and the word for each: every table of them stands here, for
+// What there can be in a machine, and the word for it: all such tables are here, for
 // descriptions, for the state and its journal, for yatsim and for the windows of the product.
 #pragma once
 
@@ -162,7 +162,7 @@ inline constexpr StateTerm states[] = {
     {State::firmwareUpdate, "firmware update", "Updating BIOS", "BIOS更新中"},
 };
 
-// What a description can say.
+// The states that a description can give.
 inline constexpr std::span<const StateTerm> lastingStates = std::span(states).first<5>();
 static_assert(!endsByItself(lastingStates.back().value) && endsByItself(states[5].value));
 
@@ -179,7 +179,7 @@ inline constexpr BiosTerm biosTerms[] = {
     {Bios::invalid, "invalid", "Invalid, an update was interrupted", "無効(更新が中断されました)"},
 };
 
-// Where a BIOS comes from that an update brought, in a description.
+// In a description: where an updated BIOS came from.
 inline constexpr Term<Bios> biosSources[] = {
     {Bios::copied, "running module"},
     {Bios::burnt, "data file"},
@@ -230,7 +230,7 @@ inline constexpr SupportCode supportCodes[] = {
 
 struct DeviceClass {
     int value;
-    std::string_view shortName, alias; // before the number: what is written, and what will do
+    std::string_view shortName, alias; // before the number: as written, and as also accepted
     std::string_view key;              // in [supports] of a description
     std::string_view word;             // of an adapter's class in a description
 };
@@ -245,7 +245,7 @@ inline constexpr DeviceClass deviceClasses[] = {
 inline constexpr std::span<const DeviceClass> adapterClasses = std::span(deviceClasses).last<2>();
 
 inline constexpr Term<Refusal> refusals[] = {
-    // reasons to read
+    // sentences for the journal and for yatsim
     {Refusal::none, ""},
     {Refusal::unknownDevice, "the machine has no such device"},
     {Refusal::wrongCode, "the code does not match the operation and the device"},

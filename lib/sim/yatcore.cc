@@ -14,8 +14,8 @@ namespace {
 
 using namespace sim;
 
-// For standard error when the interface is closed, or when it could not be opened, at the end of
-// the program: the screen is the terminal's again then.
+// Printed on standard error when the interface is closed or, if it could not be opened, at the end
+// of the program: newt has left the screen by then.
 struct Complaints {
     std::vector<std::string> lines;
 
@@ -80,9 +80,9 @@ bool allButZeroFail(int result)
     return result != 0;
 }
 
-// A call that looks, with the injection for it. One that fails touches nothing; one that succeeds
-// by its injection gives the text of that, or what an empty one stands for. give says what it
-// returns when it can't.
+// A call that only reads, with the injection for it. An injected failure leaves the caller's buffer
+// alone; an injected success has the injection's text, else the real one, else an empty one. give
+// puts a text into the buffer and returns what the call is to return.
 template <class Call, class Give>
 int answer(const Injected &injection, bool (*hasFailed)(int), Call call, Give give)
 {
@@ -169,7 +169,7 @@ int getSetting(int kind, int object, int index, int *value)
         [&] { return calls.get_setting(kind, object, index, value); }, givesNumber(value));
 }
 
-// What it gives is the reason of a no.
+// The value that it gives is the reason for a no.
 int ifSupport(yat_device *device, int code, int *detail)
 {
     const Injection injection = injectionFor("IfSupport").value_or(Injection());
@@ -212,7 +212,7 @@ int putSetting(int kind, int object, int index, int *value)
 
 // ---- Opening and closing
 
-// An object that refuses to open is unloaded at once; what it has to say is for later.
+// A library that refuses to open is unloaded at once, but prints its complaints later.
 void stayUntilTheEnd()
 {
     Dl_info info;
@@ -260,7 +260,7 @@ int closePlatform()
     return injection.value_or(Injection()).result.value_or(1);
 }
 
-// No exception leaves the platform: whatever a call ran out of makes it fail.
+// No exception leaves the platform: a call that throws fails.
 template <auto call, auto failure> struct Guarded;
 template <class Result, class... Arguments, Result (*call)(Arguments...), auto failure>
 struct Guarded<call, failure> {

@@ -48,7 +48,7 @@ void setSelectedType(DeviceWindow &window, const Button &button)
     }
     if (!confirm(window, text("QUERYWIN_CHANGEMTBFTYPE_ID")))
         return;
-    // Written are other values than read: 0 for what is read as 2.
+    // The values written differ from those read: what is read as 2 is written as 0.
     const newtComponent *radios = window.parts + window.kind.mtbfType->firstRadio;
     const newtComponent selected = newtRadioGetCurrent(radios[0]);
     carryOut(window, button, selected == radios[0] ? "0" : selected == radios[1] ? "1" : "2");

@@ -50,8 +50,8 @@ void handle(int signal, void (*handler)(int, siginfo_t *, void *))
         sigaction(signal, &former[signal], nullptr); // as nohup does
 }
 
-// What is written beyond a limit for files fails, which is told where it matters. A child that
-// the program starts does not inherit this.
+// Writing beyond the limit for file sizes then fails, which is reported where it matters, instead
+// of ending the program. Children do not inherit this.
 void goOn(int, siginfo_t *, void *) {}
 
 bool isHandled(int signal)

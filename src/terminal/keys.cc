@@ -46,8 +46,8 @@ unsigned int getKeyOfSlang()
     return original();
 }
 
-// How long the next byte of a sequence may take, and so how long an Esc is waited with that is
-// one by itself: ESCDELAY as elsewhere, in milliseconds.
+// How long to wait for the next byte of a sequence, and so how long a lone Esc takes to act:
+// ESCDELAY as elsewhere, in milliseconds.
 Milliseconds escapeDelay()
 {
     constexpr int usual = 1000, longest = 10000;

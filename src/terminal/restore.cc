@@ -65,8 +65,8 @@ Sequence capabilities(std::initializer_list<const char *> names)
     return result;
 }
 
-// Has the terminal mark what is pasted, or no longer, which terminfo does not tell of. Those that
-// have no such thing pass over it when they have sequences of that kind.
+// Has the terminal mark what is pasted, or stop doing so. terminfo has no entry for this; terminals
+// with ANSI sequences ignore it if they can't.
 void appendMarking(Sequence &sequence, bool wanted)
 {
     if (capability("cl").starts_with("\x1b["))

@@ -194,7 +194,7 @@ std::string toString(const CLI::App &app, const CLI::ParseError &problem)
     return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + list(known);
 }
 
-// Arguments come in the encoding of the locale; one that doesn't would be another one here.
+// Arguments come in the encoding of the locale; one that doesn't would be misread.
 void toUtf8(std::string &argument)
 {
     if (!yat::isDisplayable(argument.c_str()))

@@ -56,7 +56,7 @@ std::string mtbfText(const Device &device)
     return mean ? hoursText(*mean) : "-";
 }
 
-// Since when a device is in its state; that of an adapter may be its module's.
+// When the device's state began; an adapter may have its state from its module.
 Time stateSince(const Machine &machine, const Device &device)
 {
     const Device *carrier = carrierOf(machine, device);
@@ -73,10 +73,10 @@ size_t columns(const std::string &text)
 
 using Row = std::vector<std::string>;
 
-// Prints rows with their columns below one another; the texts are in UTF-8.
-// What is wider stands out of its own row only.
+// A wider cell shifts the rest of its own row only.
 constexpr size_t widestColumn = 60;
 
+// Prints rows in aligned columns.
 void printTable(const std::vector<Row> &utf8)
 {
     std::vector<Row> rows = utf8;

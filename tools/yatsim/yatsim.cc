@@ -18,7 +18,7 @@ void print(const std::string &problem)
         fprintf(stderr, "yatsim: %s\n", yat::toDisplay(yat::printable(line)).c_str());
 }
 
-// What was done has to be told, too.
+// A report that could not be written is a failure.
 void finishOutput()
 {
     if (fflush(stdout) != 0 || ferror(stdout))
