@@ -20,7 +20,10 @@ constexpr char traceSource[] = "ft";
 const yat_platform *loadedPlatform;
 
 struct Unload {
-    void operator()(void *handle) const { dlclose(handle); }
+    void operator()(void *handle) const
+    {
+        dlclose(handle);
+    }
 };
 using Library = std::unique_ptr<void, Unload>;
 
@@ -112,9 +115,8 @@ int call_yat_is_ft(int reserved)
 
 int StatusChange(int kind, int number, int code, char *text)
 {
-    return text && yat_ft_func.status_change
-               ? yat_ft_func.status_change(kind, number, code, text)
-               : -1;
+    return text && yat_ft_func.status_change ? yat_ft_func.status_change(kind, number, code, text)
+                                             : -1;
 }
 
 int IfSupport(yat_device *device, int code, int *detail)
@@ -149,9 +151,8 @@ int BurnFirmware(yat_device *device, int code, const char *mode)
 
 int GetBBDriverSettings(int kind, int object, int index, int *value)
 {
-    return value && yat_ft_func.get_setting
-               ? yat_ft_func.get_setting(kind, object, index, value)
-               : 0;
+    return value && yat_ft_func.get_setting ? yat_ft_func.get_setting(kind, object, index, value)
+                                            : 0;
 }
 
 int PutBBDriverSettings(int kind, int object, int index, int *value)

@@ -47,7 +47,10 @@ public:
     }
 
 private:
-    bool exists() const { return descriptor != reinterpret_cast<iconv_t>(-1); }
+    bool exists() const
+    {
+        return descriptor != reinterpret_cast<iconv_t>(-1);
+    }
     iconv_t descriptor;
 };
 

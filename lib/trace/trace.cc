@@ -83,7 +83,8 @@ void closeFile(Log &log)
 bool openFile(Log &log)
 {
     closeFile(log);
-    log.file = open(log.path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW
+    log.file = open(log.path.c_str(),
+                    O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW
                         | O_NONBLOCK, // or a FIFO of this name would hold the program up
                     0640);
     struct stat status;
@@ -125,8 +126,8 @@ bool followFile(Log &log, const Moment &now)
         return log.file >= 0;
     log.looked = now;
     struct stat status;
-    const bool isOurs = log.file >= 0 && stat(log.path.c_str(), &status) == 0
-                        && status.st_ino == log.inode;
+    const bool isOurs =
+        log.file >= 0 && stat(log.path.c_str(), &status) == 0 && status.st_ino == log.inode;
     if (isOurs)
         log.size = status.st_size;
     else if (!openFile(log))
@@ -168,8 +169,8 @@ void appendEscape(Record &record, char character)
 size_t printableLength(std::string_view text)
 {
     const size_t length = yat::utf8Length(text);
-    const bool isControl = text.starts_with('\xC2') && length == 2
-                           && static_cast<unsigned char>(text[1]) < 0xA0;
+    const bool isControl =
+        text.starts_with('\xC2') && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0;
     return length < 2 || isControl ? 0 : length;
 }
 
@@ -255,8 +256,8 @@ try {
         return 0;
     traceLog.path = state + "/log/" + name + ".log";
     traceLog.limit = (megabytes ? megabytes : defaultMegabytes) * off_t{1024 * 1024};
-    traceLog.generations = generations ? std::min(generations, mostGenerations)
-                                       : defaultGenerations;
+    traceLog.generations =
+        generations ? std::min(generations, mostGenerations) : defaultGenerations;
     if (openFile(traceLog))
         return 1;
     traceLog = {};
@@ -266,8 +267,7 @@ try {
     return 0;
 }
 
-int TraceLog(int level, const char *source, const char *function, int line, const char *format,
-             ...)
+int TraceLog(int level, const char *source, const char *function, int line, const char *format, ...)
 try {
     if (traceLog.path.empty() || !source || !function || !format)
         return 0;

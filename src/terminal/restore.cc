@@ -18,7 +18,7 @@ struct Sequence {
     char bytes[256];
     size_t length;
 };
-Sequence restoring; // leaves the screen
+Sequence restoring;           // leaves the screen
 Sequence entering, preparing; // the screen, and what newt has on there
 Sequence marking, unmarking;
 Sequence initialising; // undoes what a program may have left set

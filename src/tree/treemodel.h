@@ -71,7 +71,10 @@ struct Walk {
         Item *const *at, *const *end; // in the leaf
         int before;                   // items in the leaves before
 
-        int position() const { return before + static_cast<int>(at - leaf->items.data()); }
+        int position() const
+        {
+            return before + static_cast<int>(at - leaf->items.data());
+        }
     };
     std::vector<Place> places;
     Item *item = nullptr; // null past the last one
