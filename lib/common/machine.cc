@@ -34,7 +34,12 @@ ConfiguredMachine configuredMachine()
         wanted && *wanted ? wanted : machineNamedIn(configurationDirectory() + "/yatkit.toml");
     if (!name.empty())
         machine.name = name;
-    machine.isHardware = machine.name == "hardware";
+    machine.isMakers = machine.name.ends_with(".so");
+    machine.isHardware = machine.name == "hardware" || machine.isMakers;
+    machine.platform =
+        machine.isMakers
+            ? machine.name
+            : productRoot() + "/lib/" + (machine.isHardware ? "yathost.dll" : "yatcore.dll");
     machine.isPath = machine.name.find('/') != std::string::npos;
     machine.descriptionFile =
         machine.isPath ? machine.name : productRoot() + "/data/machines/" + machine.name + ".toml";

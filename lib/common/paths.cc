@@ -1,5 +1,7 @@
 #include "common/paths.h"
 
+#include "common/problem.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -63,6 +65,27 @@ std::string productRoot()
 std::string configurationDirectory()
 {
     return companionDirectory("/etc", "/etc");
+}
+
+std::string fileOfRoot(const std::string &file)
+{
+    const auto refuse = [&](const std::string &why) {
+        throw Problem(file + " can't be used: " + why);
+    };
+    char path[PATH_MAX];
+    if (!file.starts_with('/'))
+        refuse("its path must begin with '/'");
+    if (!realpath(file.c_str(), path))
+        refuse(reason(errno));
+    for (std::string part = path;; part = parent(part)) {
+        struct stat status;
+        if (stat(part.c_str(), &status) != 0)
+            refuse(reason(errno));
+        if (status.st_uid != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+            refuse("others than root can write to " + part);
+        if (part == "/")
+            return path;
+    }
 }
 
 bool makeWritableDirectory(const std::string &path)

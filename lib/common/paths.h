@@ -19,6 +19,10 @@ std::string configurationDirectory();
 // can be.
 std::string stateDirectory();
 
+// The file with symbolic links resolved, when only root can write to it and to the directories
+// above it. Throws Problem, "FILE can't be used: REASON", for any other.
+std::string fileOfRoot(const std::string &file);
+
 // Makes a directory and those above it. False when it is not there afterwards or cannot be
 // written to; errno says why.
 bool makeWritableDirectory(const std::string &path);

@@ -1,6 +1,7 @@
 // The platform behind its table: loading it, and the calls that go through it.
 #include "yat/ft.h"
 
+#include "common/machine.h"
 #include "common/paths.h"
 #include "common/problem.h"
 #include "common/trace.h"
@@ -26,6 +27,18 @@ struct Unload {
     }
 };
 using Library = std::unique_ptr<void, Unload>;
+
+// The library that answers for the configured machine. A mistake in the configuration is told by
+// that of the simulated one, which refuses to open then.
+std::string platformLibrary()
+{
+    yat::ConfiguredMachine machine{.platform = yat::productRoot() + "/lib/yatcore.dll"};
+    try {
+        machine = yat::configuredMachine();
+    } catch (const yat::Problem &) {
+    }
+    return machine.isMakers ? yat::fileOfRoot(machine.platform) : machine.platform;
+}
 
 Library load(const std::string &path)
 {
@@ -72,7 +85,7 @@ int ft_FunctionInit(void)
 try {
     if (loadedPlatform)
         return 1;
-    const std::string path = yat::productRoot() + "/lib/yatcore.dll";
+    const std::string path = platformLibrary();
     Library library = load(path);
     const yat_platform &platform = platformOf(library, path);
     const int opened = platform.open();

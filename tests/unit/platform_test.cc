@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -12,12 +13,12 @@ namespace {
 // A product root of its own, with a copy of the library that loads its platform from there.
 class Root {
 public:
-    explicit Root(const std::string &platform)
+    explicit Root(const std::string &platform, const std::string &name = "yatcore.dll")
     {
         fs::create_directories(directory.path / "lib");
         fs::copy_file(STAGE "/lib/libyat.so", directory.path / "lib/libyat.so");
         if (!platform.empty())
-            fs::copy_file(platform, directory.path / "lib/yatcore.dll");
+            fs::copy_file(platform, directory.path / "lib" / name);
         setenv("YAT_STATE_DIR", (directory.path / "state").c_str(), 1);
         library = dlopen((directory.path / "lib/libyat.so").c_str(), RTLD_NOW | RTLD_LOCAL);
         call<int(int, const char *, int, int, int)>("TraceLogInit")(0, "trace", 0, 0, 0);
@@ -28,6 +29,14 @@ public:
         unsetenv("YAT_STATE_DIR");
     }
 
+    void configure(const std::string &machine)
+    {
+        writeFile(directory.path / "etc/yatkit.toml", "machine = '" + machine + "'\n");
+    }
+    int init()
+    {
+        return call<decltype(ft_FunctionInit)>("ft_FunctionInit")();
+    }
     template <class Function> Function *call(const char *name)
     {
         return reinterpret_cast<Function *>(dlsym(library, name));
@@ -122,4 +131,46 @@ TEST(Platform, IsOpenedOnceAndReleasedOnce)
     EXPECT_EQ(release(), 0);
     EXPECT_EQ(init(), 1); // and again
     EXPECT_EQ(release(), 1);
+}
+
+TEST(Platform, OfTheHardwareIsAnother)
+{
+    Root root(PLATFORMS "/platform_good.dll", "yathost.dll");
+    EXPECT_EQ(root.init(), 0);
+    root.configure("hardware");
+    EXPECT_EQ(root.init(), 1);
+}
+
+TEST(Platform, OfAMakerIsNamedByItsPath)
+{
+    Root root(PLATFORMS "/platform_good.dll");
+    const auto refusalOf = [&](const fs::path &path) {
+        root.configure(path);
+        EXPECT_EQ(root.init(), 0);
+        EXPECT_TRUE(isEmpty(root.functions()));
+        return linesOf(root.trace()).back();
+    };
+    const auto expectRefusal = [&](const fs::path &path, const std::string &why) {
+        const std::string line = refusalOf(path);
+        EXPECT_TRUE(line.ends_with(" " + path.string() + " can't be used: " + why)) << line;
+    };
+    expectRefusal("platform.so", "its path must begin with '/'");
+    expectRefusal("/no/such/platform.so", "No such file or directory");
+
+    const fs::path own = root.directory.path / "own.so";
+    fs::copy_file(PLATFORMS "/platform_good.dll", own);
+    fs::permissions(own, fs::perms::others_write, fs::perm_options::add);
+    expectRefusal(own, "others than root can write to " + own.string());
+    fs::permissions(own, fs::perms::others_write, fs::perm_options::remove);
+    fs::permissions(root.directory.path, fs::perms::others_write, fs::perm_options::add);
+    if (geteuid() == 0) // else it is the file already that root doesn't own
+        expectRefusal(own, "others than root can write to " + root.directory.path.string());
+
+    // A library of the system lies where nobody but root writes, and so is looked at.
+    Dl_info system;
+    ASSERT_NE(dladdr(reinterpret_cast<void *>(getenv), &system), 0);
+    const fs::path link = root.directory.path / "link.so";
+    fs::create_symlink(system.dli_fname, link);
+    const std::string line = refusalOf(link);
+    EXPECT_TRUE(line.ends_with("is not a usable platform: it has no symbol YatPlatform")) << line;
 }

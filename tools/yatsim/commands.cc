@@ -20,8 +20,9 @@ Store simulatedStore()
 {
     const yat::ConfiguredMachine machine = yat::configuredMachine();
     if (machine.isHardware)
-        throw yat::Problem("the configuration names \"hardware\", which is not simulated; choose a "
-                           "machine with --machine or YAT_MACHINE");
+        throw yat::Problem("the configuration names \"" + machine.name
+                           + "\", which is not simulated; choose a machine with --machine or "
+                             "YAT_MACHINE");
     return configuredStore(machine);
 }
 
