@@ -150,10 +150,22 @@ std::string nameOfPath(const std::string &path)
     return whole.stem().string() + "-" + digits;
 }
 
+// A file's name alone is taken for that of a machine of the product's.
+void refuseBareFileName(const yat::ConfiguredMachine &machine)
+{
+    std::error_code error;
+    if (!machine.isPath && !std::filesystem::exists(machine.descriptionFile, error)
+        && (machine.name.ends_with(".toml") || std::filesystem::exists(machine.name, error)))
+        throw yat::Problem("there is no machine '" + yat::fromDisplay(machine.name)
+                           + "' in data/machines; for the file of that name, write './"
+                           + yat::fromDisplay(machine.name) + "'");
+}
+
 } // namespace
 
 Store configuredStore(const yat::ConfiguredMachine &machine)
 {
+    refuseBareFileName(machine);
     if (const std::string mistake = scaleMistake(); !mistake.empty())
         throw yat::Problem(mistake);
     // Another directory would have another machine in it.

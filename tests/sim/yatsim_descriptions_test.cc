@@ -111,3 +111,19 @@ TEST_F(Yatsim, KnowsTheDescriptionThatAMachineWasMadeFrom)
     EXPECT_EQ(asJson("--machine ./own.toml journal")[0].at("argument"), file);
     std::filesystem::current_path(before);
 }
+
+TEST_F(Yatsim, ProposesASlashForADescriptionWithoutOne)
+{
+    write("own.toml", shipped("ALDER"));
+    write("own", shipped("ALDER"));
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(sandbox.directory());
+    for (const std::string name : {"own.toml", "own", "not-here.toml"})
+        expectRefusal("--machine " + name + " list",
+                      "there is no machine '" + name
+                          + "' in data/machines; for the file of that name, write './" + name
+                          + "'");
+    write("ALDER", "");
+    steer("--machine ALDER list");
+    std::filesystem::current_path(before);
+}
