@@ -32,7 +32,8 @@ YAT_API extern char ReadString[1024];
  * there is no regular file of that name below 2 GiB that can be read.
  *
  * The size is also remembered, as a bound for CPGetText: a catalogue that lacks its
- * end line is searched no further than the file last opened was long.
+ * end line is searched no further than the file last opened was long. The trace log
+ * tells which file it was, and the product's version.
  */
 YAT_API FILE *OpenStrFile(const char *path, int *size);
 

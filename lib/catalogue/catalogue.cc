@@ -6,6 +6,8 @@
 #include "yat/text.h"
 
 #include "common/paths.h"
+#include "common/trace.h"
+#include "common/version.h"
 #include "text/encoding.h"
 
 #include <algorithm>
@@ -20,6 +22,8 @@ char *YAT_RcFileBuf;
 char ReadString[1024];
 
 namespace {
+
+constexpr char traceSource[] = "catalogue";
 
 constexpr std::string_view endLine = "%end";
 
@@ -97,8 +101,11 @@ try {
         fclose(file);
         file = nullptr;
     }
-    if (file)
+    if (file) {
         *size = openedSize = static_cast<int>(status.st_size);
+        TRACE(YAT_TRACE_PROGRESS, "mrvutil %s, texts of %s%s", yat::productVersion, root.c_str(),
+              path);
+    }
     return file;
 } catch (const std::exception &) {
     return nullptr;

@@ -85,6 +85,20 @@ TEST(CommandLine, DumpModePrintsTheDeviceData)
                   "freeslanglib()"}));
 }
 
+// The command line has no room for a question.
+TEST(CommandLine, TheTraceTellsTheVersionOfEachProgram)
+{
+    for (const char *program : {"mrvutil", "mrvgeneral", "mrvfirmware"}) {
+        Workspace workspace({.program = program, .arguments = {"-debug"}});
+        runPlain(workspace);
+        const std::vector<std::string> told = workspace.trace("catalogue");
+        ASSERT_EQ(told.size(), 1u) << program;
+        EXPECT_TRUE(told[0].starts_with("0 OpenStrFile mrvutil " PRODUCT_VERSION ", texts of /")
+                    && told[0].ends_with("/data/E_mrvutil.rc"))
+            << told[0];
+    }
+}
+
 TEST(CommandLine, DumpModePrintsAlsoWhenThereAreNoData)
 {
     Workspace workspace({.arguments = {"-debug"}, .script = "CreateTreeViewData 0"});

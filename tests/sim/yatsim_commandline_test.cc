@@ -39,6 +39,11 @@ TEST_F(Yatsim, HelpNamesEverySubcommand)
     EXPECT_FALSE(exists(sandbox.stateFile())); // whoever reads it makes no machine
 }
 
+TEST_F(Yatsim, TellsItsVersion)
+{
+    EXPECT_EQ(steer("--version"), "yatsim of mrvutil " PRODUCT_VERSION "\n");
+}
+
 TEST_F(Yatsim, HelpOfASubcommandSaysWhatItTakes)
 {
     const std::map<std::string, std::vector<std::string>> taken = {

@@ -1,6 +1,7 @@
 #include "yatsim/commandline.h"
 
 #include "common/problem.h"
+#include "common/version.h"
 #include "sim/setkeys.h"
 #include "text/encoding.h"
 #include "yatsim/commands.h"
@@ -178,6 +179,16 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
     app.footer(command.more);
 }
 
+// The help of a subcommand has the options that it shares with the others, too.
+struct CompleteHelp : CLI::Formatter {
+    std::string make_subcommands(const CLI::App *app, CLI::AppFormatMode mode) const override
+    {
+        const CLI::App *parent = app->get_parent();
+        return parent ? make_group("Of every subcommand", false, {parent->get_option("--machine")})
+                      : Formatter::make_subcommands(app, mode);
+    }
+};
+
 // What is wrong with the command line.
 std::string toString(const CLI::App &app, const CLI::ParseError &problem)
 {
@@ -218,12 +229,15 @@ std::optional<Request> parseCommandLine(int argc, char **argv)
 {
     Request request;
     CLI::App app(about, "yatsim");
+    app.formatter(std::make_shared<CompleteHelp>());
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--machine", request.machine,
                    "The machine to use: its name, or the path of a description")
         ->type_name("NAME")
         ->check(emptiness);
+    app.set_version_flag("--version", std::string("yatsim of mrvutil ") + yat::productVersion,
+                         "Print the version of the product and exit");
     for (const Command &command : commands()) {
         CLI::App *each = app.add_subcommand(command.name, command.help);
         addOptions(*each, request, command);
@@ -234,6 +248,9 @@ std::optional<Request> parseCommandLine(int argc, char **argv)
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp &) {
         printf("%s", app.help().c_str());
+        return {};
+    } catch (const CLI::CallForVersion &version) {
+        printf("%s\n", version.what());
         return {};
     } catch (const CLI::ParseError &problem) {
         throw yat::Problem(toString(app, problem));

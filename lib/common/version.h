@@ -1,0 +1,8 @@
+// Which version of the product this is: CMakeLists.txt has it.
+#pragma once
+
+namespace yat {
+
+extern const char productVersion[];
+
+} // namespace yat
