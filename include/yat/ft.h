@@ -97,7 +97,7 @@ static_assert(offsetof(struct yat_ft_functions, Linux_ConvertDataToInt) == 72,
  * yat_ft_func. Returns what the platform says, 1 as a rule and never 0; 1 when the
  * interface is open already; 0 when there is no such object, when it is not a platform,
  * when its table has gaps, or when it refuses: then yat_ft_func is empty and the reason is
- * in the trace log. */
+ * in the trace log, and printed on standard error at the end of the program. */
 YAT_API int ft_FunctionInit(void);
 
 /* Closes the interface: empties yat_ft_func and unloads the platform. Returns what the

@@ -20,8 +20,9 @@ struct yat_platform {
     uint32_t magic;   /* YAT_PLATFORM_MAGIC */
     uint32_t version; /* YAT_PLATFORM_VERSION */
     uint64_t size;    /* sizeof(struct yat_platform) */
-    /* Called once after loading; 0 refuses to open, having undone whatever it did, any other
-     * value is what ft_FunctionInit returns. Called with the interface closed, so it must not
+    /* Called once after loading; 0 refuses to open, having undone whatever it did and traced
+     * the reason at level 1, which the user is told; any other value is what ft_FunctionInit
+     * returns. Called with the interface closed, so it must not
      * use the calls of yat/ft.h. */
     int (*open)(void);
     /* Called once before unloading, which happens whatever it returns; ft_FunctionRelease

@@ -29,7 +29,9 @@ YAT_API extern char ReadString[1024];
  *
  * Returns a stream for reading that the caller closes, or null, with size
  * untouched, when an argument is null, the path leads out of the product root, or
- * there is no regular file of that name below 2 GiB that can be read.
+ * there is no regular file of that name below 2 GiB that can be read. What is wrong with
+ * the file, also that it is empty or lacks a text that is looked up, is printed on
+ * standard error at the end of the program.
  *
  * The size is also remembered, as a bound for CPGetText: a catalogue that lacks its
  * end line is searched no further than the file last opened was long. The trace log

@@ -5,12 +5,15 @@
 // end line got lost it stops at the size that the file had when it was opened.
 #include "yat/text.h"
 
+#include "common/complaints.h"
 #include "common/paths.h"
+#include "common/problem.h"
 #include "common/trace.h"
 #include "common/version.h"
 #include "text/encoding.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <exception>
@@ -28,6 +31,16 @@ constexpr char traceSource[] = "catalogue";
 constexpr std::string_view endLine = "%end";
 
 int openedSize = -1; // of the file last opened, -1 for none
+char openedName[PATH_MAX];
+
+// Says what is wrong with the file of the texts, once: without one, whatever is looked up is empty.
+void complainOfTexts(const std::string &what)
+{
+    static bool hasComplained;
+    if (!hasComplained)
+        yat::complain(yat::fromDisplay(openedName) + what + "; install the product again");
+    hasComplained = true;
+}
 
 std::string_view nextLine(const char *&position, const char *end)
 {
@@ -93,19 +106,25 @@ try {
     const std::string root = yat::productRoot();
     if (root.empty())
         return nullptr;
-    FILE *file = fopen((root + path).c_str(), "re");
+    const std::string name = root + path;
+    openedName[name.copy(openedName, sizeof openedName - 1)] = '\0';
+    FILE *file = fopen(openedName, "re");
+    std::string fault = file ? "" : yat::reason(errno);
     struct stat status;
-    if (file
-        && (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)
-            || status.st_size > INT_MAX)) {
-        fclose(file);
-        file = nullptr;
+    if (file && (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)))
+        fault = "it is no regular file";
+    else if (file && status.st_size > INT_MAX)
+        fault = "it is too large";
+    if (!fault.empty()) {
+        complainOfTexts(" can't be read: " + fault);
+        if (file)
+            fclose(file);
+        return nullptr;
     }
-    if (file) {
-        *size = openedSize = static_cast<int>(status.st_size);
-        TRACE(YAT_TRACE_PROGRESS, "mrvutil %s, texts of %s%s", yat::productVersion, root.c_str(),
-              path);
-    }
+    *size = openedSize = static_cast<int>(status.st_size);
+    if (openedSize == 0)
+        complainOfTexts(" is empty");
+    TRACE(YAT_TRACE_PROGRESS, "mrvutil %s, texts of %s", yat::productVersion, openedName);
     return file;
 } catch (const std::exception &) {
     return nullptr;
@@ -120,7 +139,10 @@ char *CPGetText(const char *key, char (*work)[1024], char *catalogue)
     if (!key || !*key || !catalogue)
         return result;
     try {
-        const std::string text = yat::toDisplay(unquote(findQuoted(key, catalogue)));
+        const std::string_view quoted = findQuoted(key, catalogue);
+        if (quoted.empty() && openedSize >= 0)
+            complainOfTexts(std::string(" has no text for ") + key);
+        const std::string text = yat::toDisplay(unquote(quoted));
         const size_t length = yat::wholeCharacters(text, sizeof *work - 1);
         memcpy(result, text.data(), length);
         result[length] = '\0';

@@ -1,10 +1,13 @@
 // The platform behind its table: loading it, and the calls that go through it.
 #include "yat/ft.h"
 
+#include "common/complaints.h"
 #include "common/machine.h"
 #include "common/paths.h"
 #include "common/problem.h"
 #include "common/trace.h"
+#include "text/encoding.h"
+#include "trace/lasterror.h"
 #include "yat/platform.h"
 
 #include <dlfcn.h>
@@ -28,15 +31,10 @@ struct Unload {
 };
 using Library = std::unique_ptr<void, Unload>;
 
-// The library that answers for the configured machine. A mistake in the configuration is told by
-// that of the simulated one, which refuses to open then.
+// The library that answers for the configured machine.
 std::string platformLibrary()
 {
-    yat::ConfiguredMachine machine{.platform = yat::productRoot() + "/lib/yatcore.dll"};
-    try {
-        machine = yat::configuredMachine();
-    } catch (const yat::Problem &) {
-    }
+    const yat::ConfiguredMachine machine = yat::configuredMachine();
     return machine.isMakers ? yat::fileOfRoot(machine.platform) : machine.platform;
 }
 
@@ -44,7 +42,8 @@ Library load(const std::string &path)
 {
     Library library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!library)
-        throw yat::Problem(path + " can't be loaded: " + dlerror());
+        throw yat::Problem("the platform can't be loaded: " + yat::fromDisplay(dlerror())
+                           + "; install the product again");
     return library;
 }
 
@@ -57,9 +56,19 @@ bool isComplete(const yat_ft_functions &functions)
            && functions.get_setting && functions.put_setting;
 }
 
-yat::Problem unusable(const std::string &path, const char *why)
+yat::Problem unusable(const std::string &path, const std::string &why)
 {
-    return yat::Problem(path + " is not a usable platform: " + why);
+    return yat::Problem(yat::fromDisplay(path) + " is not a usable platform: " + why
+                        + "; install one made for this product");
+}
+
+// The reason is what it traced last, if anything.
+yat::Problem refusal(const std::string &path)
+{
+    const std::string why = yat::fromDisplay(yat::lastTracedError());
+    return yat::Problem(why.empty() ? yat::fromDisplay(path)
+                                          + " refuses to open, and the trace log has no reason"
+                                    : why);
 }
 
 // The table of the library from that path. Each of its fields is read only after the ones before
@@ -88,15 +97,17 @@ try {
     const std::string path = platformLibrary();
     Library library = load(path);
     const yat_platform &platform = platformOf(library, path);
+    yat::forgetTracedError();
     const int opened = platform.open();
     if (opened == 0)
-        throw unusable(path, "it refuses to open");
+        throw refusal(path);
     loadedPlatform = &platform;
     yat_ft_func = platform.functions;
     yat_ft_func.handle = library.release();
     return opened;
 } catch (const std::exception &problem) {
     TRACE(YAT_TRACE_ERROR, "%s", problem.what());
+    yat::complain(problem.what());
     return 0;
 }
 

@@ -1,48 +1,27 @@
 // The simulated machine as a platform, yatcore.dll: its calls, with injections around them.
+#include "common/complaints.h"
 #include "common/machine.h"
 #include "common/trace.h"
 #include "sim/calls.h"
-#include "text/encoding.h"
 #include "yat/platform.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <dlfcn.h>
-#include <sstream>
 
 namespace {
 
 using namespace sim;
 
-// Printed on standard error when the interface is closed or, if it could not be opened, at the end
-// of the program: newt has left the screen by then.
-struct Complaints {
-    std::vector<std::string> lines;
-
-    void tell()
-    {
-        for (const std::string &line : lines)
-            fprintf(stderr, "%s: %s\n", program_invocation_short_name,
-                    yat::toDisplay(line).c_str());
-        lines.clear();
-    }
-    ~Complaints()
-    {
-        tell();
-    }
-} complaints;
-
 constexpr char traceSource[] = "yatcore";
 
-// Puts what the user has to know into the trace log, once.
-void complain(const std::string &problem)
+// Has the user told, and puts it into the trace log, each line once.
+void complain(std::string_view problem) noexcept
 {
-    std::istringstream lines(problem);
-    for (std::string line; std::getline(lines, line);) {
-        if (std::ranges::find(complaints.lines, line) != complaints.lines.end())
-            continue;
-        complaints.lines.push_back(line);
-        TRACE(YAT_TRACE_ERROR, "%s", line.c_str());
+    while (!problem.empty()) {
+        const std::string_view line = problem.substr(0, problem.find('\n'));
+        if (yat::complain(line))
+            TRACE(YAT_TRACE_ERROR, "%.*s", static_cast<int>(line.size()), line.data());
+        problem.remove_prefix(std::min(line.size() + 1, problem.size()));
     }
 }
 
@@ -212,35 +191,15 @@ int putSetting(int kind, int object, int index, int *value)
 
 // ---- Opening and closing
 
-// A library that refuses to open is unloaded at once, but prints its complaints later.
-void stayUntilTheEnd()
-{
-    Dl_info info;
-    if (dladdr(&complaints, &info) && info.dli_fname)
-        dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
-}
-
-// The machine to simulate; nothing, with the reason told, when the configuration names none.
-std::optional<yat::ConfiguredMachine> machineToSimulate()
-try {
-    yat::ConfiguredMachine machine = yat::configuredMachine();
-    if (!machine.isHardware)
-        return machine;
-    TRACE(YAT_TRACE_ERROR,
-          "this yatcore.dll simulates a machine, but the configuration asks for the real one");
-    return {};
-} catch (const yat::Problem &mistake) {
-    complain(mistake.what());
-    stayUntilTheEnd();
-    return {};
-}
-
 int openPlatform()
 try {
-    const auto machine = machineToSimulate();
-    if (!machine)
+    const yat::ConfiguredMachine machine = yat::configuredMachine();
+    if (machine.isHardware) {
+        TRACE(YAT_TRACE_ERROR, "this platform only simulates machines, and can't take the place of "
+                               "another one");
         return 0;
-    openStoreOf(*machine);
+    }
+    openStoreOf(machine);
     const int result = injectionFor("ft_FunctionInit").value_or(Injection()).result.value_or(1);
     if (result == 0)
         closeStore();
@@ -255,7 +214,7 @@ try {
 int closePlatform()
 {
     const Injected injection = injectionIfAny("ft_FunctionRelease");
-    complaints.tell();
+    yat::tellComplaints();
     closeStore();
     return injection.value_or(Injection()).result.value_or(1);
 }

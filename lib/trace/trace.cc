@@ -11,6 +11,7 @@
 
 #include "common/paths.h"
 #include "text/utf8.h"
+#include "trace/lasterror.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -61,6 +62,8 @@ struct Log {
     char secondText[32];
 };
 Log traceLog;
+
+char lastError[1024];
 
 pid_t process; // 0: not asked yet
 
@@ -245,6 +248,16 @@ bool isLogName(const char *name)
 
 } // namespace
 
+const char *yat::lastTracedError()
+{
+    return lastError;
+}
+
+void yat::forgetTracedError()
+{
+    lastError[0] = '\0';
+}
+
 int TraceLogInit(int reserved1, const char *name, int reserved2, int megabytes, int generations)
 try {
     closeFile(traceLog);
@@ -269,7 +282,7 @@ try {
 
 int TraceLog(int level, const char *source, const char *function, int line, const char *format, ...)
 try {
-    if (traceLog.path.empty() || !source || !function || !format)
+    if (!source || !function || !format)
         return 0;
     const int savedErrno = errno;
     char text[4096];
@@ -277,6 +290,10 @@ try {
     va_start(arguments, format);
     const int length = vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
+    if (level == YAT_TRACE_ERROR && length > 0)
+        lastError[std::string_view(text).copy(lastError, sizeof lastError - 1)] = '\0';
+    if (traceLog.path.empty())
+        return 0;
 
     const Moment now = currentMoment();
     bool written = false;

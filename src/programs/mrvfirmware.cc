@@ -15,7 +15,7 @@ int showFirmware()
     }
     char revision[6];
     if (Get_BMC_FWRevision(revision) == 0) {
-        fprintf(stderr, "the firmware revision cannot be read; the trace log says why\n");
+        say("the firmware revision cannot be read; the trace log says why");
         return 0;
     }
     printf("%s\n", revision);
@@ -24,4 +24,9 @@ int showFirmware()
 
 } // namespace
 
-const Program program = {.run = showFirmware, .failure = nullptr, .alwaysReleases = false};
+const Program program = {
+    .run = showFirmware,
+    .failure = nullptr,
+    .data = "the firmware revision",
+    .alwaysReleases = false,
+};

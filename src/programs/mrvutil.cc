@@ -5,5 +5,6 @@
 const Program program = {
     .run = EditParameter,
     .failure = "EditParameter failed,can't get data from lib.",
+    .data = "the device data",
     .alwaysReleases = true,
 };

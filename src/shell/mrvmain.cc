@@ -15,6 +15,7 @@
 #include "yat/ft.h"
 #include "yat/winshim.h"
 
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -125,14 +126,14 @@ static void tearDown()
 }
 
 // Sets the screen up; false, with the reason on standard error, when that can't be done.
-static bool startScreen(const char *program, bool silencesConsole)
+static bool startScreen(bool silencesConsole)
 {
-    std::string fault = terminalFault();
+    std::string fault = terminalFault(program.data);
     if (const char *difference = fault.empty() ? componentFault() : nullptr)
         fault = std::string("the installed newt lays its components out differently (") + difference
                 + "); install newt 0.52.9 or a later 0.52";
     if (!fault.empty()) {
-        fprintf(stderr, "%s: %s\n", program, fault.c_str());
+        say(fault.c_str());
         TRACE_AS(YAT_TRACE_ERROR, "main", "No screen: %s.", fault.c_str());
         return false;
     }
@@ -193,6 +194,20 @@ static bool loadScreenLibraries()
     return true;
 }
 
+// What could not be printed is a failure.
+static bool hasPrinted()
+{
+    const bool isFlushed = fflush(stdout) == 0;
+    if (isFlushed && !ferror(stdout))
+        return true;
+    std::string fault = "standard output can't be written";
+    if (!isFlushed)
+        fault += std::string(": ") + strerrordesc_np(errno);
+    say(fault.c_str());
+    TRACE_AS(YAT_TRACE_ERROR, "main", "%s.", fault.c_str());
+    return false;
+}
+
 int main(int argc, char **argv)
 {
     TraceLogInit(0, "YATmrvutil", 0, 5, 0);
@@ -224,11 +239,13 @@ int main(int argc, char **argv)
         return 0;
 
     int status = 0;
-    if (debug_flag || startScreen(argv[0], kernelLogOff)) {
+    if (debug_flag || startScreen(kernelLogOff)) {
         status = program.run();
         if (status == 0 && program.failure)
             TRACE_ERROR("%s", program.failure);
     }
+    if (debug_flag && !hasPrinted())
+        status = 0;
     tearDown();
     return status;
 }

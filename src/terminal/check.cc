@@ -11,12 +11,12 @@ constexpr int fewestRows = 12;
 
 } // namespace
 
-std::string terminalFault()
+std::string terminalFault(const std::string &data)
 {
     if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO))
         return std::string("standard ") + (isatty(STDIN_FILENO) ? "output" : "input")
-               + " is not a terminal; run the program in a terminal, or with -debug to print the "
-                 "device data";
+               + " is not a terminal; run the program in a terminal, or with -debug to print "
+               + data;
     const char *type = getenv("TERM");
     if (!type || !*type)
         return "TERM is not set; set it to the type of this terminal";

@@ -3,5 +3,6 @@
 
 #include <string>
 
-// Why newt can't draw on this terminal, and what to do; empty when it can.
-std::string terminalFault();
+// Why newt can't draw on this terminal, and what to do; empty when it can. Without a screen the
+// program can still print its data.
+std::string terminalFault(const std::string &data);

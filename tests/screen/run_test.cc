@@ -25,7 +25,7 @@ void expectRefusal(const RunOptions &options, const std::string &reason,
     const Finished run = runPlain(workspace, streams);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "");
-    EXPECT_EQ(run.errors, workspace.command()[0] + ": " + reason + "\n");
+    EXPECT_EQ(run.errors, options.program + ": " + reason + "\n");
     expectInOrder(workspace.trace(), {"1 main No screen: " + reason + ".", "0 main <"});
 }
 
@@ -33,8 +33,7 @@ void expectRefusalInTerminal(const RunOptions &options, const std::string &reaso
 {
     Session session(options);
     session.expectExit(0);
-    EXPECT_EQ(session.terminal().output(),
-              session.files().command()[0] + ": " + reason + "\r\n");
+    EXPECT_EQ(session.terminal().output(), "mrvutil: " + reason + "\r\n");
     expectInOrder(session.trace(), {"1 main No screen: " + reason + ".", "0 main <"});
     // The start-up went its way until the screen, and was undone in order.
     expectInOrder(session.calls(), {"OpenStrFile*", "initnewtlib*", "initslanglib*",
@@ -107,6 +106,19 @@ TEST(CommandLine, DumpModePrintsAlsoWhenThereAreNoData)
     EXPECT_TRUE(run.output.ends_with("ChildName:\n"));
 }
 
+TEST(CommandLine, DumpModeFailsWhenItCannotPrint)
+{
+    for (const char *program : {"mrvutil", "mrvgeneral", "mrvfirmware"}) {
+        Workspace workspace({.program = program, .arguments = {"-debug"}});
+        const Finished run = runPlain(workspace, {.output = "/dev/full"});
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.errors,
+                  std::string(program)
+                      + ": standard output can't be written: No space left on device\n");
+        expectInOrder(workspace.trace(), {"1 main standard output can't be written*", "0 main <"});
+    }
+}
+
 TEST(CommandLine, DumpModeShowsOddRecords)
 {
     Workspace workspace({.arguments = {"-debug"},
@@ -164,12 +176,16 @@ TEST(Terminal, IsLeftAsItWasFound)
 
 TEST(Terminal, IsNeeded)
 {
-    expectRefusal({}, "standard input is not a terminal; run the program in a terminal, or with -debug to "
-                      "print the device data");
-    expectRefusal({}, "standard input is not a terminal; run the program in a terminal, or with -debug to "
-                      "print the device data", {.outputIsTerminal = true});
-    expectRefusal({}, "standard output is not a terminal; run the program in a terminal, or with -debug to "
-                      "print the device data", {.inputIsTerminal = true});
+    const auto reason = [](const std::string &stream, const std::string &data) {
+        return "standard " + stream
+               + " is not a terminal; run the program in a terminal, or with -debug to print "
+               + data;
+    };
+    expectRefusal({}, reason("input", "the device data"));
+    expectRefusal({}, reason("input", "the device data"), {.outputIsTerminal = true});
+    expectRefusal({}, reason("output", "the device data"), {.inputIsTerminal = true});
+    expectRefusal({.program = "mrvgeneral"}, reason("input", "the settings of the server"));
+    expectRefusal({.program = "mrvfirmware"}, reason("input", "the firmware revision"));
 }
 
 TEST(Terminal, HasToBeKnown)

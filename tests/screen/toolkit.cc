@@ -229,4 +229,5 @@ int runProgram()
 
 } // namespace
 
-const Program program = {.run = runProgram, .failure = nullptr, .alwaysReleases = false};
+const Program program = {
+    .run = runProgram, .failure = nullptr, .data = "", .alwaysReleases = false};

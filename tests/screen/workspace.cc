@@ -113,6 +113,8 @@ Finished runPlain(const Workspace &workspace, const PlainStreams &streams)
                       STDIN_FILENO);
                  if (streams.outputIsTerminal)
                      dup2(replica, STDOUT_FILENO);
+                 if (!streams.output.empty())
+                     dup2(open(streams.output.c_str(), O_WRONLY), STDOUT_FILENO);
              }});
     for (const int descriptor : {controller, replica})
         if (descriptor >= 0)

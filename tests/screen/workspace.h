@@ -63,6 +63,7 @@ void expectInOrder(const std::vector<std::string> &records, const std::vector<st
 // A run without a terminal, to its end or to the deadline.
 struct PlainStreams {
     std::string input = "/dev/null";
+    std::string output{}; // empty: it is gathered
     bool inputIsTerminal = false, outputIsTerminal = false;
 };
 Finished runPlain(const Workspace &workspace, const PlainStreams &streams = {});

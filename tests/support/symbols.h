@@ -1,4 +1,4 @@
-// What a shared object defines for others.
+// What a shared object defines for others, and what it wants of them.
 #pragma once
 
 #include <filesystem>
@@ -11,3 +11,5 @@ struct Symbol {
 };
 
 std::vector<Symbol> definedSymbols(const std::filesystem::path &object);
+
+std::vector<Symbol> undefinedSymbols(const std::filesystem::path &object);

@@ -172,5 +172,6 @@ TEST(Platform, OfAMakerIsNamedByItsPath)
     const fs::path link = root.directory.path / "link.so";
     fs::create_symlink(system.dli_fname, link);
     const std::string line = refusalOf(link);
-    EXPECT_TRUE(line.ends_with("is not a usable platform: it has no symbol YatPlatform")) << line;
+    EXPECT_NE(line.find("is not a usable platform: it has no symbol YatPlatform"), line.npos)
+        << line;
 }

@@ -1,0 +1,53 @@
+#include "common/complaints.h"
+
+#include "text/encoding.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace yat {
+namespace {
+
+struct Complaints {
+    std::vector<std::string> lines;
+    bool hasLost = false; // one for which there was no memory
+    ~Complaints()
+    {
+        tellComplaints();
+    }
+} complaints;
+
+} // namespace
+
+bool complain(std::string_view line) noexcept
+try {
+    if (std::ranges::find(complaints.lines, line) != complaints.lines.end())
+        return false;
+    complaints.lines.emplace_back(line);
+    return true;
+} catch (const std::exception &) {
+    return complaints.hasLost = true;
+}
+
+void tellComplaints() noexcept
+{
+    for (const std::string &line : complaints.lines) {
+        std::string shown;
+        try {
+            shown = toDisplay(printable(line));
+        } catch (const std::exception &) {
+        }
+        fprintf(stderr, "%s: %s\n", program_invocation_short_name,
+                shown.empty() ? line.c_str() : shown.c_str());
+    }
+    if (complaints.hasLost)
+        fprintf(stderr, "%s: out of memory\n", program_invocation_short_name);
+    complaints.lines.clear();
+    complaints.hasLost = false;
+}
+
+} // namespace yat

@@ -1,0 +1,234 @@
+// What the product can't work without: where it is missing or damaged, one line says so once the
+// screen is gone, with a screen and without one.
+#include "session.h"
+
+#include "support/symbols.h"
+
+#include <algorithm>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A product root that a test can damage. The programs take it for theirs, because libyat.so is in
+// it.
+struct Root {
+    TemporaryDirectory directory;
+
+    Root()
+    {
+        const fs::path built = fs::path(PROGRAMS).parent_path();
+        fs::create_directories(library());
+        fs::copy_file(built / "lib/libyat.so", library() / "libyat.so");
+        for (const char *plugin : {"yatcore.dll", "yathwinfo.dll"})
+            fs::copy_file(built / "lib" / plugin, library() / plugin);
+        fs::copy(built / "data", directory.path / "data", fs::copy_options::recursive);
+    }
+
+    fs::path library() const
+    {
+        return directory.path / "lib";
+    }
+
+    RunOptions options(RunOptions result = {}) const
+    {
+        result.environment["LD_LIBRARY_PATH"] = library().string();
+        return result;
+    }
+};
+
+struct Missing {
+    const char *name;
+    std::function<void(const Root &)> damage;
+    std::string complaint; // of which ROOT stands for the product root
+    int status;            // without a screen
+    std::string machine = "CEDAR";
+    std::string leaveTree = "", leaveSettings = keys::enter; // an error box
+};
+
+void replace(const fs::path &file, const std::string &text)
+{
+    fs::remove(file);
+    writeFile(file, text);
+}
+
+const Missing missing[] = {
+    {"catalogue", [](const Root &root) { fs::remove(root.directory.path / "data/E_mrvutil.rc"); },
+     "ROOT/data/E_mrvutil.rc can't be read: No such file or directory; install the product again",
+     0, "CEDAR", "", ""},
+    {"catalogueIsADirectory",
+     [](const Root &root) {
+         fs::remove(root.directory.path / "data/E_mrvutil.rc");
+         fs::create_directory(root.directory.path / "data/E_mrvutil.rc");
+     },
+     "ROOT/data/E_mrvutil.rc can't be read: it is no regular file; install the product again", 0,
+     "CEDAR", "", ""},
+    {"catalogueIsEmpty",
+     [](const Root &root) { replace(root.directory.path / "data/E_mrvutil.rc", ""); },
+     "ROOT/data/E_mrvutil.rc is empty; install the product again", 1, "CEDAR", keys::ctrlO,
+     keys::backTab + keys::enter},
+    {"platform", [](const Root &root) { fs::remove(root.library() / "yatcore.dll"); },
+     "the platform can't be loaded: ROOT/lib/yatcore.dll: cannot open shared object file: No such "
+     "file or directory; install the product again",
+     0},
+    {"platformIsDamaged",
+     [](const Root &root) { replace(root.library() / "yatcore.dll", "not an object"); },
+     "the platform can't be loaded: ROOT/lib/yatcore.dll: file too short; install the product "
+     "again",
+     0},
+    {"platformIsForeign",
+     [](const Root &root) {
+         fs::remove(root.library() / "yatcore.dll");
+         fs::create_symlink(root.library() / "libyat.so", root.library() / "yatcore.dll");
+     },
+     "ROOT/lib/yatcore.dll is not a usable platform: it has no symbol YatPlatform; install one "
+     "made for this product",
+     0},
+    {"platformOfTheHardware",
+     [](const Root &root) { fs::remove(root.library() / "yathost.dll"); },
+     "the platform can't be loaded: ROOT/lib/yathost.dll: cannot open shared object file: No such "
+     "file or directory; install the product again",
+     0, "hardware"},
+    {"platformRefuses",
+     [](const Root &root) {
+         fs::copy_file(root.library() / "yatcore.dll", root.library() / "yathost.dll");
+     },
+     "this platform only simulates machines, and can't take the place of another one", 0,
+     "hardware"},
+    {"platformOfAMaker", [](const Root &) {},
+     "/no/such/platform.so can't be used: No such file or directory", 0, "/no/such/platform.so"},
+    {"configuration",
+     [](const Root &root) { writeFile(root.directory.path / "etc/yatkit.toml", "machine = 3\n"); },
+     "ROOT/etc/yatkit.toml:1: machine must be the name of a machine or the path of a description, "
+     "in quotes",
+     0, "(unset)"},
+};
+
+class EveryMissing : public testing::TestWithParam<Missing> {
+protected:
+    EveryMissing()
+    {
+        GetParam().damage(root);
+        complaint = GetParam().complaint;
+        if (const size_t at = complaint.find("ROOT"); at != complaint.npos)
+            complaint.replace(at, 4, root.directory.path.string());
+        complaint = ": " + complaint;
+    }
+
+    RunOptions options(const std::string &program, const std::vector<std::string> &arguments = {})
+    {
+        return root.options({.program = program,
+                             .arguments = arguments,
+                             .environment = {{"YAT_MACHINE", GetParam().machine}}});
+    }
+
+    Root root;
+    std::string complaint;
+};
+
+TEST_P(EveryMissing, IsToldInOneLineWithoutAScreen)
+{
+    for (const char *program : {"mrvutil", "mrvgeneral"}) {
+        Workspace workspace(options(program, {"-debug"}));
+        const Finished run = runPlain(workspace);
+        EXPECT_EQ(run.status, GetParam().status);
+        EXPECT_EQ(run.errors, program + complaint + "\n");
+    }
+}
+
+TEST_P(EveryMissing, IsToldInOneLineBelowTheScreenThatIsGone)
+{
+    for (const char *program : {"mrvutil", "mrvgeneral"}) {
+        Session session(options(program));
+        if (const std::string leave =
+                program == std::string("mrvutil") ? GetParam().leaveTree : GetParam().leaveSettings;
+            !leave.empty()) {
+            session.terminal().waitUntil([&] { return session.terminal().contains("┌"); });
+            session.send(leave);
+        }
+        session.expectExit(GetParam().status);
+        EXPECT_FALSE(session.terminal().inAlternateScreen());
+        EXPECT_TRUE(session.terminal().modes().canonical && session.terminal().modes().echo);
+        const std::string output = session.terminal().output();
+        EXPECT_TRUE(output.ends_with(program + complaint + "\r\n")) << output;
+        EXPECT_EQ(output.find(complaint), output.rfind(complaint));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Missing, EveryMissing, testing::ValuesIn(missing),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+} // namespace
+
+TEST(Missing, TextIsToldOnce)
+{
+    Root root;
+    const fs::path catalogue = root.directory.path / "data/E_mrvutil.rc";
+    const std::string texts = readFile(catalogue);
+    replace(catalogue, texts.substr(0, texts.find("BUTTON_EXIT_ID")));
+    Session session(root.options());
+    session.see("FT server");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+    const std::string output = session.terminal().output();
+    const size_t at = output.find("mrvutil: ");
+    ASSERT_NE(at, output.npos);
+    EXPECT_TRUE(
+        output.substr(at).starts_with("mrvutil: " + catalogue.string() + " has no text for "));
+    EXPECT_EQ(output.find("mrvutil: ", at + 1), output.npos);
+}
+
+namespace {
+
+// What a program takes from libyat.so.
+std::vector<std::string> imports(const std::string &program)
+{
+    std::vector<std::string> result;
+    for (const Symbol &symbol : undefinedSymbols(std::string(PROGRAMS) + "/" + program))
+        result.push_back(symbol.name);
+    const auto isForeign = [own = definedSymbols(std::string(PROGRAMS) + "/../lib/libyat.so")](
+                               const std::string &name) {
+        return std::ranges::find(own, name, &Symbol::name) == own.end();
+    };
+    std::erase_if(result, isForeign);
+    return result;
+}
+
+// The library with another name for what is called so.
+std::string without(std::string library, const std::string &name)
+{
+    const std::string entry = '\0' + name + '\0';
+    for (size_t at = 0; (at = library.find(entry, at)) != library.npos;)
+        library[at + 1] = '_';
+    return library;
+}
+
+} // namespace
+
+TEST(Missing, FunctionOfTheLibraryEndsTheProgramBeforeItTouchesTheTerminal)
+{
+    Root root;
+    const std::string whole = readFile(root.library() / "libyat.so");
+    for (const std::string program : {"mrvutil", "mrvgeneral", "mrvfirmware"}) {
+        const std::vector<std::string> names = imports(program);
+        EXPECT_GE(names.size(), 20u) << program;
+        for (const std::string &name : names) {
+            replace(root.library() / "libyat.so", without(whole, name));
+            // Without the spy, which has most of them as well.
+            Workspace workspace(root.options({.program = program}));
+            auto environment = workspace.environment();
+            environment.erase("LD_PRELOAD");
+            Terminal terminal({.command = workspace.command(), .environment = environment});
+            EXPECT_EQ(terminal.wait(), 127 << 8) << name; // as an exit status that is
+            const std::string path = workspace.command()[0];
+            const std::string output = terminal.output();
+            EXPECT_TRUE(output.starts_with(path + ": symbol lookup error: ")) << output;
+            EXPECT_NE(output.find(": undefined symbol: "), output.npos) << output;
+            // The library can miss it first, by its other name.
+            EXPECT_TRUE(output.ends_with(name.substr(1) + "\r\n")) << output;
+            EXPECT_EQ(std::ranges::count(output, '\n'), 1);
+            EXPECT_EQ(output.find('\x1b'), output.npos);
+            EXPECT_TRUE(terminal.modes().canonical && terminal.modes().echo);
+        }
+    }
+}
