@@ -2,7 +2,7 @@
 #include "report.h"
 #include "support/files.h"
 
-#include "trace/record.h"
+#include "base/record.h"
 
 #include <csignal>
 #include <cstdlib>

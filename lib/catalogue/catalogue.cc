@@ -5,10 +5,11 @@
 // end line got lost it stops at the size that the file had when it was opened.
 #include "yat/text.h"
 
+#include "base/display.h"
+#include "base/record.h"
 #include "common/complaints.h"
 #include "common/paths.h"
 #include "common/problem.h"
-#include "common/trace.h"
 #include "common/version.h"
 #include "text/encoding.h"
 
@@ -124,7 +125,7 @@ try {
     *size = openedSize = static_cast<int>(status.st_size);
     if (openedSize == 0)
         complainOfTexts(" is empty");
-    TRACE(YAT_TRACE_PROGRESS, "mrvutil %s, texts of %s", yat::productVersion, openedName);
+    TRACE("mrvutil %s, texts of %s", yat::productVersion, openedName);
     return file;
 } catch (const std::exception &) {
     return nullptr;
@@ -143,7 +144,7 @@ char *CPGetText(const char *key, char (*work)[1024], char *catalogue)
         if (quoted.empty() && openedSize >= 0)
             complainOfTexts(std::string(" has no text for ") + key);
         const std::string text = yat::toDisplay(unquote(quoted));
-        const size_t length = yat::wholeCharacters(text, sizeof *work - 1);
+        const size_t length = wholeCharacters(text, sizeof *work - 1);
         memcpy(result, text.data(), length);
         result[length] = '\0';
     } catch (const std::exception &) {
@@ -158,7 +159,7 @@ try {
         return -1;
     const std::string text =
         yat::isDisplayable(source) ? std::string(source) : yat::toDisplay(yat::fromEuc(source));
-    const size_t length = yat::wholeCharacters(text, static_cast<size_t>(size) - 1);
+    const size_t length = wholeCharacters(text, static_cast<size_t>(size) - 1);
     memcpy(destination, text.data(), length);
     destination[length] = '\0';
     return static_cast<int>(length);

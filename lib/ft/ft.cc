@@ -1,11 +1,11 @@
 // The platform behind its table: loading it, and the calls that go through it.
 #include "yat/ft.h"
 
+#include "base/record.h"
 #include "common/complaints.h"
 #include "common/machine.h"
 #include "common/paths.h"
 #include "common/problem.h"
-#include "common/trace.h"
 #include "text/encoding.h"
 #include "trace/lasterror.h"
 #include "yat/platform.h"
@@ -106,7 +106,7 @@ try {
     yat_ft_func.handle = library.release();
     return opened;
 } catch (const std::exception &problem) {
-    TRACE(YAT_TRACE_ERROR, "%s", problem.what());
+    TRACE_ERROR("%s", problem.what());
     yat::complain(problem.what());
     return 0;
 }

@@ -1,7 +1,7 @@
 // The hardware information plug-in: yathwinfo.dll.
+#include "base/record.h"
 #include "common/machine.h"
 #include "common/problem.h"
-#include "common/trace.h"
 #include "hwinfo/bmc.h"
 #include "yat/hwinfo.h"
 
@@ -26,9 +26,9 @@ std::vector<uint8_t> askMachine(std::optional<int> &injected)
 
 int YATGetDeviceID(unsigned char response[16])
 try {
-    TRACE(YAT_TRACE_PROGRESS, ">");
+    TRACE(">");
     if (!response) {
-        TRACE(YAT_TRACE_ERROR, "<[OUT]param error.response is NULL.");
+        TRACE_ERROR("<[OUT]param error.response is NULL.");
         return 0;
     }
     std::optional<int> injected;
@@ -39,15 +39,15 @@ try {
     } catch (const yat::Problem &problem) {
         std::istringstream lines(problem.what());
         for (std::string line; std::getline(lines, line);)
-            TRACE(YAT_TRACE_ERROR, "%s", line.c_str());
+            TRACE_ERROR("%s", line.c_str());
         result = 0;
     }
     result = injected.value_or(result);
     if (result != 0)
         std::ranges::copy(deviceId, response);
-    TRACE(YAT_TRACE_PROGRESS, "<");
+    TRACE("<");
     return result;
 } catch (const std::exception &problem) {
-    TRACE(YAT_TRACE_ERROR, "%s", problem.what());
+    TRACE_ERROR("%s", problem.what());
     return 0;
 }

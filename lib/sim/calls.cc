@@ -1,5 +1,6 @@
 #include "sim/calls.h"
 
+#include "base/display.h"
 #include "sim/records.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -249,7 +250,7 @@ void putState(const std::string &text, char *buffer)
 {
     constexpr size_t longest = 1023; // bytes
     const std::string shown = yat::toDisplay(text);
-    const size_t length = yat::wholeCharacters(shown, longest);
+    const size_t length = wholeCharacters(shown, longest);
     memcpy(buffer, shown.data(), length);
     buffer[length] = '\0';
 }

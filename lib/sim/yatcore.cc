@@ -1,7 +1,7 @@
 // The simulated machine as a platform, yatcore.dll: its calls, with injections around them.
+#include "base/record.h"
 #include "common/complaints.h"
 #include "common/machine.h"
-#include "common/trace.h"
 #include "sim/calls.h"
 #include "yat/platform.h"
 
@@ -20,7 +20,7 @@ void complain(std::string_view problem) noexcept
     while (!problem.empty()) {
         const std::string_view line = problem.substr(0, problem.find('\n'));
         if (yat::complain(line))
-            TRACE(YAT_TRACE_ERROR, "%.*s", static_cast<int>(line.size()), line.data());
+            TRACE_ERROR("%.*s", static_cast<int>(line.size()), line.data());
         problem.remove_prefix(std::min(line.size() + 1, problem.size()));
     }
 }
@@ -195,8 +195,8 @@ int openPlatform()
 try {
     const yat::ConfiguredMachine machine = yat::configuredMachine();
     if (machine.isHardware) {
-        TRACE(YAT_TRACE_ERROR, "this platform only simulates machines, and can't take the place of "
-                               "another one");
+        TRACE_ERROR("this platform only simulates machines, and can't take the place of "
+                    "another one");
         return 0;
     }
     openStoreOf(machine);
@@ -204,7 +204,7 @@ try {
     if (result == 0)
         closeStore();
     else if (const std::string note = descriptionNote(openedStore()); !note.empty())
-        TRACE(YAT_TRACE_PROGRESS, "%s", note.c_str());
+        TRACE("%s", note.c_str());
     return result;
 } catch (const std::exception &problem) {
     complain(problem.what());
@@ -230,7 +230,7 @@ struct Guarded<call, failure> {
         complain(problem.what());
         return failure;
     } catch (const std::exception &problem) {
-        TRACE(YAT_TRACE_ERROR, "%s", problem.what());
+        TRACE_ERROR("%s", problem.what());
         return failure;
     }
 };

@@ -1,5 +1,6 @@
 #include "text/encoding.h"
 
+#include "base/display.h"
 #include "text/utf8.h"
 
 #include <algorithm>
@@ -73,25 +74,6 @@ bool isDisplayable(const char *text)
     return mbsrtowcs(nullptr, &text, 0, &state) != static_cast<size_t>(-1);
 }
 
-size_t wholeCharacters(std::string_view text, size_t most)
-{
-    if (text.size() <= most)
-        return text.size();
-    size_t length = 0;
-    mbstate_t state{};
-    while (length < text.size()) {
-        size_t character = mbrlen(text.data() + length, text.size() - length, &state);
-        if (character == 0 || character > text.size() - length) { // no character
-            character = 1;
-            state = {};
-        }
-        if (length + character > most)
-            break;
-        length += character;
-    }
-    return length;
-}
-
 std::string toDisplay(std::string_view utf8)
 {
     // ASCII is the same in the encoding of any locale, and most names are.
@@ -137,11 +119,16 @@ std::string fromDisplay(std::string_view text)
     return result;
 }
 
-std::string printable(std::string_view text)
+std::string printable(std::string_view utf8)
 {
-    std::string result(text);
-    std::ranges::replace_if(
-        result, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
+    std::string result;
+    while (!utf8.empty()) {
+        const size_t length = utf8Length(utf8);
+        result += length && isShowable(utf8Character(utf8.substr(0, length)))
+                      ? utf8.substr(0, length)
+                      : "?";
+        utf8.remove_prefix(std::max<size_t>(length, 1));
+    }
     return result;
 }
 

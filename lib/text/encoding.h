@@ -9,10 +9,6 @@ namespace yat {
 // True when the text is valid in the locale's encoding.
 bool isDisplayable(const char *text);
 
-// Length of the longest beginning of text that has at most `most` bytes and ends between two
-// characters. Bytes that are no character count as one each.
-size_t wholeCharacters(std::string_view text, size_t most);
-
 // From UTF-8 to the locale's encoding. What that lacks is written in a similar way or as '?';
 // what is no UTF-8 becomes U+FFFD first.
 std::string toDisplay(std::string_view utf8);
@@ -20,8 +16,9 @@ std::string toDisplay(std::string_view utf8);
 // From the locale's encoding to UTF-8; what is no character of it becomes U+FFFD.
 std::string fromDisplay(std::string_view text);
 
-// What is shown of a text that somebody else wrote: blanks for what moves the cursor.
-std::string printable(std::string_view text);
+// What is shown of a UTF-8 text that somebody else wrote: '?' for what is not showable, see
+// base/display.h.
+std::string printable(std::string_view utf8);
 
 // From EUC-JP to UTF-8; what is no EUC-JP becomes U+FFFD.
 std::string fromEuc(std::string_view euc);

@@ -35,4 +35,16 @@ constexpr size_t utf8Length(std::string_view text)
     return overlong || surrogate || beyond ? 0 : length;
 }
 
+// The character of a sequence that utf8Length has found.
+constexpr char32_t utf8Character(std::string_view sequence)
+{
+    const auto first = static_cast<unsigned char>(sequence[0]);
+    if (sequence.size() == 1)
+        return first;
+    char32_t result = first & (0x7Fu >> sequence.size());
+    for (const char byte : sequence.substr(1))
+        result = result << 6 | (static_cast<unsigned char>(byte) & 0x3F);
+    return result;
+}
+
 } // namespace yat

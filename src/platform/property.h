@@ -1,7 +1,7 @@
 // Reading properties of the platform's objects, with all the checks that this takes.
 #pragma once
 
-#include "trace/record.h"
+#include "base/record.h"
 
 #include <array>
 

@@ -1,5 +1,6 @@
 #include "shell/devicetree.h"
 
+#include "base/record.h"
 #include "devices/cpusubwin.h"
 #include "devices/ethernet.h"
 #include "devices/pcisubwin.h"
@@ -8,7 +9,6 @@
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
-#include "trace/record.h"
 #include "tree/checkboxtree.h"
 #include "tree/operations.h"
 #include "yat/ft.h"

@@ -1,5 +1,7 @@
 #include "shell/mrvmain.h"
 
+#include "base/locale.h"
+#include "base/record.h"
 #include "shell/devicetree.h"
 #include "shell/program.h"
 #include "terminal/check.h"
@@ -10,19 +12,16 @@
 #include "terminal/size.h"
 #include "terminal/stopping.h"
 #include "text/keys.h"
-#include "trace/record.h"
 #include "tree/component.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
 
 #include <cerrno>
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <string_view>
 
 static constexpr char traceSource[] = "mrvmain";
 
@@ -85,24 +84,6 @@ void suspend(void *)
     raise(SIGTSTP);
     newtRefresh();
     newtResume();
-}
-
-// The locale of the environment. Where the machine lacks it, UTF-8 can still be drawn, unless the
-// locale's name asks for another encoding.
-static void chooseLocale()
-{
-    if (setlocale(LC_ALL, ""))
-        return;
-    for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        const char *value = getenv(name);
-        if (!value || !*value)
-            continue;
-        const std::string_view locale(value);
-        if (locale.find('.') == std::string_view::npos || locale.ends_with(".UTF-8")
-            || locale.ends_with(".utf8"))
-            setlocale(LC_CTYPE, "C.UTF-8");
-        return;
-    }
 }
 
 // What is done after the windows, whether they ended by themselves or with their terminal.
@@ -212,7 +193,7 @@ int main(int argc, char **argv)
 {
     TraceLogInit(0, "YATmrvutil", 0, 5, 0);
     TRACE(">");
-    chooseLocale();
+    adoptLocale();
 
     bool kernelLogOff = true;
     debug_flag = 0;

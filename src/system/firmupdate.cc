@@ -1,5 +1,6 @@
 #include "system/firmupdate.h"
 
+#include "base/record.h"
 #include "dialogs/grid.h"
 #include "dialogs/message.h"
 #include "dialogs/operation.h"
@@ -7,7 +8,6 @@
 #include "dialogs/window.h"
 #include "platform/device.h"
 #include "text/display.h"
-#include "trace/record.h"
 
 static constexpr char traceSource[] = "firmupdate";
 

@@ -1,11 +1,11 @@
 #include "system/firmware.h"
 
+#include "base/record.h"
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/notice.h"
 #include "dialogs/window.h"
 #include "terminal/lending.h"
-#include "trace/record.h"
 #include "yat/hwinfo.h"
 #include "yat/winshim.h"
 

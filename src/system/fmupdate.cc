@@ -1,9 +1,9 @@
 #include "system/fmupdate.h"
 
+#include "base/record.h"
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
-#include "trace/record.h"
 
 static constexpr char traceSource[] = "fmupdate";
 

@@ -1,10 +1,10 @@
 #include "system/general.h"
 
+#include "base/record.h"
 #include "dialogs/autowin.h"
 #include "dialogs/grid.h"
 #include "dialogs/message.h"
 #include "dialogs/window.h"
-#include "trace/record.h"
 #include "yat/ft.h"
 
 #include <algorithm>

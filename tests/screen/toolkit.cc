@@ -1,5 +1,6 @@
-// Shows one piece of the dialog toolkit, named by TOOLKIT in the environment, with TOOLKIT_TITLE and
-// TOOLKIT_TEXT where it takes them. What comes out of it goes to the trace log.
+// Shows one piece of the dialog toolkit, named by TOOLKIT in the environment, with TOOLKIT_TITLE
+// and TOOLKIT_TEXT where it takes them. What comes out of it goes to the trace log.
+#include "base/record.h"
 #include "devices/cpusubwin.h"
 #include "devices/ethernet.h"
 #include "devices/pcisubwin.h"
@@ -14,7 +15,6 @@
 #include "shell/program.h"
 #include "system/firmware.h"
 #include "system/fmupdate.h"
-#include "trace/record.h"
 #include "tree/checkboxtree.h"
 #include "tree/component.h"
 #include "yat/ft.h"
@@ -111,8 +111,8 @@ void showTree()
         path.push_back(0);
     }
     newtComponent close = newtButton(-1, -1, "Close");
-    newtGrid grid = makeGrid(1, 2, {{0, 0, tree, NEWT_ANCHOR_TOP},
-                                    {0, 1, close, NEWT_ANCHOR_TOP, {.top = 1}}});
+    newtGrid grid =
+        makeGrid(1, 2, {{0, 0, tree, NEWT_ANCHOR_TOP}, {0, 1, close, NEWT_ANCHOR_TOP, {.top = 1}}});
     openWindow(form, grid, "Tree");
     newtFormAddComponents(form, tree, close, nullptr);
     while (runForm(form) != close)

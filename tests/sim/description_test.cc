@@ -72,7 +72,7 @@ const Case cases[] = {
      "F:2: unknown key 'typ' in the description, expected name, type, bmc, firmware, settings, "
      "mtbf, timing, supports, cpu_module, pci_module"},
     {"UnknownKeyInLines", "type =", "\"t\\np\" = 1\ntype =",
-     "F:2: unknown key 't p' in the description, expected name, type, bmc, firmware, settings, "
+     "F:2: unknown key 't?p' in the description, expected name, type, bmc, firmware, settings, "
      "mtbf, timing, supports, cpu_module, pci_module"},
     {"UnknownType", "\"CEDAR\"", "\"OAK\"",
      "F:2: wrong value for 'type', expected one of \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\""},

@@ -47,6 +47,8 @@ TEST_F(Display, ShowsWhatTheTerminalCantShowAsQuestionMarks)
     EXPECT_EQ(showable("\u0080\u009b31m\u009f\u00a0"), "??31m?\u00a0");
     EXPECT_EQ(showable("\xff\xe6\xbcz"), "???z");
     EXPECT_EQ(showable("\u2028"), "?"); // a line separator
+    EXPECT_EQ(showable("\u202ecba\u202c \u2066\u2069\u200e\u200f\u061c"), "?cba? ?????");
+    EXPECT_EQ(showable("\u200d\u202f"), "\u200d\u202f"); // these join and separate only
     EXPECT_EQ(showable(""), "");
 }
 

@@ -43,7 +43,7 @@ fs::path found(const fs::path &from, const std::string &included)
 {
     const fs::path above = *from.begin();
     for (const fs::path &root : {from.parent_path(), above == "tools" ? fs::path("lib") : above,
-                                 fs::path("include"), above})
+                                 fs::path("include"), above, fs::path()})
         if (isThere(root / included))
             return (root / included).lexically_normal();
     return {};
@@ -64,7 +64,7 @@ using Folders = std::map<fs::path, std::map<fs::path, std::string>>; // and a fi
 Folders foldersIncluded()
 {
     Folders result;
-    for (const Source &source : sourcesBelow({"src", "lib", "tools"}))
+    for (const Source &source : sourcesBelow({"base", "src", "lib", "tools"}))
         for (const fs::path &included : includesOf(source)) {
             EXPECT_FALSE(included.empty()) << source.path << " includes what is not there";
             if (included.parent_path() != source.path.parent_path())
@@ -126,7 +126,7 @@ TEST(Structure, NoFolderStandsOnItself)
 TEST(Structure, EveryFileHasItsHeader)
 {
     std::set<std::string> others;
-    for (const Source &source : sourcesBelow({"src", "lib", "tools"})) {
+    for (const Source &source : sourcesBelow({"base", "src", "lib", "tools"})) {
         fs::path header = source.path;
         header.replace_extension(".h");
         const bool isMain = source.text.find("\nint main(") != std::string::npos;
@@ -148,7 +148,7 @@ TEST(Structure, EveryFileHasItsHeader)
 
 TEST(Structure, NoFileHasMoreThan400Lines)
 {
-    for (const Source &source : sourcesBelow({"src", "lib", "tools"}))
+    for (const Source &source : sourcesBelow({"base", "src", "lib", "tools"}))
         EXPECT_LE(std::ranges::count(source.text, '\n'), 400) << source.path;
 }
 

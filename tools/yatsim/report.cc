@@ -1,5 +1,6 @@
 #include "yatsim/report.h"
 
+#include "base/display.h"
 #include "common/machine.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -7,9 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
-#include <cwchar>
 #include <nlohmann/json.hpp>
 
 namespace sim {
@@ -63,29 +62,21 @@ Time stateSince(const Machine &machine, const Device &device)
     return carrier && stateOf(machine, device) != State::broken ? carrier->since : device.since;
 }
 
-// Of a text in the encoding of the locale, without control characters.
-size_t columns(const std::string &text)
-{
-    std::wstring characters(text.size(), L'\0');
-    const size_t length = mbstowcs(characters.data(), text.c_str(), characters.size());
-    return static_cast<size_t>(std::max(wcswidth(characters.c_str(), length), 0));
-}
-
 using Row = std::vector<std::string>;
 
 // A wider cell shifts the rest of its own row only.
-constexpr size_t widestColumn = 60;
+constexpr int widestColumn = 60;
 
 // Prints rows in aligned columns.
 void printTable(const std::vector<Row> &utf8)
 {
     std::vector<Row> rows = utf8;
-    std::vector<size_t> widths;
+    std::vector<int> widths;
     for (Row &row : rows)
         for (size_t i = 0; i < row.size(); ++i) {
-            row[i] = yat::toDisplay(row[i]);
+            row[i] = showable(yat::toDisplay(row[i]));
             widths.resize(std::max(widths.size(), i + 1));
-            if (const size_t width = columns(row[i]); width <= widestColumn)
+            if (const int width = textWidth(row[i]); width <= widestColumn)
                 widths[i] = std::max(widths[i], width);
         }
     for (const Row &row : rows) {
@@ -93,7 +84,8 @@ void printTable(const std::vector<Row> &utf8)
         for (size_t i = 0; i < row.size(); ++i) {
             line += row[i];
             if (i + 1 < row.size())
-                line.append(std::max(widths[i], columns(row[i])) - columns(row[i]) + 2, ' ');
+                line.append(static_cast<size_t>(std::max(widths[i] - textWidth(row[i]), 0)) + 2,
+                            ' ');
         }
         printf("%s\n", line.c_str());
     }
@@ -155,7 +147,7 @@ std::string injectionText(const Injection &injection)
     if (injection.delay > 0)
         text += ", after " + std::to_string(injection.delay) + " ms";
     if (injection.text)
-        text += ", with \"" + yat::printable(*injection.text) + "\"";
+        text += ", with \"" + *injection.text + "\"";
     return text;
 }
 
@@ -189,7 +181,8 @@ Row journalLine(const JournalRow &row)
                 row.argument,
                 row.result};
     for (std::string &text : line)
-        text = text.empty() ? "-" : yat::printable(text);
+        if (text.empty())
+            text = "-";
     return line;
 }
 
@@ -206,9 +199,9 @@ void reportDevices(const Machine &machine, Form form)
     }
     std::vector<Row> rows = {{"DEVICE", "NAME", "STATE", "SINCE", "FAILURES", "MTBF"}};
     for (const Device &device : machine.devices)
-        rows.push_back({nameOf(device.id), yat::printable(device.name),
-                        stateText(machine, device, false), localText(stateSince(machine, device)),
-                        std::to_string(device.failureCount), mtbfText(device)});
+        rows.push_back({nameOf(device.id), device.name, stateText(machine, device, false),
+                        localText(stateSince(machine, device)), std::to_string(device.failureCount),
+                        mtbfText(device)});
     printTable(rows);
 }
 
@@ -220,7 +213,7 @@ void reportDevice(const Machine &machine, const Device &device, Form form)
     }
     std::vector<Row> rows = {
         {"Device", nameOf(device.id)},
-        {"Name", yat::printable(device.name)},
+        {"Name", device.name},
         {"State",
          stateText(machine, device, false) + ", since " + localText(stateSince(machine, device))},
     };
@@ -236,8 +229,8 @@ void reportDevice(const Machine &machine, const Device &device, Form form)
         rows.push_back({"", localText(time)});
     rows.push_back({"Defective", device.defective ? "yes, until it is repaired" : "no"});
     if (device.id.classCode == YAT_CLASS_CPU_MODULE) {
-        rows.push_back({"BIOS version", yat::printable(device.biosVersion)});
-        rows.push_back({"BIOS status", yat::printable(biosStatusText(machine, device, false))});
+        rows.push_back({"BIOS version", device.biosVersion});
+        rows.push_back({"BIOS status", biosStatusText(machine, device, false)});
     }
     printTable(rows);
 }
@@ -269,19 +262,18 @@ void reportMachine(Store &store, Form form)
     char scale[32];
     snprintf(scale, sizeof scale, "%g", clock.scale);
     std::vector<Row> rows = {
-        {"Machine", yat::printable(machine.name)},
+        {"Machine", machine.name},
         {"Type", std::string(wordOf(machineTypes, machine.type))},
-        {"State file", yat::printable(yat::fromDisplay(store.file))},
-        {"Description", yat::printable(yat::fromDisplay(store.descriptionFile))},
+        {"State file", yat::fromDisplay(store.file)},
+        {"Description", yat::fromDisplay(store.descriptionFile)},
         {"Time", localText(clock.simulated) + ", scale " + scale},
         {"Automatic firmware update", machine.automaticFirmwareUpdate ? "on" : "off"},
         {"Automatic module start", machine.automaticModuleStart ? "on" : "off"},
         {"MTBF threshold", hoursText(machine.mtbfThreshold)},
-        {"BIOS in the data file",
-         machine.dataFileVersion.empty() ? "-" : yat::printable(machine.dataFileVersion)},
+        {"BIOS in the data file", machine.dataFileVersion.empty() ? "-" : machine.dataFileVersion},
     };
     if (!note.empty())
-        rows.push_back({"Note", yat::printable(note)});
+        rows.push_back({"Note", note});
     for (const Injection &injection : pending)
         rows.push_back({&injection == &pending[0] ? "Injections" : "", injectionText(injection)});
     printTable(rows);

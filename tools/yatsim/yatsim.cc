@@ -1,10 +1,11 @@
 // yatsim: looks at a simulated machine, and does to it what operations of the product can't.
+#include "base/display.h"
+#include "base/locale.h"
 #include "common/problem.h"
 #include "text/encoding.h"
 #include "yatsim/commandline.h"
 
 #include <cerrno>
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -15,7 +16,7 @@ void print(const std::string &problem)
 {
     std::istringstream lines(problem);
     for (std::string line; std::getline(lines, line);)
-        fprintf(stderr, "yatsim: %s\n", yat::toDisplay(yat::printable(line)).c_str());
+        fprintf(stderr, "yatsim: %s\n", showable(yat::toDisplay(line)).c_str());
 }
 
 // A report that could not be written is a failure.
@@ -29,8 +30,7 @@ void finishOutput()
 
 int main(int argc, char **argv)
 try {
-    if (!setlocale(LC_ALL, "")) // texts are UTF-8 then, whatever else the machine lacks
-        setlocale(LC_CTYPE, "C.UTF-8");
+    adoptLocale();
     if (const auto request = sim::parseCommandLine(argc, argv)) {
         if (!request->machine.empty())
             setenv("YAT_MACHINE", request->machine.c_str(), 1);

@@ -1,0 +1,21 @@
+#include "base/locale.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <string_view>
+
+void adoptLocale()
+{
+    if (setlocale(LC_ALL, ""))
+        return;
+    for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char *value = getenv(name);
+        if (!value || !*value)
+            continue;
+        const std::string_view locale(value);
+        if (locale.find('.') == std::string_view::npos || locale.ends_with(".UTF-8")
+            || locale.ends_with(".utf8"))
+            setlocale(LC_CTYPE, "C.UTF-8");
+        return;
+    }
+}
