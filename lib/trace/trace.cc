@@ -9,6 +9,7 @@
 // text of the second are made once.
 #include "yat/trace.h"
 
+#include "base/display.h"
 #include "common/paths.h"
 #include "text/utf8.h"
 #include "trace/lasterror.h"
@@ -167,14 +168,12 @@ void appendEscape(Record &record, char character)
     record.append(escape);
 }
 
-// Length of the character beyond ASCII at the beginning of the text, 0 when it is a control
-// character or none.
-size_t printableLength(std::string_view text)
+// Length of the character beyond ASCII at the beginning of the text, 0 when it is none or is not
+// showable.
+size_t showableLength(std::string_view text)
 {
     const size_t length = yat::utf8Length(text);
-    const bool isControl =
-        text.starts_with('\xC2') && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0;
-    return length < 2 || isControl ? 0 : length;
+    return length > 1 && isShowable(yat::utf8Character(text.substr(0, length))) ? length : 0;
 }
 
 void appendEscaped(Record &record, std::string_view text)
@@ -184,7 +183,7 @@ void appendEscaped(Record &record, std::string_view text)
         const auto special = std::find_if_not(text.begin(), text.end(), isPlain);
         size_t length = static_cast<size_t>(special - text.begin());
         if (length == 0)
-            length = printableLength(text);
+            length = showableLength(text);
         if (length > 0)
             record.append(text.substr(0, length));
         else

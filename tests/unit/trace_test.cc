@@ -93,6 +93,7 @@ TEST_F(Trace, TextCannotForgeARecord)
     EXPECT_EQ(escaped("a\nb\tc\rd\\e"), R"(a\nb\tc\rd\\e)");
     EXPECT_EQ(escaped("\x01\x1b[31m\x7f"), R"(\x01\x1B[31m\x7F)");
     EXPECT_EQ(escaped("\xc2\x85\xc2\x9b\xc2\xa0"), "\\xC2\\x85\\xC2\\x9B\xc2\xa0"); // C1 controls
+    EXPECT_EQ(escaped("\u202eabc"), "\\xE2\\x80\\xAEabc"); // would turn the line around
     EXPECT_EQ(escaped("漢字 é"), "漢字 é");
     EXPECT_EQ(escaped("\xb4\xc1 \xe3\x81 \xed\xa0\x80"), "\\xB4\\xC1 \\xE3\\x81 \\xED\\xA0\\x80");
     EXPECT_EQ(escaped(""), "");
