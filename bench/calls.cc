@@ -216,20 +216,24 @@ void report(const char *machine)
 }
 
 // Their boards are the first ones.
-sim::Description withCpuModules(sim::Description machine)
+sim::Machine withCpuModules(const sim::Machine &big)
 {
-    for (sim::Module &module : machine.pciModules)
-        module.board += 2;
+    sim::Machine machine = big;
+    machine.devices.clear();
     for (const int number : {1, 2}) {
-        sim::Module &module = machine.cpuModules.emplace_back();
-        module.classCode = YAT_CLASS_CPU_MODULE;
-        module.number = number;
+        sim::Device &module = machine.devices.emplace_back();
+        module.id = {YAT_CLASS_CPU_MODULE, number};
         module.name = "CPU module " + std::to_string(number);
         module.board = number;
         module.partner = 3 - number;
         module.state = sim::State::duplex;
         module.biosVersion = "1.0";
         module.biosStatus = "Valid";
+    }
+    for (sim::Device device : big.devices) {
+        device.board += 2;
+        device.parent += device.parent < 0 ? 0 : 2;
+        machine.devices.push_back(device);
     }
     return machine;
 }

@@ -2,7 +2,6 @@
 #include "bigmachine.h"
 #include "report.h"
 #include "sim/course.h"
-#include "sim/making.h"
 #include "sim/operations.h"
 #include "sim/records.h"
 
@@ -16,14 +15,14 @@ constexpr Time beginning = 1000 * hour;
 
 Machine machineOf(const benchmark::State &state)
 {
-    return makeMachine(bigMachine(static_cast<int>(state.range(0))), beginning);
+    return movedTo(bigMachine(static_cast<int>(state.range(0))), beginning);
 }
 
 void make(benchmark::State &state)
 {
-    const Description description = bigMachine(static_cast<int>(state.range(0)));
+    const Machine description = bigMachine(static_cast<int>(state.range(0)));
     for (auto _ : state)
-        benchmark::DoNotOptimize(makeMachine(description, beginning));
+        benchmark::DoNotOptimize(movedTo(description, beginning));
     state.SetComplexityN(state.range(0));
 }
 
@@ -31,7 +30,7 @@ void describeAgain(benchmark::State &state)
 {
     const Machine machine = machineOf(state);
     for (auto _ : state)
-        benchmark::DoNotOptimize(describe(machine));
+        benchmark::DoNotOptimize(atRest(machine));
     state.SetComplexityN(state.range(0));
 }
 

@@ -56,6 +56,35 @@ void makeIndex(Machine &machine)
     machine.index = std::move(index);
 }
 
+Machine movedTo(Machine machine, Time now)
+{
+    const Time passed = now - machine.now;
+    machine.now = now;
+    for (Device &device : machine.devices) {
+        device.since += passed;
+        for (Time &failure : device.failures)
+            failure += passed;
+    }
+    makeIndex(machine);
+    return machine;
+}
+
+Machine atRest(Machine machine)
+{
+    machine = movedTo(std::move(machine), 0);
+    for (Device &device : machine.devices) {
+        device.state = endsByItself(device.state) ? State::stopped : device.state;
+        device.since = 0;
+        device.newBios.clear();
+        device.copies = device.startsAfter = false;
+        // A description can't have failures longer ago.
+        for (Time &failure : device.failures)
+            failure = std::max(failure, -longestMtbf * hour);
+    }
+    makeIndex(machine);
+    return machine;
+}
+
 const Device *find(const Machine &machine, DeviceId id)
 {
     return deviceAt(machine, positionOf(machine, id));
@@ -73,12 +102,12 @@ const Device *moduleOfBoard(const Machine &machine, int board)
 
 const Device *partnerOf(const Machine &machine, const Device &device)
 {
-    return deviceAt(machine, device.partner);
+    return find(machine, {device.id.classCode, device.partner});
 }
 
 Device *partnerOf(Machine &machine, const Device &device)
 {
-    return deviceAt(machine, device.partner);
+    return find(machine, {device.id.classCode, device.partner});
 }
 
 const Device *carrierOf(const Machine &machine, const Device &device)

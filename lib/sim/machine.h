@@ -30,7 +30,7 @@ struct Device {
     std::string name;
     PathIdentifier path{};
     int board = 0;    // of a module: number of the board that carries it
-    int partner = -1; // of a module: position of the other one of the pair, -1 for none
+    int partner = 0;  // of a module: number of the other one of the pair, 0 for none
     int parent = -1;  // of an adapter: position of the module or the adapter right above it
     int carrier = -1; // of an adapter: position of its module; made with the index
 
@@ -78,6 +78,12 @@ constexpr bool Machine::*settingOf(int kind)
            : kind == YAT_SETTING_AUTO_BRING_UP ? &Machine::automaticModuleStart
                                                : nullptr;
 }
+
+// The machine at another time: all that has happened to it is as long ago as before.
+Machine movedTo(Machine machine, Time now);
+
+// The machine as a description of it says: its time is 0, and what was under way is stopped.
+Machine atRest(Machine machine);
 
 // Rebuilds the index and the carriers after devices were added or changed by other means than time
 // and operations.

@@ -4,13 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace sim {
 namespace {
 
 constexpr size_t longestName = 127; // bytes
 
-std::string list(const Words &words, const char *quote)
+std::string joined(const Words &words, const char *quote)
 {
     std::string result;
     for (const std::string_view word : words)
@@ -23,6 +24,14 @@ std::string numberFrom(int64_t least, int64_t most)
     return "a number from " + std::to_string(least) + " to " + std::to_string(most);
 }
 
+template <class Number = int>
+std::optional<Number> integerOf(const toml::node &node, int least, int most)
+{
+    const auto value = node.value_exact<int64_t>();
+    return value && *value >= least && *value <= most ? std::optional(static_cast<Number>(*value))
+                                                      : std::nullopt;
+}
+
 std::optional<Time> timeOf(const toml::node &node, Time unit, int most)
 {
     const auto value = node.is_number() ? node.value<double>() : std::nullopt;
@@ -31,16 +40,15 @@ std::optional<Time> timeOf(const toml::node &node, Time unit, int most)
     return std::llround(*value * static_cast<double>(unit));
 }
 
-// The values of a list, nothing unless all of them are right.
-template <class Value, class Read>
-std::optional<std::vector<Value>> valuesOf(const toml::node &node, const Read &read)
+std::optional<std::string_view> wordOf(const toml::node &node, const Words &words)
 {
-    const toml::array *array = node.as_array();
-    std::vector<Value> result;
-    for (size_t i = 0; array && i < array->size(); ++i)
-        if (const std::optional<Value> value = read((*array)[i]))
-            result.push_back(*value);
-    return array && result.size() == array->size() ? std::optional(result) : std::nullopt;
+    const auto word = node.value_exact<std::string_view>();
+    return std::ranges::find(words, word) != words.end() ? word : std::nullopt;
+}
+
+std::optional<const toml::table *> tableIn(const toml::node &node)
+{
+    return node.is_table() ? std::optional(node.as_table()) : std::nullopt;
 }
 
 std::string inSmallLetters(std::string text)
@@ -53,6 +61,8 @@ std::string inSmallLetters(std::string text)
 
 } // namespace
 
+// ---- Mistakes
+
 void Reader::report(const toml::node &where, const std::string &text)
 {
     mistakes.push_back({where.source().begin.line, text});
@@ -60,6 +70,7 @@ void Reader::report(const toml::node &where, const std::string &text)
 
 void Reader::wrong(const toml::node &node, std::string_view key, std::string_view expected)
 {
+    scope.wrong.push_back(key);
     report(node, "wrong value for '" + std::string(key) + "', expected " + std::string(expected));
 }
 
@@ -73,209 +84,164 @@ void Reader::throwMistakes(const std::string &file)
         throw yat::Problem(all);
 }
 
-void Reader::allowKeys(const toml::table &table, std::string_view what,
-                       std::initializer_list<std::string_view> keys)
+void Reader::refuseOtherKeys(std::string_view what)
 {
-    for (const auto &[key, value] : table)
-        if (std::ranges::find(keys, key.str()) == keys.end())
-            mistakes.push_back({key.source().begin.line, "unknown key '" + std::string(key.str())
-                                                             + "' in " + std::string(what)
-                                                             + ", expected " + list(keys, "")});
+    for (const auto &[key, value] : *scope.table)
+        if (std::ranges::find(scope.known, key.str()) == scope.known.end())
+            mistakes.push_back({key.source().begin.line,
+                                "unknown key '" + std::string(key.str()) + "' in "
+                                    + std::string(what) + ", expected " + joined(scope.known, "")});
 }
 
-const toml::node *Reader::find(const toml::table &table, std::string_view key, bool required,
-                               std::string_view expected)
+bool Reader::areRight(std::initializer_list<std::string_view> keys) const
 {
-    const toml::node *node = table.get(key);
-    if (!node && required)
-        report(table, "missing key '" + std::string(key) + "', expected " + std::string(expected));
+    return std::ranges::find_first_of(scope.wrong, keys) == scope.wrong.end();
+}
+
+void Reader::mustBeUnique(std::string_view key, int kind, const std::string &value)
+{
+    if (!areRight({key}) || taken.insert({kind, inSmallLetters(value)}).second)
+        return;
+    scope.wrong.push_back(key);
+    report(*scope.table->get(key),
+           std::string(key) + " '" + value + "' is taken, expected one that no other has");
+}
+
+// ---- Values
+
+const toml::node *Reader::find(std::string_view key, Presence presence, std::string_view expected)
+{
+    scope.known.push_back(key);
+    const toml::node *node = scope.table->get(key);
+    if (!node && presence == required) {
+        scope.wrong.push_back(key);
+        report(*scope.table,
+               "missing key '" + std::string(key) + "', expected " + std::string(expected));
+    }
     return node;
 }
 
-std::string Reader::text(const toml::table &table, std::string_view key, size_t most, bool required)
+template <class Value, class Read>
+void Reader::value(std::string_view key, Value &value, Presence presence,
+                   const std::string &expected, Read read)
 {
-    const std::string expected = "a text of 1 to " + std::to_string(most) + " bytes";
-    const toml::node *node = find(table, key, required, expected);
-    if (!node)
-        return {};
-    const auto value = node->value_exact<std::string>();
-    if (value && !value->empty() && value->size() <= most)
-        return *value;
-    wrong(*node, key, expected);
-    return {};
-}
-
-std::string Reader::name(const toml::table &table)
-{
-    const std::string result = text(table, "name", longestName);
-    const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
-    if (std::ranges::any_of(result, isControl))
-        wrong(*table.get("name"), "name", "a text without control characters");
-    return result;
-}
-
-std::string Reader::nameOfDevice(const toml::table &table)
-{
-    const std::string result = name(table);
-    if (!result.empty() && !names.insert(inSmallLetters(result)).second)
-        report(*table.get("name"),
-               "name '" + result + "' is taken, expected one that no other device has");
-    return result;
-}
-
-int Reader::number(const toml::table &table, std::string_view key, int least, int most,
-                   bool required)
-{
-    const std::string expected = numberFrom(least, most);
-    const toml::node *node = find(table, key, required, expected);
-    if (!node)
-        return 0;
-    const auto value = node->value_exact<int64_t>();
-    if (value && *value >= least && *value <= most)
-        return static_cast<int>(*value);
-    wrong(*node, key, expected);
-    return 0;
-}
-
-bool Reader::flag(const toml::table &table, std::string_view key, bool otherwise)
-{
-    const toml::node *node = table.get(key);
-    if (!node)
-        return otherwise;
-    if (const auto value = node->value_exact<bool>())
-        return *value;
-    wrong(*node, key, "true or false");
-    return otherwise;
-}
-
-std::string_view Reader::word(const toml::table &table, std::string_view key, const Words &allowed,
-                              bool required)
-{
-    const std::string expected = "one of " + list(allowed, "\"");
-    const toml::node *node = find(table, key, required, expected);
-    if (!node)
-        return {};
-    const auto value = node->value_exact<std::string_view>();
-    if (value && std::ranges::find(allowed, *value) != allowed.end())
-        return *value;
-    wrong(*node, key, expected);
-    return {};
-}
-
-Words Reader::words(const toml::table &table, std::string_view key, const Words &allowed)
-{
-    const toml::node *node = table.get(key);
-    if (!node)
-        return {};
-    const std::string expected = "a list of any of " + list(allowed, "\"");
-    Words result;
-    const toml::array *array = node->as_array();
-    if (!array)
+    const toml::node *node = find(key, presence, expected);
+    if (const std::optional<Value> found = node ? read(*node) : std::nullopt)
+        value = *found;
+    else if (node)
         wrong(*node, key, expected);
-    for (size_t i = 0; array && i < array->size(); ++i) {
-        const toml::node &element = (*array)[i];
-        const auto value = element.value_exact<std::string_view>();
-        if (value && std::ranges::find(allowed, *value) != allowed.end())
-            result.push_back(*value);
-        else
-            wrong(element, key, expected);
+}
+
+template <class Value, class Read>
+void Reader::list(std::string_view key, std::vector<Value> &values, Limits size, Presence presence,
+                  const std::string &expected, Read read)
+{
+    const toml::node *node = find(key, presence, expected);
+    const toml::array *array = node ? node->as_array() : nullptr;
+    if (node && (!array || array->size() < size.least || array->size() > size.most)) {
+        wrong(*node, key, expected);
+        return;
     }
-    return result;
+    for (size_t i = 0; array && i < array->size(); ++i)
+        if (const std::optional<Value> found = read((*array)[i]))
+            values.push_back(*found);
+        else
+            wrong((*array)[i], key, expected);
 }
 
-Time Reader::time(const toml::table &table, std::string_view key, Time unit, int most,
-                  Time otherwise)
+void Reader::text(std::string_view key, std::string &value, size_t most, Presence presence)
 {
-    const toml::node *node = table.get(key);
-    if (!node)
-        return otherwise;
-    if (const auto value = timeOf(*node, unit, most))
-        return *value;
-    wrong(*node, key, numberFrom(0, most));
-    return otherwise;
+    this->value(key, value, presence, "a text of 1 to " + std::to_string(most) + " bytes",
+                [&](const toml::node &node) {
+                    const auto text = node.value_exact<std::string>();
+                    return text && !text->empty() && text->size() <= most ? text : std::nullopt;
+                });
 }
 
-std::vector<Time> Reader::times(const toml::table &table, std::string_view key, Time unit, int most,
-                                size_t mostTimes)
+void Reader::name(std::string_view key, std::string &value)
 {
-    const toml::node *node = table.get(key);
-    if (!node)
-        return {};
-    const auto values = valuesOf<Time>(
-        *node, [&](const toml::node &element) { return timeOf(element, unit, most); });
-    if (values && values->size() <= mostTimes)
-        return *values;
-    wrong(*node, key,
-          "a list of up to " + std::to_string(mostTimes) + " numbers from 0 to "
-              + std::to_string(most));
-    return {};
+    text(key, value, longestName, required);
+    const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
+    if (std::ranges::any_of(value, isControl))
+        wrong(*scope.table->get(key), key, "a text without control characters");
 }
 
-std::vector<uint8_t> Reader::bytes(const toml::table &table, std::string_view key, size_t most,
-                                   bool required)
+void Reader::number(std::string_view key, int &value, int least, int most, Presence presence)
 {
-    const std::string expected =
-        "a list of 1 to " + std::to_string(most) + " numbers from 0 to 255";
-    const toml::node *node = find(table, key, required, expected);
-    if (!node)
-        return {};
-    const auto values = valuesOf<uint8_t>(*node, [](const toml::node &element) {
-        const auto value = element.value_exact<int64_t>();
-        return value && *value >= 0 && *value <= 255 ? std::optional(static_cast<uint8_t>(*value))
-                                                     : std::nullopt;
-    });
-    if (values && !values->empty() && values->size() <= most)
-        return *values;
-    wrong(*node, key, expected);
-    return {};
+    this->value(key, value, presence, numberFrom(least, most),
+                [&](const toml::node &node) { return integerOf(node, least, most); });
 }
 
-PathIdentifier Reader::path(const toml::table &table)
+void Reader::flag(std::string_view key, bool &value)
 {
-    PathIdentifier result{};
-    std::ranges::copy(bytes(table, "path", result.size(), true), result.begin());
-    return result;
+    this->value(key, value, optional, "true or false",
+                [](const toml::node &node) { return node.value_exact<bool>(); });
 }
 
-const toml::table &Reader::table(const toml::table &parent, std::string_view key)
+void Reader::time(std::string_view key, Time &value, Time unit, int most)
+{
+    this->value(key, value, optional, numberFrom(0, most),
+                [&](const toml::node &node) { return timeOf(node, unit, most); });
+}
+
+std::string_view Reader::oneOf(std::string_view key, const Words &words, Presence presence)
+{
+    std::string_view word;
+    value(key, word, presence, "one of " + joined(words, "\""),
+          [&](const toml::node &node) { return wordOf(node, words); });
+    return word;
+}
+
+void Reader::timesAgo(std::string_view key, std::vector<Time> &value, Time unit, int most,
+                      size_t mostTimes)
+{
+    list(key, value, {0, mostTimes}, optional,
+         "a list of up to " + std::to_string(mostTimes) + " numbers from 0 to "
+             + std::to_string(most),
+         [&](const toml::node &node) { return timeOf(node, unit, most); });
+    std::ranges::transform(value, value.begin(), std::negate());
+    std::ranges::sort(value);
+}
+
+void Reader::bytes(std::string_view key, std::vector<uint8_t> &value, size_t most,
+                   Presence presence)
+{
+    list(key, value, {1, most}, presence,
+         "a list of 1 to " + std::to_string(most) + " numbers from 0 to 255",
+         [](const toml::node &node) { return integerOf<uint8_t>(node, 0, 255); });
+}
+
+void Reader::path(std::string_view key, PathIdentifier &value)
+{
+    std::vector<uint8_t> path;
+    bytes(key, path, value.size(), required);
+    std::ranges::copy(path, value.begin());
+}
+
+void Reader::codes(std::string_view key, unsigned &value, std::span<const SupportCode> codes)
+{
+    Words all, found;
+    for (const SupportCode &each : codes)
+        all.push_back(rowOf(verbs, each.verb)->support);
+    list(key, found, {}, optional, "a list of any of " + joined(all, "\""),
+         [&](const toml::node &node) { return wordOf(node, all); });
+    for (size_t i = 0; i < all.size(); ++i)
+        value |= std::ranges::count(found, all[i]) > 0 ? 1u << codes[i].code : 0;
+}
+
+const toml::table &Reader::tableBelow(std::string_view key)
 {
     static const toml::table none;
-    const toml::node *node = parent.get(key);
-    if (!node)
-        return none;
-    if (const toml::table *found = node->as_table())
-        return *found;
-    wrong(*node, key, "a table");
-    return none;
+    const toml::table *found = &none;
+    value(key, found, optional, "a table", tableIn);
+    return *found;
 }
 
-std::vector<const toml::table *> Reader::tables(const toml::table &parent, std::string_view key)
+std::vector<const toml::table *> Reader::tables(std::string_view key)
 {
-    std::vector<const toml::table *> result;
-    const toml::node *node = parent.get(key);
-    if (!node)
-        return result;
-    const std::string expected = "tables that begin with [[" + std::string(key) + "]]";
-    const toml::array *array = node->as_array();
-    if (!array)
-        wrong(*node, key, expected);
-    for (size_t i = 0; array && i < array->size(); ++i) {
-        const toml::node &element = (*array)[i];
-        if (const toml::table *found = element.as_table())
-            result.push_back(found);
-        else
-            wrong(element, key, expected);
-    }
-    return result;
-}
-
-bool Reader::isUnique(const toml::table &table, std::string_view key, int kind, int number)
-{
-    if (number == 0 || numbers.insert({kind, number}).second)
-        return true;
-    report(*table.get(key), std::string(key) + " " + std::to_string(number)
-                                + " is taken, expected one that no other has");
-    return false;
+    std::vector<const toml::table *> found;
+    list(key, found, {}, optional, "tables that begin with [[" + std::string(key) + "]]", tableIn);
+    return found;
 }
 
 } // namespace sim

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "common/toml.h"
-#include "sim/terms.h"
+#include "sim/keys.h"
 
 #include <initializer_list>
 #include <optional>
@@ -16,88 +16,94 @@ namespace sim {
 
 using Words = std::vector<std::string_view>;
 
-template <class Table> Words wordsOf(const Table &terms)
-{
-    Words words;
-    for (const auto &term : terms)
-        words.push_back(term.word);
-    return words;
-}
-
 // The rules for one description, and the mistakes found so far. A value that is wrong or missing
-// is a mistake, and read as 0, false or nothing.
+// stays as it is.
 class Reader {
 public:
-    void report(const toml::node &where, const std::string &text);
-
-    // The keys that a table may have; whatever else it has is a mistake.
-    void allowKeys(const toml::table &table, std::string_view what,
-                   std::initializer_list<std::string_view> keys);
-
-    std::string text(const toml::table &table, std::string_view key, size_t most,
-                     bool required = true);
-
-    // A text to show on a line; of a device, no other one may have it, whatever the case.
-    std::string name(const toml::table &table);
-    std::string nameOfDevice(const toml::table &table);
-
-    int number(const toml::table &table, std::string_view key, int least, int most,
-               bool required = true);
-    bool flag(const toml::table &table, std::string_view key, bool otherwise = false);
-
-    // The value of one of the words in a table of sim/terms.h.
-    template <class Table, class Value = decltype(std::begin(std::declval<const Table &>())->value)>
-    Value choice(const toml::table &table, std::string_view key, const Table &terms,
-                 bool required = true, Value otherwise = Value())
+    // Reads a table, by the work given; each key that is not read in it is a mistake.
+    template <class Work> void in(const toml::table &table, std::string_view what, const Work &work)
     {
-        const std::string_view word = this->word(table, key, wordsOf(terms), required);
-        return word.empty() ? otherwise : *valueOf(terms, word);
+        Scope outer = std::exchange(scope, {.table = &table, .known = {}, .wrong = {}});
+        work();
+        refuseOtherKeys(what);
+        scope = std::move(outer);
     }
 
-    // The words of a list, each one of these.
-    Words words(const toml::table &table, std::string_view key, const Words &allowed);
-
-    // A length of time in units such as seconds, and a list of them; decimals are allowed.
-    Time time(const toml::table &table, std::string_view key, Time unit, int most, Time otherwise);
-    std::vector<Time> times(const toml::table &table, std::string_view key, Time unit, int most,
-                            size_t mostTimes);
-
-    std::vector<uint8_t> bytes(const toml::table &table, std::string_view key, size_t most,
-                               bool required);
-    PathIdentifier path(const toml::table &table);
-
-    // A table below another one; an empty one when it is missing.
-    const toml::table &table(const toml::table &parent, std::string_view key);
+    // Reads a table below it. One that is missing is empty.
+    template <class Work> void table(std::string_view key, const Work &work)
+    {
+        in(tableBelow(key), "[" + std::string(key) + "]", work);
+    }
 
     // The tables of a list of tables, such as [[cpu_module]].
-    std::vector<const toml::table *> tables(const toml::table &parent, std::string_view key);
+    std::vector<const toml::table *> tables(std::string_view key);
 
-    // A number that only one of its kind may have: of a device within its class, of a board.
-    // False when another one has it.
-    bool isUnique(const toml::table &table, std::string_view key, int kind, int number);
+    void text(std::string_view key, std::string &value, size_t most, Presence presence);
+    void name(std::string_view key, std::string &value); // a text to show on a line
+    void number(std::string_view key, int &value, int least, int most, Presence presence);
+    void flag(std::string_view key, bool &value);
+    void time(std::string_view key, Time &value, Time unit, int most);
 
-    size_t found() const
+    // How long ago things were, a list, as times before 0 in their order.
+    void timesAgo(std::string_view key, std::vector<Time> &value, Time unit, int most,
+                  size_t mostTimes);
+    void bytes(std::string_view key, std::vector<uint8_t> &value, size_t most,
+               Presence presence = optional);
+    void path(std::string_view key, PathIdentifier &value);
+
+    // The value of one of the words in a table of sim/terms.h.
+    template <class Table, class Value>
+    void word(std::string_view key, Value &value, const Table &terms, Presence presence)
     {
-        return mistakes.size();
+        Words words;
+        for (const auto &term : terms)
+            words.push_back(term.word);
+        if (const auto known = valueOf(terms, oneOf(key, words, presence)))
+            value = *known;
     }
+
+    // A bit for each of the codes whose words are in a list.
+    void codes(std::string_view key, unsigned &value, std::span<const SupportCode> codes);
+
+    // What was read for a key only one of its kind may have, whatever the case.
+    void mustBeUnique(std::string_view key, int kind, const std::string &value);
+
+    // Whether none of these keys has been found wrong in the table that is read.
+    bool areRight(std::initializer_list<std::string_view> keys) const;
+
+    void report(const toml::node &where, const std::string &text);
+    void wrong(const toml::node &node, std::string_view key, std::string_view expected);
 
     // Throws what was found, in the order of its lines.
     void throwMistakes(const std::string &file);
 
 private:
-    const toml::node *find(const toml::table &table, std::string_view key, bool required,
-                           std::string_view expected);
-    std::string_view word(const toml::table &table, std::string_view key, const Words &allowed,
-                          bool required);
-    void wrong(const toml::node &node, std::string_view key, std::string_view expected);
-
+    struct Scope {
+        const toml::table *table;
+        Words known, wrong; // keys
+    };
+    struct Limits {
+        size_t least = 0, most = SIZE_MAX;
+    };
     struct Mistake {
         size_t line;
         std::string text;
     };
+
+    const toml::table &tableBelow(std::string_view key);
+    void refuseOtherKeys(std::string_view what);
+    const toml::node *find(std::string_view key, Presence presence, std::string_view expected);
+    std::string_view oneOf(std::string_view key, const Words &words, Presence presence);
+    template <class Value, class Read>
+    void value(std::string_view key, Value &value, Presence presence, const std::string &expected,
+               Read read);
+    template <class Value, class Read>
+    void list(std::string_view key, std::vector<Value> &values, Limits size, Presence presence,
+              const std::string &expected, Read read);
+
+    Scope scope{};
     std::vector<Mistake> mistakes;
-    std::set<std::pair<int, int>> numbers;
-    std::set<std::string> names;
+    std::set<std::pair<int, std::string>> taken;
 };
 
 } // namespace sim

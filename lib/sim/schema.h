@@ -36,10 +36,10 @@ CREATE TABLE device (
     name TEXT NOT NULL,
     path BLOB NOT NULL CHECK (length(path) = 8),
     board INTEGER NOT NULL CHECK (board BETWEEN 0 AND 9999),
-    partner INTEGER CHECK (partner >= 0),                      -- a position
-    parent INTEGER CHECK (parent >= 0 AND parent < position),  -- a position
+    partner INTEGER NOT NULL CHECK (partner BETWEEN 0 AND 9999), -- a number; 0 for none
+    parent INTEGER CHECK (parent >= 0 AND parent < position),    -- a position
     state INTEGER NOT NULL
-        CHECK (state BETWEEN 0 AND 8 AND (state <> 6 OR partner IS NOT NULL)), -- synchronising
+        CHECK (state BETWEEN 0 AND 8 AND (state <> 6 OR partner <> 0)), -- synchronising
     since INTEGER NOT NULL CHECK (since BETWEEN 0 AND 253402300799000000),
     mtbf_type INTEGER NOT NULL CHECK (mtbf_type BETWEEN 0 AND 2),
     defective INTEGER NOT NULL CHECK (defective IN (0, 1)),

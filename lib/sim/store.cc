@@ -4,7 +4,7 @@
 #include "common/paths.h"
 #include "sim/course.h"
 #include "sim/hash.h"
-#include "sim/making.h"
+#include "sim/description.h"
 #include "sim/statefile.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -85,7 +85,7 @@ void transact(Store &store, bool isSynced, const std::function<void()> &work)
 
 void putMachine(Store &store, const Source &source, Time now)
 {
-    store.state.machine = makeMachine(source.description, now);
+    store.state.machine = movedTo(source.description, now);
     store.state.clock.simulated = now;
     store.state.origin = source.file;
     store.state.descriptionHash = hashOf(source.text);
@@ -126,7 +126,7 @@ bool makeFile(Store &store)
     const Source source = readSource(wholePath(store.descriptionFile));
     return createStateFile(store.file, [&](Database &database) {
         const Time now = realTime();
-        MachineState state = {.machine = makeMachine(source.description, now),
+        MachineState state = {.machine = movedTo(source.description, now),
                               .clock = {.simulated = now, .real = now, .scale = wantedScale()},
                               .origin = source.file,
                               .descriptionHash = hashOf(source.text)};

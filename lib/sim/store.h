@@ -8,7 +8,6 @@
 
 #include "common/machine.h"
 #include "sim/caller.h"
-#include "sim/description.h"
 #include "sim/injection.h"
 #include "sim/journal.h"
 #include "sim/operations.h"
@@ -41,7 +40,7 @@ Store configuredStore(const yat::ConfiguredMachine &machine = yat::configuredMac
 // A description and where it comes from.
 struct Source {
     std::string file, text;
-    Description description;
+    Machine description;
 };
 
 // Reads and checks a description file. Its mistakes are thrown as one yat::Problem, a line each.

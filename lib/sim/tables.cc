@@ -87,7 +87,7 @@ Device readDevice(const QueryRow &row)
     device.name = next().getString();
     std::ranges::copy(bytesOf(next()), device.path.begin());
     device.board = next().getInt();
-    device.partner = positionOf(next());
+    device.partner = next().getInt();
     device.parent = positionOf(next());
     device.state = static_cast<State>(next().getInt());
     device.since = next().getInt64();
@@ -111,9 +111,6 @@ void readDevices(Database &database, Machine &machine)
             damaged(database, "a device is missing");
         devices.push_back(readDevice(row));
     });
-    for (const Device &device : devices)
-        if (device.partner >= static_cast<int>(devices.size()))
-            damaged(database, "the partner of a module is missing");
     database.each("SELECT device, time FROM failure ORDER BY device, nth",
                   [&](const QueryRow &row) {
                       const auto position = static_cast<size_t>(row.getColumn(0).getInt64());
@@ -128,7 +125,7 @@ void writeDevice(Database &database, int position, const Device &device)
     database.run("INSERT OR REPLACE INTO device VALUES "
                  "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
                  position, device.id.classCode, device.id.number, device.name, device.path,
-                 device.board, positionOrNone(device.partner), positionOrNone(device.parent),
+                 device.board, device.partner, positionOrNone(device.parent),
                  static_cast<int>(device.state), device.since, device.mtbfType, device.defective,
                  device.failureCount, device.biosVersion, device.biosStatus,
                  static_cast<int>(device.bios), device.newBios, device.copies, device.startsAfter);
@@ -156,6 +153,9 @@ MachineState readMachine(Database &database)
         damaged(database, "the machine is missing");
     readDevices(database, state.machine);
     makeIndex(state.machine);
+    for (const Device &device : state.machine.devices)
+        if (device.partner != 0 && !partnerOf(state.machine, device))
+            damaged(database, "the partner of a module is missing");
     return state;
 }
 

@@ -6,6 +6,7 @@
 #include "yat/device.h"
 #include "yat/ft.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,7 @@ constexpr size_t failuresKept = 64; // of a device
 constexpr int mostFailures = 1'000'000'000;
 constexpr int longestMtbf = 876000;     // hours
 constexpr size_t longestVersion = 1000; // bytes; a BIOS status has no more either
+constexpr size_t longestResponse = 16;  // bytes, of the BMC
 
 // ---- Values
 
@@ -185,8 +187,9 @@ inline constexpr Term<Bios> biosSources[] = {
     {Bios::burnt, "data file"},
 };
 
-// Whether an adapter is broken, in a description; one that is whole runs when its module does.
-inline constexpr Term<bool> adapterStates[] = {{false, "running"}, {true, "broken"}};
+// The states of an adapter, in a description; one that is whole runs when its module does.
+inline constexpr Term<State> adapterStates[] = {{State::duplex, "running"},
+                                               {State::broken, "broken"}};
 
 struct VerbTerm {
     Verb value;
@@ -316,6 +319,14 @@ constexpr int supportCode(Verb verb, int classCode)
         if (each.verb == verb && each.classCode == classCode)
             return each.code;
     return 0;
+}
+
+// Those of a class of devices, which stand together.
+constexpr std::span<const SupportCode> supportCodesOf(int classCode)
+{
+    const auto isOther = [=](const SupportCode &each) { return each.classCode != classCode; };
+    const auto first = std::ranges::find_if_not(supportCodes, isOther);
+    return {first, std::find_if(first, std::end(supportCodes), isOther)};
 }
 
 constexpr std::optional<Verb> verbOfSupportCode(int classCode, int code)

@@ -1,7 +1,10 @@
 #include "sim/writing.h"
 
+#include "sim/keys.h"
+
 #include <charconv>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace sim {
 namespace {
@@ -15,93 +18,103 @@ double in(Time unit, Time time)
     return static_cast<double>(time) / static_cast<double>(unit);
 }
 
-// What a module and an adapter have in common.
-template <class Device> Json deviceTable(const Device &device)
-{
-    size_t length = device.path.size();
-    while (length > 1 && device.path[length - 1] == 0)
-        --length;
-    Json table = {{"number", device.number}, {"name", device.name}};
-    table["path"] =
-        std::vector(device.path.begin(), device.path.begin() + static_cast<ptrdiff_t>(length));
-    return table;
-}
+// Puts values into a table. What can't be written, such as an empty text, is what a missing key
+// stands for.
+struct Writer {
+    Json values = Json::object();
 
-template <class Device> void addFailures(Json &table, const Device &device)
-{
-    if (device.defective)
-        table["defective"] = true;
-    for (const Time ago : device.failures)
-        table["failures"].push_back(in(hour, ago));
-    if (device.failureCount > static_cast<int>(device.failures.size()))
-        table["failure_count"] = device.failureCount;
-}
-
-void addAdapters(Json &table, const std::vector<Adapter> &adapters)
-{
-    for (const Adapter &adapter : adapters) {
-        Json below = {{"class", wordOf(adapterClasses, adapter.classCode)}};
-        below.update(deviceTable(adapter));
-        below["state"] = wordOf(adapterStates, adapter.broken);
-        addFailures(below, adapter);
-        addAdapters(below, adapter.adapters);
-        table["adapter"].push_back(std::move(below));
+    template <class Work> void table(std::string_view key, const Work &work)
+    {
+        Json outer = std::exchange(values, Json::object());
+        work();
+        if (!values.empty())
+            outer[key] = std::move(values);
+        values = std::move(outer);
     }
-}
 
-void addModules(Json &table, std::string_view key, const std::vector<Module> &modules)
-{
-    for (const Module &module : modules) {
-        Json each = deviceTable(module);
-        each["state"] = wordOf(states, module.state);
-        each["partner"] = module.partner;
-        each["mtbf_type"] = wordOf(mtbfTypes, module.mtbfType);
-        addFailures(each, module);
-        if (module.classCode == YAT_CLASS_CPU_MODULE) {
-            each["bios_version"] = module.biosVersion;
-            each["bios_status"] = module.biosStatus;
-            if (module.bios == Bios::invalid)
-                each["bios_valid"] = false;
-            else if (module.bios != Bios::described)
-                each["bios_from"] = wordOf(biosSources, module.bios);
-        } else {
-            each["board"] = module.board;
-        }
-        addAdapters(each, module.adapters);
-        table[key].push_back(std::move(each));
+    void text(std::string_view key, const std::string &value, size_t, Presence)
+    {
+        if (!value.empty())
+            values[key] = value;
     }
+
+    void name(std::string_view key, const std::string &value)
+    {
+        values[key] = value;
+    }
+
+    void number(std::string_view key, int value, int, int, Presence)
+    {
+        values[key] = value;
+    }
+
+    void flag(std::string_view key, bool value)
+    {
+        values[key] = value;
+    }
+
+    template <class Value, class Table>
+    void word(std::string_view key, Value value, const Table &terms, Presence)
+    {
+        if (const auto *row = rowOf(terms, value))
+            values[key] = row->word;
+    }
+
+    void time(std::string_view key, Time value, Time unit, int)
+    {
+        values[key] = in(unit, value);
+    }
+
+    void timesAgo(std::string_view key, const std::vector<Time> &value, Time unit, int, size_t)
+    {
+        for (const Time time : value)
+            values[key].push_back(in(unit, -time));
+    }
+
+    void bytes(std::string_view key, const std::vector<uint8_t> &value, size_t)
+    {
+        if (!value.empty())
+            values[key] = value;
+    }
+
+    void path(std::string_view key, const PathIdentifier &value)
+    {
+        size_t length = value.size();
+        while (length > 1 && value[length - 1] == 0)
+            --length;
+        values[key] = std::vector(value.begin(), value.begin() + static_cast<ptrdiff_t>(length));
+    }
+
+    void codes(std::string_view key, unsigned value, std::span<const SupportCode> codes)
+    {
+        values[key] = Json::array();
+        for (const SupportCode &each : codes)
+            if (value & 1u << each.code)
+                values[key].push_back(rowOf(verbs, each.verb)->support);
+    }
+};
+
+// A device and, in tables below it, what it carries; next is its position, and then that of the
+// one behind them all.
+Json tableOf(Machine &machine, size_t &next)
+{
+    const int position = static_cast<int>(next);
+    Writer writer;
+    deviceKeys(writer, machine.devices[next++], optional);
+    while (next < machine.devices.size() && machine.devices[next].parent == position)
+        writer.values["adapter"].push_back(tableOf(machine, next));
+    return std::move(writer.values);
 }
 
-Json supportsTable(unsigned supported)
+Json tablesOf(Machine machine)
 {
-    Json table;
-    for (const DeviceClass &each : deviceClasses)
-        table[each.key] = Json::array();
-    for (const SupportCode &each : supportCodes)
-        if (supported & 1u << each.code)
-            table[rowOf(deviceClasses, each.classCode)->key].push_back(
-                rowOf(verbs, each.verb)->support);
-    return table;
-}
-
-Json tablesOf(const Description &machine)
-{
-    Json result = {{"name", machine.name}, {"type", wordOf(machineTypes, machine.type)}};
-    if (!machine.bmcResponse.empty())
-        result["bmc"] = {{"response", machine.bmcResponse}};
-    if (!machine.dataFileVersion.empty())
-        result["firmware"] = {{"data_file", machine.dataFileVersion}};
-    result["settings"] = {{"automatic_firmware_update", machine.automaticFirmwareUpdate},
-                          {"automatic_module_start", machine.automaticModuleStart}};
-    result["mtbf"] = {{"threshold", in(hour, machine.mtbfThreshold)}};
-    result["timing"] = {{"start", in(second, machine.timing.start)},
-                        {"synchronise", in(second, machine.timing.synchronise)},
-                        {"stop", in(second, machine.timing.stop)},
-                        {"firmware_update", in(second, machine.timing.firmwareUpdate)}};
-    result["supports"] = supportsTable(machine.supported);
-    addModules(result, "cpu_module", machine.cpuModules);
-    addModules(result, "pci_module", machine.pciModules);
-    return result;
+    Writer writer;
+    machineKeys(writer, machine);
+    for (size_t next = 0; next < machine.devices.size();) {
+        const std::string_view key = rowOf(deviceClasses, machine.devices[next].id.classCode)->key;
+        writer.values[key].push_back(tableOf(machine, next));
+    }
+    return std::move(writer.values);
 }
 
 // ---- As text
@@ -151,16 +164,16 @@ void writeTable(std::string &text, const Json &table, const std::string &path)
 
 } // namespace
 
-std::string toToml(const Description &description)
+std::string toToml(const Machine &machine)
 {
     std::string text;
-    writeTable(text, tablesOf(description), "");
+    writeTable(text, tablesOf(machine), "");
     return text;
 }
 
-std::string toJson(const Description &description)
+std::string toJson(const Machine &machine)
 {
-    return jsonText(tablesOf(description), 2) + "\n";
+    return jsonText(tablesOf(machine), 2) + "\n";
 }
 
 } // namespace sim

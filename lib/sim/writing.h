@@ -1,16 +1,16 @@
-// From a description to TOML and JSON.
+// From a machine to its description, as TOML and as JSON.
 #pragma once
 
-#include "sim/description.h"
+#include "sim/machine.h"
 
 #include <string>
 
 namespace sim {
 
-// The TOML text that reads back as this description.
-std::string toToml(const Description &description);
+// The TOML text that reads back as a machine that is at rest.
+std::string toToml(const Machine &machine);
 
 // The same tables and keys as JSON.
-std::string toJson(const Description &description);
+std::string toJson(const Machine &machine);
 
 } // namespace sim

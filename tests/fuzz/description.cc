@@ -27,11 +27,12 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const std::string text(reinterpret_cast<const char *>(data), size);
     try {
-        const sim::Description description = sim::parseDescription(text, "F");
+        const sim::Machine description = sim::parseDescription(text, "F");
         REQUIRE(!description.name.empty());
         REQUIRE(description.bmcResponse.size() <= 16);
-        for (const auto *modules : {&description.cpuModules, &description.pciModules})
-            REQUIRE(std::ranges::is_sorted(*modules, {}, &sim::Module::number));
+        std::vector<sim::Device> modules = description.devices;
+        std::erase_if(modules, [](const sim::Device &each) { return each.parent >= 0; });
+        REQUIRE(std::ranges::is_sorted(modules, {}, &sim::Device::id));
     } catch (const yat::Problem &problem) {
         requireMistakes(problem.what(), std::ranges::count(text, '\n') + 1);
     }

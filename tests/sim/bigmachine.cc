@@ -1,49 +1,51 @@
 #include "bigmachine.h"
 
-#include <algorithm>
-
 using namespace sim;
 
 namespace {
 
 constexpr int adaptersOfModule = 9;
 
-std::vector<Adapter> adaptersBelow(int module, int count)
+// Pairs that run, but for one that is left over.
+Device moduleOf(int number, int modules)
 {
-    std::vector<Adapter> adapters;
-    for (int i = 0; i < count; ++i) {
-        const bool isScsi = i < 4;
-        const int number = (module - 1) * (isScsi ? 4 : 5) + (isScsi ? i : i - 4) + 1;
-        Adapter &adapter = adapters.emplace_back();
-        adapter.classCode = isScsi ? YAT_CLASS_SCSI_ADAPTER : YAT_CLASS_ETHERNET_ADAPTER;
-        adapter.number = number;
-        adapter.name = (isScsi ? "SCSI adapter " : "Ethernet adapter ") + std::to_string(number);
-    }
-    return adapters;
+    const int neighbour = number % 2 ? number + 1 : number - 1;
+    Device module;
+    module.id = {YAT_CLASS_PCI_MODULE, number};
+    module.name = "PCI module " + std::to_string(number);
+    module.board = number;
+    module.partner = neighbour <= modules ? neighbour : 0;
+    module.state = module.partner ? State::duplex : State::simplex;
+    return module;
+}
+
+Device adapterOf(int module, int nth)
+{
+    const bool isScsi = nth < 4;
+    const int number = (module - 1) * (isScsi ? 4 : 5) + (isScsi ? nth : nth - 4) + 1;
+    Device adapter;
+    adapter.id = {isScsi ? YAT_CLASS_SCSI_ADAPTER : YAT_CLASS_ETHERNET_ADAPTER, number};
+    adapter.name = (isScsi ? "SCSI adapter " : "Ethernet adapter ") + std::to_string(number);
+    adapter.state = State::duplex;
+    return adapter;
 }
 
 } // namespace
 
-Description bigMachine(int devices)
+Machine bigMachine(int devices)
 {
-    Description machine;
+    Machine machine;
     machine.name = "big machine";
     machine.type = YAT_MACHINE_CEDAR;
     machine.supported = ~0u;
-    for (int left = devices; left > 0; left -= adaptersOfModule + 1) {
-        Module &module = machine.pciModules.emplace_back();
-        module.classCode = YAT_CLASS_PCI_MODULE;
-        module.number = static_cast<int>(machine.pciModules.size());
-        module.name = "PCI module " + std::to_string(module.number);
-        module.board = module.number;
-        module.state = State::simplex;
-        module.adapters = adaptersBelow(module.number, std::min(left - 1, adaptersOfModule));
+    const int modules = (devices + adaptersOfModule) / (adaptersOfModule + 1);
+    for (int position = 0; position < devices; ++position) {
+        const int number = position / (adaptersOfModule + 1) + 1;
+        const int nth = position % (adaptersOfModule + 1);
+        machine.devices.push_back(nth == 0 ? moduleOf(number, modules)
+                                           : adapterOf(number, nth - 1));
+        machine.devices.back().parent = nth == 0 ? -1 : position - nth;
     }
-    for (size_t i = 1; i < machine.pciModules.size(); i += 2) {
-        Module &one = machine.pciModules[i - 1], &other = machine.pciModules[i];
-        one.partner = other.number;
-        other.partner = one.number;
-        one.state = other.state = State::duplex;
-    }
+    makeIndex(machine);
     return machine;
 }

@@ -1,7 +1,7 @@
 // A machine of as many devices as wanted, for what must not grow with them.
 #pragma once
 
-#include "sim/description.h"
+#include "sim/machine.h"
 
 // PCI modules with nine adapters each, the last one with fewer, in pairs that run.
-sim::Description bigMachine(int devices);
+sim::Machine bigMachine(int devices);

@@ -94,7 +94,7 @@ const Case cases[] = {
     {"NumberOutOfRange", "number = 1\nname = \"C1\"", "number = 0\nname = \"C1\"",
      "F:10: wrong value for 'number', expected a number from 1 to 9999"},
     {"NumberTwice", "number = 2", "number = 1",
-     "F:19: number 1 is taken, expected one that no other has"},
+     "F:19: number '1' is taken, expected one that no other has"},
     {"PathByteOutOfRange", "path = [0]", "path = [256]",
      "F:12: wrong value for 'path', expected a list of 1 to 8 numbers from 0 to 255"},
     {"StateThatDoesNotLast", "\"simplex\"", "\"starting\"",
@@ -121,13 +121,13 @@ const Case cases[] = {
      "bios_version = \"1\"\nbios_from = \"data file\"\nbios_valid = false",
      "F:16: wrong value for 'bios_from', expected none when 'bios_valid' is false"},
     {"NameTwice", "\"C2\"", "\"c1\"",
-     "F:20: name 'c1' is taken, expected one that no other device has"},
+     "F:20: name 'c1' is taken, expected one that no other has"},
     {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
-     "F:36: name 'P1' is taken, expected one that no other device has"},
+     "F:36: name 'P1' is taken, expected one that no other has"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
      "F:20: wrong value for 'name', expected a text without control characters"},
     {"BoardTwice", "board = 3", "board = 1",
-     "F:32: board 1 is taken, expected one that no other has"},
+     "F:32: board '1' is taken, expected one that no other has"},
     {"UnknownClass", "\"SCSI\"", "\"SATA\"",
      "F:34: wrong value for 'class', expected one of \"SCSI\", \"Ethernet\""},
     {"PartnerOfItself", "board = 3", "board = 3\npartner = 1",
@@ -198,15 +198,15 @@ TEST(Description, OfAPairHasBothRunningInDuplexOrOneAlone)
 
 TEST(Description, PairsNeighboursUnlessItSaysOtherwise)
 {
-    EXPECT_EQ(parseDescription(small, "F").cpuModules[0].partner, 2);
-    EXPECT_EQ(parseDescription(small, "F").pciModules[0].partner, 0);
+    EXPECT_EQ(parseDescription(small, "F").devices[0].partner, 2);
+    EXPECT_EQ(parseDescription(small, "F").devices[2].partner, 0);
     std::string text = small;
     for (const char *name : {"name = \"C1\"", "name = \"C2\""})
         text.insert(text.find(name), "partner = 0\n");
     for (size_t at; (at = text.find("\"duplex\"")) != std::string::npos;)
         text.replace(at, 8, "\"simplex\"");
     EXPECT_EQ(mistakesOf(text), std::vector<std::string>()); // each alone, and both run
-    EXPECT_EQ(parseDescription(text, "F").cpuModules[0].partner, 0);
+    EXPECT_EQ(parseDescription(text, "F").devices[0].partner, 0);
 }
 
 TEST(Description, SetsMtbfTypesOnlyWhereTheMachineHasThem)
@@ -227,11 +227,11 @@ TEST(Description, OfAnUnknownTypeIsBlamedForTheTypeOnly)
 
 TEST(Description, HasUnitsOfItsOwn)
 {
-    const Description machine = parseDescription(small, "F");
+    const Machine machine = parseDescription(small, "F");
     EXPECT_EQ(machine.timing.start, 1'500'000);
     EXPECT_EQ(machine.timing.stop, Timing().stop); // what is not said stays as usual
     EXPECT_EQ(machine.mtbfThreshold, 2 * hour);
-    EXPECT_EQ(machine.cpuModules[0].failures, (std::vector<Time>{3 * hour, hour / 2}));
+    EXPECT_EQ(machine.devices[0].failures, (std::vector<Time>{-3 * hour, -hour / 2}));
 }
 
 TEST(Description, ThatCantBeReadSaysWhy)
@@ -256,7 +256,7 @@ TEST(Description, WrittenReadsBackAsItself)
     for (const char *machine : {"ALDER", "BIRCH", "CEDAR", "PLAIN"})
         texts.push_back(shipped(machine));
     for (const std::string &text : texts) {
-        const Description machine = parseDescription(text, "F");
+        const Machine machine = parseDescription(text, "F");
         EXPECT_EQ(parseDescription(toToml(machine), "F"), machine) << toToml(machine);
     }
 }

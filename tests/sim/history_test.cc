@@ -44,7 +44,7 @@ struct History {
     }
 
     Sandbox sandbox;
-    Description description;
+    Machine description;
     Replay replay;
 };
 

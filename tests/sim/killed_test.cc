@@ -71,7 +71,7 @@ protected:
     void killYatsim();
 
     Sandbox sandbox;
-    Description description;
+    Machine description;
     std::mt19937 random;
     Replay replay;
     int longestRun = 0; // of yatsim, in microseconds

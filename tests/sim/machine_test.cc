@@ -1,7 +1,7 @@
 // The machine by itself: random histories, and what must hold in each of them.
 #include "contradiction.h"
 #include "sim/course.h"
-#include "sim/making.h"
+#include "sim/description.h"
 #include "sim/operations.h"
 #include "sim/words.h"
 #include "sim/writing.h"
@@ -32,7 +32,7 @@ using namespace sim;
 
 Machine machineOf(const std::string &toml)
 {
-    return makeMachine(parseDescription(toml, "F"), 1000 * hour);
+    return movedTo(parseDescription(toml, "F"), 1000 * hour);
 }
 
 const Verb allVerbs[] = {Verb::clearMtbf,    Verb::bringUp,    Verb::bringDown, Verb::setMtbfType,
@@ -224,10 +224,10 @@ TEST(Machine, CanBeDescribedAtAnyTime)
     EXPECT_TRUE(rc::check([] {
         runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
             apply(machine, operation);
-            const std::string toml = toToml(describe(machine));
-            const Description again = parseDescription(toml, "F");
-            RC_ASSERT(again == describe(machine));
-            const Machine copy = makeMachine(again, machine.now);
+            const std::string toml = toToml(atRest(machine));
+            const Machine again = parseDescription(toml, "F");
+            RC_ASSERT(again == atRest(machine));
+            const Machine copy = movedTo(again, machine.now);
             for (size_t i = 0; i < copy.devices.size(); ++i) {
                 const Device &is = copy.devices[i];
                 const Device &was = machine.devices[i];
@@ -260,8 +260,8 @@ TEST(Machine, KeepsCountingFailuresWhenItForgetsTheirTimes)
     EXPECT_EQ(find(machine, ethernet)->failureCount, 100);
     EXPECT_EQ(find(machine, ethernet)->failures.size(), failuresKept);
     EXPECT_EQ(mtbf(*find(machine, ethernet)), hour);
-    const Description again = describe(machine);
-    EXPECT_EQ(find(makeMachine(again, machine.now), ethernet)
+    const Machine again = atRest(machine);
+    EXPECT_EQ(find(movedTo(again, machine.now), ethernet)
                   ->failureCount,
               100);
 }
@@ -281,7 +281,7 @@ TEST(Machine, CanBeDescribedWhenItsFailuresAreForgottenElsewhere)
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
     apply(machine, {.verb = Verb::fail, .device = ethernet});
     advance(machine, machine.now + 2 * longestMtbf * hour);
-    const Machine copy = makeMachine(parseDescription(toToml(describe(machine)), "F"), machine.now);
+    const Machine copy = movedTo(parseDescription(toToml(atRest(machine)), "F"), machine.now);
     EXPECT_EQ(find(copy, ethernet)->failures.at(0), machine.now - longestMtbf * hour);
 }
 

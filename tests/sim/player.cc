@@ -232,12 +232,13 @@ std::string Player::compare(const std::vector<JournalRow> &rows, bool writingFai
 
 namespace {
 
-DeviceId anyModule(const Description &machine, const std::function<int(int)> &below)
+DeviceId anyModule(const Machine &machine, const std::function<int(int)> &below)
 {
-    const bool isCpu = below(2) == 0;
-    const auto &modules = isCpu ? machine.cpuModules : machine.pciModules;
-    const int number = below(static_cast<int>(modules.size())) + 1;
-    return {isCpu ? YAT_CLASS_CPU_MODULE : YAT_CLASS_PCI_MODULE, number};
+    const int classCode = below(2) == 0 ? YAT_CLASS_CPU_MODULE : YAT_CLASS_PCI_MODULE;
+    int modules = 0;
+    while (find(machine, {classCode, modules + 1}))
+        ++modules;
+    return {classCode, below(modules) + 1};
 }
 
 DeviceId anyAdapter(const std::function<int(int)> &below)
@@ -253,7 +254,7 @@ std::string anyOf(const std::vector<std::string> &texts, const std::function<int
 
 } // namespace
 
-Act anyCall(const Description &machine, const std::function<int(int)> &below)
+Act anyCall(const Machine &machine, const std::function<int(int)> &below)
 {
     const Verb verbs[] = {Verb::bringUp,   Verb::bringDown,   Verb::bringUp,      Verb::bringDown,
                           Verb::clearMtbf, Verb::setMtbfType, Verb::burnFirmware, Verb::putSetting};
@@ -282,7 +283,7 @@ Act anyCall(const Description &machine, const std::function<int(int)> &below)
     return {.operation = operation};
 }
 
-Act anyBlow(const Description &machine, const std::function<int(int)> &below)
+Act anyBlow(const Machine &machine, const std::function<int(int)> &below)
 {
     const DeviceId module = anyModule(machine, below);
     switch (below(12)) {

@@ -60,6 +60,6 @@ private:
 };
 
 // An act as an administrator's, by one of the calls; now and then one that can't be.
-Act anyCall(const sim::Description &machine, const std::function<int(int)> &below);
+Act anyCall(const sim::Machine &machine, const std::function<int(int)> &below);
 // One from outside.
-Act anyBlow(const sim::Description &machine, const std::function<int(int)> &below);
+Act anyBlow(const sim::Machine &machine, const std::function<int(int)> &below);

@@ -180,7 +180,7 @@ TEST_P(Mistakes, AreToldWithTheirLineTheKeyAndWhatIsAllowed)
          "missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart "
          "above "
          "threshold\""},
-        {"board = 4", "board = 0x3", "0x3", "board 3 is taken, expected one that no other has"},
+        {"board = 4", "board = 0x3", "0x3", "board '3' is taken, expected one that no other has"},
     };
     for (const auto &[part, replacement, where, mistake] : cases) {
         SCOPED_TRACE(mistake);

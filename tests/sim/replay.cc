@@ -2,7 +2,7 @@
 
 #include "contradiction.h"
 #include "sim/course.h"
-#include "sim/making.h"
+#include "sim/description.h"
 #include "sim/words.h"
 
 #include <algorithm>
@@ -111,7 +111,7 @@ std::string followRow(Replay &replay, const JournalRow &row, const std::string &
     const bool makesMachine = operation == "init" || operation == "reset" || operation == "import";
     if (makesMachine && !isRefused) {
         const std::string file = operation == "import" ? row.argument : descriptionFile;
-        replay.machine = makeMachine(readSource(file).description, row.simulated);
+        replay.machine = movedTo(readSource(file).description, row.simulated);
         replay.injections.clear();
         return {};
     }

@@ -231,7 +231,7 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
     const std::pair<const char *, const char *> cases[] = {
         {"UPDATE device SET state = 9 WHERE class = 2", "CHECK constraint failed in device"},
         {"UPDATE device SET bios = -1 WHERE class = 2", "CHECK constraint failed in device"},
-        {"UPDATE device SET state = 6, partner = NULL WHERE position = 0",
+        {"UPDATE device SET state = 6, partner = 0 WHERE position = 0",
          "CHECK constraint failed in device"},
         {"UPDATE device SET class = 4", "CHECK constraint failed in device"},
         {"UPDATE device SET number = 2000000000 WHERE position = 0",

@@ -2,7 +2,6 @@
 // the machine's code, so that no clock has to decide.
 #include "bigmachine.h"
 #include "sim/course.h"
-#include "sim/making.h"
 #include "sim/operations.h"
 #include "sim/records.h"
 
@@ -49,7 +48,7 @@ void expectToGrowLike(size_t ofFew, size_t ofMany)
 
 Machine machineOf(int devices)
 {
-    return makeMachine(bigMachine(devices), 1000 * hour);
+    return movedTo(bigMachine(devices), 1000 * hour);
 }
 
 size_t stepsOfFinding(int devices)
@@ -87,14 +86,14 @@ size_t stepsOfAStart(int devices)
 
 size_t stepsOfMaking(int devices)
 {
-    const Description description = bigMachine(devices);
-    return stepsOf([&] { makeMachine(description, 1000 * hour); });
+    const Machine description = bigMachine(devices);
+    return stepsOf([&] { movedTo(description, 1000 * hour); });
 }
 
 size_t stepsOfDescribing(int devices)
 {
     const Machine machine = machineOf(devices);
-    return stepsOf([&] { describe(machine); });
+    return stepsOf([&] { atRest(machine); });
 }
 
 size_t stepsOfRecords(int devices)

@@ -1,6 +1,6 @@
 // The tables of words, and the words for the devices of a machine.
 #include "sim/description.h"
-#include "sim/making.h"
+#include "sim/description.h"
 #include "sim/words.h"
 #include "support.h"
 #include "support/files.h"
@@ -18,7 +18,7 @@ using namespace sim;
 
 Machine machineOf(const std::string &shippedName)
 {
-    return makeMachine(parseDescription(shipped(shippedName), shippedName), 0);
+    return movedTo(parseDescription(shipped(shippedName), shippedName), 0);
 }
 
 // A row of the codes of the operations that include/yat/ft.h tells: the class, and a support code

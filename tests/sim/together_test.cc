@@ -41,7 +41,7 @@ protected:
     }
 
     Sandbox sandbox{"CEDAR", "20000"}; // a start takes some operations
-    Description description;
+    Machine description;
 };
 
 int changesOfHand(const std::vector<JournalRow> &rows)

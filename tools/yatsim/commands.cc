@@ -3,7 +3,6 @@
 #include "common/machine.h"
 #include "common/problem.h"
 #include "sim/bytes.h"
-#include "sim/making.h"
 #include "sim/setkeys.h"
 #include "sim/words.h"
 #include "sim/writing.h"
@@ -215,7 +214,7 @@ void journal(const Request &request)
 void exportDescription(const Request &request)
 {
     Store store = simulatedStore();
-    const Description description = describe(look(store));
+    const Machine description = atRest(look(store));
     printf("%s", (request.json ? toJson(description) : toToml(description)).c_str());
 }
 
