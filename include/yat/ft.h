@@ -40,7 +40,8 @@ extern "C" {
 #define YAT_SETTING_AUTO_BURN 2     /* automatic firmware update */
 #define YAT_SETTING_AUTO_BRING_UP 3 /* automatic module start */
 
-/* Why IfSupport says no. Another platform may have further reasons. */
+/* Why IfSupport says no. Another platform may have further reasons; see GetSupportReason of
+ * yat/facts.h. */
 #define YAT_DETAIL_UNSUPPORTED 1   /* the machine type does not have it for such a device */
 #define YAT_DETAIL_NO_DEVICE 2     /* the machine has no such device */
 #define YAT_DETAIL_NOT_INSTALLED 3 /* the module is not plugged in */

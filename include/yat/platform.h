@@ -6,6 +6,7 @@
 #ifndef YAT_PLATFORM_H
 #define YAT_PLATFORM_H
 
+#include "yat/facts.h"
 #include "yat/ft.h"
 
 #ifdef __cplusplus
@@ -13,7 +14,7 @@ extern "C" {
 #endif
 
 #define YAT_PLATFORM_MAGIC 0x50544159u /* "YATP" in memory */
-#define YAT_PLATFORM_VERSION 2u
+#define YAT_PLATFORM_VERSION 3u
 #define YAT_PLATFORM_SYMBOL "YatPlatform"
 
 struct yat_platform {
@@ -33,6 +34,10 @@ struct yat_platform {
      * callers gave them, to refuse them and write them down; the others get none but for
      * detail. */
     struct yat_ft_functions functions;
+    /* Since version 3. The calls of yat/facts.h, which get no null pointers and no size that is
+     * too small. Each may be missing, and a platform of version 2, which ends here, has none. */
+    int (*get_facts)(struct yat_device *device, struct yat_facts *facts);
+    int (*get_reason)(struct yat_device *device, int code, int detail, char *text);
 };
 
 YAT_API extern const struct yat_platform YatPlatform;

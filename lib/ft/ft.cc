@@ -22,6 +22,8 @@ namespace {
 constexpr char traceSource[] = "ft";
 
 const yat_platform *loadedPlatform;
+decltype(yat_platform::get_facts) getFacts; // null where the platform has none
+decltype(yat_platform::get_reason) getReason;
 
 struct Unload {
     void operator()(void *handle) const
@@ -71,6 +73,13 @@ yat::Problem refusal(const std::string &path)
                                     : why);
 }
 
+// Version 2 had no calls that a platform may lack, and ended where they begin.
+bool isOfKnownVersion(const yat_platform &platform)
+{
+    return (platform.version == YAT_PLATFORM_VERSION && platform.size == sizeof(yat_platform))
+           || (platform.version == 2 && platform.size == offsetof(yat_platform, get_facts));
+}
+
 // The table of the library from that path. Each of its fields is read only after the ones before
 // have vouched for it.
 const yat_platform &platformOf(const Library &library, const std::string &path)
@@ -81,7 +90,7 @@ const yat_platform &platformOf(const Library &library, const std::string &path)
         throw unusable(path, "it has no symbol " YAT_PLATFORM_SYMBOL);
     if (platform->magic != YAT_PLATFORM_MAGIC)
         throw unusable(path, "its platform table has the wrong magic number");
-    if (platform->version != YAT_PLATFORM_VERSION || platform->size != sizeof(yat_platform))
+    if (!isOfKnownVersion(*platform))
         throw unusable(path, "its platform table has the wrong version or size");
     if (!platform->open || !platform->close || !isComplete(platform->functions))
         throw unusable(path, "its platform table lacks functions");
@@ -102,6 +111,10 @@ try {
     if (opened == 0)
         throw refusal(path);
     loadedPlatform = &platform;
+    if (platform.version >= 3) {
+        getFacts = platform.get_facts;
+        getReason = platform.get_reason;
+    }
     yat_ft_func = platform.functions;
     yat_ft_func.handle = library.release();
     return opened;
@@ -118,6 +131,8 @@ int ft_FunctionRelease(void)
     void *handle = yat_ft_func.handle;
     const int closed = loadedPlatform->close();
     loadedPlatform = nullptr;
+    getFacts = nullptr;
+    getReason = nullptr;
     yat_ft_func = {};
     return handle && dlclose(handle) == 0 ? closed : 0;
 }
@@ -182,4 +197,16 @@ int GetBBDriverSettings(int kind, int object, int index, int *value)
 int PutBBDriverSettings(int kind, int object, int index, int *value)
 {
     return yat_ft_func.put_setting ? yat_ft_func.put_setting(kind, object, index, value) : 0;
+}
+
+int GetDeviceFacts(yat_device *device, yat_facts *facts)
+{
+    constexpr size_t leastSize = offsetof(yat_facts, bios) + sizeof facts->bios;
+    const bool canBeTold = getFacts && device && facts && facts->size >= leastSize;
+    return canBeTold ? getFacts(device, facts) : 0;
+}
+
+int GetSupportReason(yat_device *device, int code, int detail, char *text)
+{
+    return getReason && device && text ? getReason(device, code, detail, text) : 0;
 }

@@ -1,11 +1,13 @@
 #include "sim/calls.h"
 
 #include "base/display.h"
+#include "sim/facts.h"
 #include "sim/records.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 #include "yat/winshim.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -141,12 +143,18 @@ DeviceId idOf(const yat_device *device)
                : DeviceId();
 }
 
-int ifSupport(yat_device *device, int code, int *detail)
+// Why the machine does not support an operation now.
+Refusal refusalOf(const yat_device *device, int code)
 {
     const DeviceId id = idOf(device);
     const auto verb = verbOfSupportCode(id.classCode, code);
     const Machine &machine = look(openedStore());
-    const Refusal refusal = verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode;
+    return verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode;
+}
+
+int ifSupport(yat_device *device, int code, int *detail)
+{
+    const Refusal refusal = refusalOf(device, code);
     if (detail)
         *detail = detailOf(refusal);
     return refusal == Refusal::none ? 1 : 0;
@@ -186,6 +194,29 @@ int putSetting(int kind, int object, int index, int *value)
 }
 
 } // namespace
+
+int getFacts(yat_device *device, yat_facts *facts)
+{
+    const Machine &machine = look(openedStore());
+    const Device *known = find(machine, idOf(device));
+    if (!known)
+        return 0;
+    yat_facts told = factsOf(machine, *known);
+    told.size = facts->size;
+    memcpy(facts, &told, std::min<size_t>(facts->size, sizeof told));
+    return 1;
+}
+
+// The machine may have another reason by now than the one that was asked about.
+int getReason(yat_device *device, int code, int detail, char *text)
+{
+    const Refusal refusal = refusalOf(device, code);
+    if (refusal == Refusal::none || detailOf(refusal) != detail)
+        return 0;
+    const RefusalTerm &reason = *rowOf(refusals, refusal);
+    putState(std::string(isJapanese() ? reason.japanese : reason.word), text);
+    return 1;
+}
 
 void openStoreOf(const yat::ConfiguredMachine &machine)
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sim/store.h"
+#include "yat/facts.h"
 #include "yat/ft.h"
 
 namespace sim {
@@ -12,6 +13,10 @@ Store &openedStore(); // of the configured machine, when none was opened
 void closeStore();
 
 extern const yat_ft_functions calls;
+
+// Those of yat/facts.h.
+int getFacts(yat_device *device, yat_facts *facts);
+int getReason(yat_device *device, int code, int detail, char *text);
 
 // The operation that a call's arguments ask for. A null record stands for a device that does not
 // exist, so that it is refused as one.

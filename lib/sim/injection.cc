@@ -25,6 +25,8 @@ const std::vector<InjectableCall> injectableCalls = {
     {"BurnFirmware"},
     {"GetBBDriverSettings", InjectedText::number},
     {"PutBBDriverSettings"},
+    {"GetDeviceFacts"},
+    {"GetSupportReason", InjectedText::text},
     {"YATGetDeviceID", InjectedText::bytes},
 };
 

@@ -247,22 +247,30 @@ inline constexpr DeviceClass deviceClasses[] = {
 
 inline constexpr std::span<const DeviceClass> adapterClasses = std::span(deviceClasses).last<2>();
 
-inline constexpr Term<Refusal> refusals[] = {
-    // sentences for the journal and for yatsim
-    {Refusal::none, ""},
-    {Refusal::unknownDevice, "the machine has no such device"},
-    {Refusal::wrongCode, "the code does not match the operation and the device"},
-    {Refusal::unsupported, "this operation is not supported on this device"},
-    {Refusal::wrongArgument, "wrong value"},
-    {Refusal::notInstalled, "the module is not installed"},
-    {Refusal::installed, "the module is already installed"},
-    {Refusal::notStopped, "the module is not stopped"},
-    {Refusal::notRunning, "the device is not running"},
-    {Refusal::lastRunning, "the module is the only one of its pair that is running"},
-    {Refusal::broken, "the device is broken"},
-    {Refusal::notBroken, "the device is not broken"},
-    {Refusal::biosInvalid, "the module has no valid BIOS"},
-    {Refusal::noBiosSource, "there is no BIOS to install: no running partner, or no data file"},
+struct RefusalTerm {
+    Refusal value;
+    std::string_view word, japanese; // sentences: the first one also for the journal and yatsim
+};
+
+inline constexpr RefusalTerm refusals[] = {
+    {Refusal::none, "", ""},
+    {Refusal::unknownDevice, "the machine has no such device", "この装置はありません"},
+    {Refusal::wrongCode, "the code does not match the operation and the device",
+     "コードが操作と装置に合っていません"},
+    {Refusal::unsupported, "this operation is not supported on this device",
+     "この装置ではこの操作を行えません"},
+    {Refusal::wrongArgument, "wrong value", "値が正しくありません"},
+    {Refusal::notInstalled, "the module is not installed", "モジュールが搭載されていません"},
+    {Refusal::installed, "the module is already installed", "モジュールはすでに搭載されています"},
+    {Refusal::notStopped, "the module is not stopped", "モジュールが停止していません"},
+    {Refusal::notRunning, "the device is not running", "装置が稼働していません"},
+    {Refusal::lastRunning, "the module is the only one of its pair that is running",
+     "ペアの中で稼働している唯一のモジュールです"},
+    {Refusal::broken, "the device is broken", "装置が故障しています"},
+    {Refusal::notBroken, "the device is not broken", "装置は故障していません"},
+    {Refusal::biosInvalid, "the module has no valid BIOS", "モジュールに有効なBIOSがありません"},
+    {Refusal::noBiosSource, "there is no BIOS to install: no running partner, or no data file",
+     "導入できるBIOSがありません。稼働中の相手モジュールまたはデータファイルが必要です"},
 };
 
 // ---- Looking them up

@@ -88,6 +88,14 @@ auto givesNumber(int *value)
     };
 }
 
+auto givesText(char *buffer)
+{
+    return [buffer](const std::string &text, int result) {
+        putState(text, buffer);
+        return result;
+    };
+}
+
 int createTree(yat_device **root)
 {
     return answer(
@@ -134,11 +142,7 @@ int statusChange(int kind, int number, int code, char *text)
 {
     return answer(
         injectionFor("StatusChange"), minusOneFails,
-        [&] { return calls.status_change(kind, number, code, text); },
-        [&](const std::string &wanted, int result) {
-            putState(wanted, text);
-            return result;
-        });
+        [&] { return calls.status_change(kind, number, code, text); }, givesText(text));
 }
 
 int getSetting(int kind, int object, int index, int *value)
@@ -160,6 +164,20 @@ int ifSupport(yat_device *device, int code, int *detail)
     if (detail)
         *detail = result == 0 ? why : 0;
     return result;
+}
+
+int facts(yat_device *device, yat_facts *told)
+{
+    return answer(
+        injectionFor("GetDeviceFacts"), zeroFails, [&] { return getFacts(device, told); },
+        givesNothing);
+}
+
+int reason(yat_device *device, int code, int detail, char *text)
+{
+    return answer(
+        injectionFor("GetSupportReason"), zeroFails,
+        [&] { return getReason(device, code, detail, text); }, givesText(text));
 }
 
 // An operation that is answered by its injection is written down and not carried out.
@@ -265,4 +283,6 @@ const yat_platform YatPlatform = {
             .get_setting = Guarded<getSetting, 0>::run,
             .put_setting = Guarded<putSetting, 0>::run,
         },
+    .get_facts = Guarded<facts, 0>::run,
+    .get_reason = Guarded<reason, 0>::run,
 };

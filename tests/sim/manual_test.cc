@@ -137,7 +137,7 @@ TEST_F(Manual, OfYatsimNamesEveryCallAndEveryKey)
     const std::string text = page("yatsim.1");
     const std::string calls = steer("inject --help"), keys = steer("set --help");
     const Words callNames = matches(calls.substr(calls.find("\nCalls:\n")), "^  (\\w+)$");
-    EXPECT_EQ(callNames.size(), 17u);
+    EXPECT_EQ(callNames.size(), 19u);
     for (const std::string &call : callNames)
         EXPECT_TRUE(hasWord(text, call)) << call;
     const Words keyNames = matches(keys.substr(keys.find("\nKeys ")), "^  (?:DEVICE\\.)?(\\w+)$");

@@ -101,6 +101,17 @@ TEST(Words, ForAStateFitIntoTheWindow)
     setlocale(LC_ALL, "C");
 }
 
+TEST(Words, ForARefusalAreThereInBothLanguages)
+{
+    std::set<std::string_view> texts;
+    for (const RefusalTerm &refusal : refusals) {
+        EXPECT_EQ(refusal.word.empty(), refusal.value == Refusal::none);
+        EXPECT_EQ(refusal.japanese.empty(), refusal.value == Refusal::none);
+        texts.insert({refusal.word, refusal.japanese});
+    }
+    EXPECT_EQ(texts.size(), 2 * std::size(refusals) - 1);
+}
+
 TEST(Words, ForProgressNeverSayThatItIsOver)
 {
     Machine machine = machineOf("CEDAR");

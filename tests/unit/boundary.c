@@ -1,5 +1,6 @@
 /* The boundary as a C program sees it: every header compiled, every name linked. */
 #include "yat/device.h"
+#include "yat/facts.h"
 #include "yat/ft.h"
 #include "yat/hwinfo.h"
 #include "yat/platform.h"
@@ -45,6 +46,8 @@ int countBoundaryNames(void)
         (const void *)(size_t)BurnFirmware,
         (const void *)(size_t)GetBBDriverSettings,
         (const void *)(size_t)PutBBDriverSettings,
+        (const void *)(size_t)GetDeviceFacts,
+        (const void *)(size_t)GetSupportReason,
         &YAT_RcFileBuf,
         ReadString,
         &debug_flag,
@@ -59,10 +62,13 @@ int countBoundaryNames(void)
 int callBoundary(void)
 {
     struct yat_device device;
+    struct yat_facts facts;
     struct yat_device *root = NULL;
     char text[1025] = "untouched";
     int value = 7;
     memset(&device, 0, sizeof device);
+    memset(&facts, 0, sizeof facts);
+    facts.size = sizeof facts;
     if (ft_FunctionRelease() != 0 || CreateTreeViewData(&root) != 0 || FreeTreeViewData(&root) != 0)
         return 1;
     if (call_yat_is_ft(0) != YAT_MACHINE_QUERY_FAILED)
@@ -76,5 +82,8 @@ int callBoundary(void)
         return 5;
     if (GetBBDriverSettings(2, 20003, 1, &value) != 0 || PutBBDriverSettings(2, 20003, 1, &value) != 0)
         return 6;
+    if (GetDeviceFacts(&device, &facts) != 0 || GetSupportReason(&device, 1, 1, text) != 0
+        || strcmp(text, "untouched") != 0)
+        return 7;
     return 0;
 }

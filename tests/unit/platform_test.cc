@@ -1,5 +1,6 @@
 // Loading a platform: each object that is none is refused and leaves nothing behind.
 #include "support/files.h"
+#include "yat/facts.h"
 #include "yat/ft.h"
 
 #include <dlfcn.h>
@@ -174,4 +175,45 @@ TEST(Platform, OfAMakerIsNamedByItsPath)
     const std::string line = refusalOf(link);
     EXPECT_NE(line.find("is not a usable platform: it has no symbol YatPlatform"), line.npos)
         << line;
+}
+
+namespace {
+
+// What the platform tells by the optional calls; "" for nothing.
+std::string toldBy(const char *platform)
+{
+    Root root(std::string(PLATFORMS "/platform_") + platform + ".dll");
+    const auto getFacts = root.call<decltype(GetDeviceFacts)>("GetDeviceFacts");
+    const auto getReason = root.call<decltype(GetSupportReason)>("GetSupportReason");
+    yat_device device{};
+    yat_facts facts{};
+    facts.size = sizeof facts;
+    char text[1024] = "";
+    EXPECT_EQ(root.call<decltype(ft_FunctionInit)>("ft_FunctionInit")(), 1);
+    const int told = getFacts(&device, &facts), explained = getReason(&device, 'c', 'd', text);
+    EXPECT_EQ(told, explained);
+    EXPECT_EQ(getFacts(nullptr, &facts), 0);
+    EXPECT_EQ(getFacts(&device, nullptr), 0);
+    EXPECT_EQ(getReason(nullptr, 'c', 'd', text), 0);
+    EXPECT_EQ(getReason(&device, 'c', 'd', nullptr), 0);
+    facts.size = sizeof facts - 1;
+    EXPECT_EQ(getFacts(&device, &facts), 0);
+    EXPECT_EQ(root.call<decltype(ft_FunctionRelease)>("ft_FunctionRelease")(), 1);
+    facts.size = sizeof facts;
+    EXPECT_EQ(getFacts(&device, &facts), 0);
+    EXPECT_EQ(getReason(&device, 'c', 'd', text), 0);
+    return told == 1 ? std::to_string(facts.failures) + text : text;
+}
+
+} // namespace
+
+TEST(Platform, NeedNotTellFacts)
+{
+    EXPECT_EQ(toldBy("good"), "");
+    EXPECT_EQ(toldBy("telling"), "7cd");
+}
+
+TEST(Platform, OfVersion2IsTakenAndTellsNoFacts)
+{
+    EXPECT_EQ(toldBy("old"), "");
 }

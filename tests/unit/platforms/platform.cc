@@ -40,6 +40,19 @@ int setting(int, int, int, int *)
     return 0;
 }
 
+[[maybe_unused]] int facts(yat_device *, yat_facts *told)
+{
+    told->failures = 7;
+    return 1;
+}
+[[maybe_unused]] int reason(yat_device *, int code, int detail, char *text)
+{
+    text[0] = static_cast<char>(code);
+    text[1] = static_cast<char>(detail);
+    text[2] = 0;
+    return 1;
+}
+
 [[maybe_unused]] int open()
 {
 #ifdef PLATFORM_REFUSING
@@ -68,11 +81,15 @@ const yat_platform YatPlatform = {
 #endif
 #ifdef PLATFORM_VERSION
     .version = YAT_PLATFORM_VERSION + 1,
+#elif defined PLATFORM_OLD
+    .version = 2,
 #else
     .version = YAT_PLATFORM_VERSION,
 #endif
 #ifdef PLATFORM_SIZE
     .size = sizeof(yat_platform) - 8,
+#elif defined PLATFORM_OLD
+    .size = offsetof(yat_platform, get_facts),
 #else
     .size = sizeof(yat_platform),
 #endif
@@ -116,4 +133,14 @@ const yat_platform YatPlatform = {
             .get_setting = setting,
             .put_setting = setting,
         },
+#ifdef PLATFORM_TELLING
+    .get_facts = facts,
+    .get_reason = reason,
+#elif defined PLATFORM_OLD // what follows its table is none of it
+    .get_facts = reinterpret_cast<decltype(yat_platform::get_facts)>(1),
+    .get_reason = reinterpret_cast<decltype(yat_platform::get_reason)>(1),
+#else
+    .get_facts = nullptr,
+    .get_reason = nullptr,
+#endif
 };
