@@ -3,6 +3,7 @@
 #include "report.h"
 #include "sim/course.h"
 #include "sim/operations.h"
+#include "common/records.h"
 #include "sim/records.h"
 
 #include <unistd.h>
@@ -46,7 +47,7 @@ void recordsOf(benchmark::State &state)
 {
     const Machine machine = machineOf(state);
     for (auto _ : state)
-        if (!freeRecords(makeRecords(machine)))
+        if (!yat::freeRecords(makeRecords(machine)))
             return state.SkipWithError("there are no records");
     state.SetComplexityN(state.range(0));
 }

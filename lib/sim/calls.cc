@@ -1,15 +1,13 @@
 #include "sim/calls.h"
 
-#include "base/display.h"
+#include "common/answers.h"
+#include "common/records.h"
 #include "sim/facts.h"
 #include "sim/records.h"
 #include "sim/words.h"
-#include "text/encoding.h"
 #include "yat/winshim.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstring>
 
 namespace sim {
 namespace {
@@ -31,7 +29,7 @@ int createTree(yat_device **root)
 
 int freeTree(yat_device **root)
 {
-    if (!freeRecords(*root))
+    if (!yat::freeRecords(*root))
         return 0;
     *root = nullptr;
     return 1;
@@ -89,7 +87,7 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
     if (!buffer || !size)
         return -1;
     const auto value = propertyOf(look(openedStore()), kind, number, property);
-    return value && putProperty(*value, buffer, size) ? 0 : -1;
+    return value && yat::putProperty(*value, buffer, size) ? 0 : -1;
 }
 
 int statusChange(int kind, int number, int code, char *text)
@@ -100,22 +98,7 @@ int statusChange(int kind, int number, int code, char *text)
     const Device *module = isKnown ? find(machine, {kind, number}) : nullptr;
     if (!module)
         return -1;
-    putState(stateText(machine, *module, isJapanese()), text);
-    return 0;
-}
-
-int convertDataToInt(char *text, int *value)
-{
-    if (!text || !value)
-        return -1;
-    const char *begin = text + strspn(text, " \t\r\n");
-    if (*begin == '+' && begin[1] != '-')
-        ++begin;
-    int result = 0;
-    const auto [end, error] = std::from_chars(begin, begin + strlen(begin), result);
-    if (error != std::errc() || end[strspn(end, " \t\r\n")] != '\0')
-        return -1;
-    *value = result;
+    yat::putState(stateText(machine, *module, isJapanese()), text);
     return 0;
 }
 
@@ -214,7 +197,7 @@ int getReason(yat_device *device, int code, int detail, char *text)
     if (refusal == Refusal::none || detailOf(refusal) != detail)
         return 0;
     const RefusalTerm &reason = *rowOf(refusals, refusal);
-    putState(std::string(isJapanese() ? reason.japanese : reason.word), text);
+    yat::putState(std::string(isJapanese() ? reason.japanese : reason.word), text);
     return 1;
 }
 
@@ -245,7 +228,7 @@ const yat_ft_functions calls = {
     .if_support = ifSupport,
     .clear_mtbf = operation<Verb::clearMtbf>,
     .bring_up = operation<Verb::bringUp>,
-    .Linux_ConvertDataToInt = convertDataToInt,
+    .Linux_ConvertDataToInt = yat::toInteger,
     .bring_down = operation<Verb::bringDown>,
     .set_mtbf_type = operation<Verb::setMtbfType, const char *>,
     .burn_firmware = operation<Verb::burnFirmware, const char *>,
@@ -265,25 +248,6 @@ Operation settingOf(int kind, int object, int index, const int *value)
             .device = {object, index},
             .code = kind,
             .argument = value ? std::to_string(*value) : ""};
-}
-
-bool putProperty(const std::string &text, char *buffer, unsigned long *size)
-{
-    const std::string shown = yat::toDisplay(text);
-    if (shown.size() + 1 > *size)
-        return false;
-    memcpy(buffer, shown.c_str(), shown.size() + 1);
-    *size = shown.size() + 1;
-    return true;
-}
-
-void putState(const std::string &text, char *buffer)
-{
-    constexpr size_t longest = 1023; // bytes
-    const std::string shown = yat::toDisplay(text);
-    const size_t length = wholeCharacters(shown, longest);
-    memcpy(buffer, shown.data(), length);
-    buffer[length] = '\0';
 }
 
 } // namespace sim

@@ -23,10 +23,4 @@ int getReason(yat_device *device, int code, int detail, char *text);
 Operation operationOf(Verb verb, const yat_device *device, int code, const char *argument = "");
 Operation settingOf(int kind, int object, int index, const int *value);
 
-// Puts a text into the buffer of a property; false when it is too long.
-bool putProperty(const std::string &text, char *buffer, unsigned long *size);
-
-// Puts a text into the buffer of a state, as much of it as fits.
-void putState(const std::string &text, char *buffer);
-
 } // namespace sim

@@ -2,7 +2,7 @@
 
 namespace sim {
 
-void writeJournal(Database &database, const Caller &caller, const JournalRow &row)
+void writeJournal(Database &database, const yat::Caller &caller, const JournalRow &row)
 {
     database.run("INSERT INTO journal (simulated, real, user, terminal, device, operation, code, "
                  "argument, result) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",

@@ -1,7 +1,7 @@
 // The journal of what was asked of a machine.
 #pragma once
 
-#include "sim/caller.h"
+#include "common/caller.h"
 #include "sim/database.h"
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct JournalRow {
     std::string argument{}, result{};
 };
 
-void writeJournal(Database &database, const Caller &caller, const JournalRow &row);
+void writeJournal(Database &database, const yat::Caller &caller, const JournalRow &row);
 
 // Calls work for the last rows, 0 for all, the oldest first.
 void readJournal(Database &database, int64_t last,

@@ -1,63 +1,25 @@
 #include "sim/records.h"
 
-#include "text/encoding.h"
+#include "common/records.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace sim {
-namespace {
-
-// One tree: the root, then a record for each device in its order.
-struct Tree {
-    std::vector<yat_device> records;
-    std::vector<yat_identity> identities;
-    std::vector<std::string> names;
-    std::vector<std::vector<yat_device *>> children;
-};
-
-std::vector<std::unique_ptr<Tree>> trees;
-
-void fillRecord(Tree &tree, const Device &device, size_t position)
-{
-    const size_t parent = static_cast<size_t>(device.parent + 1); // the root of a module
-    yat_identity &identity = tree.identities[position];
-    identity.Instance = device.id.number;
-    identity.ClassCode = device.id.classCode;
-    std::ranges::copy(device.path, identity.DevicePathID);
-    tree.names[position] = yat::toDisplay(device.name);
-
-    yat_device &record = tree.records[position + 1];
-    record.parent = device.parent < 0 ? nullptr : &tree.records[parent];
-    record.Hierarchy = tree.records[parent].Hierarchy + 1;
-    record.lpszTreeName = tree.names[position].data();
-    record.identity = &identity;
-    tree.children[parent].push_back(&record);
-}
-
-} // namespace
 
 yat_device *makeRecords(const Machine &machine)
 {
-    auto tree = std::make_unique<Tree>();
-    const size_t count = machine.devices.size();
-    tree->records.resize(count + 1);
-    tree->identities.resize(count);
-    tree->names.resize(count);
-    tree->children.resize(count + 1);
-    for (size_t i = 0; i < count; ++i)
-        fillRecord(*tree, machine.devices[i], i);
-    for (size_t i = 0; i <= count; ++i) {
-        tree->records[i].NextDevNum = static_cast<int32_t>(tree->children[i].size());
-        tree->records[i].children = tree->children[i].data();
+    std::vector<yat::DeviceRow> rows;
+    rows.reserve(machine.devices.size());
+    for (const Device &device : machine.devices) {
+        yat::DeviceRow &row = rows.emplace_back(
+            yat::DeviceRow{.identity = {.Instance = device.id.number,
+                                        .ClassCode = device.id.classCode,
+                                        .DevicePathID = {}},
+                           .name = device.name,
+                           .parent = device.parent});
+        std::ranges::copy(device.path, row.identity.DevicePathID);
     }
-    trees.push_back(std::move(tree));
-    return &trees.back()->records[0];
-}
-
-bool freeRecords(yat_device *root)
-{
-    return std::erase_if(trees, [&](const auto &tree) { return &tree->records[0] == root; }) > 0;
+    return yat::makeRecords(rows);
 }
 
 } // namespace sim

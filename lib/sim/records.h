@@ -5,10 +5,7 @@
 
 namespace sim {
 
-// Makes the tree of device records of a machine. Its root is given back with freeRecords.
+// Makes the tree of device records of a machine, to be given back with yat::freeRecords.
 yat_device *makeRecords(const Machine &machine);
-
-// Frees a tree; false when the root is none of makeRecords.
-bool freeRecords(yat_device *root);
 
 } // namespace sim

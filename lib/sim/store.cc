@@ -131,7 +131,7 @@ bool makeFile(Store &store)
                               .origin = source.file,
                               .descriptionHash = hashOf(source.text)};
         writeMachine(database, state);
-        writeJournal(database, store.caller ? *store.caller : thisCaller(),
+        writeJournal(database, store.caller ? *store.caller : yat::thisCaller(),
                      {.simulated = now,
                       .real = now,
                       .operation = "init",
@@ -275,7 +275,7 @@ JournalRow rowOf(const Operation &operation, const std::string &result)
 void writeDown(Store &store, JournalRow row)
 {
     if (!store.caller)
-        store.caller = thisCaller();
+        store.caller = yat::thisCaller();
     row.simulated = store.state.clock.simulated;
     row.real = store.state.clock.real;
     writeJournal(*store.database, *store.caller, row);

@@ -7,7 +7,6 @@
 #pragma once
 
 #include "common/machine.h"
-#include "sim/caller.h"
 #include "sim/injection.h"
 #include "sim/journal.h"
 #include "sim/operations.h"
@@ -24,7 +23,7 @@ namespace sim {
 struct Store {
     std::string file;               // NAME.db
     std::string descriptionFile;    // what a machine without a state is made from
-    std::optional<Caller> caller{}; // for the journal; the user of this process if none
+    std::optional<yat::Caller> caller{}; // for the journal; the user of this process if none
 
     std::unique_ptr<Database> database{}; // when it is open
     MachineState state{};                 // as the file has it, and the time as it is

@@ -1,6 +1,8 @@
 // The simulated machine as a platform, yatcore.dll: its calls, with injections around them.
 #include "base/record.h"
+#include "common/answers.h"
 #include "common/complaints.h"
+#include "common/guarded.h"
 #include "common/machine.h"
 #include "sim/calls.h"
 #include "yat/platform.h"
@@ -91,7 +93,7 @@ auto givesNumber(int *value)
 auto givesText(char *buffer)
 {
     return [buffer](const std::string &text, int result) {
-        putState(text, buffer);
+        yat::putState(text, buffer);
         return result;
     };
 }
@@ -125,7 +127,7 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
         injectionFor("yat_ft_get_property"), allButZeroFail,
         [&] { return calls.yat_ft_get_property(kind, number, property, buffer, size); },
         [&](const std::string &text, int result) {
-            return putProperty(text, buffer, size) ? result : -1;
+            return yat::putProperty(text, buffer, size) ? result : -1;
         });
 }
 
@@ -237,22 +239,15 @@ int closePlatform()
     return injection.value_or(Injection()).result.value_or(1);
 }
 
-// No exception leaves the platform: a call that throws fails.
-template <auto call, auto failure> struct Guarded;
-template <class Result, class... Arguments, Result (*call)(Arguments...), auto failure>
-struct Guarded<call, failure> {
-    static Result run(Arguments... arguments)
-    try {
-        return call(arguments...);
-    } catch (const yat::Problem &problem) {
+void tell(const std::exception &problem)
+{
+    if (dynamic_cast<const yat::Problem *>(&problem))
         complain(problem.what());
-        return failure;
-    } catch (const std::exception &problem) {
+    else
         TRACE_ERROR("%s", problem.what());
-        return failure;
-    }
-};
+}
 
+template <auto call, auto failure> using Guarded = yat::Guarded<call, failure, tell>;
 using Calls = yat_ft_functions;
 
 } // namespace

@@ -1,7 +1,7 @@
 // The calls themselves: what they refuse, what they give, what is written down of them, and how
 // they answer when they are told to.
 #include "scenario.h"
-#include "sim/caller.h"
+#include "common/caller.h"
 #include "yat/trace.h"
 
 #include <algorithm>
@@ -317,7 +317,7 @@ TEST_P(State, HasAJournalOfAllThatIsAskedFor)
         EXPECT_EQ(rows[i]["device"], expected[i][0]);
         EXPECT_EQ(rows[i]["operation"], expected[i][1]);
         EXPECT_EQ(rows[i]["result"], expected[i][4]);
-        EXPECT_EQ(rows[i]["user"], sim::thisCaller().user);
+        EXPECT_EQ(rows[i]["user"], yat::thisCaller().user);
         EXPECT_TRUE(rows[i]["time"].get<std::string>().ends_with("Z"));
         if (i > 0) {
             EXPECT_EQ(std::to_string(rows[i]["code"].get<int>()), expected[i][2]);
@@ -325,7 +325,7 @@ TEST_P(State, HasAJournalOfAllThatIsAskedFor)
             EXPECT_GE(rows[i]["time"], rows[i - 1]["time"]);
         }
     }
-    EXPECT_EQ(rows[1]["terminal"], sim::thisCaller().terminal);
+    EXPECT_EQ(rows[1]["terminal"], yat::thisCaller().terminal);
 }
 
 TEST_P(State, IsKeptWhenTheDescriptionChanges)

@@ -3,6 +3,7 @@
 #include "bigmachine.h"
 #include "sim/course.h"
 #include "sim/operations.h"
+#include "common/records.h"
 #include "sim/records.h"
 
 #include <functional>
@@ -99,7 +100,7 @@ size_t stepsOfDescribing(int devices)
 size_t stepsOfRecords(int devices)
 {
     const Machine machine = machineOf(devices);
-    return stepsOf([&] { EXPECT_TRUE(freeRecords(makeRecords(machine))); });
+    return stepsOf([&] { EXPECT_TRUE(yat::freeRecords(makeRecords(machine))); });
 }
 
 } // namespace

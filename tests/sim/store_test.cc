@@ -224,7 +224,7 @@ std::string terminalOfAsker(const char *terminal, bool atInput)
         setsid();
         const int own = terminal ? open(terminal, O_RDWR) : -1; // becomes the controlling one
         dup2(atInput ? own : open("/dev/null", O_RDONLY), STDIN_FILENO);
-        const std::string name = thisCaller().terminal;
+        const std::string name = yat::thisCaller().terminal;
         _exit(write(told[1], name.data(), name.size()) < 0);
     }
     close(told[1]);

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace sim {
+namespace yat {
 
 struct Caller {
     std::string user, terminal; // "" for no terminal
@@ -13,4 +13,4 @@ struct Caller {
 // the one that controls the process.
 Caller thisCaller();
 
-} // namespace sim
+} // namespace yat

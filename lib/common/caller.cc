@@ -1,4 +1,4 @@
-#include "sim/caller.h"
+#include "common/caller.h"
 
 #include <filesystem>
 #include <fstream>
@@ -7,7 +7,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-namespace sim {
+namespace yat {
 namespace {
 
 // The device of the terminal that controls this process, 0 for none; see proc(5).
@@ -50,4 +50,4 @@ Caller thisCaller()
             .terminal = terminal ? terminal : nameOfTerminal(controllingTerminal())};
 }
 
-} // namespace sim
+} // namespace yat

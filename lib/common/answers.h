@@ -1,0 +1,17 @@
+// What the calls of yat/ft.h put into the buffers of their callers.
+#pragma once
+
+#include <string>
+
+namespace yat {
+
+// Puts a text, in UTF-8, into the buffer of a property; false when it is too long.
+bool putProperty(const std::string &text, char *buffer, unsigned long *size);
+
+// Puts a text, in UTF-8, into the buffer of a state, as much of it as fits.
+void putState(const std::string &text, char *buffer);
+
+// Linux_ConvertDataToInt.
+int toInteger(char *text, int *value);
+
+} // namespace yat

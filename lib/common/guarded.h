@@ -1,0 +1,22 @@
+// Calls that no exception leaves.
+#pragma once
+
+#include <exception>
+
+namespace yat {
+
+// Runs the call; one that throws tells what is wrong, and fails with that result.
+template <auto call, auto failure, void (*tell)(const std::exception &)> struct Guarded;
+template <class Result, class... Arguments, Result (*call)(Arguments...), auto failure,
+          void (*tell)(const std::exception &)>
+struct Guarded<call, failure, tell> {
+    static Result run(Arguments... arguments)
+    try {
+        return call(arguments...);
+    } catch (const std::exception &problem) {
+        tell(problem);
+        return failure;
+    }
+};
+
+} // namespace yat
