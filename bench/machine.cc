@@ -1,9 +1,9 @@
 // The simulated machine as a value, with more and more devices.
 #include "bigmachine.h"
+#include "common/records.h"
 #include "report.h"
 #include "sim/course.h"
 #include "sim/operations.h"
-#include "common/records.h"
 #include "sim/records.h"
 
 #include <unistd.h>

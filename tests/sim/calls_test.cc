@@ -1,7 +1,7 @@
 // The calls themselves: what they refuse, what they give, what is written down of them, and how
 // they answer when they are told to.
-#include "scenario.h"
 #include "common/caller.h"
+#include "scenario.h"
 #include "yat/trace.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 // How the work on a machine grows with its devices: counted in steps, which the compiler puts into
 // the machine's code, so that no clock has to decide.
 #include "bigmachine.h"
+#include "common/records.h"
 #include "sim/course.h"
 #include "sim/operations.h"
-#include "common/records.h"
 #include "sim/records.h"
 
 #include <functional>

@@ -1,0 +1,126 @@
+#include "host/processors.h"
+
+#include "host/enumeration.h"
+#include "host/sysfs.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+
+namespace host {
+namespace {
+
+const std::string memoryControllers = "/sys/devices/system/edac/mc";
+
+Processor readProcessor(int number, const std::string &directory)
+{
+    const auto online = readNumber(directory + "/online");
+    // Without a switch it is always there.
+    return {.number = number, .isOnline = online.value_or(1) != 0, .canGo = online.has_value()};
+}
+
+Package &packageNumbered(std::vector<Package> &packages, int number)
+{
+    for (Package &package : packages)
+        if (package.number == number)
+            return package;
+    return packages.emplace_back(Package{.number = number, .processors = {}, .counts = {}});
+}
+
+// The package that all processors of a NUMA node are in; the only one, where there is but one.
+const Package *packageOfNode(const std::vector<Package> &packages, const std::string &node)
+{
+    if (packages.size() == 1)
+        return &packages.front();
+    for (const std::string &name : namesIn("/sys/devices/system/node/node" + node))
+        for (const Package &package : packages)
+            for (const Processor &processor : package.processors)
+                if (name == "cpu" + std::to_string(processor.number))
+                    return &package;
+    return nullptr;
+}
+
+// What the memory controllers have counted. One whose package can't be told counts nowhere.
+void addMemoryErrors(std::vector<Package> &packages)
+{
+    for (const std::string &name : namesIn(memoryControllers)) {
+        const std::string directory = memoryControllers + "/" + name;
+        const auto corrected = readNumber(directory + "/ce_count");
+        const auto uncorrected = readNumber(directory + "/ue_count");
+        const Package *package =
+            packageOfNode(packages, readAttribute(directory + "/device/numa_node").value_or("-1"));
+        if (package && (corrected || uncorrected))
+            packageNumbered(packages, package->number).counts +=
+                {true, corrected.value_or(0), uncorrected.value_or(0)};
+    }
+}
+
+// The numbers in a row of /proc/interrupts, which has a column for each processor online.
+std::map<int, uint64_t> rowOf(const std::string &interrupts, const std::string &name)
+{
+    std::istringstream lines(interrupts);
+    std::string header, line, word;
+    std::getline(lines, header);
+    std::map<int, uint64_t> result;
+    while (std::getline(lines, line)) {
+        std::istringstream row(line), columns(header);
+        if (!(row >> word) || word != name)
+            continue;
+        for (uint64_t count; columns >> word && row >> count;)
+            result[atoi(word.c_str() + strlen("CPU"))] = count;
+    }
+    return result;
+}
+
+std::vector<uint64_t> ofPackage(const std::map<int, uint64_t> &row, const Package &package)
+{
+    std::vector<uint64_t> result;
+    for (const Processor &processor : package.processors)
+        if (const auto found = row.find(processor.number); found != row.end())
+            result.push_back(found->second);
+    return result;
+}
+
+// Machine checks stop all processors of a package at once, as a rule, and each of them counts. The
+// interrupts for corrected errors count where no memory controller does.
+void addMachineChecks(std::vector<Package> &packages)
+{
+    const std::string interrupts = readAttribute("/proc/interrupts").value_or("");
+    const auto exceptions = rowOf(interrupts, "MCE:"), corrected = rowOf(interrupts, "THR:");
+    for (Package &package : packages) {
+        const auto stops = ofPackage(exceptions, package);
+        if (stops.empty())
+            continue;
+        if (!package.counts.isKnown)
+            for (const uint64_t count : ofPackage(corrected, package))
+                package.counts.corrected += count;
+        package.counts += {true, 0, *std::ranges::max_element(stops)};
+    }
+}
+
+} // namespace
+
+std::vector<Package> readPackages(PackageOf &known)
+{
+    std::vector<Package> packages;
+    for (const KernelDevice &device : kernelDevices("cpu")) {
+        const int number = atoi(lastName(device.path).c_str() + strlen("cpu"));
+        // On some machines it reads as -1 for the only package there is.
+        if (const auto told = readAttribute(device.path + "/topology/physical_package_id"))
+            known[number] = std::max(atoi(told->c_str()), 0);
+        const auto place = known.find(number);
+        packageNumbered(packages, place == known.end() ? unknownPackage : place->second)
+            .processors.push_back(readProcessor(number, device.path));
+    }
+    for (Package &package : packages)
+        std::ranges::sort(package.processors, {}, &Processor::number);
+    // The unknown one comes last.
+    std::ranges::sort(packages, {},
+                      [](const Package &package) { return static_cast<unsigned>(package.number); });
+    addMemoryErrors(packages);
+    addMachineChecks(packages);
+    return packages;
+}
+
+} // namespace host

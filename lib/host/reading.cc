@@ -1,0 +1,52 @@
+#include "host/reading.h"
+
+#include "base/record.h"
+#include "common/problem.h"
+#include "host/functions.h"
+#include "host/memory.h"
+#include "host/processors.h"
+#include "host/sysfs.h"
+
+namespace host {
+namespace {
+
+constexpr char traceSource[] = "yathost";
+
+std::vector<Package> readAndRemember()
+{
+    PackageOf known = readMemory().packages;
+    const PackageOf before = known;
+    std::vector<Package> packages = readPackages(known);
+    if (known != before)
+        try {
+            changeMemory([&](Memory &memory) { memory.packages = known; });
+        } catch (const yat::Problem &problem) { // that matters when a package is stopped only
+            TRACE_ERROR("%s", problem.what());
+        }
+    return packages;
+}
+
+std::string readBiosVersion()
+{
+    std::string result;
+    for (const char *name : {"bios_vendor", "bios_version", "bios_date"})
+        if (const auto part = readAttribute(std::string("/sys/class/dmi/id/") + name))
+            result += (result.empty() ? "" : " ") + *part;
+    return result;
+}
+
+} // namespace
+
+Machine readMachine()
+{
+    Machine machine;
+    machine.packages = readAndRemember();
+    if (machine.packages.empty())
+        throw yat::Problem("the kernel tells of no processors below /sys/devices/system/cpu");
+    machine.slots = readSlots();
+    machine.functions = readFunctions(machine.slots);
+    machine.biosVersion = readBiosVersion();
+    return machine;
+}
+
+} // namespace host

@@ -1,0 +1,147 @@
+#include "host/sysfs.h"
+
+#include "common/problem.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace host {
+namespace {
+
+constexpr size_t mostBytes = 1 << 20; // /proc/interrupts of a thousand processors has less
+
+std::string readWhole(int descriptor)
+{
+    std::string text;
+    std::array<char, 4096> bytes;
+    ssize_t count;
+    while (text.size() < mostBytes && (count = read(descriptor, bytes.data(), bytes.size())) > 0)
+        text.append(bytes.data(), static_cast<size_t>(count));
+    return text;
+}
+
+[[noreturn]] void writeInChild(const std::string &file, const std::string &value)
+{
+    const int descriptor = open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    const bool isWritten =
+        descriptor >= 0
+        && write(descriptor, value.data(), value.size()) == static_cast<ssize_t>(value.size());
+    _exit(isWritten ? 0 : errno);
+}
+
+// Waits until the process has ended, whatever signals come in; false when the time is up.
+bool awaitEnd(pid_t process, std::chrono::milliseconds limit)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    pollfd poller{.fd = static_cast<int>(syscall(SYS_pidfd_open, process, 0)),
+                  .events = POLLIN,
+                  .revents = 0};
+    int ended;
+    do {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        ended = poll(&poller, 1, static_cast<int>(std::max<int64_t>(left.count(), 0)));
+    } while (ended < 0 && errno == EINTR);
+    close(poller.fd);
+    return ended == 1;
+}
+
+} // namespace
+
+std::optional<std::string> readAttribute(const std::string &file)
+{
+    const int descriptor = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0)
+        return {};
+    struct stat status;
+    std::string text;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+        text = readWhole(descriptor);
+    close(descriptor);
+    text.erase(text.find_last_not_of(" \t\r\n") + 1);
+    return text.empty() ? std::nullopt : std::optional(text);
+}
+
+std::optional<uint64_t> readNumber(const std::string &file)
+{
+    const std::string text = readAttribute(file).value_or("");
+    const bool isHexadecimal = text.starts_with("0x");
+    const char *begin = text.data() + (isHexadecimal ? 2 : 0), *end = text.data() + text.size();
+    uint64_t number = 0;
+    const auto result = std::from_chars(begin, end, number, isHexadecimal ? 16 : 10);
+    return result.ec == std::errc() && result.ptr == end ? std::optional(number) : std::nullopt;
+}
+
+std::optional<uint64_t> numberOfLine(const std::string &text, const std::string &word)
+{
+    const size_t at = ("\n" + text).find("\n" + word + " ");
+    if (at == std::string::npos)
+        return {};
+    uint64_t number = 0;
+    const auto result =
+        std::from_chars(text.data() + at + word.size() + 1, text.data() + text.size(), number);
+    return result.ec == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+std::vector<std::string> namesIn(const std::string &directory)
+{
+    std::vector<std::string> names;
+    const std::unique_ptr<DIR, int (*)(DIR *)> stream(opendir(directory.c_str()), closedir);
+    while (const dirent *entry = stream ? readdir(stream.get()) : nullptr)
+        if (entry->d_name[0] != '.')
+            names.emplace_back(entry->d_name);
+    std::ranges::sort(names, [](const std::string &one, const std::string &other) {
+        return strverscmp(one.c_str(), other.c_str()) < 0;
+    });
+    return names;
+}
+
+std::string resolved(const std::string &path)
+{
+    char result[PATH_MAX];
+    return realpath(path.c_str(), result) ? result : "";
+}
+
+std::string lastName(const std::string &path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+bool isBelow(const std::string &path, const std::string &directory)
+{
+    return path.starts_with(directory)
+           && (path.size() == directory.size() || path[directory.size()] == '/');
+}
+
+std::string writeAttribute(const std::string &file, const std::string &value,
+                           std::chrono::milliseconds limit)
+{
+    const pid_t writer = fork();
+    if (writer == 0)
+        writeInChild(file, value);
+    if (writer < 0)
+        return yat::reason(errno);
+    int status = 0;
+    if (!awaitEnd(writer, limit))
+        return "the kernel has not taken \"" + value + "\" for " + file + " in time";
+    while (waitpid(writer, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status == 0         ? ""
+           : WIFEXITED(status) ? yat::reason(WEXITSTATUS(status))
+                               : "the writer of " + file + " was killed";
+}
+
+} // namespace host

@@ -1,0 +1,256 @@
+// What is shown of a server: whatever it has and whatever it lacks.
+#include "looked.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+using Lines = std::vector<std::string>;
+
+class Looks : public Looked {};
+
+TEST_F(Looks, OneProcessorAndNothingElse)
+{
+    server.addProcessor(0, 0, false);
+    EXPECT_EQ(tree(), (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1"}));
+    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_ALDER);
+    EXPECT_EQ(cpu(1), "1 of 1 running");
+    EXPECT_EQ(cpu(2), "(unreadable)");
+    EXPECT_EQ(pci(1), "(unreadable)");
+    EXPECT_EQ(property(1, YAT_PROPERTY_BIOS_VERSION), "(unreadable)"); // no DMI
+    EXPECT_EQ(property(1, YAT_PROPERTY_BIOS_STATUS), "In use");
+}
+
+TEST_F(Looks, NoProcessorIsNoServer)
+{
+    EXPECT_EQ(tree(), (Lines{"(unreadable)"}));
+    EXPECT_NE(trace().find("the kernel tells of no processors"), std::string::npos) << trace();
+}
+
+TEST_F(Looks, PackagesAreInTheOrderOfTheirNumbers)
+{
+    for (int number = 0; number < 16; ++number)
+        server.addProcessor(number, 7 - number % 8, number != 7);
+    const Lines lines = tree();
+    ASSERT_EQ(lines.size(), 8u);
+    EXPECT_EQ(lines[0], "2 1 0.0.0.0.0.0.0.0 CPU module 1");
+    EXPECT_EQ(lines[7], "2 8 7.0.0.0.0.0.0.0 CPU module 8");
+    EXPECT_EQ(cpu(8), "2 of 2 running");
+    server.setOnline(8, 7, false);
+    EXPECT_EQ(cpu(8), "1 of 2 running");
+}
+
+TEST_F(Looks, ProcessorsOfAStoppedPackageAreRemembered)
+{
+    server.addProcessor(0, 0, false);
+    server.addProcessor(1, 1);
+    EXPECT_EQ(tree().size(), 2u);
+    server.setOnline(1, 1, false);
+    EXPECT_EQ(cpu(2), "Stopped");
+    ft_FunctionRelease();
+    ASSERT_EQ(ft_FunctionInit(), 1); // as another program that looks later
+    EXPECT_EQ(tree().at(1), "2 2 1.0.0.0.0.0.0.0 CPU module 2");
+    EXPECT_EQ(cpu(2), "Stopped");
+}
+
+TEST_F(Looks, ProcessorsThatWereNeverOnlineAreAModule)
+{
+    server.addProcessor(0, 0, false);
+    server.addProcessor(1, 1);
+    server.setOnline(1, 1, false);
+    EXPECT_EQ(tree(),
+              (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1", "2 2 255.0.0.0.0.0.0.0 CPU module 2"}));
+    EXPECT_EQ(cpu(2), "Stopped");
+    server.setOnline(1, 1, true);
+    EXPECT_EQ(tree().at(1), "2 2 1.0.0.0.0.0.0.0 CPU module 2");
+}
+
+TEST_F(Looks, ErrorsOfMemoryAndMachineChecksAreCounted)
+{
+    for (int number = 0; number < 4; ++number)
+        server.addProcessor(number, number / 2);
+    server.write("/proc/interrupts", "       CPU0 CPU1 CPU2 CPU3\n"
+                                     " 0:  90 0 0 0 timer\n"
+                                     "THR:  0 2 3 4 Threshold APIC interrupts\n"
+                                     "MCE:  1 1 0 5 Machine check exceptions\n");
+    tree();
+    EXPECT_EQ(cpu(1), "2 of 2 running,\nCE 2, UE 1");
+    EXPECT_EQ(cpu(2), "2 of 2 running,\nCE 7, UE 5");
+
+    const std::string controllers = "/sys/devices/system/edac/mc/mc";
+    for (const char *number : {"0", "1"}) {
+        server.write(controllers + number + "/ce_count", "10\n");
+        server.write(controllers + number + "/ue_count", "20\n");
+        server.write(controllers + number + "/device/numa_node", std::string(number) + "\n");
+    }
+    server.link("/sys/devices/system/node/node1/cpu2", "/sys/devices/system/cpu/cpu2");
+    EXPECT_EQ(cpu(1), "2 of 2 running,\nCE 2, UE 1"); // whose mc0 is, nobody tells
+    EXPECT_EQ(cpu(2), "2 of 2 running,\nCE 10, UE 25");
+}
+
+TEST_F(Looks, BiosIsThatOfDmi)
+{
+    server.addProcessor(0, 0);
+    server.write("/sys/class/dmi/id/bios_vendor", "Maker\n");
+    server.write("/sys/class/dmi/id/bios_date", "01/02/2026\n");
+    EXPECT_EQ(property(1, YAT_PROPERTY_BIOS_VERSION), "Maker 01/02/2026");
+    server.write("/sys/class/dmi/id/bios_version", "1.2.3 \n");
+    EXPECT_EQ(property(1, YAT_PROPERTY_BIOS_VERSION), "Maker 1.2.3 01/02/2026");
+}
+
+TEST_F(Looks, AdaptersAreBelowTheirSlots)
+{
+    server.addProcessor(0, 0);
+    const std::string port = server.addFunction("0000:00:1c.0", bridge, "pcieport");
+    server.addFunction("0000:00:1f.2", "10601", "ahci");
+    const std::string card = server.addFunction("0000:01:00.0", ethernet, "e1000e", port);
+    server.addFunction("0000:01:00.1", display, "", port);
+    server.addInterface(card, "ens3");
+    server.addSlot("12", "0000:01:00", true, true);
+    server.addSlot("2", "0000:05:00", false, true);
+    server.addSlot("3", "0000:06:00", true, false);
+    EXPECT_EQ(
+        tree(),
+        (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1", "3 1 2.5.0.0.0.0.0.0 PCI module 1 (slot 2)",
+               "3 2 3.6.0.0.0.0.0.0 PCI module 2 (slot 3)",
+               "3 3 12.1.0.0.0.0.0.0 PCI module 3 (slot 12)",
+               "  13 1 12.1.0.0.0.0.0.0 Ethernet adapter 1 (ens3, 82574L Gigabit Network Conne)",
+               "3 4 255.0.0.0.0.0.0.0 PCI module 4 (not in a slot)",
+               "  8 1 255.0.31.2.0.0.0.0 SCSI adapter 1 (82574L Gigabit Network Conne)"}));
+    EXPECT_EQ(pci(1), "Stopped");
+    EXPECT_EQ(pci(2), "Not installed");
+    EXPECT_EQ(pci(3), "Running");
+    EXPECT_EQ(pci(4), "Running");
+}
+
+TEST_F(Looks, SlotsBelowSlotsAndVirtualFunctionsHaveTheirPlaces)
+{
+    server.addProcessor(0, 0);
+    const std::string outer = server.addFunction("0000:01:00.0", bridge),
+                      inner = server.addFunction("0000:02:00.0", nvme, "nvme", outer),
+                      physical = server.addFunction("0000:01:00.1", ethernet, "igb"),
+                      virtualOne = server.addFunction("0000:01:10.1", ethernet, "igbvf");
+    server.link(virtualOne + "/physfn", physical);
+    server.addSlot("1", "0000:01:00", true, true);
+    server.addSlot("1-1", "0000:02", true, true); // a bus of its own
+    const Lines lines = tree();
+    ASSERT_EQ(lines.size(), 6u);
+    EXPECT_EQ(lines[2].substr(0, 30), "  13 1 1.1.0.1.0.0.0.0 Etherne");
+    EXPECT_EQ(lines[3].substr(0, 30), "  13 2 1.1.16.1.0.0.0.0 Ethern");
+    EXPECT_EQ(lines[4], "3 2 1.2.0.0.0.0.0.0 PCI module 2 (slot 1-1)");
+    EXPECT_EQ(lines[5].substr(0, 30), "  8 1 1.2.0.0.0.0.0.0 SCSI ada");
+}
+
+TEST_F(Looks, ErrorsOfFunctionsAreCountedForTheirModule)
+{
+    server.addProcessor(0, 0);
+    const std::string one = server.addFunction("0000:01:00.0", ethernet);
+    const std::string other = server.addFunction("0000:01:00.1", nvme);
+    server.addSlot("1", "0000:01:00", true, true);
+    tree();
+    EXPECT_EQ(pci(1), "Running"); // nobody counts
+    server.write(one + "/aer_dev_correctable", "RxErr 3\nBadTLP 1\nTOTAL_ERR_COR 4\n");
+    server.write(one + "/aer_dev_nonfatal", "Undefined 0\nTOTAL_ERR_NONFATAL 2\n");
+    server.write(other + "/aer_dev_fatal", "TOTAL_ERR_FATAL 1\n");
+    EXPECT_EQ(pci(1), "Running,\nCE 4, UE 3");
+}
+
+// ---- Odd files
+
+TEST_F(Looks, GarbageIsPassedOver)
+{
+    server.addProcessor(0, 0);
+    server.addProcessor(1, 0);
+    server.write("/sys/devices/system/cpu/cpu1/online", "maybe\n");
+    server.write("/sys/devices/system/cpu/cpu1/topology/physical_package_id", "\xff\xfe\n");
+    const std::string card = server.addFunction("0000:01:00.0", "zz", "\xff", "", "no id");
+    server.write(card + "/aer_dev_correctable", std::string(100000, 'x'));
+    server.write(card + "/aer_dev_fatal", "TOTAL_ERR_FATAL 99999999999999999999999\n");
+    server.addFunction("nonsense:", ethernet);
+    server.addSlot("1", "0000:01:00", true, true);
+    server.write("/sys/bus/pci/slots/1/power", "on\n");
+    server.addSlot("\x1b[31m", "0000:09:00", true, false);
+    const Lines lines = tree();
+    ASSERT_GE(lines.size(), 3u);
+    for (const std::string &line : lines)
+        EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
+    EXPECT_EQ(pci(2), "(unreadable)"); // neither on nor off
+}
+
+TEST_F(Looks, FilesThatWouldKeepTheReaderWaitingAreNotThere)
+{
+    server.addProcessor(0, 0);
+    server.addProcessor(1, 0);
+    const std::string card = server.addFunction("0000:01:00.0", ethernet);
+    server.addSlot("1", "0000:01:00", true, true);
+    server.addSlot("2", "0000:02:00", true, true);
+    for (const std::string &file :
+         {std::string("/sys/devices/system/cpu/cpu1/online"), card + "/aer_dev_fatal",
+          std::string("/sys/bus/pci/slots/1/adapter"), std::string("/sys/bus/pci/slots/2/power"),
+          std::string("/sys/class/dmi/id/bios_date")}) {
+        server.write(file, "");
+        server.remove(file);
+        ASSERT_EQ(mkfifo(server.at(file).c_str(), 0600), 0);
+    }
+    EXPECT_EQ(tree().at(1), "3 1 1.1.0.0.0.0.0.0 PCI module 1 (slot 1)");
+    EXPECT_EQ(cpu(1), "2 of 2 running");
+    EXPECT_EQ(pci(1), "Running");
+    EXPECT_EQ(property(1, YAT_PROPERTY_BIOS_VERSION), "(unreadable)");
+}
+
+TEST_F(Looks, WhatGoesAwayBetweenTwoReadsIsNotThere)
+{
+    server.addProcessor(0, 0);
+    server.addProcessor(1, 1);
+    const std::string card = server.addFunction("0000:01:00.0", ethernet);
+    server.addSlot("1", "0000:01:00", true, true);
+    EXPECT_EQ(tree().size(), 4u);
+    server.remove(card); // while its link is still on the bus
+    EXPECT_EQ(pci(1), "Running");
+    server.remove("/sys/bus/pci/slots/1");
+    EXPECT_EQ(pci(1), "(unreadable)");
+    server.remove("/sys/devices/system/cpu/cpu1");
+    EXPECT_EQ(cpu(2), "(unreadable)");
+    EXPECT_EQ(cpu(1), "1 of 1 running");
+    EXPECT_EQ(tree().size(), 1u);
+}
+
+TEST_F(Looks, SixtyFourSlotsAndAThousandFunctions)
+{
+    server.addProcessor(0, 0);
+    for (int slot = 1; slot <= 64; ++slot) {
+        char address[16];
+        snprintf(address, sizeof address, "0000:%02x:00", slot);
+        server.addSlot(std::to_string(slot), address, true, true);
+        for (int function = 0; function < 8; ++function)
+            server.addFunction(std::string(address) + "." + std::to_string(function), ethernet);
+    }
+    for (int device = 0; device < 488; ++device) {
+        char address[16];
+        snprintf(address, sizeof address, "0001:%02x:%02x.%d", device / 256, device / 8 % 32,
+                 device % 8);
+        server.addFunction(address, nvme);
+    }
+    const Lines lines = tree();
+    EXPECT_EQ(lines.size(), 1u + 64 + 1 + 1000);
+    EXPECT_EQ(lines.at(1 + 9), "3 2 2.2.0.0.0.0.0.0 PCI module 2 (slot 2)");
+    EXPECT_EQ(lines.at(1 + 64 * 9), "3 65 255.0.0.0.0.0.0.0 PCI module 65 (not in a slot)");
+    EXPECT_EQ(lines.back().substr(0, 34), "  8 488 255.1.28.7.0.0.0.1 SCSI ad");
+}
+
+// ---- What it leaves alone
+
+TEST_F(Looks, NothingIsSupportedAndNothingIsSet)
+{
+    server.addProcessor(0, 0);
+    yat_device *root = nullptr;
+    ASSERT_EQ(CreateTreeViewData(&root), 1);
+    yat_device *device = root->children[0];
+    int detail = 0, value = 0;
+    EXPECT_EQ(IfSupport(device, 7, &detail), 0);
+    EXPECT_NE(detail, 0);
+    EXPECT_EQ(InitBringDown(device, 8), 0);
+    EXPECT_EQ(BurnFirmware(device, 10, "FWCOPY"), 0);
+    EXPECT_EQ(GetBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &value), 0);
+    EXPECT_EQ(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &value), 0);
+    EXPECT_EQ(FreeTreeViewData(&root), 1);
+}
