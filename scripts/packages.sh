@@ -12,7 +12,7 @@ fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static
 
 die() {
     echo "$(basename "$0"): $*" >&2
-    exit 1
+    exit 2
 }
 
 # missing PACKAGE...: those of them that are not installed
@@ -25,7 +25,19 @@ missing() {
     done
 }
 
-# install PACKAGE...: those that are missing, with one question for a password at most
+# Whoever sits at a terminal is asked before the system is changed.
+agree() { # PACKAGES
+    echo "missing packages: $1" >&2
+    [ -t 0 ] && [ -t 2 ] || return 0
+    printf 'Install them with apt-get? [Y/n] ' >&2
+    read -r answer || answer=n
+    case $answer in
+    '' | [Yy]*) ;;
+    *) die "nothing was installed; to do it yourself: apt-get install $1" ;;
+    esac
+}
+
+# install PACKAGE...: those that are missing
 install() {
     command -v dpkg-query >/dev/null && command -v apt-get >/dev/null \
         || die "this needs a Debian system with apt-get, or these packages' likes: $*"
@@ -34,16 +46,17 @@ install() {
     rm -f "$scratch"
     [ -n "$packages" ] || return 0
 
-    echo "installing with apt-get: $packages" >&2
+    asRoot=
+    if [ "$(id -u)" != 0 ]; then
+        command -v sudo >/dev/null \
+            || die "packages are missing, and only root can install them: apt-get install $packages"
+        asRoot=sudo
+    fi
+    agree "$packages"
     # Lists that can't be brought up to date may still be good enough.
-    commands="export DEBIAN_FRONTEND=noninteractive
-        apt-get -qq update || true
-        apt-get -qq -y --no-install-recommends install $packages >/dev/null"
-    if [ "$(id -u)" = 0 ]; then
-        sh -c "$commands" </dev/null >&2
-    elif command -v sudo >/dev/null; then
-        sudo sh -c "$commands" >&2
-    else
-        die "be root, or install sudo, or have root type: apt-get install $packages"
-    fi || die "apt-get could not install them; its messages are above"
+    $asRoot sh -c "export DEBIAN_FRONTEND=noninteractive
+        exec </dev/null >&2
+        apt-get update || true
+        apt-get -y --no-install-recommends install $packages" \
+        || die "apt-get could not install them; its messages are above"
 }

@@ -14,6 +14,9 @@ Workspace::Workspace(const RunOptions &given)
     : options(given), state(given.state.empty() ? directory() / "state" : fs::path(given.state))
 {
     const fs::path tree = directory() / "tree";
+    // The loader takes blanks and colons in LD_PRELOAD for the ends of names, and the path of the
+    // sources may have some.
+    fs::create_symlink(SPY, directory() / "spy.so");
     writeFile(tree, options.tree);
     writeFile(directory() / "script",
               options.script + "\n" + (options.tree.empty() ? "" : "tree " + tree.string() + "\n"));
@@ -54,11 +57,11 @@ std::map<std::string, std::string> Workspace::environment() const
         {"YAT_TIME_SCALE", "0"},
         {"YAT_SPY_SCRIPT", (directory() / "script").string()},
         {"YAT_SPY_LOG", (directory() / "calls").string()},
-        {"LD_PRELOAD", SPY},
+        {"LD_PRELOAD", (directory() / "spy.so").string()},
         // The spy comes before the sanitizers' library, which does no harm.
         {"ASAN_OPTIONS", "verify_asan_link_order=0:" + log},
         {"UBSAN_OPTIONS", "print_stacktrace=1:" + log},
-        {"LSAN_OPTIONS", std::string("print_suppressions=0:suppressions=") + SUPPRESSIONS},
+        {"LSAN_OPTIONS", std::string("print_suppressions=0:suppressions='") + SUPPRESSIONS + "'"},
     };
     for (const auto &[name, value] : options.environment) {
         if (value == "(unset)")
