@@ -127,7 +127,8 @@ try {
         complainOfTexts(" is empty");
     TRACE("mrvutil %s, texts of %s", yat::productVersion, openedName);
     return file;
-} catch (const std::exception &) {
+} catch (const std::exception &problem) {
+    yat::complainOf(problem);
     return nullptr;
 }
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <exception>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -21,6 +21,8 @@ struct Complaints {
     }
 } complaints;
 
+constexpr char outOfMemory[] = "out of memory";
+
 } // namespace
 
 bool complain(std::string_view line) noexcept
@@ -31,6 +33,11 @@ try {
     return true;
 } catch (const std::exception &) {
     return complaints.hasLost = true;
+}
+
+void complainOf(const std::exception &problem) noexcept
+{
+    complain(dynamic_cast<const std::bad_alloc *>(&problem) ? outOfMemory : problem.what());
 }
 
 void tellComplaints() noexcept
@@ -45,7 +52,7 @@ void tellComplaints() noexcept
                 shown.empty() ? line.c_str() : shown.c_str());
     }
     if (complaints.hasLost)
-        fprintf(stderr, "%s: out of memory\n", program_invocation_short_name);
+        fprintf(stderr, "%s: %s\n", program_invocation_short_name, outOfMemory);
     complaints.lines.clear();
     complaints.hasLost = false;
 }

@@ -120,7 +120,7 @@ try {
     return opened;
 } catch (const std::exception &problem) {
     TRACE_ERROR("%s", problem.what());
-    yat::complain(problem.what());
+    yat::complainOf(problem);
     return 0;
 }
 

@@ -6,11 +6,16 @@
 #include "yat/hwinfo.h"
 
 #include <algorithm>
+#include <exception>
 #include <sstream>
 
 static constexpr char traceSource[] = "yathwinfo";
 
 namespace {
+
+// What exceptions need of memory in a library that is loaded later, fetched while there is some:
+// the loader ends the program at once when it can't be had.
+[[maybe_unused]] const int readyForExceptions = std::uncaught_exceptions();
 
 constexpr char device[] = "/dev/ipmi0";
 constexpr int limit = 5000; // milliseconds

@@ -9,12 +9,18 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
+#include <new>
 
 namespace {
 
 using namespace sim;
 
 constexpr char traceSource[] = "yatcore";
+
+// What exceptions need of memory in a library that is loaded later, fetched while there is some:
+// the loader ends the program at once when it can't be had.
+[[maybe_unused]] const int readyForExceptions = std::uncaught_exceptions();
 
 // Has the user told, and puts it into the trace log, each line once.
 void complain(std::string_view problem) noexcept
@@ -226,6 +232,9 @@ try {
     else if (const std::string note = descriptionNote(openedStore()); !note.empty())
         TRACE("%s", note.c_str());
     return result;
+} catch (const std::bad_alloc &problem) {
+    yat::complainOf(problem);
+    return 1;
 } catch (const std::exception &problem) {
     complain(problem.what());
     return 1; // the calls will fail that need the machine
@@ -243,6 +252,8 @@ void tell(const std::exception &problem)
 {
     if (dynamic_cast<const yat::Problem *>(&problem))
         complain(problem.what());
+    else if (dynamic_cast<const std::bad_alloc *>(&problem))
+        yat::complainOf(problem);
     else
         TRACE_ERROR("%s", problem.what());
 }

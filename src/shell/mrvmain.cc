@@ -8,6 +8,7 @@
 #include "terminal/console.h"
 #include "terminal/ending.h"
 #include "terminal/environment.h"
+#include "terminal/keys.h"
 #include "terminal/restore.h"
 #include "terminal/size.h"
 #include "terminal/stopping.h"
@@ -191,6 +192,7 @@ static bool hasPrinted()
 
 int main(int argc, char **argv)
 {
+    watchSignals();
     TraceLogInit(0, "YATmrvutil", 0, 5, 0);
     TRACE(">");
     adoptLocale();
@@ -224,9 +226,11 @@ int main(int argc, char **argv)
         status = program.run();
         if (status == 0 && program.failure)
             TRACE_ERROR("%s", program.failure);
+        if (!debug_flag)
+            dropKeys(); // which were meant for the screen, not for the shell
+        else if (!hasPrinted())
+            status = 0;
     }
-    if (debug_flag && !hasPrinted())
-        status = 0;
     tearDown();
     return status;
 }

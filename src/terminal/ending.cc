@@ -5,13 +5,19 @@
 #include "terminal/console.h"
 #include "terminal/lending.h"
 #include "terminal/restore.h"
+#include "terminal/stopping.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdlib>
 #include <iterator>
+#include <new>
 #include <slang.h>
+#include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -22,19 +28,53 @@ constexpr int harmless[] = {SIGKILL, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU,
                             SIGCONT, SIGCHLD, SIGURG,  SIGWINCH};
 
 void (*endProgram)();
-bool guarding;
+bool watching, guarding; // the signals, and the terminal as well
 struct sigaction former[NSIG];
+
+void leaveTerminal()
+{
+    if (guarding && !terminalIsLent && isInForeground())
+        restoreTerminal();
+    restoreConsole();
+}
+
+void say(std::string_view text)
+{
+    for (const std::string_view part :
+         {std::string_view(program_invocation_short_name), std::string_view(": "), text}) {
+        const ssize_t ignored = write(STDERR_FILENO, part.data(), part.size());
+        static_cast<void>(ignored);
+    }
+}
+
+constexpr std::string_view outOfMemory = "out of memory\n";
+
+// newt does not look whether it got the memory that it asked for, and meets a fault then.
+bool hasMemory()
+{
+    constexpr size_t little = 1 << 20;
+    void *memory =
+        mmap(nullptr, little, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory != MAP_FAILED && munmap(memory, little) == 0;
+}
+
+void endWithoutMemory()
+{
+    leaveTerminal();
+    say(outOfMemory);
+    _exit(0);
+}
 
 // All signals are blocked in here. When it returns, the former disposition meets the same signal
 // again: a fault because the faulty instruction runs once more, any other because it is raised.
 void restoreAndDie(int signal, siginfo_t *info, void *)
 {
-    if (!terminalIsLent)
-        restoreTerminal();
-    restoreConsole();
+    leaveTerminal();
     sigaction(signal, &former[signal], nullptr);
-    const bool happensAgain =
-        info->si_code > 0 && std::ranges::find(faults, signal) != std::end(faults);
+    const bool isFault = std::ranges::find(faults, signal) != std::end(faults);
+    if ((isFault || signal == SIGABRT) && !hasMemory())
+        say(outOfMemory);
+    const bool happensAgain = isFault && info->si_code > 0;
     if (!happensAgain)
         raise(signal);
 }
@@ -62,10 +102,8 @@ bool isHandled(int signal)
 // A library that the program calls can end it as well.
 void restoreAtExit()
 {
-    if (!guarding)
-        return;
-    restoreTerminal();
-    restoreConsole();
+    if (guarding)
+        leaveTerminal();
 }
 
 // A stack of their own for the handlers, for the case that the program's is used up.
@@ -85,14 +123,20 @@ void endOnReadError(char *, va_list)
 
 } // namespace
 
-void guardTerminal(void (*end)())
+void watchSignals()
 {
-    rememberTerminal();
-    endProgram = end;
+    std::set_new_handler(endWithoutMemory);
     provideStack();
     for (int signal = 1; signal < NSIG; ++signal)
         if (isHandled(signal))
             handle(signal, signal == SIGXFSZ ? goOn : restoreAndDie);
+    watching = true;
+}
+
+void guardTerminal(void (*end)())
+{
+    rememberTerminal();
+    endProgram = end;
     atexit(restoreAtExit);
     SLang_Exit_Error_Hook = endOnReadError;
     guarding = true;
@@ -100,12 +144,13 @@ void guardTerminal(void (*end)())
 
 void releaseTerminal()
 {
-    if (!guarding)
+    guarding = false;
+    if (!watching)
         return;
     for (int signal = 1; signal < NSIG; ++signal)
-        if (isHandled(signal))
+        if (isHandled(signal) && signal != SIGXFSZ)
             sigaction(signal, &former[signal], nullptr);
-    guarding = false;
+    watching = false;
 }
 
 void endWithoutTerminal()

@@ -1,9 +1,12 @@
 // Whatever ends the program, the terminal is restored first.
 #pragma once
 
-// From here on until releaseTerminal a signal that ends the program restores the terminal first,
-// and the kernel's messages on the console. newt has the terminal by then or gets it next. end is
-// called when the terminal goes away without a signal; it ends the program.
+// From here on until releaseTerminal the program says so when it ends for want of memory.
+void watchSignals();
+
+// From here on a signal that ends the program restores the terminal first, and the kernel's
+// messages on the console. newt has the terminal by then or gets it next. end is called when the
+// terminal goes away without a signal; it ends the program.
 void guardTerminal(void (*end)());
 void releaseTerminal();
 

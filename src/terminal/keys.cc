@@ -163,6 +163,18 @@ bool terminalIsGone()
 
 } // namespace
 
+void dropKeys()
+{
+    constexpr int most = 100000; // or who sends without an end would hold the program up
+    for (int i = 0; i < most && isInputWithin(Milliseconds(0)); ++i) {
+        const unsigned int key = getKeyOfSlang();
+        if (key == escape)
+            keyAfterEscape();
+        if (key == SLANG_GETKEY_ERROR)
+            return;
+    }
+}
+
 extern "C" __attribute__((visibility("default"))) unsigned int SLang_getkey(void)
 {
     constexpr int mostFailures = 100; // a read can fail for a signal, but not for ever

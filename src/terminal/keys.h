@@ -3,3 +3,6 @@
 
 // True while Ctrl-A is a hot key of the window opened last; what opens windows keeps it so.
 extern bool ctrlAIsHotKey;
+
+// Drops what has been typed and is not read yet, a sequence or a paste to its end.
+void dropKeys();

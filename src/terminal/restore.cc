@@ -17,6 +17,11 @@ termios modes, modesOfNewt;
 struct Sequence {
     char bytes[256];
     size_t length;
+
+    operator std::string_view() const
+    {
+        return {bytes, length};
+    }
 };
 Sequence restoring;           // leaves the screen
 Sequence entering, preparing; // the screen, and what newt has on there
@@ -24,24 +29,6 @@ Sequence marking, unmarking;
 Sequence initialising; // undoes what a program may have left set
 
 volatile sig_atomic_t hasLeft; // the screen
-
-// Writes without waiting for ever for a terminal that takes nothing any more.
-void writeToTerminal(const Sequence &sequence)
-{
-    const char *bytes = sequence.bytes;
-    size_t length = sequence.length;
-    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
-    fcntl(STDOUT_FILENO, F_SETFL, flags | O_NONBLOCK);
-    pollfd terminal{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
-    while (length > 0 && poll(&terminal, 1, 200) == 1) {
-        const ssize_t written = write(STDOUT_FILENO, bytes, length);
-        if (written <= 0)
-            break;
-        bytes += written;
-        length -= static_cast<size_t>(written);
-    }
-    fcntl(STDOUT_FILENO, F_SETFL, flags);
-}
 
 void append(Sequence &sequence, std::string_view bytes)
 {
@@ -74,6 +61,20 @@ void appendMarking(Sequence &sequence, bool wanted)
 }
 
 } // namespace
+
+void writeToTerminal(std::string_view bytes)
+{
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    fcntl(STDOUT_FILENO, F_SETFL, flags | O_NONBLOCK);
+    pollfd terminal{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    while (!bytes.empty() && poll(&terminal, 1, 200) == 1) {
+        const ssize_t written = write(STDOUT_FILENO, bytes.data(), bytes.size());
+        if (written <= 0)
+            break;
+        bytes.remove_prefix(static_cast<size_t>(written));
+    }
+    fcntl(STDOUT_FILENO, F_SETFL, flags);
+}
 
 void rememberTerminal()
 {
@@ -117,6 +118,7 @@ void enterScreen()
 
 void restoreTerminal()
 {
+    tcflush(STDIN_FILENO, TCIFLUSH);
     tcsetattr(STDIN_FILENO, TCSANOW, &modes);
     writeToTerminal(restoring);
     hasLeft = 1;

@@ -2,6 +2,8 @@
 // and as newt has it.
 #pragma once
 
+#include <string_view>
+
 // Prepares for the other two, before newt changes anything.
 void rememberTerminal();
 
@@ -12,11 +14,15 @@ void rememberScreen();
 void markPastes();
 void unmarkPastes();
 
-// Leaves the screen. Allowed in a signal handler.
+// Leaves the screen, and drops what was typed for it. Allowed in a signal handler.
 void restoreTerminal();
 
 // Comes back to the screen, which has to be drawn then. Allowed in a signal handler.
 void enterScreen();
+
+// Writes without waiting for ever for a terminal that takes nothing any more. Allowed in a signal
+// handler.
+void writeToTerminal(std::string_view bytes);
 
 // Undoes what another program may have left set, and drops what was typed for it.
 void resetTerminal();

@@ -14,13 +14,6 @@ namespace {
 struct sigaction formerStop, formerContinue;
 bool consoleWasSilent;
 
-// Where it is not the program's controlling terminal, there is no background either.
-bool isInForeground()
-{
-    const pid_t foreground = tcgetpgrp(STDIN_FILENO);
-    return foreground < 0 || foreground == getpgrp();
-}
-
 // Does what the system does by itself at this signal. Returns when the program is continued.
 void stopBy(int signal)
 {
@@ -74,6 +67,12 @@ void handle(int signal, void (*handler)(int), struct sigaction *former)
 }
 
 } // namespace
+
+bool isInForeground()
+{
+    const pid_t foreground = tcgetpgrp(STDIN_FILENO);
+    return foreground < 0 || foreground == getpgrp();
+}
 
 void awaitForeground()
 {

@@ -3,6 +3,9 @@
 // once where it is in the background.
 #pragma once
 
+// Where it is not the program's controlling terminal, there is no background either.
+bool isInForeground();
+
 // Stops as often as it takes until the program is in the foreground.
 void awaitForeground();
 

@@ -1,5 +1,5 @@
 // However the program ends, the terminal and the kernel's console level are as before, soon.
-#include "session.h"
+#include "navigation.h"
 
 #include <csignal>
 #include <sys/resource.h>
@@ -62,6 +62,52 @@ std::vector<int> endingSignals()
 }
 
 INSTANTIATE_TEST_SUITE_P(Ending, EverySignal, testing::ValuesIn(endingSignals()));
+
+struct WayOut {
+    const char *name;
+    const char *program;
+    std::string keysSent; // (none): it ends by itself
+    const char *script = "";
+    int status = 1;
+};
+
+const WayOut waysOut[] = {
+    {"tree by Ctrl-O", "mrvutil", keys::ctrlO},
+    {"tree by Ctrl-A", "mrvutil", keys::ctrlA},
+    {"tree by Esc", "mrvutil", "\x1b"},
+    {"tree by its button", "mrvutil", keys::tab + keys::enter},
+    {"tree by its button and Space", "mrvutil", keys::tab + keys::space},
+    {"settings by their button", "mrvgeneral", keys::backTab + keys::enter},
+    {"settings by Esc", "mrvgeneral", "\x1b"},
+    {"settings that cannot be read", "mrvgeneral", keys::enter, "GetBBDriverSettings 0", 0},
+    {"firmware by its button", "mrvfirmware", keys::backTab + keys::enter},
+    {"firmware by Esc", "mrvfirmware", "\x1b"},
+    {"no devices", "mrvutil", keys::enter, "CreateTreeViewData 0", 0},
+    {"no interface", "mrvutil", "", "ft_FunctionInit 0", 0},
+    {"no tree", "mrvutil", "", "call_yat_is_ft 0"},
+};
+
+class EveryWayOut : public testing::TestWithParam<WayOut> {};
+
+TEST_P(EveryWayOut, RestoresTheTerminal)
+{
+    const WayOut &way = GetParam();
+    Session session({.program = way.program, .script = way.script});
+    if (!way.keysSent.empty()) {
+        session.see("┌");
+        EXPECT_TRUE(session.terminal().inAlternateScreen());
+        EXPECT_FALSE(session.terminal().modesAreAsBefore());
+        session.send(way.keysSent);
+    }
+    session.expectExit(way.status);
+    EXPECT_TRUE(session.terminal().modesAreAsBefore());
+    expectRestored(session);
+    EXPECT_EQ(session.calls("klogctl"),
+              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ending, EveryWayOut, testing::ValuesIn(waysOut),
+                         [](const auto &info) { return inTestName(info.param.name); });
 
 } // namespace
 

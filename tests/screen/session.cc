@@ -100,6 +100,7 @@ void Session::expectExit(int status)
     ASSERT_NE(result, -1) << "still running:\n" << running.picture();
     EXPECT_TRUE(WIFEXITED(result)) << "wait status " << result;
     EXPECT_EQ(WEXITSTATUS(result), status) << running.output();
+    expectModesAsBefore();
 }
 
 void Session::expectSignal(int signal)
@@ -108,6 +109,12 @@ void Session::expectSignal(int signal)
     ASSERT_NE(result, -1) << "still running:\n" << running.picture();
     EXPECT_TRUE(WIFSIGNALED(result)) << "wait status " << result;
     EXPECT_EQ(WTERMSIG(result), signal) << running.output();
+    expectModesAsBefore();
+}
+
+void Session::expectModesAsBefore()
+{
+    EXPECT_TRUE(running.isHungUp() || running.modesAreAsBefore());
 }
 
 std::vector<std::string> Session::trace(const std::string &source)

@@ -66,6 +66,8 @@ public:
     std::vector<std::string> calls(const std::string &beginning = "");
 
 private:
+    void expectModesAsBefore();
+
     Workspace workspace;
     Terminal running;
 };

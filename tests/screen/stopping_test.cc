@@ -197,6 +197,29 @@ TEST(Stopping, HasPastesMarkedOnTheScreenOnly)
     EXPECT_FALSE(isMarking());
 }
 
+TEST(Stopping, AndEndingThenLeavesTheTerminalToTheShell)
+{
+    Shell shell;
+    shell.run();
+    shell.expectScreen();
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.terminal.waitUntilIdle();
+    const pid_t job = shell.job();
+    const size_t written = shell.terminal.output().size();
+    shell.terminal.send("ls"); // half a command for the shell
+    shell.kill(SIGTERM);
+    shell.kill(SIGCONT);
+    EXPECT_TRUE(shell.terminal.waitUntil([&] { return ::kill(job, 0) != 0 || shell.jobIs('Z'); }));
+    shell.terminal.settle(std::chrono::milliseconds(100));
+    EXPECT_EQ(shell.terminal.output().substr(written).find('\x1b'), std::string::npos)
+        << shell.terminal.output().substr(written);
+    shell.expectPrompt();
+    shell.terminal.send("xyz\n");
+    shell.see("lsxyz: not found");
+}
+
 TEST(Stopping, KeepsAWindowAndItsChanges)
 {
     Shell shell;
@@ -229,4 +252,27 @@ TEST(Stopping, LetsTheConsoleSpeakMeanwhile)
     session.send(ctrlO);
     session.expectExit(1);
     EXPECT_EQ(session.calls("klogctl").back(), "klogctl(8, null, 6)");
+}
+
+TEST(TypingAhead, IsNoneOfTheShellsWhileTheProgramEnds)
+{
+    for (const std::string &keysSent :
+         {ctrlO + "echo o''ops\n", ctrlO + "\x1b[200~echo o''ops\n\x1b[201~",
+          ctrlO + "\x1b[1;5Aecho o''ops\n"}) {
+        Shell shell;
+        shell.run();
+        shell.expectScreen();
+        shell.terminal.send(keysSent);
+        shell.expectPrompt();
+        shell.type("echo status $?");
+        shell.see("status 1");
+        EXPECT_FALSE(shell.terminal.contains("oops")) << shell.terminal.picture();
+    }
+}
+
+TEST(TypingAhead, IsTheShellsWhereTheProgramHasNoScreen)
+{
+    Shell shell;
+    shell.type(PROGRAMS "/mrvutil -debug\necho kept \"\"typing");
+    shell.see("kept typing");
 }

@@ -94,6 +94,7 @@ Terminal::Terminal(const TerminalOptions &options)
         throw std::runtime_error("openpty");
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     fcntl(replica, F_SETFD, FD_CLOEXEC);
+    tcgetattr(replica, &before);
 
     child = start(options.command, {.environment = options.environment, .prepare = [&] {
                                         setsid();
@@ -241,13 +242,19 @@ static bool isStopped(pid_t process)
 
 void Terminal::waitUntilIdle()
 {
-    waitUntil([this] {
+    isIdleWithin(deadline);
+}
+
+bool Terminal::isIdleWithin(std::chrono::milliseconds limit)
+{
+    const auto isIdle = [this] {
         // The kernel hands on what was sent a little later. Keys may also be thrown away, or be
         // for a child of the program.
         if (bytesReadBy(child) < readWhenTaken && Clock::now() < takenAtLatest)
             return false;
         return unread() == 0 && (waitsForOthers(child) || isStopped(child));
-    });
+    };
+    return waitUntil(isIdle, limit);
 }
 
 int Terminal::unread() const
@@ -362,4 +369,12 @@ Terminal::Modes Terminal::modes() const
     return {.echo = (current.c_lflag & ECHO) != 0,
             .canonical = (current.c_lflag & ICANON) != 0,
             .signals = (current.c_lflag & ISIG) != 0};
+}
+
+bool Terminal::modesAreAsBefore() const
+{
+    termios now{};
+    return tcgetattr(replica, &now) == 0 && now.c_iflag == before.c_iflag
+           && now.c_oflag == before.c_oflag && now.c_cflag == before.c_cflag
+           && now.c_lflag == before.c_lflag && std::ranges::equal(now.c_cc, before.c_cc);
 }

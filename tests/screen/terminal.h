@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <termios.h>
 #include <vector>
 #include <vterm.h>
 
@@ -37,6 +38,9 @@ public:
     // what is seen on the screen may be seen before the program has done what comes after it.
     void waitUntilIdle();
 
+    // The same for so long at most. False when that was not enough.
+    bool isIdleWithin(std::chrono::milliseconds limit);
+
     // Draws what the program writes until it writes nothing for so long.
     void settle(std::chrono::milliseconds quiet);
 
@@ -45,6 +49,10 @@ public:
 
     void resize(int rows, int columns);
     void hangUp(); // closes the terminal
+    bool isHungUp() const
+    {
+        return replica < 0;
+    }
 
     void kill(int signal) const;
     pid_t pid() const { return child; }
@@ -73,6 +81,9 @@ public:
     };
     Modes modes() const;
 
+    // All of them, as stty would set them.
+    bool modesAreAsBefore() const;
+
 private:
     bool pump(std::chrono::milliseconds limit);
     static int propertySet(VTermProp property, VTermValue *value, void *self);
@@ -81,6 +92,7 @@ private:
     int replica = -1; // the program's side, kept open so that its modes can be seen afterwards
     pid_t child = -1;
     int waitStatus = -1;
+    termios before{};            // the program
     long long readWhenTaken = 0; // bytes that the program has read when it has what was sent
     std::chrono::steady_clock::time_point takenAtLatest;
     bool ended = false;

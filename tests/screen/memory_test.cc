@@ -1,0 +1,61 @@
+// Memory that comes to an end, at the start or in a window: the program says so once its screen is
+// gone.
+#include "session.h"
+
+namespace {
+
+// From the tree into a window and out again, as far as the memory goes. Esc leaves each.
+struct Visit {
+    Workspace workspace{RunOptions{.arguments = {"-d"}}};
+    Terminal terminal;
+
+    explicit Visit(long lastAllocation)
+        : terminal({.command = workspace.command(), .environment = environment(lastAllocation)})
+    {
+        const std::string escape = "\x1b";
+        const std::string window =
+            keys::space + keys::down + keys::down + keys::space + keys::down + keys::enter;
+        for (const std::string &step : {window, keys::tab + keys::enter, escape, escape, escape}) {
+            terminal.waitUntilIdle();
+            if (terminal.wait(std::chrono::milliseconds(0)) == -1)
+                terminal.send(step);
+        }
+    }
+
+    // Without the spy, which would take memory for itself.
+    std::map<std::string, std::string> environment(long lastAllocation) const
+    {
+        auto result = workspace.environment();
+        result["LD_PRELOAD"] = SHORT_MEMORY;
+        result["YAT_LAST_ALLOCATION"] = std::to_string(lastAllocation);
+        result["YAT_ALLOCATIONS"] = (workspace.directory() / "allocations").string();
+        result["ESCDELAY"] = "10";
+        return result;
+    }
+
+    long allocations() const
+    {
+        return atol(readFile(workspace.directory() / "allocations").c_str());
+    }
+};
+
+} // namespace
+
+TEST(Memory, ThatComesToAnEndIsToldOnceTheScreenIsGone)
+{
+    Visit whole(0);
+    ASSERT_EQ(whole.terminal.wait(), 1 << 8) << whole.terminal.picture();
+    const long all = whole.allocations();
+    ASSERT_GT(all, 1000);
+    // Shortly before its end it needs none.
+    for (long last = 2; last < all * 9 / 10; last += all / 25) {
+        Visit visit(last);
+        EXPECT_NE(visit.terminal.wait(), -1) << last << " of " << all;
+        const std::string output = visit.terminal.output();
+        EXPECT_TRUE(output.ends_with("mrvutil: out of memory\r\n")) << last << " of " << all << "\n"
+                                                                    << output;
+        EXPECT_FALSE(visit.terminal.inAlternateScreen());
+        EXPECT_TRUE(visit.terminal.cursorIsVisible());
+        EXPECT_TRUE(visit.terminal.modesAreAsBefore());
+    }
+}
