@@ -10,7 +10,10 @@
 #include "yat/trace.h"
 
 #include "base/display.h"
+#include "common/complaints.h"
 #include "common/paths.h"
+#include "common/problem.h"
+#include "text/encoding.h"
 #include "text/utf8.h"
 #include "trace/lasterror.h"
 
@@ -30,6 +33,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -93,7 +97,9 @@ bool openFile(Log &log)
                     0640);
     struct stat status;
     if (log.file < 0 || fstat(log.file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        const int error = log.file < 0 ? errno : ENOTSUP;
         closeFile(log);
+        errno = error;
         return false;
     }
     log.inode = status.st_ino;
@@ -221,20 +227,47 @@ void appendTime(Record &record, Log &log, const Moment &now)
     record.append({milliseconds, sizeof milliseconds});
 }
 
-// False when the file takes no more; a record that it took a part of is ended by the next one.
+// Takes the beginning of a record away again. False where others have written behind it by now, or
+// where it can't be taken away; the next record ends it then.
+bool takeBack(Log &log, ssize_t count)
+{
+    const off_t end = lseek(log.file, 0, SEEK_CUR);
+    struct stat status;
+    const bool isLast = fstat(log.file, &status) == 0 && status.st_size == end;
+    const bool isTaken = isLast && ftruncate(log.file, end - count) == 0;
+    log.torn = isLast && (log.torn || !isTaken);
+    return isTaken;
+}
+
+// False, with errno set, when the file does not take the record whole, not even at the second try.
 bool writeRecord(Log &log, std::string_view record)
 {
-    while (!record.empty()) {
+    for (int tries = 0; tries < 2;) {
         const ssize_t count = write(log.file, record.data(), record.size());
+        if (count == static_cast<ssize_t>(record.size())) {
+            log.size += count;
+            log.torn = false;
+            return true;
+        }
         if (count < 0 && errno == EINTR)
             continue;
-        if (count <= 0)
+        if (count < 0)
             return false;
-        record.remove_prefix(static_cast<size_t>(count));
-        log.size += count;
-        log.torn = !record.empty();
+        if (count > 0 && !takeBack(log, count))
+            break;
+        ++tries;
     }
-    return true;
+    errno = ENOSPC; // which a file that takes a part of it doesn't say
+    return false;
+}
+
+// The user is told that records are missing, once.
+void complainOfLog(const std::string &path, int error)
+{
+    static bool hasComplained;
+    if (!std::exchange(hasComplained, true))
+        yat::complain(yat::fromDisplay(path) + " can't be written: " + yat::reason(error)
+                      + "; what the program did is not in it");
 }
 
 bool isLogName(const char *name)
@@ -264,14 +297,18 @@ try {
     if (reserved1 != 0 || reserved2 != 0 || megabytes < 0 || generations < 0 || !isLogName(name))
         return 0;
     const std::string state = yat::stateDirectory();
-    if (state.empty() || !yat::makeWritableDirectory(state + "/log"))
+    const std::string path = state + "/log/" + name + ".log";
+    if (state.empty() || !yat::makeWritableDirectory(state + "/log")) {
+        complainOfLog(state.empty() ? "the trace log" : path, errno);
         return 0;
-    traceLog.path = state + "/log/" + name + ".log";
+    }
+    traceLog.path = path;
     traceLog.limit = (megabytes ? megabytes : defaultMegabytes) * off_t{1024 * 1024};
     traceLog.generations =
         generations ? std::min(generations, mostGenerations) : defaultGenerations;
     if (openFile(traceLog))
         return 1;
+    complainOfLog(path, errno);
     traceLog = {};
     return 0;
 } catch (const std::exception &) {
@@ -310,6 +347,8 @@ try {
         record.bytes[record.length++] = '\n';
         written = writeRecord(traceLog, {record.bytes, record.length});
     }
+    if (!written)
+        complainOfLog(traceLog.path, errno);
     errno = savedErrno;
     return written ? 1 : 0;
 } catch (const std::exception &) {

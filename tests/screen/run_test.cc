@@ -2,6 +2,9 @@
 #include "session.h"
 
 #include <fstream>
+#include <sys/resource.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -286,6 +289,24 @@ TEST(TraceLog, TellsTheLineOfTheCall)
     FAIL() << "no such record";
 }
 
+TEST(TraceLog, OfADiskThatIsFullIsToldOnceAtTheEnd)
+{
+    const TemporaryDirectory full;
+    const fs::path log = full.path / "log/YATmrvutil.log";
+    fs::create_directories(log.parent_path());
+    Session session({.state = full.path.string()});
+    session.see("Exit");
+    const rlimit none{.rlim_cur = fs::file_size(log), .rlim_max = RLIM_INFINITY};
+    ASSERT_EQ(prlimit(session.terminal().pid(), RLIMIT_FSIZE, &none, nullptr), 0);
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+    const std::string told = "mrvutil: " + log.string()
+                             + " can't be written: File too large; what the program did is not in "
+                               "it\r\n";
+    EXPECT_TRUE(session.terminal().output().ends_with(told)) << session.terminal().output();
+    EXPECT_EQ(session.terminal().output().find(told), session.terminal().output().rfind(told));
+}
+
 TEST(TraceLog, ThatCannotBeWrittenStopsNothing)
 {
     Workspace workspace({.arguments = {"-debug"}});
@@ -293,6 +314,8 @@ TEST(TraceLog, ThatCannotBeWrittenStopsNothing)
     std::ofstream(workspace.stateDirectory() / "log") << "no directory";
     const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.errors, "mrvutil: " + (workspace.stateDirectory() / "log/YATmrvutil.log").string()
+                              + " can't be written: Not a directory; what the program did is not "
+                                "in it\n");
     EXPECT_NE(run.output.find("N:CPU module 1"), std::string::npos);
 }
