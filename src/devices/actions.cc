@@ -1,9 +1,11 @@
 #include "devices/actions.h"
 
 #include "dialogs/autowin.h"
+#include "dialogs/busyline.h"
 #include "dialogs/message.h"
 #include "dialogs/success.h"
 #include "platform/device.h"
+#include "terminal/redrawing.h"
 
 #include <algorithm>
 
@@ -14,15 +16,19 @@ bool confirm(const DeviceWindow &window, const char *question)
     return Message(nameOf(window.device).c_str(), question) == 1;
 }
 
+TextKey labelOf(const DeviceWindow &window, const Button &button)
+{
+    return std::ranges::find(window.kind.components, button.part, &Component::part)->text;
+}
+
 // Carries the button's operation out under the button's own name. After a success the whole
 // terminal and the form are drawn anew, because the operation may have written on the screen.
 void carryOut(DeviceWindow &window, const Button &button, const char *argument)
 {
-    const auto component = std::ranges::find(window.kind.components, button.part, &Component::part);
-    if (!carryOut(*button.operation, button.support, component->text, window.device, argument))
+    if (!carryOut(*button.operation, button.support, labelOf(window, button), window.device,
+                  argument))
         return;
-    newtSuspend();
-    newtResume();
+    redrawScreen();
     newtDrawForm(window.form);
     Success(nameOf(window.device).c_str());
 }
@@ -59,9 +65,12 @@ void openDialog(DeviceWindow &window, const Button &button)
     button.opens(window.device);
 }
 
-void refresh(DeviceWindow &window, const Button &)
+void refresh(DeviceWindow &window, const Button &button)
 {
-    showState(window);
+    {
+        const Waiting waiting(nameOf(window.device), text(labelOf(window, button)));
+        showState(window);
+    }
     newtDrawForm(window.form);
     newtRefresh();
 }

@@ -3,6 +3,7 @@
 
 #include "devices/actions.h"
 #include "dialogs/autowin.h"
+#include "dialogs/busyline.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
 #include "platform/property.h"
@@ -166,6 +167,13 @@ static bool readBiosText(int index, int property, TextKey unreadable, PropertyTe
     return reading != Reading::impossible;
 }
 
+static bool readBios(int index, PropertyText &version, PropertyText &status)
+{
+    const Waiting waiting(text("BIOS_TITLE"));
+    return readBiosText(index, YAT_PROPERTY_BIOS_VERSION, "BIOS_VER_FAIL", version)
+           && readBiosText(index, YAT_PROPERTY_BIOS_STATUS, "BIOS_DATA_FAIL", status);
+}
+
 // A text box for a BIOS text, narrower on a terminal that it would not fit on.
 static newtComponent makeBiosBox()
 {
@@ -185,8 +193,7 @@ int BiosData(int index)
     newtComponent statusLabel = newtLabel(-1, -1, text("CPU_STRTUS_BIOS"));
     newtComponent statusBox = makeBiosBox();
     PropertyText version, status;
-    if (!readBiosText(index, YAT_PROPERTY_BIOS_VERSION, "BIOS_VER_FAIL", version)
-        || !readBiosText(index, YAT_PROPERTY_BIOS_STATUS, "BIOS_DATA_FAIL", status))
+    if (!readBios(index, version, status))
         return 0;
     newtTextboxSetText(versionBox, version.data());
     newtTextboxSetText(statusBox, status.data());

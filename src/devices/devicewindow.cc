@@ -1,11 +1,13 @@
 #include "devices/devicewindow.h"
 
 #include "dialogs/autowin.h"
+#include "dialogs/busyline.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
 #include "platform/property.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -145,6 +147,7 @@ void fetchQuestions(DeviceWindow &window)
 
 int runDeviceWindow(const WindowKind &kind, yat_device *device)
 {
+    std::optional<Waiting> waiting(std::in_place, nameOf(device));
     const bool hasMtbfType = kind.mtbfType && call_yat_is_ft(0) == YAT_MACHINE_CEDAR;
     const auto trace = [&](const char *format, auto... values) {
         TraceLog(YAT_TRACE_PROGRESS, kind.origin.source, kind.origin.function, kind.origin.line,
@@ -158,6 +161,7 @@ int runDeviceWindow(const WindowKind &kind, yat_device *device)
     if (!makeComponents(window))
         return 0;
     openDeviceWindow(window);
+    waiting.reset();
     while (!window.isClosed) {
         const newtComponent pressed = runForm(window.form);
         if (!pressed)

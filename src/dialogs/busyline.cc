@@ -1,29 +1,123 @@
+// The line is written by an alarm's handler, which can't draw. So S-Lang draws it before, and what
+// was there again, into a file; the bytes reach the terminal when they are due. To S-Lang both or
+// neither are the same, because it begins and ends in the same place and colour.
 #include "dialogs/busyline.h"
 
-#include <newt.h>
-#include <string>
-#include <termios.h>
-#include <unistd.h>
+#include "terminal/keys.h"
+#include "terminal/later.h"
+#include "terminal/restore.h"
+#include "yat/winshim.h"
 
-BusyLine showBusyLine(const char *device, const char *operation)
+#include <algorithm>
+#include <newt.h>
+#include <slang.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr std::chrono::milliseconds patience(500);
+
+Waiting *current;
+
+void settle()
 {
-    BusyLine busy{std::vector<SLsmg_Char_Type>(static_cast<size_t>(SLtt_Screen_Cols))};
-    SLsmg_gotorc(SLtt_Screen_Rows - 1, 0);
-    SLsmg_read_raw(busy.covered.data(), static_cast<unsigned>(busy.covered.size()));
-    std::string_view name(operation); // texts are padded for their windows
-    name = name.substr(0, name.find_last_not_of(' ') + 1);
-    newtPushHelpLine(("  " + std::string(device) + ": " + std::string(name) + " ...").c_str());
-    newtRefresh();
-    return busy;
+    SLsmg_refresh();
+    SLtt_normal_video();
+    SLtt_flush_output();
 }
 
-void hideBusyLine(const BusyLine &busy)
+// The bytes by which S-Lang makes the screen what draw wants.
+template <class Draw> std::string bytesOf(Draw draw)
 {
-    newtPopHelpLine();
-    SLsmg_gotorc(SLtt_Screen_Rows - 1, 0);
-    SLsmg_write_raw(const_cast<SLsmg_Char_Type *>(busy.covered.data()),
-                    static_cast<unsigned>(busy.covered.size()));
-    newtRefresh();
-    tcflush(STDIN_FILENO, TCIFLUSH);
-    SLang_flush_input();
+    const int memory = memfd_create("screen", MFD_CLOEXEC);
+    const int terminal = std::exchange(SLang_TT_Write_FD, memory);
+    draw();
+    settle();
+    SLang_TT_Write_FD = terminal;
+    const off_t size = std::max<off_t>(lseek(memory, 0, SEEK_END), 0);
+    std::string bytes(static_cast<size_t>(size), '\0');
+    const ssize_t count = pread(memory, bytes.data(), bytes.size(), 0);
+    bytes.resize(static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    close(memory);
+    return bytes;
+}
+
+} // namespace
+
+Waiting::Waiting(const std::string &device, const std::string &action)
+    : line("  " + device), outer(current)
+{
+    // Texts are padded for their windows.
+    if (const size_t first = action.find_first_not_of(' '); first != action.npos)
+        line += ": " + action.substr(first, action.find_last_not_of(' ') + 1 - first);
+    line += " ...";
+    interruptWaiting();
+    current = this;
+    begin(patience);
+}
+
+Waiting::~Waiting()
+{
+    end();
+    current = outer;
+    resumeWaiting();
+}
+
+void Waiting::begin(std::chrono::milliseconds time)
+{
+    if (isActive || debug_flag)
+        return;
+    isActive = true;
+    const int bottom = SLtt_Screen_Rows - 1, row = SLsmg_get_row(), column = SLsmg_get_column();
+    const auto columns = static_cast<unsigned>(SLtt_Screen_Cols);
+    std::vector<SLsmg_Char_Type> covered(columns);
+    settle();
+    SLsmg_gotorc(bottom, 0);
+    SLsmg_read_raw(covered.data(), columns);
+    showing = bytesOf([&] {
+        SLsmg_set_color(NEWT_COLORSET_HELPLINE);
+        SLsmg_write_nstring(line.data(), columns);
+        SLsmg_gotorc(row, column);
+    });
+    hiding = bytesOf([&] {
+        SLsmg_gotorc(bottom, 0);
+        SLsmg_write_raw(covered.data(), columns);
+        SLsmg_gotorc(row, column);
+    });
+    writeLater(showing, time);
+}
+
+void Waiting::end()
+{
+    if (!isActive)
+        return;
+    isActive = false;
+    if (!takeBack() || isShown)
+        writeToTerminal(hiding);
+    isShown = false;
+    dropKeys();
+}
+
+void Waiting::show()
+{
+    if (!isActive || isShown)
+        return;
+    if (takeBack())
+        writeToTerminal(showing);
+    isShown = true;
+}
+
+void interruptWaiting()
+{
+    if (current)
+        current->end();
+}
+
+void resumeWaiting()
+{
+    if (current)
+        current->begin(patience);
 }

@@ -1,16 +1,35 @@
-// The help line while an operation runs.
+// The help line while the user waits for the machine.
 #pragma once
 
-#include <slang.h>
-#include <vector>
+#include <chrono>
+#include <string>
 
-// What the bottom row of the screen showed before, a window's part of it included.
-struct BusyLine {
-    std::vector<SLsmg_Char_Type> covered;
+// While one lives, the machine is asked for something or does something. Where that takes long, the
+// help line says what it is. Whatever is typed meanwhile is dropped. Nothing may be drawn but
+// windows; one that is open interrupts the waiting. In dump mode nothing happens at all.
+class Waiting {
+public:
+    // Names a device, and what is done to it unless that is empty.
+    explicit Waiting(const std::string &device, const std::string &action = "");
+    ~Waiting();
+    Waiting(const Waiting &) = delete;
+    Waiting &operator=(const Waiting &) = delete;
+
+    // Has the line shown at once.
+    void show();
+
+private:
+    friend void interruptWaiting();
+    friend void resumeWaiting();
+    void begin(std::chrono::milliseconds time);
+    void end();
+
+    std::string line;
+    std::string showing, hiding; // bytes for the terminal
+    Waiting *outer;
+    bool isActive = false, isShown = false;
 };
 
-// Says on the help line what is being done to which device.
-BusyLine showBusyLine(const char *device, const char *operation);
-
-// Makes the bottom row what it was, and drops what was typed since.
-void hideBusyLine(const BusyLine &busy);
+// Around a window.
+void interruptWaiting();
+void resumeWaiting();

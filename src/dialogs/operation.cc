@@ -7,15 +7,17 @@
 bool carryOut(const Operation &operation, int support, TextKey name, yat_device *device,
               const char *argument)
 {
-    int detail = 0; // why not, which the box does not tell
-    if (IfSupport(device, support, &detail) == 0) {
-        showError(operation.notSupported);
-        return false;
+    bool isSupported, isDone = false;
+    {
+        Waiting waiting(nameOf(device), text(name));
+        int detail = 0; // why not, which the box does not tell
+        isSupported = IfSupport(device, support, &detail) != 0;
+        if (isSupported) {
+            waiting.show();
+            isDone = operation.run(device, support + 1, argument) == 1;
+        }
     }
-    const BusyLine busy = showBusyLine(nameOf(device).c_str(), text(name));
-    const int result = operation.run(device, support + 1, argument);
-    hideBusyLine(busy);
-    if (result != 1)
-        showError(operation.failed);
-    return result == 1;
+    if (!isDone)
+        showError(isSupported ? operation.failed : operation.notSupported);
+    return isDone;
 }

@@ -1,5 +1,6 @@
 #include "dialogs/window.h"
 
+#include "dialogs/busyline.h"
 #include "terminal/ending.h"
 #include "terminal/keys.h"
 #include "terminal/size.h"
@@ -113,6 +114,7 @@ void fitScreen()
 
 void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit)
 {
+    interruptWaiting();
     Window window{.form = form, .title = title, .fit = fit};
     if (fit)
         fit(SLtt_Screen_Cols - 4, INT_MAX);
@@ -186,6 +188,7 @@ void closeWindow(newtComponent form)
 {
     newtPopWindow();
     forgetWindow(form);
+    resumeWaiting();
 }
 
 void leaveWindow(newtComponent form)

@@ -1,6 +1,8 @@
 // The general settings of the machine, by themselves.
+#include "dialogs/busyline.h"
 #include "shell/program.h"
 #include "system/general.h"
+#include "text/keys.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
 
@@ -21,9 +23,15 @@ int printSettings()
     return 1;
 }
 
+int openInterface()
+{
+    const Waiting waiting(text("WINDOW_TITLE_GENERAL_ID"));
+    return ft_FunctionInit();
+}
+
 int showSettings()
 {
-    const int opened = ft_FunctionInit();
+    const int opened = openInterface();
     if (debug_flag)
         return opened ? printSettings() : 0;
     return General(); // says so itself when the settings can't be read

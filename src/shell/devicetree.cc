@@ -6,6 +6,7 @@
 #include "devices/pcisubwin.h"
 #include "devices/scsiadapter.h"
 #include "dialogs/autowin.h"
+#include "dialogs/busyline.h"
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
@@ -79,7 +80,10 @@ static void dump(const yat_device *root)
 static int showTree(yat_device *root)
 {
     constexpr char function[] = "EditParameter";
-    g_SystemType = call_yat_is_ft(0);
+    {
+        const Waiting waiting(text("MAIN_TREE_FT_ID"));
+        g_SystemType = call_yat_is_ft(0);
+    }
     switch (g_SystemType) {
     case YAT_MACHINE_QUERY_FAILED:
         TRACE_AS(YAT_TRACE_ERROR, function, "call_yat_is_ft failed in libwinshim.so.");
@@ -95,6 +99,7 @@ static int showTree(yat_device *root)
 
 int EditParameter(void)
 {
+    std::optional<Waiting> waiting(std::in_place, text("MAIN_TREE_FT_ID"));
     const int opened = ft_FunctionInit();
     TRACE(">");
     if (opened == 0) {
@@ -108,6 +113,7 @@ int EditParameter(void)
     TRACE("get ft function pointer by ft_FunctionInit.");
     yat_device *root = nullptr;
     const int created = CreateTreeViewData(&root);
+    waiting.reset();
     if (debug_flag) {
         dump(root);
     } else if (created == 0) {

@@ -2,6 +2,7 @@
 
 #include "base/record.h"
 #include "dialogs/autowin.h"
+#include "dialogs/busyline.h"
 #include "dialogs/grid.h"
 #include "dialogs/notice.h"
 #include "dialogs/window.h"
@@ -61,6 +62,7 @@ void update()
 newtComponent makeRevisionBox()
 {
     newtComponent box = newtTextbox(-1, -1, 30, 1, 0);
+    const Waiting waiting(text("WINDOW_TITLE_FIRMWARE_ID"));
     char revision[1024] = {};
     if (Get_BMC_FWRevision(revision) == 0)
         replaceUnreadable(revision, "FW_REVISION__FAIL");

@@ -2,9 +2,11 @@
 
 #include "base/record.h"
 #include "dialogs/autowin.h"
+#include "dialogs/busyline.h"
 #include "dialogs/grid.h"
 #include "dialogs/message.h"
 #include "dialogs/window.h"
+#include "terminal/redrawing.h"
 #include "yat/ft.h"
 
 #include <algorithm>
@@ -53,6 +55,7 @@ struct Window {
 
 bool readSettings(Window &window)
 {
+    const Waiting waiting(text("WINDOW_TITLE_GENERAL_ID"));
     for (size_t i = 0; i < count; ++i) {
         if (GetBBDriverSettings(settings[i].kind, YAT_CLASS_GENERAL, 1, &window.value) == 0) {
             showError("GENERAL_GETERR_ID");
@@ -70,6 +73,7 @@ bool readSettings(Window &window)
 // Returns the refused one, null when there is none.
 const Setting *writeSettings(Window &window)
 {
+    const Waiting waiting(text("WINDOW_TITLE_SYSSET_ID"));
     for (size_t i = 0; i < count; ++i) {
         Switch &changed = window.switches[i];
         if (!changed.isChanged())
@@ -91,8 +95,7 @@ void tell(const Window &window, TextKey message)
     Question buffer;
     copyText(buffer, text(message));
     msgWindow(text("WINDOW_TITLE_SYSSET_ID"), " ok ", buffer.data());
-    newtSuspend();
-    newtResume();
+    redrawScreen();
     newtDrawForm(window.form);
 }
 

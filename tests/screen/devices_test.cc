@@ -207,7 +207,8 @@ TEST_P(EveryGivenUp, IsTracedAndTheTreeGoesOn)
     Session session({.script = GetParam().script,
                      .environment = {{"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
     session.see("Exit");
-    session.send(GetParam().device->path + keys::enter + keys::tab + keys::enter);
+    session.send(GetParam().device->path + keys::enter);
+    session.send(keys::tab + keys::enter);
     session.expectExit(1);
     for (const char *shown : {"Refresh", "Error", " ok "})
         EXPECT_EQ(session.terminal().output().find(shown), std::string::npos);
@@ -395,7 +396,8 @@ TEST(WindowTrace, NamesLinesOfTheWindowsOwnFile)
             {.script = window.script,
              .environment = {{"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
         session.see("Exit");
-        session.send(window.device->path + keys::enter + keys::tab + keys::enter);
+        session.send(window.device->path + keys::enter);
+        session.send(keys::tab + keys::enter);
         session.expectExit(1);
         expectOwnLines(session, window.device == &cpuModule ? "cpusubwin" : "pcisubwin", 4);
     }

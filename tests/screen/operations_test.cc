@@ -272,3 +272,27 @@ TEST(LongOperation, IsShownInJapaneseOnAJapaneseSystem)
     session.see("┤ Error ├");
     session.seeNot("停止 ...");
 }
+
+TEST(LongOperation, LetsNothingThroughWhileItsScreenIsDrawnAnew)
+{
+    Session session({.script = "InitBringDown 1\nnewtSuspend real held",
+                     .environment = {{"YAT_SPY_MORE", "screen"}}});
+    open(session, pciModule);
+    press(session, 5);
+    session.see("Stop this PCI module");
+    session.send(keys::enter);
+    ASSERT_TRUE(
+        session.terminal().waitUntil([&] { return !session.calls("newtSuspend").empty(); }));
+    const Terminal::Modes modes = session.terminal().modes();
+    EXPECT_FALSE(modes.canonical || modes.echo);
+    session.terminal().send("\x03\x1a typed" + keys::enter); // Ctrl-C, Ctrl-Z
+    ASSERT_TRUE(session.terminal().waitUntil([&] { return session.terminal().unread() == 9; }));
+    session.files().letGo();
+    session.see("The operation was successful.");
+    EXPECT_FALSE(session.terminal().contains("typed"));
+    EXPECT_FALSE(session.terminal().contains("^C"));
+    session.send(keys::enter);
+    session.seeNot("The operation was successful.");
+    session.send("\x1b");
+    session.see("Exit");
+}

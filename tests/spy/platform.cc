@@ -45,6 +45,8 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
     const std::string arguments =
         list(kind, number, property, static_cast<int>(room)) + remains(buffer, room);
     const Rule *rule = ruleFor("yat_ft_get_property");
+    if (rule)
+        waitFor(*rule);
     int result;
     if (rule && !rule->isReal()) {
         result = rule->number();
@@ -145,6 +147,8 @@ int IfSupport(yat_device *device, int code, int *detail)
 int GetBBDriverSettings(int kind, int object, int index, int *value)
 {
     const Rule *rule = ruleFor("GetBBDriverSettings");
+    if (rule)
+        waitFor(*rule);
     if (rule && rule->text)
         *value = rule->textAsNumber();
     const int result = rule && !rule->isReal()
@@ -158,6 +162,8 @@ int GetBBDriverSettings(int kind, int object, int index, int *value)
 void *LoadLibrary(const char *path)
 {
     const Rule *rule = ruleFor("LoadLibrary");
+    if (rule)
+        waitFor(*rule);
     const std::string wanted = rule && rule->text ? *rule->text : path;
     record("LoadLibrary(" + std::string(strrchr(path, '/')) + ")");
     return real<decltype(LoadLibrary)>("LoadLibrary")(wanted.c_str());

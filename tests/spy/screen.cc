@@ -1,5 +1,6 @@
 // What the program asks newt for, recorded when YAT_SPY_MORE has "screen" in it.
 #include "calls.h"
+#include "script.h"
 
 #include <csignal>
 #include <cstring>
@@ -44,9 +45,18 @@ CALL(int, newtInit, (), ())
 CALL(void, newtPushHelpLine, (const char *text), (text))
 CALL(void, newtRefresh, (), ())
 CALL(int, newtResume, (), ())
-CALL(void, newtSuspend, (), ())
 CALL(void, newtTrashScreen, (), ())
 CALL(int, raise, (int signal), (signal))
+
+// A rule for it holds the program while the screen is left.
+void newtSuspend(void)
+{
+    if (IS_OF_THE_PROGRAM)
+        record("newtSuspend()");
+    real<decltype(newtSuspend)>("newtSuspend")();
+    if (const Rule *rule = ruleFor("newtSuspend"))
+        waitFor(*rule);
+}
 
 void newtCls(void)
 {

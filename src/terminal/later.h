@@ -1,0 +1,13 @@
+// Writing to the terminal from an alarm's handler, while the program is busy with something else.
+#pragma once
+
+#include <chrono>
+#include <string_view>
+
+// Has the bytes written after that time unless they are taken back before. They have to stay where
+// they are until then, and nothing else may write to the terminal. A program in the background
+// writes nothing.
+void writeLater(std::string_view bytes, std::chrono::milliseconds time);
+
+// Takes them back. False when they have been written.
+bool takeBack();

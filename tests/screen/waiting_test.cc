@@ -1,0 +1,150 @@
+// What the user sees while the machine takes its time, and what becomes of what is typed then.
+#include "navigation.h"
+
+#include <csignal>
+#include <cstring>
+
+using namespace keys;
+
+namespace {
+
+// What the program asks for, and where; the script holds the answer.
+struct Reading {
+    const char *name;
+    const char *script;
+    const char *line;  // on the help line meanwhile
+    const char *after; // seen then
+    const char *program = "mrvutil";
+    const Device *device = nullptr; // whose window is opened
+    std::string keysSent{};         // in that window
+    bool hasBox = false;            // which is left then
+};
+
+const std::string nineTabs = tab + tab + tab + tab + tab + tab + tab + tab + tab;
+
+const Reading readings[] = {
+    {"interface", "ft_FunctionInit real held", "  FT server ...", "Exit"},
+    {"tree", "CreateTreeViewData real held", "  FT server ...", "Exit"},
+    {"machine type", "call_yat_is_ft real held", "  FT server ...", "Exit"},
+    {"window", "StatusChange real held", "  PCI module 1 ...", "Close", "mrvutil", &pciModule},
+    {"property", "yat_ft_get_property real held", "  PCI module 1 ...", "Close", "mrvutil",
+     &pciModule},
+    {"property behind an error box", "StatusChange -1\nyat_ft_get_property real held",
+     "  PCI module 1 ...", "Close", "mrvutil", &pciModule, "", true},
+    {"refresh", "StatusChange real at=1\nStatusChange real held", "  CPU module 1: Refresh ...",
+     "Close", "mrvutil", &cpuModule, backTab + backTab + enter},
+    {"BIOS", "yat_ft_get_property real at=1\nyat_ft_get_property real held", "  BIOS Data ...",
+     "┤ BIOS Data ├", "mrvutil", &cpuModule, nineTabs + enter},
+    {"support", "IfSupport 0 held", "  PCI module 1: Clear ...", "┤ Error ├", "mrvutil", &pciModule,
+     enter, true},
+    {"settings interface", "ft_FunctionInit real held", "  General Settings ...", "Execute",
+     "mrvgeneral"},
+    {"settings", "GetBBDriverSettings real held", "  General Settings ...", "Execute",
+     "mrvgeneral"},
+    {"BMC", "LoadLibrary real held", "  BMC Firmware ...", "Close", "mrvfirmware"},
+};
+
+class EveryReading : public testing::TestWithParam<Reading> {
+protected:
+    const Reading &reading = GetParam();
+
+    void ask(Session &session) const
+    {
+        if (!reading.device)
+            return;
+        session.see("Exit");
+        session.send(reading.device->path + enter);
+        if (!reading.keysSent.empty()) {
+            session.see("Close");
+            session.send(reading.keysSent);
+        }
+        if (reading.hasBox) {
+            session.terminal().waitUntil([&] {
+                return session.terminal().contains("  ok  ") || session.terminal().contains("OK");
+            });
+            session.send(enter);
+        }
+    }
+};
+
+TEST_P(EveryReading, IsToldWhenItTakesLongAndDropsWhatIsTyped)
+{
+    Session session({.program = reading.program, .script = reading.script});
+    ask(session);
+    session.see(reading.line);
+    EXPECT_NE(session.terminal().rows().back().find(reading.line), std::string::npos);
+    session.send("\x0f\x1b[1;5A" + enter + space); // would leave what comes next
+    session.files().letGo();
+    session.see(reading.after);
+    session.seeNot("...");
+    const std::string after = session.stillPicture();
+
+    // As when it is quick; then nothing is told.
+    std::string quick = reading.script;
+    for (size_t at; (at = quick.find(" held")) != quick.npos;)
+        quick.erase(at, strlen(" held"));
+    Session other({.program = reading.program, .script = quick});
+    ask(other);
+    other.see(reading.after);
+    EXPECT_EQ(after, other.stillPicture());
+    EXPECT_EQ(other.terminal().output().find(reading.line), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(Waiting, EveryReading, testing::ValuesIn(readings),
+                         [](const auto &info) { return inTestName(info.param.name); });
+
+} // namespace
+
+TEST(Waiting, IsShownOnEveryTerminal)
+{
+    for (const char *term : {"xterm", "screen", "tmux", "linux", "vt220"}) {
+        Session session({.term = term, .script = "StatusChange real held"});
+        session.see("Exit");
+        session.send(pciModule.path + enter);
+        session.see("  PCI module 1 ...");
+        session.files().letGo();
+        session.see("Close");
+        session.seeNot("...");
+    }
+}
+
+TEST(Waiting, EndsWithASignalAsElsewhere)
+{
+    Session session({.script = "StatusChange real held"});
+    session.see("Exit");
+    session.send(pciModule.path + enter);
+    session.see("  PCI module 1 ...");
+    session.terminal().kill(SIGRTMAX - 1); // by which it is told of the time, but not by others
+    session.expectSignal(SIGRTMAX - 1);
+    EXPECT_FALSE(session.terminal().inAlternateScreen());
+}
+
+TEST(Waiting, ThatIsStoppedGoesOnWithAWholeScreen)
+{
+    Session session({.script = "StatusChange real held"});
+    session.see("Exit");
+    session.send(pciModule.path + enter);
+    session.see("  PCI module 1 ...");
+    session.terminal().kill(SIGTSTP);
+    session.seeNot("...");
+    session.terminal().kill(SIGCONT);
+    session.files().letGo();
+    session.see("┤ PCI module 1 --FT Server Utility ├");
+    session.see("Close");
+    session.see("Tab: next item");
+    session.seeNot("...");
+}
+
+TEST(Waiting, TakesAPasteToItsEnd)
+{
+    Session session({.script = "StatusChange real held"});
+    session.see("Exit");
+    session.send(pciModule.path + enter);
+    session.see("  PCI module 1 ...");
+    session.send("\x1b[200~one" + enter);
+    session.files().letGo();
+    session.terminal().settle(std::chrono::milliseconds(50));
+    session.terminal().send(std::string("\x0f two") + enter + "\x1b[201~");
+    session.see("Close");
+    session.expectScreen("devices/pci-CEDAR-en-80x24");
+}
