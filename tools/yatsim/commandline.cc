@@ -2,12 +2,12 @@
 
 #include "common/problem.h"
 #include "common/version.h"
+#include "shared/program.h"
 #include "sim/setkeys.h"
 #include "text/encoding.h"
 #include "yatsim/commands.h"
 
 #include <CLI/CLI.hpp>
-#include <langinfo.h>
 
 namespace sim {
 namespace {
@@ -205,22 +205,13 @@ std::string toString(const CLI::App &app, const CLI::ParseError &problem)
     return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + list(known);
 }
 
-// Arguments come in the encoding of the locale; one that doesn't would be misread.
-void toUtf8(std::string &argument)
-{
-    if (!yat::isDisplayable(argument.c_str()))
-        throw yat::Problem("'" + yat::fromDisplay(argument)
-                           + "' is not in the encoding of the locale, " + nl_langinfo(CODESET));
-    argument = yat::fromDisplay(argument);
-}
-
 void toUtf8(Request &request)
 {
     if (request.command != importDescription) // the name of a file is what its bytes are
         for (std::string &word : request.words)
-            toUtf8(word);
+            word = fromArgument(word);
     if (request.text)
-        toUtf8(*request.text);
+        request.text = fromArgument(*request.text);
 }
 
 } // namespace

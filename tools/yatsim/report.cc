@@ -1,7 +1,7 @@
 #include "yatsim/report.h"
 
-#include "base/display.h"
 #include "common/machine.h"
+#include "shared/table.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 #include "yat/ft.h"
@@ -60,35 +60,6 @@ Time stateSince(const Machine &machine, const Device &device)
 {
     const Device *carrier = carrierOf(machine, device);
     return carrier && stateOf(machine, device) != State::broken ? carrier->since : device.since;
-}
-
-using Row = std::vector<std::string>;
-
-// A wider cell shifts the rest of its own row only.
-constexpr int widestColumn = 60;
-
-// Prints rows in aligned columns.
-void printTable(const std::vector<Row> &utf8)
-{
-    std::vector<Row> rows = utf8;
-    std::vector<int> widths;
-    for (Row &row : rows)
-        for (size_t i = 0; i < row.size(); ++i) {
-            row[i] = showable(yat::toDisplay(row[i]));
-            widths.resize(std::max(widths.size(), i + 1));
-            if (const int width = textWidth(row[i]); width <= widestColumn)
-                widths[i] = std::max(widths[i], width);
-        }
-    for (const Row &row : rows) {
-        std::string line;
-        for (size_t i = 0; i < row.size(); ++i) {
-            line += row[i];
-            if (i + 1 < row.size())
-                line.append(static_cast<size_t>(std::max(widths[i] - textWidth(row[i]), 0)) + 2,
-                            ' ');
-        }
-        printf("%s\n", line.c_str());
-    }
 }
 
 Json deviceJson(const Machine &machine, const Device &device)

@@ -1,0 +1,40 @@
+#include "shared/program.h"
+
+#include "base/display.h"
+#include "common/problem.h"
+#include "text/encoding.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <langinfo.h>
+#include <sstream>
+#include <unistd.h>
+
+void holdStandardStreams()
+{
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        if (fcntl(stream, F_GETFD) == -1)
+            open("/dev/null", O_RDONLY); // which gets the lowest number, and can't be written to
+}
+
+void printProblem(const std::string &program, const std::string &utf8)
+{
+    std::istringstream lines(utf8);
+    for (std::string line; std::getline(lines, line);)
+        fprintf(stderr, "%s: %s\n", program.c_str(), showable(yat::toDisplay(line)).c_str());
+}
+
+void finishOutput()
+{
+    if (fflush(stdout) != 0 || ferror(stdout))
+        throw yat::Problem("standard output can't be written: " + yat::reason(errno));
+}
+
+std::string fromArgument(const std::string &argument)
+{
+    if (!yat::isDisplayable(argument.c_str()))
+        throw yat::Problem("'" + yat::fromDisplay(argument)
+                           + "' is not in the encoding of the locale, " + nl_langinfo(CODESET));
+    return yat::fromDisplay(argument);
+}

@@ -1,0 +1,18 @@
+// What the companion programs do alike.
+#pragma once
+
+#include <string>
+
+// Takes the places of standard streams that are closed. Else the next file that is opened, a log or
+// a database, would get the output.
+void holdStandardStreams();
+
+// Prints what is wrong on standard error, each line after the program's name.
+void printProblem(const std::string &program, const std::string &utf8);
+
+// Writes what is left for standard output; a report that can't be written is thrown as a Problem.
+void finishOutput();
+
+// An argument of the command line in UTF-8. It comes in the encoding of the locale; one that
+// doesn't would be misread and is thrown as a Problem.
+std::string fromArgument(const std::string &argument);
