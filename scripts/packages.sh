@@ -6,7 +6,7 @@ libtomlplusplus-dev libsqlitecpp-dev libsqlite3-dev libcli11-dev nlohmann-json3-
 libudev-dev libpci-dev pci.ids"
 # To test as well.
 testPackages="libgtest-dev libvterm-dev librapidcheck-dev locales ncurses-bin groff-base man-db \
-mandoc dpkg-dev umockdev"
+mandoc dpkg-dev umockdev python3-jsonschema"
 # To leave nothing out: the other compiler, and a virtual machine with a BMC.
 fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static freeipmi-tools"
 # To build packages, and to look them through.

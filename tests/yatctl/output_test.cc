@@ -1,0 +1,268 @@
+// What yatctl takes and prints: the command line, the layout of its JSON, hostile names, outputs
+// that can't be written, terminals.
+#include "ctl.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <pty.h>
+#include <regex>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Output : public testing::Test {
+protected:
+    Sandbox sandbox;
+};
+
+// What a program in a terminal of its own writes until it ends; the answer is typed at once.
+Finished atTerminal(const std::string &arguments, const std::string &answer)
+{
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        const std::vector<std::string> command = commandOf(arguments);
+        std::vector<char *> words;
+        for (const std::string &word : command)
+            words.push_back(const_cast<char *>(word.c_str()));
+        words.push_back(nullptr);
+        execv(words[0], words.data());
+        _exit(126);
+    }
+    Finished result;
+    EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+    char bytes[4096];
+    for (ssize_t count; (count = read(terminal, bytes, sizeof bytes)) > 0;)
+        result.output.append(bytes, static_cast<size_t>(count));
+    int status = 0;
+    waitpid(child, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    close(terminal);
+    return result;
+}
+
+} // namespace
+
+// ---- The command line
+
+TEST_F(Output, OfAWrongCommandLineIsUsage)
+{
+    for (const char *arguments :
+         {"", "nonsense", "--nonsense", "list extra", "show", "show \"\"", "start", "stop --json",
+          "set-type cpu1", "set-type cpu1 3", "update cpu1", "update cpu1 burn",
+          "start cpu1 --wait=0", "start cpu1 --wait=x", "clear cpu1 --wait", "watch --interval 0",
+          "settings nonsense", "settings automatic_module_start=2", "metrics --json"}) {
+        const Finished result = yatctl(arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_EQ(result.output, "") << arguments;
+        EXPECT_TRUE(result.errors.starts_with("yatctl: ")) << arguments;
+        EXPECT_EQ(linesOf(result.errors).size(), 1u) << result.errors;
+    }
+    expectFailure("stop cpu1 --nonsense", 2,
+                  "The following argument was not expected: --nonsense; 'yatctl stop --help' says "
+                  "more");
+    expectFailure("\"show\" \"\xff\"", 2,
+                  "'\xEF\xBF\xBD' is not in the encoding of the locale, UTF-8");
+}
+
+TEST_F(Output, OfVersionAndHelpSucceeds)
+{
+    EXPECT_TRUE(does("--version").starts_with("yatctl of mrvutil "));
+    const std::string help = does("--help"), page = readFile(fs::path(SOURCES) / "man/yatctl.1");
+    for (const char *command : {"list", "show", "start", "stop", "clear", "set-type", "update",
+                                "settings", "bmc", "watch", "metrics"}) {
+        EXPECT_NE(help.find(std::string("\n  ") + command + " "), std::string::npos) << command;
+        EXPECT_TRUE(
+            std::regex_search(page, std::regex(std::string("\n\\.It .*Cm ") + command + "[ \n]")))
+            << command;
+        std::istringstream own(does(std::string(command) + " --help"));
+        for (std::string word; own >> word;)
+            if (const size_t at = word.find("--"); at != std::string::npos) {
+                const std::string option = word.substr(at + 2, word.find('[') - at - 2);
+                EXPECT_NE(page.find("Fl -" + option), std::string::npos) << word;
+            }
+    }
+    EXPECT_NE(does("stop --help").find("--wait[=SECONDS]"), std::string::npos);
+}
+
+// ---- JSON
+
+TEST_F(Output, AsJsonFollowsItsSchema)
+{
+    sandbox.set("YAT_TIME_SCALE", "1000");
+    steer("fail eth1");
+    steer("set time +100000");
+    steer("fail eth1");
+    const char *const commands[] = {
+        "list --json",
+        "show cpu1 --json",
+        "settings --json",
+        "bmc --json",
+        "stop cpu1 --check --json",
+        "stop cpu2 --yes --json",
+        "start pci1 --yes --json",
+        "show cpu9 --json",
+        "settings nonsense --json",
+    };
+    std::vector<std::string> check = {"/usr/bin/python3", "-m", "jsonschema"};
+    int number = 0;
+    const auto add = [&](const std::string &text) {
+        const fs::path file = sandbox.directory() / (std::to_string(++number) + ".json");
+        writeFile(file, text);
+        check.insert(check.end(), {"-i", file.string()});
+    };
+    for (const char *command : commands)
+        add(yatctl(command).output);
+    sandbox.set("YAT_MACHINE", "PLAIN");
+    add(yatctl("list --json").output);
+    steer("inject GetDeviceFacts 0 --times 0");
+    add(yatctl("list --json").output);
+    add(yatctl("stop cpu1 --yes --json").output);
+    check.push_back(SOURCES "/data/yatctl.schema.json");
+    const Finished valid = run(check);
+    EXPECT_EQ(valid.status, 0) << valid.errors << valid.output;
+    writeFile(sandbox.directory() / "1.json", "{\"format\": 1, \"devices\": [{}]}");
+    EXPECT_NE(run(check).status, 0);
+}
+
+TEST_F(Output, AsJsonHasTheErrorAsWell)
+{
+    const Finished result = yatctl("start cpu1 --yes --json");
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.errors, "yatctl: start cpu1: the module is not stopped\n");
+    EXPECT_EQ(Json::parse(result.output)["error"],
+              (Json{{"status", 3}, {"message", "start cpu1: the module is not stopped"}}));
+}
+
+// ---- Texts
+
+TEST_F(Output, IsAlignedByColumns)
+{
+    writeFile(sandbox.directory() / "wide.toml",
+              shipped("CEDAR", "name = \"CPU module 1\"", "name = \"計算モジュール一号機\""));
+    sandbox.set("YAT_MACHINE", (sandbox.directory() / "wide.toml").string());
+    sandbox.set("LC_ALL", "ja_JP.UTF-8");
+    const std::vector<std::string> lines = linesOf(does("list"));
+    EXPECT_EQ(lines[1], "cpu1       計算モジュール一号機  稼働中(二重化)   0         -");
+    EXPECT_EQ(lines[2], "cpu2       CPU module 2          稼働中(二重化)   0         -");
+}
+
+// ---- Outputs and terminals
+
+TEST_F(Output, ThatCantBeWrittenIsAFailure)
+{
+    for (const char *arguments : {"list", "list --json", "show cpu1", "settings", "bmc", "metrics",
+                                  "stop cpu1 --check", "--help", "--version"}) {
+        const Finished full =
+            run(commandOf(arguments), {.environment = {}, .prepare = [] {
+                                           dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+                                       }});
+        EXPECT_EQ(full.status, 1) << arguments;
+        EXPECT_EQ(full.errors,
+                  "yatctl: standard output can't be written: No space left on device\n")
+            << arguments;
+        const Finished closed =
+            run(commandOf(arguments), {.environment = {}, .prepare = [] { close(STDOUT_FILENO); }});
+        EXPECT_EQ(closed.status, 1) << arguments;
+    }
+}
+
+TEST_F(Output, AsksAtATerminalBeforeItChangesAnything)
+{
+    const Finished no = atTerminal("stop cpu1", "n\n");
+    EXPECT_EQ(no.status, 1);
+    EXPECT_NE(no.output.find("Stop CPU module 1 (cpu1)? [y/N] "), std::string::npos) << no.output;
+    EXPECT_NE(no.output.find("yatctl: not confirmed, so nothing is done"), std::string::npos);
+    EXPECT_EQ(atTerminal("stop cpu1", "\n").status, 1);
+    EXPECT_EQ(atTerminal("stop cpu1", "\x04").status, 1);
+    EXPECT_EQ(shows("cpu1")["state"], "running");
+    EXPECT_EQ(atTerminal("settings automatic_module_start=on", "n\n").status, 1);
+    EXPECT_EQ(atTerminal("stop cpu1", "y\n").status, 0);
+    EXPECT_EQ(shows("cpu1")["state"], "stopping");
+}
+
+TEST_F(Output, NeedsYesWithoutATerminal)
+{
+    for (const char *arguments : {"stop cpu1", "settings automatic_module_start=on", "clear cpu1"})
+        expectFailure(arguments, 2,
+                      "there is no terminal to ask at; --yes says that it is to be done");
+    EXPECT_EQ(shows("cpu1")["state"], "running");
+}
+
+TEST_F(Output, ShowsProgressAtATerminalOnly)
+{
+    sandbox.set("YAT_TIME_SCALE", "20"); // half a second
+    const Finished seen = atTerminal("stop cpu1 --yes --wait", "");
+    EXPECT_EQ(seen.status, 0);
+    EXPECT_NE(seen.output.find("\rcpu1: Stopping "), std::string::npos) << seen.output;
+    EXPECT_TRUE(seen.output.ends_with("\r\x1b[K")) << seen.output;
+    EXPECT_EQ(does("start cpu1 --yes --wait"), "");
+}
+
+// ---- Watching
+
+TEST_F(Output, OfWatchHasALineForEachChange)
+{
+    for (const std::string json : {"", " --json"}) {
+        const fs::path file = sandbox.directory() / "changes";
+        writeFile(file, "");
+        const pid_t watcher = start(commandOf("watch --interval 0.1" + json),
+                                    {.environment = {}, .prepare = [&] {
+                                         dup2(open(file.c_str(), O_WRONLY), STDOUT_FILENO);
+                                     }});
+        // It sees a change as soon as it has looked once; nothing tells when that is.
+        const auto end = std::chrono::steady_clock::now() + deadline;
+        std::string seen;
+        for (bool isOut = false; seen.empty() && std::chrono::steady_clock::now() < end;
+             isOut = !isOut) {
+            steer(isOut ? "insert pci3" : "pull pci2");
+            steer(isOut ? "pull pci3" : "insert pci2");
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            seen = readFile(file);
+        }
+        kill(watcher, SIGTERM);
+        waitpid(watcher, nullptr, 0);
+        ASSERT_FALSE(seen.empty());
+        const std::string first = linesOf(seen)[0];
+        if (json.empty()) {
+            const std::regex line("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\+0000 [a-z]+\\d: "
+                                  "[A-Z][a-z, ]+ -> [A-Z][a-z, ]+");
+            for (const std::string &each : linesOf(seen))
+                EXPECT_TRUE(std::regex_match(each, line)) << each;
+            continue;
+        }
+        const Json change = Json::parse(first).at("change");
+        EXPECT_TRUE(change.contains("time"));
+        EXPECT_NE(change.at("from"), change.at("to"));
+    }
+}
+
+TEST_F(Output, OfWatchEndsWhenThePlatformDoes)
+{
+    steer("inject CreateTreeViewData real");
+    steer("inject CreateTreeViewData 0");
+    expectFailure("watch --interval 0.1", 5, "the platform does not tell the devices");
+}
+
+// ---- Completion
+
+TEST_F(Output, IsCompletedByBash)
+{
+    const auto complete = [&](const std::string &words, int at) {
+        const Finished result =
+            run({"/bin/bash", "-c",
+                 "cd \"$1\" && . \"$2\" && COMP_WORDS=($3) && COMP_CWORD=$4 && _yatctl && "
+                 "echo \"${COMPREPLY[@]}\"",
+                 "bash", PROGRAMS, SOURCES "/data/yatctl.bash", words, std::to_string(at)});
+        EXPECT_EQ(result.errors, "");
+        return result.output;
+    };
+    EXPECT_EQ(complete("./yatctl set", 1), "set-type settings\n");
+    EXPECT_EQ(complete("./yatctl show eth", 2), "ethernet1 ethernet2 ethernet3 ethernet4\n");
+    EXPECT_EQ(complete("./yatctl update cpu1 c", 3), "copy\n");
+    EXPECT_EQ(complete("./yatctl list --j", 2), "--json\n");
+}

@@ -1,0 +1,110 @@
+// A platform that tells no facts and has what may come from foreign hardware: names that command
+// terminals, that others have as well, or that are missing; records of no device and of an unknown
+// class.
+#include "yat/platform.h"
+
+#include <cstring>
+
+namespace {
+
+char hostile[] = "\x1b[31mred\xe2\x80\xae"
+                 "back\x07\xc2\x9b"
+                 "2J";
+char twin[] = "Twin";
+char likeAnother[] = "cpu1";
+
+yat_identity identities[] = {
+    {1, YAT_CLASS_CPU_MODULE, {0}},
+    {2, YAT_CLASS_CPU_MODULE, {1}},
+    {1, YAT_CLASS_PCI_MODULE, {9}},
+    {2, YAT_CLASS_PCI_MODULE, {10}},
+    {7, 99, {10, 255}},
+};
+
+yat_device unknown = {0, nullptr, nullptr, {}, 2, nullptr, &identities[4]};
+yat_device *below[] = {&unknown, nullptr};
+yat_device devices[] = {
+    {0, nullptr, nullptr, {}, 1, hostile, &identities[0]},
+    {0, nullptr, nullptr, {}, 1, likeAnother, &identities[1]},
+    {0, nullptr, nullptr, {}, 1, twin, &identities[2]},
+    {2, below, nullptr, {}, 1, twin, &identities[3]},
+    {0, nullptr, nullptr, {}, 1, twin, nullptr},
+};
+yat_device *top[] = {&devices[0], &devices[1], &devices[2], &devices[3], &devices[4]};
+yat_device root = {5, top, nullptr, {}, 0, nullptr, nullptr};
+
+int one()
+{
+    return 1;
+}
+int createTree(yat_device **tree)
+{
+    *tree = &root;
+    return 1;
+}
+int freeTree(yat_device **tree)
+{
+    *tree = nullptr;
+    return 1;
+}
+int property(int, int, int, char *, unsigned long *)
+{
+    return -1;
+}
+int type(int)
+{
+    return 42;
+}
+int state(int, int, int, char *text)
+{
+    strcpy(text, "on\x1b]0;fire\x07");
+    return 0;
+}
+int support(yat_device *, int, int *detail)
+{
+    *detail = 99;
+    return 0;
+}
+int operate(yat_device *, int)
+{
+    return 0;
+}
+int operateWith(yat_device *, int, const char *)
+{
+    return 0;
+}
+int convert(char *, int *)
+{
+    return -1;
+}
+int setting(int, int, int, int *)
+{
+    return 0;
+}
+
+} // namespace
+
+const yat_platform YatPlatform = {
+    .magic = YAT_PLATFORM_MAGIC,
+    .version = YAT_PLATFORM_VERSION,
+    .size = sizeof(yat_platform),
+    .open = one,
+    .close = one,
+    .functions = {.handle = nullptr,
+                  .create_tree = createTree,
+                  .free_tree = freeTree,
+                  .yat_ft_get_property = property,
+                  .is_ft = type,
+                  .status_change = state,
+                  .if_support = support,
+                  .clear_mtbf = operate,
+                  .bring_up = operate,
+                  .Linux_ConvertDataToInt = convert,
+                  .bring_down = operate,
+                  .set_mtbf_type = operateWith,
+                  .burn_firmware = operateWith,
+                  .get_setting = setting,
+                  .put_setting = setting},
+    .get_facts = nullptr,
+    .get_reason = nullptr,
+};

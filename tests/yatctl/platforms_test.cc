@@ -1,0 +1,100 @@
+// yatctl with a platform that is not the simulated machine.
+#include "ctl.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A product root of its own with that platform.
+class Foreign : public testing::Test {
+protected:
+    Foreign()
+    {
+        fs::create_directories(root.path / "bin");
+        fs::create_directories(root.path / "lib");
+        fs::copy_file(YATCTL, root.path / "bin/yatctl");
+        fs::copy_file(PROGRAMS "/../lib/libyat.so", root.path / "lib/libyat.so");
+        fs::copy_file(FOREIGN, root.path / "lib/yatcore.dll");
+    }
+
+    Finished yatctl(const std::string &arguments)
+    {
+        std::vector<std::string> command = commandOf(arguments);
+        command[0] = root.path / "bin/yatctl";
+        return run(command);
+    }
+
+    Sandbox sandbox;
+    TemporaryDirectory root;
+};
+
+const char hostile[] = "?[31mred?back??2J";
+
+} // namespace
+
+TEST_F(Foreign, SendsNothingToTheTerminalThatCommandsIt)
+{
+    EXPECT_EQ(yatctl("list").output, "DEVICE   NAME               STATE        FAILURES  MTBF\n"
+                                     "cpu1     ?[31mred?back??2J  on?]0;fire?  -         -\n"
+                                     "cpu2     cpu1               on?]0;fire?  -         -\n"
+                                     "pci1     Twin               on?]0;fire?  -         -\n"
+                                     "pci2     Twin               on?]0;fire?  -         -\n"
+                                     "device7  -                  -            -         -\n");
+    const Json list = Json::parse(yatctl("list --json").output);
+    EXPECT_EQ(list["machine"]["type"], "unknown");
+    EXPECT_EQ(list["devices"][0]["name"], hostile);
+    EXPECT_EQ(list["devices"][0]["state_text"], "on?]0;fire?");
+    EXPECT_EQ(list["devices"][4]["class"], "unknown");
+    EXPECT_EQ(list["devices"][4]["path"], "10/255");
+    EXPECT_EQ(list["devices"][4]["module"], "pci2");
+    EXPECT_EQ(yatctl("show \"a\x1b[31m\"").errors.find('\x1b'), std::string::npos);
+}
+
+TEST_F(Foreign, MakesNoFiguresUp)
+{
+    const Json cpu = Json::parse(yatctl("show cpu2 --json").output);
+    for (const auto &[key, value] : cpu["devices"][0].items())
+        EXPECT_EQ(value.is_null(), !std::set<std::string>(
+                                        {"device", "name", "class", "number", "path", "state_text"})
+                                        .contains(key))
+            << key;
+    EXPECT_EQ(yatctl("settings").output,
+              "automatic_firmware_update  -\nautomatic_module_start     -\n");
+    const std::string metrics = yatctl("metrics").output;
+    EXPECT_NE(metrics.find("yat_device_info{device=\"cpu2\",name=\"cpu1\""), std::string::npos);
+    for (const char *name : {"yat_device_state", "yat_module_duplex", "yat_device_failures",
+                             "yat_setting", "yat_cpu_module_bios_info"})
+        EXPECT_EQ(metrics.find(name), std::string::npos) << name;
+}
+
+TEST_F(Foreign, ListsTheDevicesThatAnAmbiguousNameHas)
+{
+    const Finished twin = yatctl("stop twin --yes");
+    EXPECT_EQ(twin.status, 4);
+    EXPECT_EQ(twin.errors,
+              "yatctl: more than one device 'twin': pci1 (Twin, 9), pci2 (Twin, 10)\n");
+    const Finished first = yatctl("show cpu1");
+    EXPECT_EQ(first.status, 4);
+    EXPECT_EQ(first.errors, std::string("yatctl: more than one device 'cpu1': cpu1 (") + hostile
+                                + ", 0), cpu2 (cpu1, 1)\n");
+    EXPECT_EQ(yatctl("show 0").status, 0);
+}
+
+TEST_F(Foreign, SaysWhatItKnowsOfANo)
+{
+    const Finished refused = yatctl("stop pci1 --yes");
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_EQ(refused.errors, "yatctl: stop pci1: the platform's reason has number 99\n");
+    EXPECT_EQ(yatctl("stop device7 --yes").status, 3);
+    EXPECT_EQ(yatctl("settings automatic_module_start=on --yes").status, 1);
+    EXPECT_EQ(yatctl("bmc").status, 5);
+}
+
+TEST_F(Foreign, SaysThatThePlatformIsMissing)
+{
+    fs::remove(root.path / "lib/yatcore.dll");
+    const Finished result = yatctl("list --json");
+    EXPECT_EQ(result.status, 5);
+    EXPECT_EQ(Json::parse(result.output)["error"]["status"], 5);
+    EXPECT_NE(result.errors.find("the platform can't be opened"), std::string::npos);
+}

@@ -1,0 +1,156 @@
+#include "yatctl/commands.h"
+
+#include "base/record.h"
+#include "shared/table.h"
+#include "yatctl/bmc.h"
+#include "yatctl/confirmation.h"
+#include "yatctl/failure.h"
+#include "yatctl/metrics.h"
+#include "yatctl/report.h"
+
+#include <cstdio>
+#include <ctime>
+#include <functional>
+
+namespace yatctl {
+namespace {
+
+constexpr char traceSource[] = "yatctl";
+
+struct Setting {
+    const char *key;
+    int kind;
+};
+
+constexpr Setting allSettings[] = {
+    {"automatic_firmware_update", YAT_SETTING_AUTO_BURN},
+    {"automatic_module_start", YAT_SETTING_AUTO_BRING_UP},
+};
+
+struct Assignment {
+    Setting setting;
+    int value; // as it is written
+};
+
+Assignment parse(const std::string &assignment)
+{
+    for (const Setting &setting : allSettings)
+        for (const int value : {0, 1})
+            if (assignment == std::string(setting.key) + (value ? "=on" : "=off"))
+                return {setting, value};
+    throw Failure(usage, "no setting '" + assignment
+                             + "', expected automatic_firmware_update=on or =off, or "
+                               "automatic_module_start=on or =off");
+}
+
+// Nothing when it can't be read.
+std::optional<bool> isOn(const Setting &setting)
+{
+    constexpr int readAsOn = 2;
+    int value = 0;
+    if (GetBBDriverSettings(setting.kind, YAT_CLASS_GENERAL, 1, &value) == 0)
+        return {};
+    return value == readAsOn;
+}
+
+void put(const Assignment &assignment)
+{
+    int value = assignment.value;
+    const int result = PutBBDriverSettings(assignment.setting.kind, YAT_CLASS_GENERAL, 1, &value);
+    TRACE("settings %s=%d returns %d.", assignment.setting.key, value, result);
+    if (result == 0)
+        throw Failure(failed, std::string(assignment.setting.key) + ": the machine did not set it");
+}
+
+void readAll(Machine &machine)
+{
+    for (Device &device : machine.devices)
+        read(device);
+}
+
+void report(const Request &request, const Machine &machine, const std::vector<Device> &devices,
+            const std::function<void()> &printText)
+{
+    if (!request.json) {
+        printText();
+        return;
+    }
+    Json json = beginJson();
+    json["machine"] = {{"type", typeWord(machine.type)}};
+    json["devices"] = devicesJson(devices);
+    print(json);
+}
+
+} // namespace
+
+void listDevices(const Request &request)
+{
+    Machine machine;
+    readAll(machine);
+    report(request, machine, machine.devices, [&] { printDevices(machine.devices); });
+}
+
+void show(const Request &request)
+{
+    Machine machine;
+    Device &device = deviceNamed(machine, request.device);
+    read(device);
+    report(request, machine, {device}, [&] { printDevice(device); });
+}
+
+void settings(const Request &request)
+{
+    std::vector<Assignment> wanted;
+    for (const std::string &assignment : request.assignments)
+        wanted.push_back(parse(assignment));
+    Machine machine;
+    if (!wanted.empty() && !request.check) {
+        confirm(request, "Change the settings of the machine");
+        for (const Assignment &assignment : wanted)
+            put(assignment);
+    }
+    Json json = beginJson();
+    std::vector<Row> rows;
+    for (const Setting &setting : allSettings) {
+        const std::optional<bool> on = isOn(setting);
+        json["settings"][setting.key] = on ? Json(*on) : Json();
+        rows.push_back({setting.key, !on ? "-" : *on ? "on" : "off"});
+    }
+    request.json ? print(json) : printTable(rows);
+}
+
+void bmc(const Request &request)
+{
+    const auto answer = deviceIdOfBmc();
+    char revision[16];
+    snprintf(revision, sizeof revision, "%02X.%01X%01X", answer[3] & 0x7F, answer[4] >> 4,
+             answer[4] & 0x0F);
+    if (!request.json) {
+        printTable({{"Firmware revision", revision},
+                    {"Device id", std::to_string(answer[1])},
+                    {"Device revision", std::to_string(answer[2] & 0x0F)}});
+        return;
+    }
+    Json json = beginJson();
+    json["bmc"] = {{"firmware_revision", revision},
+                   {"device_id", answer[1]},
+                   {"device_revision", answer[2] & 0x0F}};
+    print(json);
+}
+
+void metrics(const Request &request)
+{
+    Machine machine;
+    readAll(machine);
+    std::vector<SettingValue> values;
+    for (const Setting &setting : allSettings)
+        if (const std::optional<bool> on = isOn(setting))
+            values.push_back({setting.key, *on});
+    const std::string text = metricsText(machine, values, time(nullptr));
+    if (request.output.empty())
+        printf("%s", text.c_str());
+    else
+        replaceFile(request.output, text);
+}
+
+} // namespace yatctl

@@ -1,0 +1,26 @@
+#include "yatctl/confirmation.h"
+
+#include "base/display.h"
+#include "text/encoding.h"
+#include "yatctl/failure.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace yatctl {
+
+void confirm(const Request &request, const std::string &what)
+{
+    if (request.yes)
+        return;
+    if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
+        throw Failure(usage, "there is no terminal to ask at; --yes says that it is to be done");
+    fprintf(stderr, "%s? [y/N] ", showable(yat::toDisplay(what)).c_str());
+    const int answer = getchar();
+    for (int rest = answer; rest != '\n' && rest != EOF;)
+        rest = getchar();
+    if (answer != 'y' && answer != 'Y')
+        throw Failure(failed, "not confirmed, so nothing is done");
+}
+
+} // namespace yatctl

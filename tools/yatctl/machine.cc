@@ -1,0 +1,290 @@
+#include "yatctl/machine.h"
+
+#include "base/display.h"
+#include "text/encoding.h"
+#include "yat/text.h"
+#include "yatctl/failure.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <span>
+#include <strings.h>
+
+// A libyat.so of another maker may lack them.
+#pragma weak GetDeviceFacts
+#pragma weak GetSupportReason
+
+namespace yatctl {
+
+const std::vector<std::string_view> stateWords = {"unknown",       "not_installed", "stopped",
+                                                  "running",       "broken",        "starting",
+                                                  "synchronising", "stopping",      "updating"};
+
+namespace {
+
+struct ClassTerm {
+    int code;
+    std::string_view shortName, alias, word;
+};
+
+constexpr ClassTerm classes[] = {
+    {YAT_CLASS_CPU_MODULE, "cpu", "cpu", "cpu_module"},
+    {YAT_CLASS_PCI_MODULE, "pci", "pci", "pci_module"},
+    {YAT_CLASS_SCSI_ADAPTER, "scsi", "scsi", "scsi_adapter"},
+    {YAT_CLASS_ETHERNET_ADAPTER, "ethernet", "eth", "ethernet_adapter"},
+    {YAT_CLASS_UNKNOWN, "device", "device", "unknown"}, // and all others
+};
+
+const ClassTerm &termOf(int classCode)
+{
+    const auto *found = std::ranges::find(classes, classCode, &ClassTerm::code);
+    return found != std::end(classes) ? *found : *std::prev(std::end(classes));
+}
+
+std::string shownName(const char *name)
+{
+    char converted[1024];
+    if (!name || CodeConvertFromEUC(name, converted, sizeof converted) < 0)
+        return {};
+    return yat::printable(yat::fromDisplay(converted));
+}
+
+std::string pathOf(const yat_device &record)
+{
+    std::string path;
+    const int levels = std::clamp(record.Hierarchy, 1, 8);
+    for (int level = 0; level < levels; ++level)
+        path += (level ? "/" : "") + std::to_string(record.identity->DevicePathID[level]);
+    return path;
+}
+
+// A record without an identity stands for no device.
+void addDevices(std::vector<Device> &devices, const yat_device &above, const std::string &module)
+{
+    if (!above.children || above.NextDevNum <= 0)
+        return;
+    for (yat_device *record : std::span(above.children, static_cast<size_t>(above.NextDevNum))) {
+        std::string carrier = module;
+        if (record && record->identity) {
+            const int code = record->identity->ClassCode, number = record->identity->Instance;
+            devices.push_back(
+                {.record = record,
+                 .classCode = code,
+                 .number = number,
+                 .shortName = std::string(termOf(code).shortName) + std::to_string(number),
+                 .name = shownName(record->lpszTreeName),
+                 .path = pathOf(*record),
+                 .module = module});
+            if (isModule(devices.back()))
+                carrier = devices.back().shortName;
+        }
+        if (record)
+            addDevices(devices, *record, carrier);
+    }
+}
+
+std::string propertyOf(int kind, int number, int property)
+{
+    std::array<char, 1025> text{};
+    unsigned long size = text.size();
+    if (!yat_ft_func.yat_ft_get_property
+        || yat_ft_func.yat_ft_get_property(kind, number, property, text.data(), &size) != 0)
+        return {};
+    text.back() = '\0';
+    return yat::printable(yat::fromDisplay(text.data()));
+}
+
+std::optional<int> numberIn(std::string text)
+{
+    int value = 0;
+    return yat_ft_func.Linux_ConvertDataToInt
+                   && yat_ft_func.Linux_ConvertDataToInt(text.data(), &value) != -1
+               ? std::optional(value)
+               : std::nullopt;
+}
+
+// It is read as two more than what is written.
+std::optional<int64_t> mtbfTypeOf(const Device &device)
+{
+    if (const auto told = fact(device, YAT_KNOWS_MTBF_TYPE, device.facts.mtbf_type))
+        return told;
+    std::optional<int> board;
+    if (device.classCode == YAT_CLASS_CPU_MODULE)
+        board = device.number;
+    else if (device.classCode == YAT_CLASS_PCI_MODULE)
+        board =
+            numberIn(propertyOf(YAT_KIND_PCI_MODULE, device.number, YAT_PROPERTY_RELATIONAL_INDEX));
+    const auto read =
+        board ? numberIn(propertyOf(YAT_KIND_BOARD, *board, YAT_PROPERTY_MTBF_TYPE)) : board;
+    return read && *read >= 2 && *read <= 4 ? std::optional<int64_t>(*read - 2) : std::nullopt;
+}
+
+std::string stateTextOf(const Device &device)
+{
+    std::array<char, 1025> text{};
+    const bool isCpu = device.classCode == YAT_CLASS_CPU_MODULE;
+    if (!isModule(device)
+        || StatusChange(isCpu ? YAT_KIND_CPU_MODULE : YAT_KIND_PCI_MODULE, device.number,
+                        isCpu ? YAT_STATE_CPU_MODULE : YAT_STATE_PCI_MODULE, text.data())
+               == -1)
+        return {};
+    text.back() = '\0';
+    return yat::printable(yat::fromDisplay(text.data()));
+}
+
+bool equals(std::string_view left, std::string_view right)
+{
+    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+}
+
+bool isCalled(const Device &device, std::string_view name)
+{
+    const std::string alias(termOf(device.classCode).alias);
+    return equals(name, device.shortName) || equals(name, alias + std::to_string(device.number))
+           || equals(name, device.name) || name == device.path;
+}
+
+} // namespace
+
+Machine::Machine()
+{
+    if (ft_FunctionInit() == 0)
+        throw Failure(unreachable, "the platform can't be opened");
+    try {
+        type = call_yat_is_ft(0);
+        if (type == YAT_MACHINE_QUERY_FAILED)
+            throw Failure(unreachable, "the platform does not tell the type of the machine");
+        findDevices(*this);
+    } catch (const Failure &) {
+        ft_FunctionRelease();
+        throw;
+    }
+}
+
+Machine::~Machine()
+{
+    if (root)
+        FreeTreeViewData(&root);
+    ft_FunctionRelease();
+}
+
+void findDevices(Machine &machine)
+{
+    machine.devices.clear();
+    if (machine.root)
+        FreeTreeViewData(&machine.root);
+    machine.root = nullptr;
+    if (CreateTreeViewData(&machine.root) == 0 || !machine.root)
+        throw Failure(unreachable, "the platform does not tell the devices");
+    addDevices(machine.devices, *machine.root, "");
+}
+
+void read(Device &device)
+{
+    device.facts = {};
+    device.facts.size = sizeof device.facts;
+    device.tellsFacts = GetDeviceFacts && GetDeviceFacts(device.record, &device.facts) == 1;
+    device.stateText = stateTextOf(device);
+    device.mtbfType = mtbfTypeOf(device);
+    if (device.classCode != YAT_CLASS_CPU_MODULE)
+        return;
+    device.biosVersion = propertyOf(YAT_KIND_CPU_MODULE, device.number, YAT_PROPERTY_BIOS_VERSION);
+    device.biosStatus = propertyOf(YAT_KIND_CPU_MODULE, device.number, YAT_PROPERTY_BIOS_STATUS);
+}
+
+Device &deviceNamed(Machine &machine, const std::string &name)
+{
+    std::vector<Device *> found;
+    for (Device &device : machine.devices)
+        if (isCalled(device, name))
+            found.push_back(&device);
+    if (found.size() == 1)
+        return *found[0];
+    std::string known;
+    for (const Device &device : machine.devices)
+        if (found.empty() || isCalled(device, name))
+            known += (known.empty() ? "" : ", ") + device.shortName
+                     + (found.empty() ? "" : " (" + device.name + ", " + device.path + ")");
+    throw Failure(noDevice, found.empty() ? "no device '" + name + "', expected one of " + known
+                                          : "more than one device '" + name + "': " + known);
+}
+
+bool isModule(const Device &device)
+{
+    return device.classCode == YAT_CLASS_CPU_MODULE || device.classCode == YAT_CLASS_PCI_MODULE;
+}
+
+std::string_view classWord(int classCode)
+{
+    return termOf(classCode).word;
+}
+
+std::string_view typeWord(int machineType)
+{
+    switch (machineType) {
+    case YAT_MACHINE_PLAIN: return "PLAIN";
+    case YAT_MACHINE_ALDER: return "ALDER";
+    case YAT_MACHINE_BIRCH: return "BIRCH";
+    case YAT_MACHINE_CEDAR: return "CEDAR";
+    default: return "unknown";
+    }
+}
+
+std::optional<int64_t> fact(const Device &device, uint32_t bit, int64_t value)
+{
+    return device.tellsFacts && (device.facts.known & bit) ? std::optional(value) : std::nullopt;
+}
+
+std::string_view stateWord(const Device &device)
+{
+    const auto state = fact(device, YAT_KNOWS_STATE, device.facts.state);
+    if (!state)
+        return {};
+    const bool hasWord = *state > 0 && *state < static_cast<int64_t>(stateWords.size());
+    return stateWords[hasWord ? static_cast<size_t>(*state) : 0];
+}
+
+std::string_view biosWord(const Device &device)
+{
+    switch (fact(device, YAT_KNOWS_BIOS, device.facts.bios).value_or(0)) {
+    case YAT_BIOS_VALID: return "valid";
+    case YAT_BIOS_UPDATING: return "updating";
+    case YAT_BIOS_INVALID: return "invalid";
+    default: return {};
+    }
+}
+
+std::string partnerOf(const Device &device)
+{
+    const auto partner = fact(device, YAT_KNOWS_PARTNER, device.facts.partner);
+    return partner && *partner > 0
+               ? std::string(termOf(device.classCode).shortName) + std::to_string(*partner)
+               : "";
+}
+
+std::string shownState(const Device &device)
+{
+    if (!device.stateText.empty() || stateWord(device).empty())
+        return device.stateText.empty() ? "-" : device.stateText;
+    std::string text(stateWord(device));
+    std::ranges::replace(text, '_', ' ');
+    text[0] = static_cast<char>(toupper(text[0]));
+    if (const auto duplex = fact(device, YAT_KNOWS_DUPLEX, device.facts.duplex);
+        duplex && device.facts.state == YAT_DEVICE_RUNNING)
+        text += *duplex ? ", duplex" : ", simplex";
+    if (const auto percent = fact(device, YAT_KNOWS_PROGRESS, device.facts.progress))
+        text += " " + std::to_string(*percent) + " %";
+    return text;
+}
+
+std::string reasonFor(const Device &device, int code, int detail)
+{
+    std::array<char, 1025> text{};
+    if (GetSupportReason && GetSupportReason(device.record, code, detail, text.data()) == 1)
+        return yat::printable(yat::fromDisplay(text.data()));
+    return detail == 0 ? "the platform does not say why"
+                       : "the platform's reason has number " + std::to_string(detail);
+}
+
+} // namespace yatctl

@@ -1,0 +1,142 @@
+#include "yatctl/operations.h"
+
+#include "base/record.h"
+#include "yatctl/confirmation.h"
+#include "yatctl/failure.h"
+#include "yatctl/report.h"
+#include "yatctl/waiting.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <string_view>
+
+namespace yatctl {
+namespace {
+
+constexpr char traceSource[] = "yatctl";
+
+struct SupportCode {
+    int classCode, code; // the operation's is one above
+};
+
+struct Operation {
+    std::string_view command, does; // "Stop" CPU module 1
+    std::vector<SupportCode> codes;
+    int (*run)(yat_device *device, int code, const char *argument);
+    int leadsTo = 0; // what is waited for, YAT_DEVICE_...
+};
+
+template <auto call> int withoutArgument(yat_device *device, int code, const char *)
+{
+    return call(device, code);
+}
+
+const std::vector<Operation> operations = {
+    {"start",
+     "Start",
+     {{YAT_CLASS_CPU_MODULE, 5}, {YAT_CLASS_PCI_MODULE, 19}},
+     withoutArgument<InitBringUp>,
+     YAT_DEVICE_RUNNING},
+    {"stop",
+     "Stop",
+     {{YAT_CLASS_CPU_MODULE, 7}, {YAT_CLASS_PCI_MODULE, 21}},
+     withoutArgument<InitBringDown>,
+     YAT_DEVICE_STOPPED},
+    {"clear",
+     "Clear the MTBF count of",
+     {{YAT_CLASS_CPU_MODULE, 1},
+      {YAT_CLASS_PCI_MODULE, 15},
+      {YAT_CLASS_SCSI_ADAPTER, 25},
+      {YAT_CLASS_ETHERNET_ADAPTER, 31}},
+     withoutArgument<ClearMTBF>},
+    {"set-type",
+     "Set the MTBF type of",
+     {{YAT_CLASS_CPU_MODULE, 13}, {YAT_CLASS_PCI_MODULE, 23}},
+     SetMtbfType},
+    {"update", "Update the BIOS of", {{YAT_CLASS_CPU_MODULE, 9}}, BurnFirmware, YAT_DEVICE_STOPPED},
+};
+
+const Operation &operationOf(const Request &request)
+{
+    return *std::ranges::find(operations, request.name, &Operation::command);
+}
+
+// What the platform takes as the argument.
+std::string platformArgument(const Request &request)
+{
+    return request.argument == "copy"   ? "FWCOPY"
+           : request.argument == "file" ? "FWBURN"
+                                        : request.argument;
+}
+
+// Asks whether the machine supports it now. Returns its code.
+int askForSupport(const Operation &operation, const Device &device)
+{
+    const auto found =
+        std::ranges::find(operation.codes, device.classCode, &SupportCode::classCode);
+    const std::string what = std::string(operation.command) + " " + device.shortName;
+    if (found == operation.codes.end())
+        throw Failure(refused, what + ": there is no such operation for a device of its class");
+    int detail = 0;
+    if (IfSupport(device.record, found->code, &detail) == 0)
+        throw Failure(refused, what + ": " + reasonFor(device, found->code, detail));
+    return found->code;
+}
+
+void wait(const Request &request, const Operation &operation, Device &device)
+{
+    waitFor(device, operation.leadsTo, std::stoi(request.wait));
+    if (biosWord(device) == "invalid" && operation.command == "update")
+        throw Failure(failed, device.shortName + " has no valid BIOS after the update");
+}
+
+// What was done, and the device as it is now.
+void report(const Request &request, Device &device, bool isDone)
+{
+    if (!request.json) {
+        if (request.check)
+            printf("%s %s: supported\n", request.name, device.shortName.c_str());
+        return;
+    }
+    read(device);
+    Json json = beginJson();
+    json["operation"] = {{"name", request.name},
+                         {"device", device.shortName},
+                         {"supported", true},
+                         {"done", isDone}};
+    json["devices"] = devicesJson({device});
+    print(json);
+}
+
+} // namespace
+
+void operate(const Request &request)
+{
+    const Operation &operation = operationOf(request);
+    Machine machine;
+    Device &device = deviceNamed(machine, request.device);
+    if (!request.wait.empty()) {
+        read(device);
+        if (stateWord(device).empty())
+            throw Failure(refused, "the platform tells no states, so nothing can be waited for");
+    }
+    if (!request.check)
+        confirm(request,
+                std::string(operation.does) + " " + device.name + " (" + device.shortName + ")");
+    const int support = askForSupport(operation, device);
+    if (!request.check) {
+        const int result =
+            operation.run(device.record, support + 1, platformArgument(request).c_str());
+        TRACE("%s %s %s returns %d.", request.name, device.shortName.c_str(),
+              request.argument.c_str(), result);
+        if (result != 1)
+            throw Failure(failed, std::string(request.name) + " " + device.shortName
+                                      + ": the machine did not do it");
+        if (!request.wait.empty())
+            wait(request, operation, device);
+    }
+    report(request, device, !request.check);
+}
+
+} // namespace yatctl

@@ -1,0 +1,11 @@
+// Changes of states.
+#pragma once
+
+#include "yatctl/request.h"
+
+namespace yatctl {
+
+// Prints each change, until the program is ended.
+void watch(const Request &request);
+
+} // namespace yatctl
