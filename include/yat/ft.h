@@ -48,6 +48,9 @@ extern "C" {
 #define YAT_DETAIL_STATE 4         /* not in the state that the device has now */
 #define YAT_DETAIL_LAST_RUNNING 5  /* the last module of its pair that runs keeps running */
 #define YAT_DETAIL_NO_BIOS 6       /* there is no BIOS to take, or no valid one to start with */
+#define YAT_DETAIL_NOT_ALLOWED 7   /* the configuration allows no operations */
+#define YAT_DETAIL_NO_RIGHTS 8     /* this user lacks the right to it */
+#define YAT_DETAIL_IN_USE 9        /* something on the machine uses what it would take away */
 
 /* The platform's functions, 8-byte slots. Filled by ft_FunctionInit, all null while
  * the interface is not open. The programs use slots 0, 3 and 9, and test each for

@@ -9,12 +9,38 @@
 #include <unistd.h>
 
 namespace yat {
+namespace {
+
+toml::table configurationIn(const std::string &file)
+{
+    return access(file.c_str(), F_OK) == 0 ? parseToml(readFile(file), file) : toml::table();
+}
+
+std::string configurationFile()
+{
+    return configurationDirectory() + "/yatkit.toml";
+}
+
+} // namespace
+
+bool areOperationsAllowedIn(const std::string &file)
+{
+    const toml::table configuration = configurationIn(file);
+    const toml::node *operations = configuration.get("operations");
+    if (operations && !operations->is_boolean())
+        throw Problem(
+            inLine(file, operations->source().begin.line, "operations must be true or false"));
+    return operations && operations->value_or(false);
+}
+
+bool areOperationsAllowed()
+{
+    return areOperationsAllowedIn(configurationFile());
+}
 
 std::string machineNamedIn(const std::string &file)
 {
-    if (access(file.c_str(), F_OK) != 0)
-        return {};
-    const toml::table configuration = parseToml(readFile(file), file);
+    const toml::table configuration = configurationIn(file);
     const toml::node *machine = configuration.get("machine");
     if (!machine)
         return {};
@@ -30,8 +56,7 @@ ConfiguredMachine configuredMachine()
 {
     ConfiguredMachine machine;
     const char *wanted = secure_getenv("YAT_MACHINE");
-    const std::string name =
-        wanted && *wanted ? wanted : machineNamedIn(configurationDirectory() + "/yatkit.toml");
+    const std::string name = wanted && *wanted ? wanted : machineNamedIn(configurationFile());
     if (!name.empty())
         machine.name = name;
     machine.isMakers = machine.name.ends_with(".so");

@@ -21,6 +21,11 @@ struct ConfiguredMachine {
 // another machine than was meant must not be administered.
 ConfiguredMachine configuredMachine();
 
+// Whether the configuration allows to change the machine that this runs on (operations = true). A
+// mistake in the file is thrown as a Problem.
+bool areOperationsAllowed();
+bool areOperationsAllowedIn(const std::string &file);
+
 // The machine that a configuration file names; empty when it names none, or there is no such file.
 std::string machineNamedIn(const std::string &file);
 

@@ -9,6 +9,7 @@
 #include "yat/winshim.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace host {
 namespace {
@@ -27,7 +28,7 @@ void list(const Machine &machine)
     forgetNames();
 }
 
-const Device *listedDevice(int classCode, int instance)
+const Device *deviceNumbered(int classCode, int instance)
 {
     if (listed.empty())
         list(readMachine());
@@ -35,6 +36,19 @@ const Device *listedDevice(int classCode, int instance)
         return classOf(device.kind) == classCode && device.instance == instance;
     });
     return found == listed.end() ? nullptr : &*found;
+}
+
+std::optional<int32_t> toldState(const Machine &machine, const Device &device)
+{
+    const Package *package = packageOf(machine, device);
+    const Slot *slot = slotOf(machine, device);
+    switch (package ? stateOf(*package) : slot ? stateOf(machine, *slot) : State::running) {
+    case State::running: return YAT_DEVICE_RUNNING;
+    case State::stopped: return YAT_DEVICE_STOPPED;
+    case State::empty: return YAT_DEVICE_NOT_INSTALLED;
+    case State::unknown: break;
+    }
+    return {};
 }
 
 Counts countsSinceCleared(const Machine &machine, const Device &device)
@@ -82,7 +96,7 @@ int isFt(int)
 static std::optional<std::string> propertyOf(const Machine &machine, int kind, int number,
                                              int property)
 {
-    const Device *device = listedDevice(kind, number);
+    const Device *device = deviceNumbered(kind, number);
     if (!device || !packageOf(machine, *device))
         return {};
     if (property == YAT_PROPERTY_BIOS_VERSION && !machine.biosVersion.empty())
@@ -104,7 +118,7 @@ int statusChange(int kind, int number, int code, char *text)
 {
     const bool isKnown = (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
                          || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
-    const Device *device = isKnown ? listedDevice(kind, number) : nullptr;
+    const Device *device = isKnown ? deviceNumbered(kind, number) : nullptr;
     if (!device)
         return -1;
     const Machine machine = readMachine();
@@ -116,30 +130,41 @@ int statusChange(int kind, int number, int code, char *text)
     return 0;
 }
 
-// ---- Operations
+// ---- Facts
 
-int ifSupport(yat_device *, int, int *detail)
+int getFacts(yat_device *record, yat_facts *facts)
 {
-    if (detail)
-        *detail = YAT_DETAIL_UNSUPPORTED;
-    return 0;
+    const Device *device = listedDevice(record);
+    if (!device)
+        return 0;
+    const Machine machine = readMachine();
+    const Counts counts = countsSinceCleared(machine, *device);
+    yat_facts told{};
+    told.size = facts->size;
+    if (const auto state = toldState(machine, *device)) {
+        told.known |= YAT_KNOWS_STATE;
+        told.state = *state;
+    }
+    if (counts.isKnown) {
+        told.known |= YAT_KNOWS_FAILURES;
+        told.failures = static_cast<int64_t>(counts.corrected + counts.uncorrected);
+    }
+    if (device->kind == Kind::package) {
+        told.known |= YAT_KNOWS_BIOS;
+        told.bios = YAT_BIOS_VALID;
+    }
+    memcpy(facts, &told, sizeof told);
+    return 1;
 }
 
-int operation(yat_device *, int)
+const Device *listedDevice(const yat_device *record)
 {
-    return 0;
-}
-
-int operationWithText(yat_device *, int, const char *)
-{
-    return 0;
-}
-
-// ---- Settings
-
-int setting(int, int, int, int *)
-{
-    return 0;
+    const yat_identity *identity = record ? record->identity : nullptr;
+    const auto found = std::ranges::find_if(listed, [&](const Device &device) {
+        return identity && identity->ClassCode == classOf(device.kind)
+               && std::ranges::equal(identity->DevicePathID, device.path);
+    });
+    return found == listed.end() ? nullptr : &*found;
 }
 
 void forget()

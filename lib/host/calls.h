@@ -1,6 +1,9 @@
-// The calls of yat/ft.h on this server. They throw yat::Problem when the kernel can't be asked.
+// The calls of yat/ft.h and yat/facts.h that read this server. They throw yat::Problem when the
+// kernel can't be asked.
 #pragma once
 
+#include "host/machine.h"
+#include "yat/facts.h"
 #include "yat/ft.h"
 
 namespace host {
@@ -10,10 +13,10 @@ int freeTree(yat_device **root);
 int isFt(int);
 int getProperty(int kind, int number, int property, char *buffer, unsigned long *size);
 int statusChange(int kind, int number, int code, char *text);
-int ifSupport(yat_device *device, int code, int *detail);
-int operation(yat_device *device, int code);
-int operationWithText(yat_device *device, int code, const char *text);
-int setting(int kind, int object, int index, int *value);
+int getFacts(yat_device *device, yat_facts *facts);
+
+// The device that a record stands for; null for none of those that were listed last.
+const Device *listedDevice(const yat_device *record);
 
 // Forgets what was read.
 void forget();

@@ -2,14 +2,13 @@
 
 #include "common/paths.h"
 #include "common/problem.h"
+#include "host/lock.h"
 #include "host/sysfs.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace host {
@@ -50,40 +49,27 @@ json toJson(const Memory &memory)
     return text;
 }
 
-// An open file that is closed again.
-struct Descriptor {
-    explicit Descriptor(int number) : number(number) {}
-    ~Descriptor()
-    {
-        if (number >= 0)
-            close(number);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-
-    const int number;
-};
-
-[[noreturn]] void refuse(const std::string &file)
+[[noreturn]] void refuse(const std::string &file, int error)
 {
-    throw yat::Problem(file + ": can't be written: " + yat::reason(errno));
+    throw yat::Problem(file + ": can't be written: " + yat::reason(error));
 }
 
 // Whoever reads sees the old file or the new one, whole, also after the power failed.
 void replace(const std::string &file, const std::string &text)
 {
     const std::string other = file + ".new";
-    {
-        const Descriptor descriptor(
-            open(other.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-        if (descriptor.number < 0
-            || write(descriptor.number, text.data(), text.size())
-                   != static_cast<ssize_t>(text.size())
-            || fsync(descriptor.number) != 0)
-            refuse(other);
-    }
+    const int descriptor = open(other.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const bool isWritten =
+        descriptor >= 0
+        && write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size())
+        && fsync(descriptor) == 0;
+    const int error = errno;
+    if (descriptor >= 0)
+        close(descriptor);
+    if (!isWritten)
+        refuse(other, error);
     if (rename(other.c_str(), file.c_str()) != 0)
-        refuse(file);
+        refuse(file, errno);
 }
 
 } // namespace
@@ -98,15 +84,12 @@ try {
 
 void changeMemory(const std::function<void(Memory &)> &change)
 {
-    const std::string file = fileName();
-    const Descriptor lock(open((file + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-    if (lock.number < 0 || flock(lock.number, LOCK_EX) != 0)
-        refuse(file);
+    const Lock lock("host.json.lock", true);
     const Memory before = readMemory();
     Memory memory = before;
     change(memory);
     if (memory != before)
-        replace(file, toJson(memory).dump(2) + "\n");
+        replace(fileName(), toJson(memory).dump(2) + "\n");
 }
 
 } // namespace host

@@ -49,7 +49,7 @@ std::string cut(std::string name)
     size_t end = longest;
     while (end > 0 && (name[end] & 0xC0) == 0x80) // within a character
         --end;
-    return name.substr(0, end);
+    return name.substr(0, name.find_last_not_of(' ', end - 1) + 1);
 }
 
 } // namespace

@@ -3,7 +3,9 @@
 #include "common/answers.h"
 #include "common/complaints.h"
 #include "common/guarded.h"
+#include "common/machine.h"
 #include "common/problem.h"
+#include "host/asking.h"
 #include "host/calls.h"
 #include "yat/platform.h"
 
@@ -11,8 +13,10 @@ namespace {
 
 constexpr char traceSource[] = "yathost";
 
+// A mistake in the configuration must not pass for a no.
 int openPlatform()
 {
+    yat::areOperationsAllowed();
     return 1;
 }
 
@@ -23,9 +27,15 @@ int closePlatform()
     return 1;
 }
 
-void tell(const std::exception &problem)
+// What keeps it from opening, the user is told by whoever opens it.
+void trace(const std::exception &problem)
 {
     TRACE_ERROR("%s", problem.what());
+}
+
+void tell(const std::exception &problem)
+{
+    trace(problem);
     if (dynamic_cast<const yat::Problem *>(&problem))
         yat::complain(problem.what());
 }
@@ -38,7 +48,7 @@ const yat_platform YatPlatform = {
     .magic = YAT_PLATFORM_MAGIC,
     .version = YAT_PLATFORM_VERSION,
     .size = sizeof(struct yat_platform),
-    .open = openPlatform,
+    .open = yat::Guarded<openPlatform, 0, trace>::run,
     .close = closePlatform,
     .functions =
         {
@@ -49,15 +59,15 @@ const yat_platform YatPlatform = {
             .is_ft = Guarded<host::isFt, -1>::run,
             .status_change = Guarded<host::statusChange, -1>::run,
             .if_support = Guarded<host::ifSupport, 0>::run,
-            .clear_mtbf = Guarded<host::operation, 0>::run,
-            .bring_up = Guarded<host::operation, 0>::run,
+            .clear_mtbf = Guarded<host::clearMtbf, 0>::run,
+            .bring_up = Guarded<host::bringUp, 0>::run,
             .Linux_ConvertDataToInt = yat::toInteger,
-            .bring_down = Guarded<host::operation, 0>::run,
-            .set_mtbf_type = Guarded<host::operationWithText, 0>::run,
-            .burn_firmware = Guarded<host::operationWithText, 0>::run,
-            .get_setting = Guarded<host::setting, 0>::run,
-            .put_setting = Guarded<host::setting, 0>::run,
+            .bring_down = Guarded<host::bringDown, 0>::run,
+            .set_mtbf_type = Guarded<host::setMtbfType, 0>::run,
+            .burn_firmware = Guarded<host::burnFirmware, 0>::run,
+            .get_setting = Guarded<host::getSetting, 0>::run,
+            .put_setting = Guarded<host::putSetting, 0>::run,
         },
-    .get_facts = nullptr,
-    .get_reason = nullptr,
+    .get_facts = Guarded<host::getFacts, 0>::run,
+    .get_reason = Guarded<host::getReason, 0>::run,
 };

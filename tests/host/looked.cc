@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 
+namespace fs = std::filesystem;
+
 namespace {
 
 void addLines(std::vector<std::string> &lines, const yat_device &record)
@@ -20,55 +22,86 @@ void addLines(std::vector<std::string> &lines, const yat_device &record)
         addLines(lines, *record.children[i]);
 }
 
-std::string stateOf(int kind, int number, int code)
+yat_device *find(yat_device *record, int classCode, int number)
+{
+    const yat_identity *identity = record->identity;
+    if (identity && identity->ClassCode == classCode && identity->Instance == number)
+        return record;
+    for (int i = 0; i < record->NextDevNum; ++i)
+        if (yat_device *found = find(record->children[i], classCode, number))
+            return found;
+    return nullptr;
+}
+
+std::string stateOf(decltype(&StatusChange) call, int kind, int number, int code)
 {
     char text[1025] = "";
-    return StatusChange(kind, number, code, text) == -1 ? "(unreadable)" : text;
+    return call(kind, number, code, text) == -1 ? "(unreadable)" : text;
 }
 
 } // namespace
 
 Looked::Looked()
 {
+    fs::create_directories(root.path / "lib");
+    for (const char *name : {"lib/libyat.so", "lib/yathost.dll"})
+        fs::create_hard_link(fs::path(STAGE) / name, root.path / name);
     setenv("YAT_MACHINE", "hardware", 1);
     setenv("YAT_STATE_DIR", state.path.c_str(), 1);
-    TraceLogInit(0, "test", 0, 0, 0);
-    EXPECT_EQ(ft_FunctionInit(), 1) << trace();
+    library = dlopen((root.path / "lib/libyat.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    CALL(TraceLogInit)(0, "test", 0, 0, 0);
+    EXPECT_EQ(CALL(ft_FunctionInit)(), 1) << trace();
 }
 
 Looked::~Looked()
 {
-    EXPECT_EQ(ft_FunctionRelease(), 1);
+    if (records)
+        CALL(FreeTreeViewData)(&records);
+    EXPECT_EQ(CALL(ft_FunctionRelease)(), 1);
+    dlclose(library);
 }
 
 std::vector<std::string> Looked::tree()
 {
-    yat_device *root = nullptr;
-    if (CreateTreeViewData(&root) != 1)
+    yat_device *made = nullptr;
+    if (CALL(CreateTreeViewData)(&made) != 1)
         return {"(unreadable)"};
     std::vector<std::string> lines;
-    addLines(lines, *root);
-    EXPECT_EQ(FreeTreeViewData(&root), 1);
+    addLines(lines, *made);
+    EXPECT_EQ(CALL(FreeTreeViewData)(&made), 1);
     return lines;
+}
+
+yat_device *Looked::record(int classCode, int number)
+{
+    if (!records)
+        CALL(CreateTreeViewData)(&records);
+    return records ? find(records, classCode, number) : nullptr;
 }
 
 std::string Looked::cpu(int number)
 {
-    return stateOf(YAT_KIND_CPU_MODULE, number, YAT_STATE_CPU_MODULE);
+    return stateOf(CALL(StatusChange), YAT_KIND_CPU_MODULE, number, YAT_STATE_CPU_MODULE);
 }
 
 std::string Looked::pci(int number)
 {
-    return stateOf(YAT_KIND_PCI_MODULE, number, YAT_STATE_PCI_MODULE);
+    return stateOf(CALL(StatusChange), YAT_KIND_PCI_MODULE, number, YAT_STATE_PCI_MODULE);
 }
 
 std::string Looked::property(int number, int property)
 {
+    const auto *functions = static_cast<const yat_ft_functions *>(dlsym(library, "yat_ft_func"));
     char text[1025] = "";
     unsigned long size = sizeof text;
-    return yat_ft_func.yat_ft_get_property(YAT_KIND_CPU_MODULE, number, property, text, &size) == 0
+    return functions->yat_ft_get_property(YAT_KIND_CPU_MODULE, number, property, text, &size) == 0
                ? text
                : "(unreadable)";
+}
+
+void Looked::configure(const std::string &text) const
+{
+    writeFile(root.path / "etc/yatkit.toml", text);
 }
 
 std::string Looked::trace() const

@@ -1,12 +1,17 @@
-// A played server through the boundary.
+// A played server through the boundary, by a product of its own.
 #pragma once
 
 #include "server.h"
+#include "yat/facts.h"
 #include "yat/ft.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
+
+// A function of the product's libyat.so.
+#define CALL(name) reinterpret_cast<decltype(&name)>(dlsym(library, #name))
 
 class Looked : public testing::Test {
 protected:
@@ -14,16 +19,24 @@ protected:
     ~Looked() override;
 
     // The devices, each as "CLASS NUMBER PATH NAME", those below others behind two blanks a level.
-    static std::vector<std::string> tree();
+    std::vector<std::string> tree();
 
     // The state of a module; "(unreadable)" for one that can't be read.
-    static std::string cpu(int number);
-    static std::string pci(int number);
+    std::string cpu(int number);
+    std::string pci(int number);
 
-    static std::string property(int number, int property);
+    std::string property(int number, int property);
+
+    // The record of a device, of a tree that stays until the end.
+    yat_device *record(int classCode, int number);
+
+    // Changes the configuration.
+    void configure(const std::string &text) const;
 
     std::string trace() const;
 
     Server server;
-    TemporaryDirectory state;
+    TemporaryDirectory root{PRODUCTS}, state;
+    void *library = nullptr;
+    yat_device *records = nullptr;
 };

@@ -12,7 +12,7 @@ TEST_F(Looks, OneProcessorAndNothingElse)
 {
     server.addProcessor(0, 0, false);
     EXPECT_EQ(tree(), (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1"}));
-    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_ALDER);
+    EXPECT_EQ(CALL(call_yat_is_ft)(0), YAT_MACHINE_ALDER);
     EXPECT_EQ(cpu(1), "1 of 1 running");
     EXPECT_EQ(cpu(2), "(unreadable)");
     EXPECT_EQ(pci(1), "(unreadable)");
@@ -46,8 +46,8 @@ TEST_F(Looks, ProcessorsOfAStoppedPackageAreRemembered)
     EXPECT_EQ(tree().size(), 2u);
     server.setOnline(1, 1, false);
     EXPECT_EQ(cpu(2), "Stopped");
-    ft_FunctionRelease();
-    ASSERT_EQ(ft_FunctionInit(), 1); // as another program that looks later
+    CALL(ft_FunctionRelease)();
+    ASSERT_EQ(CALL(ft_FunctionInit)(), 1); // as another program that looks later
     EXPECT_EQ(tree().at(1), "2 2 1.0.0.0.0.0.0.0 CPU module 2");
     EXPECT_EQ(cpu(2), "Stopped");
 }
@@ -235,22 +235,4 @@ TEST_F(Looks, SixtyFourSlotsAndAThousandFunctions)
     EXPECT_EQ(lines.at(1 + 9), "3 2 2.2.0.0.0.0.0.0 PCI module 2 (slot 2)");
     EXPECT_EQ(lines.at(1 + 64 * 9), "3 65 255.0.0.0.0.0.0.0 PCI module 65 (not in a slot)");
     EXPECT_EQ(lines.back().substr(0, 34), "  8 488 255.1.28.7.0.0.0.1 SCSI ad");
-}
-
-// ---- What it leaves alone
-
-TEST_F(Looks, NothingIsSupportedAndNothingIsSet)
-{
-    server.addProcessor(0, 0);
-    yat_device *root = nullptr;
-    ASSERT_EQ(CreateTreeViewData(&root), 1);
-    yat_device *device = root->children[0];
-    int detail = 0, value = 0;
-    EXPECT_EQ(IfSupport(device, 7, &detail), 0);
-    EXPECT_NE(detail, 0);
-    EXPECT_EQ(InitBringDown(device, 8), 0);
-    EXPECT_EQ(BurnFirmware(device, 10, "FWCOPY"), 0);
-    EXPECT_EQ(GetBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &value), 0);
-    EXPECT_EQ(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &value), 0);
-    EXPECT_EQ(FreeTreeViewData(&root), 1);
 }

@@ -36,6 +36,7 @@ public:
 
     // What a function has below it. Returns its path.
     std::string addInterface(const std::string &function, const std::string &name) const;
+    // A disk has no node below /dev; that must not be the name of one on this machine.
     std::string addDisk(const std::string &function, const std::string &name, int number) const;
 
     // A device of any kind, linked from its class or its bus.

@@ -65,6 +65,24 @@ INSTANTIATE_TEST_SUITE_P(Machine, EveryConfiguration, testing::ValuesIn(configur
 
 } // namespace
 
+TEST(Configuration, AllowsOperationsOnlyWhereItSaysSo)
+{
+    TemporaryDirectory directory;
+    const std::string file = directory.path / "yatkit.toml";
+    EXPECT_FALSE(yat::areOperationsAllowedIn(file));
+    for (const auto &[text, isAllowed] :
+         {std::pair("machine = 'hardware'", false), std::pair("operations = false", false),
+          std::pair("operations = true", true)}) {
+        writeFile(file, text);
+        EXPECT_EQ(yat::areOperationsAllowedIn(file), isAllowed) << text;
+    }
+    for (const char *text : {"operations = 1", "operations = 'true'", "operations = []"}) {
+        writeFile(file, text);
+        EXPECT_EQ(problemOf([&] { yat::areOperationsAllowedIn(file); }),
+                  file + ":1: operations must be true or false");
+    }
+}
+
 TEST(Configuration, ThatIsNotThereNamesNoMachine)
 {
     EXPECT_EQ(yat::machineNamedIn("/no/such/file"), "");

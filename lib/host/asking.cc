@@ -1,0 +1,175 @@
+#include "host/asking.h"
+
+#include "base/record.h"
+#include "common/answers.h"
+#include "common/problem.h"
+#include "host/calls.h"
+#include "host/journal.h"
+#include "host/lock.h"
+#include "host/operations.h"
+#include "host/reading.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace host {
+namespace {
+
+constexpr char traceSource[] = "yathost";
+
+struct Code {
+    int classCode, supportCode; // the operation's code is the next one
+    std::optional<Verb> verb;   // nothing for what this server can't do
+    const char *name;
+};
+
+constexpr Code codes[] = {
+    {YAT_CLASS_CPU_MODULE, 1, Verb::clear, "clear"},
+    {YAT_CLASS_CPU_MODULE, 5, Verb::start, "start"},
+    {YAT_CLASS_CPU_MODULE, 7, Verb::stop, "stop"},
+    {YAT_CLASS_CPU_MODULE, 9, {}, "firmware update"},
+    {YAT_CLASS_CPU_MODULE, 13, {}, "MTBF type"},
+    {YAT_CLASS_PCI_MODULE, 15, Verb::clear, "clear"},
+    {YAT_CLASS_PCI_MODULE, 19, Verb::start, "start"},
+    {YAT_CLASS_PCI_MODULE, 21, Verb::stop, "stop"},
+    {YAT_CLASS_PCI_MODULE, 23, {}, "MTBF type"},
+    {YAT_CLASS_SCSI_ADAPTER, 25, Verb::clear, "clear"},
+    {YAT_CLASS_ETHERNET_ADAPTER, 31, Verb::clear, "clear"},
+};
+
+const Code *codeOf(const Device &device, int supportCode)
+{
+    const auto *const found = std::ranges::find_if(codes, [&](const Code &code) {
+        return code.classCode == classOf(device.kind) && code.supportCode == supportCode;
+    });
+    return found == std::end(codes) ? nullptr : found;
+}
+
+// What a call asks for.
+struct Asked {
+    const Device *device = nullptr;
+    const Code *code = nullptr;
+};
+
+Asked askedFor(const yat_device *record, int supportCode)
+{
+    Asked asked{.device = listedDevice(record)};
+    asked.code = asked.device ? codeOf(*asked.device, supportCode) : nullptr;
+    return asked;
+}
+
+Refusal checkAsked(const Machine &machine, const Asked &asked)
+{
+    if (!asked.device)
+        return {YAT_DETAIL_NO_DEVICE, "there is no such device"};
+    if (!asked.code)
+        return {YAT_DETAIL_UNSUPPORTED, "a device of its class has no such operation"};
+    if (!asked.code->verb)
+        return {YAT_DETAIL_UNSUPPORTED, "this server has no such operation"};
+    return check(machine, *asked.device, *asked.code->verb);
+}
+
+void note(const Asked &asked, const char *name, const char *result, const std::string &reason)
+{
+    const std::string device = asked.device ? asked.device->name : "an unknown device";
+    if (!reason.empty())
+        TRACE_ERROR("%s of %s %s: %s", name, device.c_str(), result, reason.c_str());
+    writeDown({.device = device, .operation = name, .result = result, .reason = reason});
+}
+
+void carryOut(const Machine &machine, const Device &device, Verb verb)
+{
+    const Package *package = packageOf(machine, device);
+    if (verb == Verb::clear)
+        setBaseline(device, countsOf(machine, device));
+    else if (package)
+        switchPackage(*package, verb == Verb::start);
+    else
+        switchSlot(*slotOf(machine, device), verb == Verb::start);
+}
+
+int operate(yat_device *record, int code, const char *name)
+{
+    const Asked asked = askedFor(record, code - 1);
+    const Lock lock("host.operation.lock", false);
+    const Machine machine = readMachine();
+    Refusal refusal = checkAsked(machine, asked);
+    if (refusal.detail == 0 && std::string_view(asked.code->name) != name)
+        refusal = {YAT_DETAIL_UNSUPPORTED, "the code is that of another operation"};
+    if (refusal.detail == 0 && !lock.isHeld)
+        refusal = {YAT_DETAIL_STATE, "another operation is under way"};
+    if (refusal.detail != 0) {
+        note(asked, name, "refused", refusal.why);
+        return 0;
+    }
+    note(asked, name, "begun", "");
+    try {
+        carryOut(machine, *asked.device, *asked.code->verb);
+    } catch (const yat::Problem &problem) {
+        note(asked, name, "failed", problem.what());
+        return 0;
+    }
+    note(asked, name, "done", "");
+    return 1;
+}
+
+} // namespace
+
+int ifSupport(yat_device *device, int code, int *detail)
+{
+    const Asked asked = askedFor(device, code);
+    const Refusal refusal = checkAsked(readMachine(), asked);
+    if (detail)
+        *detail = refusal.detail;
+    if (refusal.detail == 0)
+        return 1;
+    note(asked, asked.code ? asked.code->name : "an unknown operation", "refused", refusal.why);
+    return 0;
+}
+
+int clearMtbf(yat_device *device, int code)
+{
+    return operate(device, code, "clear");
+}
+
+int bringUp(yat_device *device, int code)
+{
+    return operate(device, code, "start");
+}
+
+int bringDown(yat_device *device, int code)
+{
+    return operate(device, code, "stop");
+}
+
+int setMtbfType(yat_device *device, int code, const char *)
+{
+    return operate(device, code, "MTBF type");
+}
+
+int burnFirmware(yat_device *device, int code, const char *)
+{
+    return operate(device, code, "firmware update");
+}
+
+int getSetting(int, int, int, int *)
+{
+    return 0;
+}
+
+int putSetting(int, int, int, int *)
+{
+    note({}, "setting", "refused", "this server has no settings");
+    return 0;
+}
+
+int getReason(yat_device *device, int code, int, char *text)
+{
+    const Refusal refusal = checkAsked(readMachine(), askedFor(device, code));
+    if (refusal.detail == 0)
+        return 0;
+    yat::putState(refusal.why, text);
+    return 1;
+}
+
+} // namespace host

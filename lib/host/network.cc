@@ -1,0 +1,140 @@
+#include "host/network.h"
+
+#include "common/problem.h"
+#include "host/enumeration.h"
+#include "host/sysfs.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <memory>
+#include <netlink/netlink.h>
+#include <netlink/route/addr.h>
+#include <netlink/route/nexthop.h>
+#include <netlink/route/route.h>
+#include <sstream>
+
+namespace host {
+namespace {
+
+using Interfaces = std::map<int, std::string>; // names by their indices
+
+struct Free {
+    void operator()(nl_sock *socket) const
+    {
+        nl_socket_free(socket);
+    }
+    void operator()(nl_cache *cache) const
+    {
+        nl_cache_free(cache);
+    }
+};
+using Socket = std::unique_ptr<nl_sock, Free>;
+using Cache = std::unique_ptr<nl_cache, Free>;
+
+// An interface and all that stand on it: bridges, bonds, virtual networks.
+void addInterface(Interfaces &interfaces, const std::string &path)
+{
+    const auto index = readNumber(path + "/ifindex");
+    if (!index || !interfaces.emplace(static_cast<int>(*index), lastName(path)).second)
+        return;
+    for (const std::string &name : namesIn(path))
+        if (name.starts_with("upper_"))
+            addInterface(interfaces, resolved(path + "/" + name));
+}
+
+[[noreturn]] void refuse(int error)
+{
+    throw yat::Problem(std::string("the kernel doesn't tell addresses and routes: ")
+                       + nl_geterror(error));
+}
+
+Socket connect()
+{
+    Socket socket(nl_socket_alloc());
+    if (!socket)
+        refuse(-NLE_NOMEM);
+    if (const int error = nl_connect(socket.get(), NETLINK_ROUTE); error < 0)
+        refuse(error);
+    return socket;
+}
+
+template <class Object> void eachOf(nl_cache *cache, const std::function<void(Object *)> &work)
+{
+    const Cache owner(cache);
+    for (nl_object *object = nl_cache_get_first(cache); object; object = nl_cache_get_next(object))
+        work(reinterpret_cast<Object *>(object));
+}
+
+std::string textOf(nl_addr *address)
+{
+    char text[128];
+    const std::string result = nl_addr2str(address, text, sizeof text);
+    return result.substr(0, result.find('/'));
+}
+
+// This side's address of the connection that the terminal has to the server, if it has one.
+std::string addressOfTerminal()
+{
+    const char *connection = secure_getenv("SSH_CONNECTION");
+    std::istringstream words(connection ? connection : "");
+    std::string word;
+    for (int i = 0; i < 3; ++i) // the other side's address and port come first
+        words >> word;
+    return words ? word : "";
+}
+
+std::string useByAddresses(const Socket &socket, const Interfaces &interfaces)
+{
+    nl_cache *cache = nullptr;
+    if (const int error = rtnl_addr_alloc_cache(socket.get(), &cache); error < 0)
+        refuse(error);
+    std::string use;
+    eachOf<rtnl_addr>(cache, [&](rtnl_addr *each) {
+        const auto found = interfaces.find(rtnl_addr_get_ifindex(each));
+        if (found == interfaces.end())
+            return;
+        const std::string address = textOf(rtnl_addr_get_local(each));
+        if (address == addressOfTerminal())
+            use = found->second + " carries the connection of this terminal, " + address;
+        else if (use.empty())
+            use = found->second + " has the address " + address;
+    });
+    return use;
+}
+
+std::string useByRoutes(const Socket &socket, const Interfaces &interfaces)
+{
+    nl_cache *cache = nullptr;
+    if (const int error = rtnl_route_alloc_cache(socket.get(), AF_UNSPEC, 0, &cache); error < 0)
+        refuse(error);
+    std::string use;
+    eachOf<rtnl_route>(cache, [&](rtnl_route *each) {
+        for (int i = 0; i < rtnl_route_get_nnexthops(each); ++i) {
+            const auto found =
+                interfaces.find(rtnl_route_nh_get_ifindex(rtnl_route_nexthop_n(each, i)));
+            if (use.empty() && found != interfaces.end())
+                use = found->second + " has the route to " + textOf(rtnl_route_get_dst(each));
+        }
+    });
+    return use;
+}
+
+} // namespace
+
+std::string useOfInterfaces(const std::vector<std::string> &paths)
+{
+    Interfaces interfaces;
+    for (const KernelDevice &device : kernelDevices("net"))
+        if (std::ranges::any_of(
+                paths, [&](const std::string &path) { return isBelow(device.path, path); }))
+            addInterface(interfaces, device.path);
+    if (interfaces.empty())
+        return {};
+    const Socket socket = connect();
+    const std::string use = useByAddresses(socket, interfaces);
+    return use.empty() ? useByRoutes(socket, interfaces) : use;
+}
+
+} // namespace host

@@ -1,0 +1,13 @@
+// What network interfaces are used for.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+// Why what hangs below these paths has to stay: an interface there, or one that stands on it, has
+// an address or a route. Empty when none has.
+std::string useOfInterfaces(const std::vector<std::string> &paths);
+
+} // namespace host

@@ -1,0 +1,212 @@
+#include "host/operations.h"
+
+#include "common/machine.h"
+#include "common/paths.h"
+#include "common/problem.h"
+#include "host/functions.h"
+#include "host/memory.h"
+#include "host/sysfs.h"
+#include "host/usage.h"
+#include "yat/ft.h"
+
+#include <algorithm>
+#include <iterator>
+#include <thread>
+#include <unistd.h>
+
+namespace host {
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr milliseconds betweenLooks{100};
+constexpr std::chrono::seconds forDrivers{5}; // a function may have none
+
+std::string onlineFile(const Processor &processor)
+{
+    return "/sys/devices/system/cpu/cpu" + std::to_string(processor.number) + "/online";
+}
+
+std::string nameOf(const Processor &processor)
+{
+    return "processor " + std::to_string(processor.number);
+}
+
+// ---- What is looked at before
+
+Refusal checkRights(const std::vector<std::string> &files)
+{
+    if (!yat::areOperationsAllowed())
+        return {YAT_DETAIL_NOT_ALLOWED, "yatkit.toml does not allow operations"};
+    for (const std::string &file : files)
+        if (access(file.c_str(), W_OK) != 0)
+            return {YAT_DETAIL_NO_RIGHTS, "this user can't write to " + file};
+    if (yat::stateDirectory().empty())
+        return {YAT_DETAIL_NO_RIGHTS, "the journal can't be written"};
+    return {};
+}
+
+Refusal checkStop(const Machine &machine, const Package &package)
+{
+    if (stateOf(package) != State::running)
+        return {YAT_DETAIL_STATE, "it is stopped already"};
+    if (std::ranges::count(machine.packages, State::running,
+                           [](const Package &each) { return stateOf(each); })
+        == 1)
+        return {YAT_DETAIL_LAST_RUNNING, "it is the last one that runs"};
+    for (const Processor &processor : package.processors)
+        if (processor.isOnline && !processor.canGo)
+            return {YAT_DETAIL_UNSUPPORTED, "the kernel can't do without " + nameOf(processor)};
+    return {};
+}
+
+Refusal checkStart(const Package &package)
+{
+    return onlineOf(package) == static_cast<int>(package.processors.size())
+               ? Refusal{YAT_DETAIL_STATE, "all of it runs already"}
+               : Refusal{};
+}
+
+Refusal checkPackage(const Machine &machine, const Package &package, Verb verb)
+{
+    const Refusal refusal = verb == Verb::stop ? checkStop(machine, package) : checkStart(package);
+    if (refusal.detail != 0)
+        return refusal;
+    std::vector<std::string> files;
+    for (const Processor &processor : package.processors)
+        if (processor.isOnline == (verb == Verb::stop))
+            files.push_back(onlineFile(processor));
+    return checkRights(files);
+}
+
+Refusal checkSlot(const Machine &machine, const Slot &slot, Verb verb)
+{
+    const State state = stateOf(machine, slot);
+    if (state == State::empty)
+        return {YAT_DETAIL_NOT_INSTALLED, "there is no card in it"};
+    if (state != (verb == Verb::stop ? State::running : State::stopped))
+        return {YAT_DETAIL_STATE, state == State::unknown ? "its state can't be read"
+                                  : verb == Verb::stop    ? "it is stopped already"
+                                                          : "it runs already"};
+    const Refusal refusal = checkRights({slot.directory + "/power"});
+    if (refusal.detail != 0 || verb == Verb::start)
+        return refusal;
+    const std::string use = useOf(machine, slot);
+    return use.empty() ? Refusal{} : Refusal{YAT_DETAIL_IN_USE, use};
+}
+
+Refusal checkClear(const Machine &machine, const Device &device)
+{
+    if (!countsOf(machine, device).isKnown)
+        return {YAT_DETAIL_UNSUPPORTED, "the machine counts no errors of it"};
+    return checkRights({});
+}
+
+// ---- What is done
+
+// Returns why a processor does not do it; empty when it did.
+std::string setProcessor(const Processor &processor, bool online, Clock::time_point deadline)
+{
+    const std::string file = onlineFile(processor);
+    const std::string why =
+        writeAttribute(file, online ? "1" : "0",
+                       std::chrono::duration_cast<milliseconds>(deadline - Clock::now()));
+    const bool follows = readNumber(file) == (online ? 1u : 0u);
+    return why.empty() && !follows ? "the kernel took it and did not follow" : why;
+}
+
+// Where a slot is on its way.
+struct Progress {
+    std::optional<bool> isOn;
+    int functions = 0, withoutDriver = 0;
+};
+
+Progress progressOf(const std::string &label)
+{
+    Machine machine;
+    machine.slots = readSlots();
+    machine.functions = readFunctions(machine.slots);
+    Progress progress;
+    const auto slot = std::ranges::find(machine.slots, label, &Slot::label);
+    if (slot == machine.slots.end())
+        return progress;
+    progress.isOn = slot->isOn;
+    for (const Function *function : functionsBelow(machine, *slot)) {
+        ++progress.functions;
+        progress.withoutDriver += function->driver.empty() ? 1 : 0;
+    }
+    return progress;
+}
+
+std::string describe(const Progress &progress)
+{
+    return "power reads "
+           + std::string(!progress.isOn   ? "nothing"
+                         : *progress.isOn ? "1"
+                                          : "0")
+           + ", " + std::to_string(progress.functions) + " functions are there, "
+           + std::to_string(progress.withoutDriver) + " of them without a driver";
+}
+
+} // namespace
+
+Refusal check(const Machine &machine, const Device &device, Verb verb)
+{
+    if (verb == Verb::clear)
+        return checkClear(machine, device);
+    if (const Package *package = packageOf(machine, device))
+        return checkPackage(machine, *package, verb);
+    if (const Slot *slot = slotOf(machine, device))
+        return checkSlot(machine, *slot, verb);
+    if (device.kind == Kind::package || device.kind == Kind::slot)
+        return {YAT_DETAIL_NO_DEVICE, "it is gone"};
+    return {YAT_DETAIL_UNSUPPORTED, "it has no switch"};
+}
+
+void switchPackage(const Package &package, bool on, milliseconds limit)
+{
+    std::vector<Processor> changing;
+    std::ranges::copy_if(package.processors, std::back_inserter(changing),
+                         [&](const Processor &each) { return each.isOnline != on; });
+    std::ranges::reverse(changing);
+    const auto deadline = Clock::now() + limit;
+    for (size_t done = 0; done < changing.size(); ++done) {
+        std::string why = setProcessor(changing[done], on, deadline);
+        if (why.empty())
+            continue;
+        why = nameOf(changing[done]) + " refuses: " + why;
+        for (size_t i = 0; i < done; ++i)
+            if (const std::string further = setProcessor(changing[i], !on, Clock::now() + limit);
+                !further.empty())
+                why += "; " + nameOf(changing[i]) + " can't be set back: " + further;
+        throw yat::Problem(why);
+    }
+}
+
+void switchSlot(const Slot &slot, bool on, milliseconds limit)
+{
+    const auto deadline = Clock::now() + limit;
+    const std::string file = slot.directory + "/power";
+    if (const std::string why = writeAttribute(file, on ? "1" : "0", limit); !why.empty())
+        throw yat::Problem("the slot refuses: " + why);
+    std::optional<Clock::time_point> complete; // but for drivers
+    for (;;) {
+        const Progress progress = progressOf(slot.label);
+        const auto now = Clock::now();
+        const bool isComplete = progress.isOn == on && (progress.functions > 0) == on;
+        complete = isComplete ? complete.value_or(now) : decltype(complete)();
+        if (isComplete && (progress.withoutDriver == 0 || now - *complete >= forDrivers))
+            return;
+        if (now >= deadline)
+            throw yat::Problem("it did not come to its end in time: " + describe(progress));
+        std::this_thread::sleep_for(betweenLooks);
+    }
+}
+
+void setBaseline(const Device &device, const Counts &counts)
+{
+    changeMemory([&](Memory &memory) { memory.baselines[keyOf(device)] = counts; });
+}
+
+} // namespace host

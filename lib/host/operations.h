@@ -1,0 +1,34 @@
+// What can be done to this server, and what must not.
+#pragma once
+
+#include "host/machine.h"
+
+#include <chrono>
+
+namespace host {
+
+enum class Verb { clear, start, stop };
+
+// Why an operation can't be done now.
+struct Refusal {
+    int detail = 0; // YAT_DETAIL_..., 0 for none
+    std::string why{};
+};
+
+// Looks at everything that could be broken by it.
+Refusal check(const Machine &machine, const Device &device, Verb verb);
+
+constexpr std::chrono::seconds longest{30}; // an operation may take
+
+// Each throws a Problem when it fails, with what the machine says now.
+//
+// Processors go or come the last one first. When one refuses, those before it are set back.
+void switchPackage(const Package &package, bool on, std::chrono::milliseconds limit = longest);
+
+// Comes back when the functions of the slot have gone, or are there with their drivers.
+void switchSlot(const Slot &slot, bool on, std::chrono::milliseconds limit = longest);
+
+// Has errors counted from now on.
+void setBaseline(const Device &device, const Counts &counts);
+
+} // namespace host

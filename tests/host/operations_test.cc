@@ -1,0 +1,380 @@
+// What is done to a server, and what is not: only what is allowed, can be and is asked for.
+#include "host/lock.h"
+#include "host/operations.h"
+#include "host/sysfs.h"
+#include "looked.h"
+#include "support/problem.h"
+#include "support/process.h"
+
+#include <cstdarg>
+#include <fcntl.h>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using std::chrono::milliseconds;
+
+constexpr int clearCpu = 1, startCpu = 5, stopCpu = 7, startPci = 19, stopPci = 21;
+
+std::vector<std::pair<int, std::string>> logged;
+
+class Operations : public Looked {
+protected:
+    Operations()
+    {
+        logged.clear();
+        configure("operations = true\n");
+    }
+
+    // Whether it is supported; else the reason why not.
+    std::string support(int classCode, int number, int code)
+    {
+        yat_device *device = record(classCode, number);
+        int detail = -1;
+        char text[1024] = "";
+        if (CALL(IfSupport)(device, code, &detail) != 0) {
+            EXPECT_EQ(detail, 0);
+            return "";
+        }
+        EXPECT_EQ(CALL(GetSupportReason)(device, code, detail, text), 1);
+        return std::to_string(detail) + " " + text;
+    }
+
+    // What the journal has, each as "DEVICE OPERATION RESULT REASON".
+    Lines journal() const
+    {
+        Lines lines;
+        for (const std::string &line : linesOf(readFile(state.path / "host.journal"))) {
+            const auto entry = nlohmann::json::parse(line);
+            EXPECT_TRUE(entry.contains("time") && entry.contains("user")
+                        && entry.contains("terminal"));
+            lines.push_back(entry.at("device").get<std::string>());
+            for (const char *key : {"operation", "result", "reason"})
+                lines.back() += " " + entry.at(key).get<std::string>();
+        }
+        return lines;
+    }
+
+    std::string online(int processor) const
+    {
+        const auto file = "/sys/devices/system/cpu/cpu" + std::to_string(processor) + "/online";
+        return server.read(file).substr(0, 1);
+    }
+
+    void addPackages(int packages, int processors)
+    {
+        for (int number = 0; number < packages * processors; ++number)
+            server.addProcessor(number, number / processors, number != 0);
+    }
+};
+
+// What the kernel does meanwhile, in a process of its own: something, as soon as a file holds what
+// is awaited.
+class Meanwhile {
+public:
+    Meanwhile(const std::filesystem::path &file, char awaited, const std::function<void()> &work)
+        : process(fork())
+    {
+        if (process != 0)
+            return;
+        alarm(static_cast<unsigned>(deadline.count()));
+        while (readFile(file).substr(0, 1) != std::string(1, awaited))
+            usleep(2000);
+        work();
+        _exit(0);
+    }
+    ~Meanwhile()
+    {
+        int status = -1;
+        waitpid(process, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    Meanwhile(const Meanwhile &) = delete;
+    Meanwhile &operator=(const Meanwhile &) = delete;
+
+private:
+    const pid_t process;
+};
+
+} // namespace
+
+// In the place of the C library's.
+extern "C" [[gnu::visibility("default")]] void syslog(int priority, const char *format, ...)
+{
+    char text[1024];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    logged.emplace_back(priority, text);
+}
+
+TEST_F(Operations, ArePossibleOnlyWhereTheConfigurationAllowsThem)
+{
+    addPackages(2, 1);
+    for (const char *text : {"", "operations = false\n", "machine = 'hardware'\n"}) {
+        configure(text);
+        EXPECT_EQ(support(2, 2, stopCpu), "7 yatkit.toml does not allow operations");
+        EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
+        EXPECT_EQ(online(1), "1");
+    }
+    EXPECT_EQ(journal().back(), "CPU module 2 stop refused yatkit.toml does not allow operations");
+}
+
+TEST_F(Operations, MistakeInTheConfigurationKeepsThePlatformFromOpening)
+{
+    CALL(ft_FunctionRelease)();
+    configure("machine = 'hardware'\noperations = 'yes'\n");
+    EXPECT_EQ(CALL(ft_FunctionInit)(), 0);
+    EXPECT_NE(trace().find("yatkit.toml:2: operations must be true or false"), std::string::npos);
+    configure("operations = true\n");
+    EXPECT_EQ(CALL(ft_FunctionInit)(), 1);
+}
+
+TEST_F(Operations, PackageIsStoppedAndStarted)
+{
+    addPackages(2, 3);
+    EXPECT_EQ(support(2, 2, stopCpu), "");
+    EXPECT_EQ(support(2, 2, startCpu), "4 all of it runs already");
+    EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 1) << trace();
+    EXPECT_EQ(online(3) + online(4) + online(5), "000");
+    EXPECT_EQ(online(1) + online(2), "11");
+    EXPECT_EQ(cpu(2), "Stopped");
+    EXPECT_EQ(support(2, 2, stopCpu), "4 it is stopped already");
+    EXPECT_EQ(support(2, 2, startCpu), "");
+    EXPECT_EQ(CALL(InitBringUp)(record(2, 2), startCpu + 1), 1) << trace();
+    EXPECT_EQ(online(3) + online(4) + online(5), "111");
+    EXPECT_EQ(cpu(2), "3 of 3 running");
+    EXPECT_EQ(journal(), (Lines{"CPU module 2 start refused all of it runs already",
+                                "CPU module 2 stop begun ", "CPU module 2 stop done ",
+                                "CPU module 2 stop refused it is stopped already",
+                                "CPU module 2 start begun ", "CPU module 2 start done "}));
+}
+
+TEST_F(Operations, GoToTheSystemsLog)
+{
+    addPackages(2, 1);
+    CALL(InitBringDown)(record(2, 2), stopCpu + 1);
+    ASSERT_EQ(logged.size(), 2u);
+    EXPECT_EQ(logged[0].first, LOG_AUTHPRIV | LOG_NOTICE);
+    EXPECT_TRUE(logged[0].second.starts_with("stop of CPU module 2 asked by ")
+                && logged[0].second.ends_with(": begun"))
+        << logged[0].second;
+}
+
+TEST_F(Operations, PackageComesBackWhenOneOfItsProcessorsRefuses)
+{
+    addPackages(2, 3);
+    server.write("/sys/devices/system/cpu/cpu4/online", "01"); // "0" written here changes nothing
+    EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
+    EXPECT_EQ(online(3) + online(5), "11");
+    EXPECT_EQ(journal().back(), "CPU module 2 stop failed processor 4 refuses: the kernel took it "
+                                "and did not follow");
+    EXPECT_EQ(cpu(2), "3 of 3 running");
+}
+
+TEST_F(Operations, LastRunningPackageAndThatOfAFixedProcessorStay)
+{
+    addPackages(2, 2);
+    EXPECT_EQ(support(2, 1, stopCpu), "1 the kernel can't do without processor 0");
+    server.setOnline(2, 1, false);
+    EXPECT_EQ(support(2, 2, stopCpu), ""); // a part of it runs
+    server.setOnline(3, 1, false);
+    EXPECT_EQ(support(2, 1, stopCpu), "5 it is the last one that runs");
+    EXPECT_EQ(CALL(InitBringDown)(record(2, 1), stopCpu + 1), 0);
+    EXPECT_EQ(online(1), "1");
+}
+
+TEST_F(Operations, SlotIsStoppedAndStarted)
+{
+    server.addProcessor(0, 0);
+    std::string card = server.addFunction("0000:02:00.0", display, "some");
+    server.addSlot("1", "0000:02:00", true, true);
+    const auto power = server.at("/sys/bus/pci/slots/1/power");
+    EXPECT_EQ(support(3, 1, startPci), "4 it runs already");
+    EXPECT_EQ(support(3, 1, stopPci), "");
+    {
+        const Meanwhile kernel(power, '0', [&] {
+            server.remove("/sys/bus/pci/devices/0000:02:00.0");
+            server.remove(card);
+        });
+        EXPECT_EQ(CALL(InitBringDown)(record(3, 1), stopPci + 1), 1) << trace();
+    }
+    EXPECT_FALSE(std::filesystem::exists(server.at(card)));
+    EXPECT_EQ(pci(1), "Stopped");
+    EXPECT_EQ(support(3, 1, stopPci), "4 it is stopped already");
+    EXPECT_EQ(support(3, 1, startPci), "");
+    {
+        const Meanwhile kernel(power, '1', [&] {
+            server.addFunction("0000:02:00.0", display);
+            usleep(300'000); // the driver comes later
+            server.write(card + "/uevent", "DRIVER=some\nPCI_CLASS=30000\nPCI_ID=8086:1\n");
+        });
+        EXPECT_EQ(CALL(InitBringUp)(record(3, 1), startPci + 1), 1) << trace();
+    }
+    EXPECT_NE(server.read(card + "/uevent").find("DRIVER"), std::string::npos); // it waited
+    EXPECT_EQ(pci(1), "Running");
+}
+
+TEST_F(Operations, SlotThatDoesNotFollowInTimeHasFailed)
+{
+    server.addProcessor(0, 0);
+    server.addFunction("0000:02:00.0", display, "some");
+    server.addFunction("0000:02:00.1", display);
+    server.addSlot("1", "0000:02:00", true, true);
+    const host::Slot slot{.label = "1",
+                          .directory = "/sys/bus/pci/slots/1",
+                          .address = "0000:02:00",
+                          .isOn = true,
+                          .hasCard = true};
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+              "it did not come to its end in time: power reads 0, 2 functions are there, 1 of them "
+              "without a driver");
+    EXPECT_EQ(pci(1), "Stopped"); // as it is
+    server.remove("/sys/bus/pci/slots/1");
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, true, milliseconds(250)); }),
+              "the slot refuses: No such file or directory");
+}
+
+TEST_F(Operations, SlotWithoutACardIsNotStarted)
+{
+    server.addProcessor(0, 0);
+    server.addSlot("1", "0000:02:00", false, false);
+    server.addFunction("0000:00:1f.0", display);
+    EXPECT_EQ(support(3, 1, startPci), "3 there is no card in it");
+    EXPECT_EQ(support(3, 2, stopPci), "1 it has no switch");
+}
+
+TEST_F(Operations, AreLookedAtAgainWhenTheyAreCarriedOut)
+{
+    server.addProcessor(0, 0);
+    const std::string card = server.addFunction("0000:02:00.0", scsi, "virtio-pci");
+    server.addDisk(card, "sdplay", 1);
+    server.addSlot("1", "0000:02:00", true, true);
+    EXPECT_EQ(support(3, 1, stopPci), "");
+    server.write("/proc/self/mountinfo", "23 22 8:16 / /srv rw - ext4 /dev/sdplay rw\n");
+    EXPECT_EQ(CALL(InitBringDown)(record(3, 1), stopPci + 1), 0);
+    EXPECT_EQ(server.read("/sys/bus/pci/slots/1/power"), "1\n");
+    EXPECT_EQ(journal(), (Lines{"PCI module 1 (slot 1) stop refused sdplay is mounted on /srv"}));
+}
+
+TEST_F(Operations, OneAtATime)
+{
+    addPackages(2, 1);
+    yat_device *module = record(2, 2);
+    const host::Lock other("host.operation.lock", false);
+    ASSERT_TRUE(other.isHeld);
+    EXPECT_EQ(CALL(InitBringDown)(module, stopCpu + 1), 0);
+    EXPECT_EQ(online(1), "1");
+    EXPECT_EQ(journal(), (Lines{"CPU module 2 stop refused another operation is under way"}));
+}
+
+TEST_F(Operations, NeedTheRightToWrite)
+{
+    addPackages(2, 1);
+    const std::string file = "/sys/devices/system/cpu/cpu1/online";
+    chmod(server.at(file).c_str(), 0444);
+    chmod(server.directory.path.c_str(), 0755);
+    chmod(root.path.c_str(), 0755);
+    chmod(state.path.c_str(), 0777);
+    const bool isRoot = geteuid() == 0;
+    if (isRoot) { // whom this would not keep from it
+        ASSERT_EQ(syscall(SYS_setresuid, 65534, 0, 0), 0);
+    }
+    EXPECT_EQ(support(2, 2, stopCpu), "8 this user can't write to " + file);
+    if (isRoot)
+        syscall(SYS_setresuid, 0, 0, 0);
+}
+
+TEST_F(Operations, OfOtherKindsOrDevicesAreRefused)
+{
+    addPackages(2, 1);
+    int detail = 0, value = 1;
+    yat_device *module = record(2, 2);
+    EXPECT_EQ(support(2, 2, 9), "1 this server has no such operation");
+    EXPECT_EQ(support(2, 2, 13), "1 this server has no such operation");
+    EXPECT_EQ(support(2, 2, stopPci), "1 a device of its class has no such operation");
+    EXPECT_EQ(CALL(InitBringUp)(module, stopCpu + 1), 0);
+    EXPECT_EQ(CALL(InitBringDown)(nullptr, stopCpu + 1), 0);
+    EXPECT_EQ(CALL(BurnFirmware)(module, 10, "FWCOPY"), 0);
+    EXPECT_EQ(CALL(SetMtbfType)(module, 14, "1"), 0);
+    EXPECT_EQ(CALL(PutBBDriverSettings)(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &value), 0);
+    EXPECT_EQ(CALL(GetBBDriverSettings)(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &value), 0);
+    EXPECT_EQ(online(1), "1");
+    EXPECT_EQ(journal().back(), "an unknown device setting refused this server has no settings");
+    server.remove("/sys/bus/cpu/devices/cpu1");
+    server.remove("/sys/devices/system/cpu/cpu1");
+    EXPECT_EQ(CALL(IfSupport)(module, stopCpu, &detail), 0);
+    EXPECT_EQ(detail, YAT_DETAIL_NO_DEVICE);
+}
+
+TEST_F(Operations, ClearedCountsBeginAnew)
+{
+    server.addProcessor(0, 0);
+    const std::string controller = "/sys/devices/system/edac/mc/mc0";
+    EXPECT_EQ(support(2, 1, clearCpu), "1 the machine counts no errors of it");
+    server.write(controller + "/ce_count", "7\n");
+    server.write(controller + "/ue_count", "1\n");
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 7, UE 1");
+    EXPECT_EQ(CALL(ClearMTBF)(record(2, 1), clearCpu + 1), 1) << trace();
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 0, UE 0");
+    server.write(controller + "/ce_count", "9\n");
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 2, UE 0");
+    yat_facts facts{};
+    facts.size = sizeof facts;
+    EXPECT_EQ(CALL(GetDeviceFacts)(record(2, 1), &facts), 1);
+    EXPECT_EQ(facts.known, YAT_KNOWS_STATE | YAT_KNOWS_FAILURES | YAT_KNOWS_BIOS);
+    EXPECT_EQ(facts.failures, 2);
+    EXPECT_EQ(facts.state, YAT_DEVICE_RUNNING);
+
+    server.write(controller + "/ce_count", "3\n"); // its driver was loaded again
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 3, UE 0");
+    server.write(controller + "/ce_count", "20\n");
+    server.write("/proc/sys/kernel/random/boot_id", "another\n"); // since this start, all are new
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 20, UE 1");
+}
+
+TEST_F(Operations, CountsOfAdaptersAreThoseOfWhatTheyHave)
+{
+    server.addProcessor(0, 0);
+    const std::string card = server.addFunction("0000:02:00.0", ethernet);
+    const std::string disks = server.addFunction("0000:03:00.0", scsi);
+    server.write(server.addInterface(card, "ens3") + "/statistics/rx_errors", "5\n");
+    server.write(card + "/aer_dev_correctable", "TOTAL_ERR_COR 2\n");
+    server.write(disks + "/host1/target1:0:0/1:0:0:0/x", "");
+    server.addDisk(disks, "sdplay", 1);
+    server.write(disks + "/host1/target1:0:0/1:0:0:0/ioerr_cnt", "0x1f\n");
+    const auto failures = [&](int classCode) {
+        yat_facts facts{};
+        facts.size = sizeof facts;
+        EXPECT_EQ(CALL(GetDeviceFacts)(record(classCode, 1), &facts), 1);
+        return facts.failures;
+    };
+    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER), 7);
+    EXPECT_EQ(failures(YAT_CLASS_SCSI_ADAPTER), 31);
+    EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_SCSI_ADAPTER, 1), 26), 1) << trace();
+    EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_ETHERNET_ADAPTER, 1), 32), 1) << trace();
+    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER) + failures(YAT_CLASS_SCSI_ADAPTER), 0);
+}
+
+// ---- Writing
+
+TEST(Attribute, ThatTakesNothingIsLeftToItself)
+{
+    TemporaryDirectory directory;
+    const std::string file = directory.path / "power";
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0); // without a reader
+    EXPECT_EQ(host::writeAttribute(file, "1", milliseconds(50)),
+              "the kernel has not taken \"1\" for " + file + " in time");
+    const int reader = open(file.c_str(), O_RDONLY | O_NONBLOCK); // what it waited for
+    EXPECT_GT(wait(nullptr), 0);
+    close(reader);
+    EXPECT_EQ(host::writeAttribute(directory.path, "1", milliseconds(5000)), "Is a directory");
+}

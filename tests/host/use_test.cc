@@ -1,0 +1,212 @@
+// A slot stays on while something below it is used; the reason says what it is.
+#include "looked.h"
+
+#include <functional>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+// A function in slot 1, another one outside of it behind the same bridge, and what hangs below
+// them.
+struct Parts {
+    const Server &server;
+    std::string inside, outside;
+};
+
+struct Use {
+    const char *name;
+    std::function<void(const Parts &)> begin;
+    const char *reason; // empty: the slot may go
+};
+
+void mount(const Server &server, const std::string &number, const std::string &source)
+{
+    server.write("/proc/self/mountinfo", "22 1 0:21 / / rw - rootfs rootfs rw\n23 22 " + number
+                                             + " / /srv/data rw - ext4 " + source + " rw\n");
+}
+
+// A block device of the kernel's own, on others.
+void addVirtual(const Server &server, const std::string &name, const std::string &number,
+                const std::string &below)
+{
+    const std::string path = "/sys/devices/virtual/block/" + name;
+    server.addDevice(path, "block", true, "DEVNAME=" + name + "\n");
+    server.link("/sys/dev/block/" + number, path);
+    server.link(path + "/slaves/" + below.substr(below.rfind('/') + 1), below);
+}
+
+std::string addPartition(const Server &server, const std::string &disk)
+{
+    const std::string path = disk + "/sdplay1";
+    server.addDevice(path, "block", true, "DEVNAME=sdplay1\n");
+    server.write(path + "/partition", "1\n");
+    server.link("/sys/dev/block/8:17", path);
+    return path;
+}
+
+void beOutside(const Parts &parts)
+{
+    parts.server.addDisk(parts.outside, "sdother", 2);
+    mount(parts.server, "8:32", "/dev/sdother");
+}
+
+const Use uses[] = {
+    {"Nothing", [](const Parts &) {}, ""},
+    {"UnusedDisk", [](const Parts &parts) { parts.server.addDisk(parts.inside, "sdplay", 1); }, ""},
+    {"DiskBehindTheSameBridge", beOutside, ""},
+    {"MountedDisk",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         mount(parts.server, "8:16", "/dev/sdplay");
+     },
+     "sdplay is mounted on /srv/data"},
+    {"MountedPartition",
+     [](const Parts &parts) {
+         addPartition(parts.server, parts.server.addDisk(parts.inside, "sdplay", 1));
+         mount(parts.server, "8:17", "/dev/sdplay1");
+     },
+     "sdplay1 is mounted on /srv/data"},
+    {"MountedVolume",
+     [](const Parts &parts) {
+         const std::string disk = parts.server.addDisk(parts.inside, "sdplay", 1);
+         addVirtual(parts.server, "dm-3", "253:3", addPartition(parts.server, disk));
+         addVirtual(parts.server, "dm-4", "253:4", "/sys/devices/virtual/block/dm-3");
+         mount(parts.server, "253:4", "/dev/mapper/x");
+     },
+     "dm-4 is mounted on /srv/data"},
+    {"MountedBySourceOnly",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         parts.server.write("/dev/sdplay", "");
+         mount(parts.server, "0:55", "/dev/sdplay");
+     },
+     "sdplay is mounted on /srv/data"},
+    {"NamespaceOfSeveralControllers",
+     [](const Parts &parts) {
+         const std::string group = "/sys/devices/virtual/nvme-subsystem/nvme-subsys0";
+         parts.server.write(parts.inside + "/nvme/nvme0/state", "live\n");
+         parts.server.addDevice(group + "/nvme0n1", "block", true, "DEVNAME=nvme0n1\n");
+         parts.server.link("/sys/dev/block/259:0", group + "/nvme0n1");
+         parts.server.link(group + "/nvme0", parts.inside + "/nvme/nvme0");
+         mount(parts.server, "259:0", "/dev/nvme0n1");
+     },
+     "nvme0n1 is mounted on /srv/data"},
+    {"Swap",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         parts.server.write("/dev/sdplay", "");
+         parts.server.write("/proc/swaps", "Filename Type Size Used Priority\n"
+                                           "/dev/sdplay partition 1000 0 -2\n");
+     },
+     "sdplay is used for swap"},
+    {"PartOfAVolume",
+     [](const Parts &parts) {
+         const std::string disk = parts.server.addDisk(parts.inside, "sdplay", 1);
+         addVirtual(parts.server, "dm-3", "253:3", disk);
+         parts.server.write("/sys/devices/virtual/block/dm-3/dm/name", "group-volume\n");
+         parts.server.link(disk + "/holders/dm-3", "/sys/devices/virtual/block/dm-3");
+     },
+     "sdplay is a part of group-volume"},
+    {"PartOfAnArray",
+     [](const Parts &parts) {
+         const std::string disk = parts.server.addDisk(parts.inside, "sdplay", 1);
+         addVirtual(parts.server, "md0", "9:0", disk);
+         parts.server.link(disk + "/holders/md0", "/sys/devices/virtual/block/md0");
+     },
+     "sdplay is a part of md0"},
+    {"PartOfAFileSystem",
+     [](const Parts &parts) {
+         const std::string disk = parts.server.addDisk(parts.inside, "sdplay", 1);
+         parts.server.link("/sys/fs/btrfs/1234/devices/sdplay", disk);
+     },
+     "sdplay is a part of the mounted file system 1234"},
+    {"InterfaceWithoutAddress",
+     [](const Parts &parts) {
+         const std::string path = parts.server.addInterface(parts.inside, "ens3");
+         parts.server.write(path + "/ifindex", "987654\n");
+     },
+     ""},
+    // The index is that of the interface that every machine has.
+    {"InterfaceWithAnAddress",
+     [](const Parts &parts) {
+         const std::string path = parts.server.addInterface(parts.inside, "ens3");
+         parts.server.write(path + "/ifindex", "1\n");
+     },
+     "ens3 has the address 127.0.0.1"},
+    {"InterfaceOfTheConnection",
+     [](const Parts &parts) {
+         const std::string path = parts.server.addInterface(parts.inside, "ens3");
+         parts.server.write(path + "/ifindex", "1\n");
+         setenv("SSH_CONNECTION", "192.0.2.1 50000 127.0.0.1 22", 1);
+     },
+     "ens3 carries the connection of this terminal, 127.0.0.1"},
+    {"InterfaceInABridge",
+     [](const Parts &parts) {
+         const std::string path = parts.server.addInterface(parts.inside, "ens3");
+         parts.server.write(path + "/ifindex", "987654\n");
+         parts.server.write("/sys/devices/virtual/net/br0/ifindex", "1\n");
+         parts.server.link(path + "/upper_br0", "/sys/devices/virtual/net/br0");
+     },
+     "br0 has the address 127.0.0.1"},
+    {"FunctionOfAVirtualMachine",
+     [](const Parts &parts) {
+         parts.server.write(parts.inside + "/uevent",
+                            "DRIVER=vfio-pci\nPCI_CLASS=30000\nPCI_ID=8086:1\n");
+     },
+     "0000:02:00.0 is handed to a program by the driver vfio-pci"},
+    {"InterfaceOutOfSight",
+     [](const Parts &parts) {
+         parts.server.write(parts.inside + "/uevent",
+                            "DRIVER=igb\nPCI_CLASS=20000\nPCI_ID=8086:1\n");
+     },
+     "the interface of 0000:02:00.0 may be in another network namespace"},
+};
+
+void PrintTo(const Use &use, std::ostream *stream)
+{
+    *stream << use.name;
+}
+
+class EveryUse : public Looked, public testing::WithParamInterface<Use> {
+protected:
+    ~EveryUse() override
+    {
+        unsetenv("SSH_CONNECTION");
+    }
+};
+
+} // namespace
+
+TEST_P(EveryUse, KeepsTheSlotOn)
+{
+    configure("operations = true\n");
+    server.addProcessor(0, 0);
+    const std::string bus = server.addFunction("0000:00:1c.0", bridge);
+    const std::string inside = server.addFunction("0000:02:00.0", display, "some", bus);
+    const std::string outside = server.addFunction("0000:02:01.0", display, "some", bus);
+    server.addSlot("1", "0000:02:00", true, true);
+    GetParam().begin({server, inside, outside});
+
+    yat_device *slot = record(YAT_CLASS_PCI_MODULE, 1);
+    ASSERT_TRUE(slot);
+    const std::string reason = GetParam().reason;
+    int detail = 0;
+    EXPECT_EQ(CALL(IfSupport)(slot, 21, &detail), reason.empty() ? 1 : 0) << trace();
+    EXPECT_EQ(detail, reason.empty() ? 0 : YAT_DETAIL_IN_USE);
+    if (reason.empty())
+        return;
+    char text[1024] = "";
+    EXPECT_EQ(CALL(GetSupportReason)(slot, 21, detail, text), 1);
+    EXPECT_EQ(text, reason);
+    EXPECT_NE(trace().find("stop of PCI module 1 (slot 1) refused: " + reason), std::string::npos);
+    EXPECT_EQ(CALL(InitBringDown)(slot, 22), 0); // it looks for itself
+    EXPECT_EQ(server.read("/sys/bus/pci/slots/1/power"), "1\n");
+    for (const std::string &line : linesOf(readFile(state.path / "host.journal"))) {
+        const auto entry = nlohmann::json::parse(line);
+        EXPECT_EQ(entry.at("result"), "refused");
+        EXPECT_EQ(entry.at("reason"), reason);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Host, EveryUse, testing::ValuesIn(uses),
+                         [](const auto &info) { return std::string(info.param.name); });
