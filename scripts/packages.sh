@@ -8,7 +8,8 @@ libudev-dev libpci-dev pci.ids libmount-dev libnl-route-3-dev"
 testPackages="libgtest-dev libvterm-dev librapidcheck-dev locales ncurses-bin groff-base man-db \
 mandoc dpkg-dev umockdev python3-jsonschema"
 # To leave nothing out: the other compiler, and a virtual machine with a BMC.
-fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static freeipmi-tools"
+fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static freeipmi-tools \
+prometheus prometheus-node-exporter"
 # To build packages, and to look them through.
 packagePackages="debhelper dpkg-dev lintian git"
 
