@@ -12,7 +12,7 @@
 
 namespace hwinfo {
 
-using DeviceId = std::array<uint8_t, 16>; // completion code first
+using Response = std::array<uint8_t, 16>; // completion code first
 
 // Asks the BMC behind an IPMI device of the kernel, such as /dev/ipmi0, for its device ID, and
 // waits that many milliseconds for the answer, of which it returns the first 16 bytes. Throws
@@ -26,6 +26,6 @@ std::vector<uint8_t> askSimulated(const yat::ConfiguredMachine &machine,
 
 // The device ID in an answer; what a short one lacks is zero. What is wrong with the answer is
 // thrown as a yat::Problem.
-DeviceId interpret(std::span<const uint8_t> bytes);
+Response interpret(std::span<const uint8_t> bytes);
 
 } // namespace hwinfo

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <fcntl.h>
 #include <linux/ipmi.h>
 #include <poll.h>
@@ -19,16 +18,16 @@ using Clock = std::chrono::steady_clock;
 
 constexpr long messageNumber = 1; // the only request of this open file
 
-struct Device {
+struct OpenDevice {
     int file = -1;
-    explicit Device(const std::string &path) : file(open(path.c_str(), O_RDWR | O_CLOEXEC)) {}
-    ~Device()
+    explicit OpenDevice(const std::string &path) : file(open(path.c_str(), O_RDWR | O_CLOEXEC)) {}
+    ~OpenDevice()
     {
         if (file >= 0)
             close(file);
     }
-    Device(const Device &) = delete;
-    Device &operator=(const Device &) = delete;
+    OpenDevice(const OpenDevice &) = delete;
+    OpenDevice &operator=(const OpenDevice &) = delete;
 };
 
 std::string openingProblem(const std::string &device, int error)
@@ -49,7 +48,7 @@ std::string openingProblem(const std::string &device, int error)
 }
 
 // 0, or the error number. A signal doesn't end it.
-int control(const Device &device, unsigned long request, void *argument)
+int control(const OpenDevice &device, unsigned long request, void *argument)
 {
     int result;
     do {
@@ -58,7 +57,7 @@ int control(const Device &device, unsigned long request, void *argument)
     return result < 0 ? errno : 0;
 }
 
-int sendGetDeviceId(const Device &device)
+int sendGetDeviceId(const OpenDevice &device)
 {
     ipmi_system_interface_addr address{
         .addr_type = IPMI_SYSTEM_INTERFACE_ADDR_TYPE, .channel = IPMI_BMC_CHANNEL, .lun = 0};
@@ -76,9 +75,9 @@ int sendGetDeviceId(const Device &device)
 
 // Takes a message out of the driver's queue. Returns 0 for the answer, EAGAIN for anything else,
 // or the error number.
-int receive(const Device &device, std::vector<uint8_t> &bytes)
+int receive(const OpenDevice &device, std::vector<uint8_t> &bytes)
 {
-    DeviceId data{};
+    Response data{};
     ipmi_addr address{};
     ipmi_recv message{
         .recv_type = 0,
@@ -104,7 +103,7 @@ int millisecondsUntil(Clock::time_point deadline)
 }
 
 // Waits for the answer. Returns 0, ETIMEDOUT or the error number.
-int awaitAnswer(const Device &device, Clock::time_point deadline, std::vector<uint8_t> &bytes)
+int awaitAnswer(const OpenDevice &device, Clock::time_point deadline, std::vector<uint8_t> &bytes)
 {
     do {
         pollfd poller{.fd = device.file, .events = POLLIN, .revents = 0};
@@ -129,7 +128,7 @@ int awaitAnswer(const Device &device, Clock::time_point deadline, std::vector<ui
 std::vector<uint8_t> askDriver(const std::string &path, int milliseconds)
 {
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
-    const Device device(path);
+    const OpenDevice device(path);
     if (device.file < 0)
         throw yat::Problem(openingProblem(path, errno));
     if (const int error = sendGetDeviceId(device))

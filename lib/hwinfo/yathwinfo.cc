@@ -37,7 +37,7 @@ try {
         return 0;
     }
     std::optional<int> injected;
-    hwinfo::DeviceId deviceId{};
+    hwinfo::Response deviceId{};
     int result = 1;
     try {
         deviceId = hwinfo::interpret(askMachine(injected));

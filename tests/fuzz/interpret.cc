@@ -12,7 +12,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::vector<uint8_t> answer(data, data + size);
     const bool isGood = size >= 5 && data[0] == 0;
     try {
-        const hwinfo::DeviceId deviceId = hwinfo::interpret(answer);
+        const hwinfo::Response deviceId = hwinfo::interpret(answer);
         REQUIRE(isGood);
         for (size_t i = 0; i < deviceId.size(); ++i)
             REQUIRE(deviceId[i] == (i < size ? data[i] : 0));

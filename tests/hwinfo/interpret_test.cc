@@ -10,14 +10,14 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-hwinfo::DeviceId filled(uint8_t byte)
+hwinfo::Response filled(uint8_t byte)
 {
-    hwinfo::DeviceId result;
+    hwinfo::Response result;
     result.fill(byte);
     return result;
 }
 
-void expectTaken(const Bytes &bytes, const hwinfo::DeviceId &wanted)
+void expectTaken(const Bytes &bytes, const hwinfo::Response &wanted)
 {
     EXPECT_EQ(hwinfo::interpret(bytes), wanted);
 }
@@ -48,7 +48,7 @@ TEST(Answer, ThatIsLongIsCut)
 {
     Bytes bytes(200, 7);
     bytes[0] = 0;
-    hwinfo::DeviceId wanted = filled(7);
+    hwinfo::Response wanted = filled(7);
     wanted[0] = 0;
     expectTaken(bytes, wanted);
 }
@@ -86,7 +86,7 @@ RC_GTEST_PROP(Answer, IsTakenOrRefused, (Bytes bytes, bool good))
 {
     if (good && !bytes.empty())
         bytes[0] = 0;
-    hwinfo::DeviceId deviceId{};
+    hwinfo::Response deviceId{};
     const std::string problem = problemOf([&] { deviceId = hwinfo::interpret(bytes); });
     RC_ASSERT(problem.empty() == (bytes.size() >= 5 && bytes[0] == 0));
     for (size_t i = 0; problem.empty() && i < deviceId.size(); ++i)
