@@ -144,7 +144,7 @@ inline constexpr Term<int> machineTypes[] = {
 inline constexpr Term<int> mtbfTypes[] = {
     {stayDown, "stay down"},
     {alwaysRestart, "always restart"},
-    {restartAboveThreshold, "restart above threshold"},
+    {restartAboveThreshold, "restart at or above threshold"},
 };
 
 struct StateTerm {

@@ -56,7 +56,7 @@ const char small[] = "name = \"M\"\n"                            // 1
                      "name = \"P1\"\n"                           // 28
                      "path = [2, 0]\n"                           // 29
                      "state = \"simplex\"\n"                     // 30
-                     "mtbf_type = \"restart above threshold\"\n" // 31
+                     "mtbf_type = \"restart at or above threshold\"\n" // 31
                      "board = 3\n"                               // 32
                      "[[pci_module.adapter]]\n"                  // 33
                      "class = \"SCSI\"\n"                        // 34
@@ -105,12 +105,11 @@ const Case cases[] = {
      "F:30: wrong value for 'state', expected \"duplex\" only if the partner is \"duplex\" too"},
     {"UnknownMtbfType", "\"stay down\"", "\"0\"",
      "F:14: wrong value for 'mtbf_type', expected one of \"stay down\", \"always restart\", "
-     "\"restart "
+     "\"restart at or "
      "above threshold\""},
     {"MissingMtbfType", "mtbf_type = \"always restart\"\n", "",
-     "F:18: missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart "
-     "above "
-     "threshold\""},
+     "F:18: missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart at "
+     "or above threshold\""},
     {"FailureInTheFuture", "[3, 0.5]", "[3, -1]",
      "F:17: wrong value for 'failures', expected a list of up to 64 numbers from 0 to 876000"},
     {"FewerFailuresThanThereWere", "failures = [3, 0.5]", "failure_count = 1\nfailures = [3, 0.5]",

@@ -177,9 +177,8 @@ TEST_P(Mistakes, AreToldWithTheirLineTheKeyAndWhatIsAllowed)
          "\"duplex\", "
          "\"broken\""},
         {"mtbf_type = \"stay down\"", "", "[[pci_module]]\nnumber = 3",
-         "missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart "
-         "above "
-         "threshold\""},
+         "missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart at "
+         "or above threshold\""},
         {"board = 4", "board = 0x3", "0x3", "board '3' is taken, expected one that no other has"},
     };
     for (const auto &[part, replacement, where, mistake] : cases) {

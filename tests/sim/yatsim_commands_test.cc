@@ -82,7 +82,7 @@ TEST_F(Yatsim, ShowsADevice)
     const std::string text = steer("show cpu2");
     EXPECT_NE(text.find("State         Starting 25 %, since "), std::string::npos) << text;
     EXPECT_NE(text.find("\nMTBF          50.00 h\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("\nMTBF type     2 (restart above threshold)\n"), std::string::npos);
+    EXPECT_NE(text.find("\nMTBF type     2 (restart at or above threshold)\n"), std::string::npos);
 
     const Json adapter = asJson("show ethernet3");
     EXPECT_EQ(adapter.at("module"), "pci2");
@@ -230,7 +230,7 @@ TEST_F(Yatsim, SetRefusesKeysAndValues)
     for (const std::string key : {"colour", "cpu1.time", "mtbf_type", "cpu1."})
         expectRefusal("set " + key + " 1", "no key '" + key + keys);
     const std::string type =
-        "0 (stay down), 1 (always restart) or 2 (restart above threshold), of a module";
+        "0 (stay down), 1 (always restart) or 2 (restart at or above threshold), of a module";
     const std::tuple<std::string, std::string, std::string> wrong[] = {
         {"cpu1.mtbf_type", "3", type},
         {"scsi1.mtbf_type", "1", type},
