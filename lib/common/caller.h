@@ -9,8 +9,7 @@ struct Caller {
     std::string user, terminal; // "" for no terminal
 };
 
-// The user of this process, and the terminal of its standard input or, if that is not a terminal,
-// the one that controls the process.
+// The user of this process, and the terminal that it has for one of its standard files.
 Caller thisCaller();
 
 } // namespace yat

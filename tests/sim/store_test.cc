@@ -213,17 +213,18 @@ TEST(Journal, NeverGoesBackInTime)
 
 namespace {
 
-// The terminal that the journal has of a process whose standard input is that of the terminal, or
-// not.
-std::string terminalOfAsker(const char *terminal, bool atInput)
+// The terminal that the journal has of a process with the terminal as its standard file of that
+// number, or with none.
+std::string terminalOfCaller(const char *terminal, int number)
 {
     int told[2];
     EXPECT_EQ(pipe(told), 0);
     const pid_t child = fork();
     if (child == 0) {
-        setsid();
-        const int own = terminal ? open(terminal, O_RDWR) : -1; // becomes the controlling one
-        dup2(atInput ? own : open("/dev/null", O_RDONLY), STDIN_FILENO);
+        for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file)
+            dup2(open("/dev/null", O_RDWR), file);
+        if (terminal)
+            dup2(open(terminal, O_RDWR | O_NOCTTY), number);
         const std::string name = yat::thisCaller().terminal;
         _exit(write(told[1], name.data(), name.size()) < 0);
     }
@@ -243,9 +244,9 @@ TEST(Journal, NamesTheTerminalWhereverTheInputComesFrom)
     ASSERT_EQ(grantpt(master), 0);
     ASSERT_EQ(unlockpt(master), 0);
     const std::string terminal = ptsname(master);
-    EXPECT_EQ(terminalOfAsker(terminal.c_str(), true), terminal);
-    EXPECT_EQ(terminalOfAsker(terminal.c_str(), false), terminal);
-    EXPECT_EQ(terminalOfAsker(nullptr, false), "");
+    for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file)
+        EXPECT_EQ(terminalOfCaller(terminal.c_str(), file), terminal);
+    EXPECT_EQ(terminalOfCaller(nullptr, 0), "");
     close(master);
 }
 
