@@ -8,6 +8,7 @@
 #include "yat/winshim.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace sim {
 namespace {
@@ -19,25 +20,20 @@ bool isJapanese()
     return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
 }
 
-// ---- Devices, properties, state
-
-int createTree(yat_device **root)
+DeviceId idOf(const yat_device *device)
 {
-    *root = makeRecords(look(openedStore()));
-    return 1;
+    return device && device->identity
+               ? DeviceId{device->identity->ClassCode, device->identity->Instance}
+               : DeviceId();
 }
 
-int freeTree(yat_device **root)
+// Why the machine does not support an operation now.
+const RefusalTerm &refusalOf(const yat_device *device, int code)
 {
-    if (!yat::freeRecords(*root))
-        return 0;
-    *root = nullptr;
-    return 1;
-}
-
-int isFt(int)
-{
-    return look(openedStore()).type;
+    const DeviceId id = idOf(device);
+    const auto verb = verbOfSupportCode(id.classCode, code);
+    const Machine &machine = look(openedStore());
+    return *rowOf(refusals, verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode);
 }
 
 const Device *ifInstalled(const Device *device)
@@ -82,6 +78,46 @@ std::optional<std::string> propertyOf(const Machine &machine, int kind, int numb
     }
 }
 
+} // namespace
+
+void openStoreOf(const yat::ConfiguredMachine &machine)
+{
+    opened = configuredStore(machine);
+}
+
+Store &openedStore()
+{
+    if (!opened)
+        opened = configuredStore();
+    return *opened;
+}
+
+void closeStore()
+{
+    opened.reset();
+}
+
+// ---- Devices, properties, state
+
+int createTree(yat_device **root)
+{
+    *root = makeRecords(look(openedStore()));
+    return 1;
+}
+
+int freeTree(yat_device **root)
+{
+    if (!yat::freeRecords(*root))
+        return 0;
+    *root = nullptr;
+    return 1;
+}
+
+int isFt(int)
+{
+    return look(openedStore()).type;
+}
+
 int getProperty(int kind, int number, int property, char *buffer, unsigned long *size)
 {
     if (!buffer || !size)
@@ -102,82 +138,6 @@ int statusChange(int kind, int number, int code, char *text)
     return 0;
 }
 
-// ---- Operations
-
-int detailOf(Refusal refusal)
-{
-    switch (refusal) {
-    case Refusal::none: return 0;
-    case Refusal::unknownDevice: return YAT_DETAIL_NO_DEVICE;
-    case Refusal::notInstalled: return YAT_DETAIL_NOT_INSTALLED;
-    case Refusal::lastRunning: return YAT_DETAIL_LAST_RUNNING;
-    case Refusal::noBiosSource:
-    case Refusal::biosInvalid: return YAT_DETAIL_NO_BIOS;
-    case Refusal::unsupported:
-    case Refusal::wrongCode: return YAT_DETAIL_UNSUPPORTED;
-    default: return YAT_DETAIL_STATE;
-    }
-}
-
-DeviceId idOf(const yat_device *device)
-{
-    return device && device->identity
-               ? DeviceId{device->identity->ClassCode, device->identity->Instance}
-               : DeviceId();
-}
-
-// Why the machine does not support an operation now.
-Refusal refusalOf(const yat_device *device, int code)
-{
-    const DeviceId id = idOf(device);
-    const auto verb = verbOfSupportCode(id.classCode, code);
-    const Machine &machine = look(openedStore());
-    return verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode;
-}
-
-int ifSupport(yat_device *device, int code, int *detail)
-{
-    const Refusal refusal = refusalOf(device, code);
-    if (detail)
-        *detail = detailOf(refusal);
-    return refusal == Refusal::none ? 1 : 0;
-}
-
-int operate(const Operation &operation)
-{
-    return perform(openedStore(), operation) == Refusal::none ? 1 : 0;
-}
-
-template <Verb verb, class... Argument>
-int operation(yat_device *device, int code, Argument... argument)
-{
-    return operate(operationOf(verb, device, code, argument...));
-}
-
-// ---- Settings
-
-constexpr int readAsOn = 2, readAsOff = 0;
-
-int getSetting(int kind, int object, int index, int *value)
-{
-    const bool isKnown = DeviceId{object, index} == wholeMachine
-                         && (kind == YAT_SETTING_AUTO_BURN || kind == YAT_SETTING_AUTO_BRING_UP);
-    const Machine &machine = look(openedStore());
-    if (!isKnown)
-        return 0;
-    const bool isOn = kind == YAT_SETTING_AUTO_BURN ? machine.automaticFirmwareUpdate
-                                                    : machine.automaticModuleStart;
-    *value = isOn ? readAsOn : readAsOff;
-    return 1;
-}
-
-int putSetting(int kind, int object, int index, int *value)
-{
-    return operate(settingOf(kind, object, index, value));
-}
-
-} // namespace
-
 int getFacts(yat_device *device, yat_facts *facts)
 {
     const Machine &machine = look(openedStore());
@@ -190,51 +150,41 @@ int getFacts(yat_device *device, yat_facts *facts)
     return 1;
 }
 
+// ---- Operations and settings
+
+int ifSupport(yat_device *device, int code, int *detail)
+{
+    const RefusalTerm &refusal = refusalOf(device, code);
+    if (detail)
+        *detail = refusal.detail;
+    return refusal.value == Refusal::none ? 1 : 0;
+}
+
 // The machine may have another reason by now than the one that was asked about.
 int getReason(yat_device *device, int code, int detail, char *text)
 {
-    const Refusal refusal = refusalOf(device, code);
-    if (refusal == Refusal::none || detailOf(refusal) != detail)
+    const RefusalTerm &refusal = refusalOf(device, code);
+    if (refusal.value == Refusal::none || refusal.detail != detail)
         return 0;
-    const RefusalTerm &reason = *rowOf(refusals, refusal);
-    yat::putState(std::string(isJapanese() ? reason.japanese : reason.word), text);
+    yat::putState(std::string(isJapanese() ? refusal.japanese : refusal.word), text);
     return 1;
 }
 
-void openStoreOf(const yat::ConfiguredMachine &machine)
+int operate(const Operation &operation)
 {
-    opened = configuredStore(machine);
+    return perform(openedStore(), operation) == Refusal::none ? 1 : 0;
 }
 
-Store &openedStore()
+int getSetting(int kind, int object, int index, int *value)
 {
-    if (!opened)
-        opened = configuredStore();
-    return *opened;
+    constexpr int readAsOn = 2, readAsOff = 0;
+    const Machine &machine = look(openedStore());
+    const auto setting = settingOf(kind);
+    if (!setting || DeviceId{object, index} != wholeMachine)
+        return 0;
+    *value = machine.*setting ? readAsOn : readAsOff;
+    return 1;
 }
-
-void closeStore()
-{
-    opened.reset();
-}
-
-const yat_ft_functions calls = {
-    .handle = nullptr,
-    .create_tree = createTree,
-    .free_tree = freeTree,
-    .yat_ft_get_property = getProperty,
-    .is_ft = isFt,
-    .status_change = statusChange,
-    .if_support = ifSupport,
-    .clear_mtbf = operation<Verb::clearMtbf>,
-    .bring_up = operation<Verb::bringUp>,
-    .Linux_ConvertDataToInt = yat::toInteger,
-    .bring_down = operation<Verb::bringDown>,
-    .set_mtbf_type = operation<Verb::setMtbfType, const char *>,
-    .burn_firmware = operation<Verb::burnFirmware, const char *>,
-    .get_setting = getSetting,
-    .put_setting = putSetting,
-};
 
 Operation operationOf(Verb verb, const yat_device *device, int code, const char *argument)
 {
@@ -242,7 +192,7 @@ Operation operationOf(Verb verb, const yat_device *device, int code, const char 
         .verb = verb, .device = idOf(device), .code = code, .argument = argument ? argument : ""};
 }
 
-Operation settingOf(int kind, int object, int index, const int *value)
+Operation settingOperation(int kind, int object, int index, const int *value)
 {
     return {.verb = Verb::putSetting,
             .device = {object, index},

@@ -152,7 +152,7 @@ struct StateTerm {
     std::string_view word, english, japanese; // the windows show at most 19 columns, and progress
 };
 
-inline constexpr StateTerm states[] = {
+inline constexpr StateTerm stateTerms[] = {
     {State::empty, "empty", "Not installed", "未搭載"},
     {State::stopped, "stopped", "Stopped", "停止中"},
     {State::simplex, "simplex", "Running, simplex", "稼働中(単独)"},
@@ -165,7 +165,8 @@ inline constexpr StateTerm states[] = {
 };
 
 // The states that a description can give.
-inline constexpr std::span<const StateTerm> lastingStates = std::span(states).first<5>();
+inline constexpr std::span<const StateTerm> states = stateTerms;
+inline constexpr std::span<const StateTerm> lastingStates = states.first<5>();
 static_assert(!endsByItself(lastingStates.back().value) && endsByItself(states[5].value));
 
 struct BiosTerm {
@@ -189,7 +190,7 @@ inline constexpr Term<Bios> biosSources[] = {
 
 // The states of an adapter, in a description; one that is whole runs when its module does.
 inline constexpr Term<State> adapterStates[] = {{State::duplex, "running"},
-                                               {State::broken, "broken"}};
+                                                {State::broken, "broken"}};
 
 struct VerbTerm {
     Verb value;
@@ -238,39 +239,45 @@ struct DeviceClass {
     std::string_view word;             // of an adapter's class in a description
 };
 
-inline constexpr DeviceClass deviceClasses[] = {
+inline constexpr DeviceClass classTerms[] = {
     {YAT_CLASS_CPU_MODULE, "cpu", "cpu", "cpu_module", ""},
     {YAT_CLASS_PCI_MODULE, "pci", "pci", "pci_module", ""},
     {YAT_CLASS_SCSI_ADAPTER, "scsi", "scsi", "scsi_adapter", "SCSI"},
     {YAT_CLASS_ETHERNET_ADAPTER, "ethernet", "eth", "ethernet_adapter", "Ethernet"},
 };
 
-inline constexpr std::span<const DeviceClass> adapterClasses = std::span(deviceClasses).last<2>();
+inline constexpr std::span<const DeviceClass> deviceClasses = classTerms;
+inline constexpr std::span<const DeviceClass> adapterClasses = deviceClasses.last<2>();
 
 struct RefusalTerm {
     Refusal value;
     std::string_view word, japanese; // sentences: the first one also for the journal and yatsim
+    int detail = YAT_DETAIL_STATE;   // of IfSupport
 };
 
 inline constexpr RefusalTerm refusals[] = {
-    {Refusal::none, "", ""},
-    {Refusal::unknownDevice, "the machine has no such device", "この装置はありません"},
+    {Refusal::none, "", "", 0},
+    {Refusal::unknownDevice, "the machine has no such device", "この装置はありません",
+     YAT_DETAIL_NO_DEVICE},
     {Refusal::wrongCode, "the code does not match the operation and the device",
-     "コードが操作と装置に合っていません"},
+     "コードが操作と装置に合っていません", YAT_DETAIL_UNSUPPORTED},
     {Refusal::unsupported, "this operation is not supported on this device",
-     "この装置ではこの操作を行えません"},
+     "この装置ではこの操作を行えません", YAT_DETAIL_UNSUPPORTED},
     {Refusal::wrongArgument, "wrong value", "値が正しくありません"},
-    {Refusal::notInstalled, "the module is not installed", "モジュールが搭載されていません"},
+    {Refusal::notInstalled, "the module is not installed", "モジュールが搭載されていません",
+     YAT_DETAIL_NOT_INSTALLED},
     {Refusal::installed, "the module is already installed", "モジュールはすでに搭載されています"},
     {Refusal::notStopped, "the module is not stopped", "モジュールが停止していません"},
     {Refusal::notRunning, "the device is not running", "装置が稼働していません"},
     {Refusal::lastRunning, "the module is the only one of its pair that is running",
-     "ペアの中で稼働している唯一のモジュールです"},
+     "ペアの中で稼働している唯一のモジュールです", YAT_DETAIL_LAST_RUNNING},
     {Refusal::broken, "the device is broken", "装置が故障しています"},
     {Refusal::notBroken, "the device is not broken", "装置は故障していません"},
-    {Refusal::biosInvalid, "the module has no valid BIOS", "モジュールに有効なBIOSがありません"},
+    {Refusal::biosInvalid, "the module has no valid BIOS", "モジュールに有効なBIOSがありません",
+     YAT_DETAIL_NO_BIOS},
     {Refusal::noBiosSource, "there is no BIOS to install: no running partner, or no data file",
-     "導入できるBIOSがありません。稼働中の相手モジュールまたはデータファイルが必要です"},
+     "導入できるBIOSがありません。稼働中の相手モジュールまたはデータファイルが必要です",
+     YAT_DETAIL_NO_BIOS},
 };
 
 // ---- Looking them up

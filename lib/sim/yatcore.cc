@@ -5,6 +5,7 @@
 #include "common/guarded.h"
 #include "common/machine.h"
 #include "sim/calls.h"
+#include "sim/injection.h"
 #include "yat/platform.h"
 
 #include <algorithm>
@@ -35,137 +36,92 @@ void complain(std::string_view problem) noexcept
 
 // ---- Injections
 
-using Injected = std::optional<Injection>;
-
-Injected injectionFor(const char *call)
-{
-    return takeInjection(openedStore(), call);
-}
-
-// The same for a call that needs no machine, and so works also without one.
-Injected injectionIfAny(const char *call)
+// The injection for a call that needs no machine, and so works also without one.
+std::optional<Injection> injectionIfAny(const char *call)
 try {
-    return injectionFor(call);
+    return takeInjection(openedStore(), call);
 } catch (const yat::Problem &problem) {
     complain(problem.what());
     return {};
 }
 
-// How a call says that it failed.
-bool zeroFails(int result)
+// What a call gives besides its result: a property, another text, or a number; the others give
+// nothing. False when it can't be given.
+bool give(const std::string &text, int, int, int, char *buffer, unsigned long *size)
 {
-    return result == 0;
+    return buffer && size && yat::putProperty(text, buffer, size);
 }
 
-bool minusOneFails(int result)
+bool give(const std::string &text, int, int, int, char *state)
 {
-    return result == -1;
+    yat::putState(text, state);
+    return true;
 }
 
-bool allButZeroFail(int result)
+bool give(const std::string &text, int, int, int, int *value)
 {
-    return result != 0;
+    *value = atoi(text.c_str());
+    return true;
 }
+
+bool give(const std::string &text, char *source, int *value)
+{
+    return source && value && give(text, 0, 0, 0, value);
+}
+
+bool give(const std::string &text, yat_device *, int, int, char *reason)
+{
+    return give(text, 0, 0, 0, reason);
+}
+
+bool give(const std::string &, auto...)
+{
+    return true;
+}
+
+// The results by which a call says that it failed.
+enum class Failure { zero, minusOne, allButZero };
+
+struct Rule {
+    char name[24];
+    Failure failure;
+    bool needsMachine = true;
+
+    constexpr bool hasFailed(int result) const
+    {
+        return failure == Failure::minusOne ? result == -1
+                                            : (result == 0) == (failure == Failure::zero);
+    }
+    constexpr int failed() const
+    {
+        return failure == Failure::zero ? 0 : -1;
+    }
+};
 
 // A call that only reads, with the injection for it. An injected failure leaves the caller's buffer
-// alone; an injected success has the injection's text, else the real one, else an empty one. give
-// puts a text into the buffer and returns what the call is to return.
-template <class Call, class Give>
-int answer(const Injected &injection, bool (*hasFailed)(int), Call call, Give give)
-{
-    if (!injection)
-        return call();
-    if (injection->result && hasFailed(*injection->result))
-        return *injection->result;
-    const int real = call(), result = injection->result.value_or(real);
-    if (hasFailed(result) || (!injection->text && !hasFailed(real)))
-        return result;
-    return give(injection->text.value_or(""), result);
-}
-
-int givesNothing(const std::string &, int)
-{
-    return 0;
-}
-
-auto givesNumber(int *value)
-{
-    return [value](const std::string &text, int result) {
-        *value = atoi(text.c_str());
-        return result;
-    };
-}
-
-auto givesText(char *buffer)
-{
-    return [buffer](const std::string &text, int result) {
-        yat::putState(text, buffer);
-        return result;
-    };
-}
-
-int createTree(yat_device **root)
-{
-    return answer(
-        injectionFor("CreateTreeViewData"), zeroFails, [&] { return calls.create_tree(root); },
-        givesNothing);
-}
-
-int freeTree(yat_device **root)
-{
-    return answer(
-        injectionIfAny("FreeTreeViewData"), zeroFails, [&] { return calls.free_tree(root); },
-        givesNothing);
-}
-
-int isFt(int reserved)
-{
-    return injectionFor("call_yat_is_ft")
-        .value_or(Injection())
-        .result.value_or(calls.is_ft(reserved));
-}
-
-int getProperty(int kind, int number, int property, char *buffer, unsigned long *size)
-{
-    if (!buffer || !size)
-        return -1;
-    return answer(
-        injectionFor("yat_ft_get_property"), allButZeroFail,
-        [&] { return calls.yat_ft_get_property(kind, number, property, buffer, size); },
-        [&](const std::string &text, int result) {
-            return yat::putProperty(text, buffer, size) ? result : -1;
-        });
-}
-
-int convertDataToInt(char *text, int *value)
-{
-    if (!text || !value)
-        return -1;
-    return answer(
-        injectionIfAny("Linux_ConvertDataToInt"), minusOneFails,
-        [&] { return calls.Linux_ConvertDataToInt(text, value); }, givesNumber(value));
-}
-
-int statusChange(int kind, int number, int code, char *text)
-{
-    return answer(
-        injectionFor("StatusChange"), minusOneFails,
-        [&] { return calls.status_change(kind, number, code, text); }, givesText(text));
-}
-
-int getSetting(int kind, int object, int index, int *value)
-{
-    return answer(
-        injectionFor("GetBBDriverSettings"), zeroFails,
-        [&] { return calls.get_setting(kind, object, index, value); }, givesNumber(value));
-}
+// alone; an injected success has the injection's text, else the real one, else an empty one.
+template <auto call, Rule rule> struct Answered;
+template <class... Arguments, int (*call)(Arguments...), Rule rule> struct Answered<call, rule> {
+    static int run(Arguments... arguments)
+    {
+        const Injection injection = (rule.needsMachine ? takeInjection(openedStore(), rule.name)
+                                                       : injectionIfAny(rule.name))
+                                        .value_or(Injection());
+        if (injection.result && rule.hasFailed(*injection.result))
+            return *injection.result;
+        const int real = call(arguments...), result = injection.result.value_or(real);
+        if (rule.hasFailed(result) || (!injection.text && !rule.hasFailed(real)))
+            return result;
+        return give(injection.text.value_or(""), arguments...) ? result : rule.failed();
+    }
+};
 
 // The value that it gives is the reason for a no.
-int ifSupport(yat_device *device, int code, int *detail)
+int ifSupportAnswered(yat_device *device, int code, int *detail)
 {
-    const Injection injection = injectionFor("IfSupport").value_or(Injection());
+    const Injection injection = takeInjection(openedStore(), "IfSupport").value_or(Injection());
     int why = 0;
-    const int real = calls.if_support(device, code, &why);
+    const int real = ifSupport(device, code, &why);
     const int result = injection.result.value_or(real);
     if (result == 0 && injection.text)
         why = atoi(injection.text->c_str());
@@ -174,45 +130,29 @@ int ifSupport(yat_device *device, int code, int *detail)
     return result;
 }
 
-int facts(yat_device *device, yat_facts *told)
-{
-    return answer(
-        injectionFor("GetDeviceFacts"), zeroFails, [&] { return getFacts(device, told); },
-        givesNothing);
-}
-
-int reason(yat_device *device, int code, int detail, char *text)
-{
-    return answer(
-        injectionFor("GetSupportReason"), zeroFails,
-        [&] { return getReason(device, code, detail, text); }, givesText(text));
-}
-
 // An operation that is answered by its injection is written down and not carried out.
-template <class Call> int operate(const Operation &operation, Call call)
+int operateAnswered(const Operation &operation)
 {
     Store &store = openedStore();
     int result = 0;
-    withInjection(store, nameOf(operation.verb), [&](const Injected &injection) {
+    withInjection(store, nameOf(operation.verb), [&](const std::optional<Injection> &injection) {
         const bool isAnswered = injection && injection->result;
-        result = isAnswered ? *injection->result : call();
+        result = isAnswered ? *injection->result : operate(operation);
         if (isAnswered)
             writeDown(store, rowOf(operation, "injected: " + std::to_string(result)));
     });
     return result;
 }
 
-template <Verb verb, auto call, class... Argument>
+template <Verb verb, class... Argument>
 int operation(yat_device *device, int code, Argument... argument)
 {
-    return operate(operationOf(verb, device, code, argument...),
-                   [&] { return (calls.*call)(device, code, argument...); });
+    return operateAnswered(operationOf(verb, device, code, argument...));
 }
 
 int putSetting(int kind, int object, int index, int *value)
 {
-    return operate(settingOf(kind, object, index, value),
-                   [&] { return calls.put_setting(kind, object, index, value); });
+    return operateAnswered(settingOperation(kind, object, index, value));
 }
 
 // ---- Opening and closing
@@ -226,7 +166,8 @@ try {
         return 0;
     }
     openStoreOf(machine);
-    const int result = injectionFor("ft_FunctionInit").value_or(Injection()).result.value_or(1);
+    const auto injection = takeInjection(openedStore(), "ft_FunctionInit");
+    const int result = injection.value_or(Injection()).result.value_or(1);
     if (result == 0)
         closeStore();
     else if (const std::string note = descriptionNote(openedStore()); !note.empty())
@@ -242,7 +183,7 @@ try {
 
 int closePlatform()
 {
-    const Injected injection = injectionIfAny("ft_FunctionRelease");
+    const auto injection = injectionIfAny("ft_FunctionRelease");
     yat::tellComplaints();
     closeStore();
     return injection.value_or(Injection()).result.value_or(1);
@@ -258,8 +199,9 @@ void tell(const std::exception &problem)
         TRACE_ERROR("%s", problem.what());
 }
 
-template <auto call, auto failure> using Guarded = yat::Guarded<call, failure, tell>;
-using Calls = yat_ft_functions;
+template <auto call, Rule rule>
+constexpr auto reading = yat::Guarded<Answered<call, rule>::run, rule.failed(), tell>::run;
+template <auto call> constexpr auto guarded = yat::Guarded<call, 0, tell>::run;
 
 } // namespace
 
@@ -268,27 +210,27 @@ const yat_platform YatPlatform = {
     .version = YAT_PLATFORM_VERSION,
     .size = sizeof(struct yat_platform),
     .open = openPlatform,
-    .close = Guarded<closePlatform, 0>::run,
+    .close = guarded<closePlatform>,
     .functions =
         {
             .handle = nullptr,
-            .create_tree = Guarded<createTree, 0>::run,
-            .free_tree = Guarded<freeTree, 0>::run,
-            .yat_ft_get_property = Guarded<getProperty, -1>::run,
-            .is_ft = Guarded<isFt, -1>::run,
-            .status_change = Guarded<statusChange, -1>::run,
-            .if_support = Guarded<ifSupport, 0>::run,
-            .clear_mtbf = Guarded<operation<Verb::clearMtbf, &Calls::clear_mtbf>, 0>::run,
-            .bring_up = Guarded<operation<Verb::bringUp, &Calls::bring_up>, 0>::run,
-            .Linux_ConvertDataToInt = Guarded<convertDataToInt, -1>::run,
-            .bring_down = Guarded<operation<Verb::bringDown, &Calls::bring_down>, 0>::run,
-            .set_mtbf_type =
-                Guarded<operation<Verb::setMtbfType, &Calls::set_mtbf_type, const char *>, 0>::run,
-            .burn_firmware =
-                Guarded<operation<Verb::burnFirmware, &Calls::burn_firmware, const char *>, 0>::run,
-            .get_setting = Guarded<getSetting, 0>::run,
-            .put_setting = Guarded<putSetting, 0>::run,
+            .create_tree = reading<createTree, Rule{"CreateTreeViewData", Failure::zero}>,
+            .free_tree = reading<freeTree, Rule{"FreeTreeViewData", Failure::zero, false}>,
+            .yat_ft_get_property =
+                reading<getProperty, Rule{"yat_ft_get_property", Failure::allButZero}>,
+            .is_ft = reading<isFt, Rule{"call_yat_is_ft", Failure::minusOne}>,
+            .status_change = reading<statusChange, Rule{"StatusChange", Failure::minusOne}>,
+            .if_support = guarded<ifSupportAnswered>,
+            .clear_mtbf = guarded<operation<Verb::clearMtbf>>,
+            .bring_up = guarded<operation<Verb::bringUp>>,
+            .Linux_ConvertDataToInt =
+                reading<yat::toInteger, Rule{"Linux_ConvertDataToInt", Failure::minusOne, false}>,
+            .bring_down = guarded<operation<Verb::bringDown>>,
+            .set_mtbf_type = guarded<operation<Verb::setMtbfType, const char *>>,
+            .burn_firmware = guarded<operation<Verb::burnFirmware, const char *>>,
+            .get_setting = reading<getSetting, Rule{"GetBBDriverSettings", Failure::zero}>,
+            .put_setting = guarded<putSetting>,
         },
-    .get_facts = Guarded<facts, 0>::run,
-    .get_reason = Guarded<reason, 0>::run,
+    .get_facts = reading<getFacts, Rule{"GetDeviceFacts", Failure::zero}>,
+    .get_reason = reading<getReason, Rule{"GetSupportReason", Failure::zero}>,
 };
