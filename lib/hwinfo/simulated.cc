@@ -1,6 +1,6 @@
 // The BMC of a simulated machine.
 #include "hwinfo/bmc.h"
-#include "sim/bytes.h"
+#include "sim/injection.h"
 #include "sim/store.h"
 
 namespace hwinfo {

@@ -1,41 +1,20 @@
 #include "sim/clock.h"
 
+#include "common/problem.h"
+#include "sim/numbers.h"
+
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
-#include <optional>
 
 namespace sim {
-namespace {
-
-std::optional<double> scaleOf(const char *text)
-{
-    if (!text || !*text)
-        return 1;
-    double scale = 0;
-    const char *end = text + strlen(text);
-    const auto [rest, error] = std::from_chars(text, end, scale);
-    if (error != std::errc() || rest != end || !(scale >= 0 && scale <= fastest))
-        return {};
-    return scale;
-}
-
-} // namespace
-
 Time simulatedTime(const Clock &clock, Time real)
 {
     const double passed = static_cast<double>(std::max<Time>(real - clock.real, 0)) * clock.scale;
     if (passed >= static_cast<double>(lastMoment - clock.simulated))
         return std::max(clock.simulated, lastMoment);
     return clock.simulated + std::llround(passed);
-}
-
-Clock continued(const Clock &clock, Time real, double scale)
-{
-    return {.simulated = simulatedTime(clock, real), .real = real, .scale = scale};
 }
 
 Time realTime()
@@ -47,15 +26,14 @@ Time realTime()
 
 double wantedScale()
 {
-    return scaleOf(secure_getenv("YAT_TIME_SCALE")).value_or(1);
-}
-
-std::string scaleMistake()
-{
     const char *wanted = secure_getenv("YAT_TIME_SCALE");
-    return scaleOf(wanted) ? ""
-                           : "wrong value '" + std::string(wanted)
-                                 + "' for YAT_TIME_SCALE, expected a number from 0 to 1000000";
+    if (!wanted || !*wanted)
+        return 1;
+    const auto scale = numberIn<double>(wanted);
+    if (!scale || !(*scale >= 0 && *scale <= fastest))
+        throw yat::Problem("wrong value '" + std::string(wanted)
+                           + "' for YAT_TIME_SCALE, expected a number from 0 to 1000000");
+    return *scale;
 }
 
 } // namespace sim

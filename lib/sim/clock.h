@@ -4,8 +4,6 @@
 
 #include "sim/time.h"
 
-#include <string>
-
 namespace sim {
 
 // What the machine's clock showed at a moment of real time, and how fast it has run since.
@@ -20,15 +18,10 @@ constexpr double fastest = 1e6;
 // What the clock shows at a moment of real time.
 Time simulatedTime(const Clock &clock, Time real);
 
-// The clock that shows the same at this moment and runs at another pace from there.
-Clock continued(const Clock &clock, Time real, double scale);
+Time realTime(); // by the system's clock
 
-// The system's clock, and the pace that the environment wants (YAT_TIME_SCALE: 1 is real time
-// and the default, 0 stands still).
-Time realTime();
-double wantedScale(); // 1 if what the environment says is wrong
-
-// What is wrong with the pace that the environment wants; empty for nothing.
-std::string scaleMistake();
+// The pace that the environment wants (YAT_TIME_SCALE: 1 is real time and the default, 0 stands
+// still). Throws yat::Problem when that is none.
+double wantedScale();
 
 } // namespace sim

@@ -2,13 +2,10 @@
 
 #include "text/encoding.h"
 
-#include <cstring>
 #include <sqlite3.h>
 
 namespace sim {
 namespace {
-
-constexpr int longestWait = 10'000; // milliseconds, for another process that writes
 
 // Why the file, or its log, could not be read or written last; 0 for no such reason.
 int systemError(sqlite3 *handle)
@@ -90,16 +87,17 @@ bool Database::isStillThere() const
 // The shared memory of a database with a log begins with a header of this size, which each commit
 // writes and whose change counter and checksums no two commits share (sqlite.org/walformat.html).
 // It is only compared: whatever else it may be one day, what differs is read anew.
-CommitMark Database::commitMark() const
+std::optional<CommitMark> Database::commitMark() const
 {
     constexpr int regionSize = 32768;
-    CommitMark mark{};
     sqlite3_file *main = nullptr;
     volatile void *shared = nullptr;
     if (sqlite3_file_control(connection.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER, &main)
-            == SQLITE_OK
-        && main->pMethods->xShmMap(main, 0, regionSize, 0, &shared) == SQLITE_OK && shared)
-        memcpy(mark.data(), const_cast<const void *>(shared), mark.size());
+            != SQLITE_OK
+        || main->pMethods->xShmMap(main, 0, regionSize, 0, &shared) != SQLITE_OK || !shared)
+        return {};
+    CommitMark mark;
+    memcpy(mark.data(), const_cast<const void *>(shared), mark.size());
     return mark;
 }
 

@@ -1,5 +1,6 @@
 // The database that holds a machine's state: SQLiteCpp, and what that leaves to its users: keeping
-// prepared statements, saying what an error means, and noticing other writers.
+// prepared statements, bytes and missing values, saying what an error means, and noticing other
+// writers.
 #pragma once
 
 #include "common/problem.h"
@@ -10,9 +11,10 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <optional>
-#include <span>
+#include <ranges>
 #include <string>
 #include <type_traits>
 
@@ -23,10 +25,15 @@ using QueryRow = SQLite::Statement; // of a query that runs
 // What differs after each commit, by whatever process.
 using CommitMark = std::array<unsigned char, 48>;
 
+constexpr int longestWait = 10'000; // milliseconds, for another process that writes
+
 struct Database {
     Database(const std::string &path, int flags); // SQLite::OPEN_...
 
-    // Runs a statement, which is prepared at its first use, and calls work for each row.
+    // A statement, prepared at its first use.
+    SQLite::Statement &prepared(const char *sql);
+
+    // Runs a statement, and calls work for each row.
     template <class Work, class... Values>
     void each(const char *sql, Work work, const Values &...values);
     template <class... Values> void run(const char *sql, const Values &...values);
@@ -40,23 +47,36 @@ struct Database {
     // False when the file of that name has been replaced or removed.
     bool isStillThere() const;
 
-    // Read from the memory that all connections share: no system call, no transaction.
-    CommitMark commitMark() const;
+    // Read from the memory that all connections share: no system call, no transaction. None while
+    // there is no such memory.
+    std::optional<CommitMark> commitMark() const;
 
     std::string file; // as messages have it, in UTF-8
     SQLite::Database connection;
     std::map<std::string, SQLite::Statement, std::less<>> statements;
 
 private:
-    SQLite::Statement &prepared(const char *sql);
     bool isSynced = true; // as SQLite begins
 };
 
+// ---- Values: numbers, texts, bytes, and optional ones, which are NULL
+
+template <class Value>
+concept Bytes = std::ranges::contiguous_range<Value> && !std::is_same_v<Value, std::string>;
+
+template <class Value> constexpr const char *typeInSql = " INTEGER NOT NULL ";
+template <> inline constexpr const char *typeInSql<double> = " REAL NOT NULL ";
+template <> inline constexpr const char *typeInSql<std::string> = " TEXT NOT NULL ";
+template <> inline constexpr const char *typeInSql<std::optional<int>> = " INTEGER ";
+template <> inline constexpr const char *typeInSql<std::optional<int64_t>> = " INTEGER ";
+template <> inline constexpr const char *typeInSql<std::optional<std::string>> = " TEXT ";
+template <Bytes Value> inline constexpr const char *typeInSql<Value> = " BLOB NOT NULL ";
+
 template <class Value> void bindValue(SQLite::Statement &statement, int at, const Value &value)
 {
-    if constexpr (std::is_convertible_v<Value, std::span<const uint8_t>>)
+    if constexpr (Bytes<Value>)
         statement.bind(at, value.empty() ? "" : static_cast<const void *>(value.data()),
-                       static_cast<int>(value.size())); // without an address, it would be NULL
+                       static_cast<int>(value.size() * sizeof value[0])); // no address is NULL
     else
         statement.bind(at, value);
 }
@@ -66,7 +86,27 @@ void bindValue(SQLite::Statement &statement, int at, const std::optional<Value> 
     if (value)
         bindValue(statement, at, *value);
     else
-        statement.bind(at); // NULL
+        statement.bind(at);
+}
+
+template <class Value> void readValue(const SQLite::Column &column, Value &value)
+{
+    if constexpr (Bytes<Value>) {
+        const size_t size = static_cast<size_t>(column.getBytes());
+        if constexpr (requires { value.resize(size); })
+            value.resize(size / sizeof value[0]);
+        if (size > 0)
+            memcpy(value.data(), column.getBlob(), std::min(size, value.size() * sizeof value[0]));
+    } else if constexpr (std::is_same_v<Value, bool>) {
+        value = column.getInt() != 0;
+    } else {
+        value = static_cast<Value>(column);
+    }
+}
+template <class Value> void readValue(const SQLite::Column &column, std::optional<Value> &value)
+{
+    if (!column.isNull())
+        readValue(column, value.emplace());
 }
 
 // Ends a query, also when an exception does: a query that goes on keeps its transaction open.

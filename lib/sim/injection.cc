@@ -1,5 +1,6 @@
 #include "sim/injection.h"
 
+#include "sim/numbers.h"
 #include "sim/store.h"
 
 #include <algorithm>
@@ -7,29 +8,6 @@
 #include <ctime>
 
 namespace sim {
-
-const std::vector<InjectableCall> injectableCalls = {
-    {"ft_FunctionInit"},
-    {"ft_FunctionRelease"},
-    {"CreateTreeViewData"},
-    {"FreeTreeViewData"},
-    {"call_yat_is_ft"},
-    {"yat_ft_get_property", InjectedText::text},
-    {"Linux_ConvertDataToInt", InjectedText::number},
-    {"StatusChange", InjectedText::text},
-    {"IfSupport", InjectedText::number},
-    {"ClearMTBF"},
-    {"InitBringUp"},
-    {"InitBringDown"},
-    {"SetMtbfType"},
-    {"BurnFirmware"},
-    {"GetBBDriverSettings", InjectedText::number},
-    {"PutBBDriverSettings"},
-    {"GetDeviceFacts"},
-    {"GetSupportReason", InjectedText::text},
-    {"YATGetDeviceID", InjectedText::bytes},
-};
-
 namespace {
 
 void sleepFor(int milliseconds)
@@ -39,12 +17,18 @@ void sleepFor(int milliseconds)
     }
 }
 
+// Costs no call of the system; may say no although there are none.
+bool hasNone(const Store &store)
+{
+    return !store.isWriting && store.withoutInjections
+           && store.withoutInjections == store.database->commitMark();
+}
+
 std::optional<Injection> nextInjection(Store &store, std::string_view call)
 {
-    if (!isCurrent(store))
-        refresh(store);
-    const auto next = std::ranges::find(store.injections, call, &Injection::call);
-    return next == store.injections.end() ? std::nullopt : std::optional(*next);
+    const auto all = injections(store);
+    const auto next = std::ranges::find(all, call, &Injection::call);
+    return next == all.end() ? std::nullopt : std::optional(*next);
 }
 
 bool isNext(Store &store, const Injection &injection)
@@ -61,19 +45,15 @@ void hangFor(Store &store, const Injection &injection)
         sleepFor(std::min(left, slice));
 }
 
-void takeOut(Store &store, const Injection &injection)
+void takeOut(Store &store, Injection injection)
 {
-    const auto found = std::ranges::find(store.injections, injection.id, &Injection::id);
-    if (injection.times > 1) {
-        --found->times;
-        store.database->run("UPDATE injection SET times = times - 1 WHERE id = ?", injection.id);
-    } else if (injection.times == 1) {
-        store.injections.erase(found);
+    if (injection.times == 1)
         store.database->run("DELETE FROM injection WHERE id = ?", injection.id);
-    }
+    else if (injection.times-- > 1)
+        putRow(*store.database, "injection", injection);
 }
 
-std::string describe(const Injection &injection)
+std::string toText(const Injection &injection)
 {
     std::string result = injection.call + " "
                          + (injection.result ? std::to_string(*injection.result) : "real")
@@ -87,16 +67,30 @@ std::string describe(const Injection &injection)
 
 } // namespace
 
-void inject(Store &store, const Injection &injection)
+std::optional<std::vector<uint8_t>> bytesOf(std::string_view text)
+{
+    constexpr std::string_view blanks = " ,";
+    std::vector<uint8_t> bytes;
+    for (size_t at; (at = text.find_first_not_of(blanks)) != text.npos;) {
+        text.remove_prefix(at);
+        std::string_view word = text.substr(0, text.find_first_of(blanks));
+        text.remove_prefix(word.size());
+        const bool isHexadecimal = word.starts_with("0x");
+        const auto byte =
+            isHexadecimal ? numberIn<uint8_t>(word.substr(2), 16) : numberIn<uint8_t>(word, 10);
+        if (!byte || bytes.size() == longestResponse)
+            return {};
+        bytes.push_back(*byte);
+    }
+    return bytes.empty() ? std::nullopt : std::optional(bytes);
+}
+
+void inject(Store &store, Injection injection)
 {
     write(store, [&] {
-        store.database->run(
-            "INSERT INTO injection (call, result, times, delay, text) VALUES (?, ?, ?, ?, ?)",
-            injection.call, injection.result, injection.times, injection.delay, injection.text);
-        store.injections.push_back(injection);
-        store.injections.back().id = store.database->connection.getLastInsertRowid();
-        writeDown(store,
-                  {.operation = "inject", .argument = describe(injection), .result = "done"});
+        writeDown(store, {.operation = "inject", .argument = toText(injection), .result = "done"});
+        injection.id = store.database->connection.getLastInsertRowid();
+        putRow(*store.database, "injection", injection);
     });
 }
 
@@ -104,32 +98,22 @@ void clearInjections(Store &store, const std::string &call)
 {
     write(store, [&] {
         store.database->run("DELETE FROM injection WHERE call = ?", call);
-        std::erase_if(store.injections, [&](const Injection &each) { return each.call == call; });
         writeDown(store, {.operation = "inject", .argument = call + " off", .result = "done"});
     });
 }
 
 std::vector<Injection> injections(Store &store)
 {
-    refresh(store);
-    return store.injections;
-}
-
-std::vector<Injection> readInjections(Database &database)
-{
     std::vector<Injection> result;
-    database.each("SELECT id, call, result, times, delay, text FROM injection ORDER BY id",
-                  [&](const QueryRow &row) {
-                      Injection injection = {.id = row.getColumn(0).getInt64(),
-                                             .call = row.getColumn(1).getString(),
-                                             .times = row.getColumn(3).getInt(),
-                                             .delay = row.getColumn(4).getInt()};
-                      if (!row.isColumnNull(2))
-                          injection.result = row.getColumn(2).getInt();
-                      if (!row.isColumnNull(5))
-                          injection.text = row.getColumn(5).getString();
-                      result.push_back(std::move(injection));
-                  });
+    if (hasNone(store))
+        return result;
+    withFile(store, [&](Database &database) {
+        const auto mark = database.commitMark();
+        database.each("SELECT * FROM injection ORDER BY id",
+                      [&](const QueryRow &row) { readRow(row, result.emplace_back()); });
+        if (!store.isWriting && result.empty())
+            store.withoutInjections = mark;
+    });
     return result;
 }
 

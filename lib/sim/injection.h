@@ -1,7 +1,8 @@
 // Injections: what calls of yat/ft.h or yat/hwinfo.h are to answer instead of the truth.
 #pragma once
 
-#include "sim/database.h"
+#include "sim/rows.h"
+#include "sim/terms.h"
 
 #include <cstdint>
 #include <functional>
@@ -14,30 +15,40 @@ namespace sim {
 
 struct Store;
 
-struct Injection {
-    int64_t id = 0;
-    std::string call{};
-    std::optional<int> result{}; // none: the call's real result
-    int times = 1;               // 0: without end
-    int delay = 0;               // milliseconds
-    std::optional<std::string> text{};
-};
-
 // The calls that injections can be for, and what the text of an injection stands for there: what
-// the call gives besides its result. Bytes are written as bytesOf reads them.
+// the call gives besides its result.
 enum class InjectedText { none, text, number, bytes };
-struct InjectableCall {
-    std::string name;
-    InjectedText text = InjectedText::none;
+inline constexpr Term<InjectedText> injectableCalls[] = {
+    {InjectedText::none, "ft_FunctionInit"},
+    {InjectedText::none, "ft_FunctionRelease"},
+    {InjectedText::none, "CreateTreeViewData"},
+    {InjectedText::none, "FreeTreeViewData"},
+    {InjectedText::none, "call_yat_is_ft"},
+    {InjectedText::text, "yat_ft_get_property"},
+    {InjectedText::number, "Linux_ConvertDataToInt"},
+    {InjectedText::text, "StatusChange"},
+    {InjectedText::number, "IfSupport"},
+    {InjectedText::none, "ClearMTBF"},
+    {InjectedText::none, "InitBringUp"},
+    {InjectedText::none, "InitBringDown"},
+    {InjectedText::none, "SetMtbfType"},
+    {InjectedText::none, "BurnFirmware"},
+    {InjectedText::number, "GetBBDriverSettings"},
+    {InjectedText::none, "PutBBDriverSettings"},
+    {InjectedText::none, "GetDeviceFacts"},
+    {InjectedText::text, "GetSupportReason"},
+    {InjectedText::bytes, "YATGetDeviceID"},
 };
-extern const std::vector<InjectableCall> injectableCalls;
 
-void inject(Store &store, const Injection &injection);
+// The bytes in a text: a list of 1 to 16 numbers from 0 to 255, with blanks or commas between them,
+// 0x before hexadecimal ones; nothing for another text.
+std::optional<std::vector<uint8_t>> bytesOf(std::string_view text);
+
+void inject(Store &store, Injection injection);
 void clearInjections(Store &store, const std::string &call);
 
 // The pending ones, the oldest first.
 std::vector<Injection> injections(Store &store);
-std::vector<Injection> readInjections(Database &database);
 
 // Waits for the delay of the injection for a call, and uses it up. Meanwhile other programs go on,
 // except for the same call, which waits as well; removing the injection ends the wait at once. None

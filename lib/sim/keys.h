@@ -51,30 +51,34 @@ template <class Keys> void biosKeys(Keys &keys, Device &module)
 }
 
 // Those of a module or an adapter, except what it carries. The class of a module is known before.
+// Where keys are uniform, all devices have all of them, and are in any state.
 template <class Keys> void deviceKeys(Keys &keys, Device &device, Presence mtbfType)
 {
-    const bool isAdapter = !isModule(device.id);
-    if (isAdapter)
-        keys.word("class", device.id.classCode, adapterClasses, required);
+    constexpr bool isUniform = Keys::isUniform;
+    const bool isModule = isUniform || sim::isModule(device.id);
+    if (isUniform || !isModule)
+        keys.word("class", device.id.classCode, isUniform ? deviceClasses : adapterClasses,
+                  required);
     keys.number("number", device.id.number, 1, mostDevices, required);
     keys.name("name", device.name);
     keys.path("path", device.path);
-    if (isAdapter) {
-        keys.word("state", device.state, adapterStates, optional);
-    } else {
-        keys.word("state", device.state, lastingStates, required);
+    if (isModule) {
+        keys.word("state", device.state, isUniform ? states : lastingStates, required);
         keys.number("partner", device.partner, 0, mostDevices, optional);
         keys.word("mtbf_type", device.mtbfType, mtbfTypes, mtbfType);
+    } else {
+        keys.word("state", device.state, adapterStates, optional);
     }
     keys.flag("defective", device.defective);
     keys.timesAgo("failures", device.failures, hour, longestMtbf, failuresKept);
     const int known = static_cast<int>(device.failures.size());
-    keys.number("failure_count", device.failureCount, known, mostFailures, optional);
+    keys.number("failure_count", device.failureCount, isUniform ? 0 : known, mostFailures,
+                optional);
     device.failureCount = std::max(device.failureCount, known);
-    if (device.id.classCode == YAT_CLASS_CPU_MODULE)
+    if (isUniform || device.id.classCode == YAT_CLASS_CPU_MODULE)
         biosKeys(keys, device);
-    if (device.id.classCode == YAT_CLASS_PCI_MODULE)
-        keys.number("board", device.board, 1, mostDevices, required);
+    if (isUniform || device.id.classCode == YAT_CLASS_PCI_MODULE)
+        keys.number("board", device.board, isUniform ? 0 : 1, mostDevices, required);
 }
 
 } // namespace sim

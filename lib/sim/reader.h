@@ -20,6 +20,8 @@ using Words = std::vector<std::string_view>;
 // stays as it is.
 class Reader {
 public:
+    static constexpr bool isUniform = false;
+
     // Reads a table, by the work given; each key that is not read in it is a mistake.
     template <class Work> void in(const toml::table &table, std::string_view what, const Work &work)
     {

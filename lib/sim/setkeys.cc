@@ -1,10 +1,10 @@
 #include "sim/setkeys.h"
 
 #include "sim/course.h"
+#include "sim/numbers.h"
 #include "sim/words.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 namespace sim {
@@ -15,12 +15,10 @@ constexpr int longestStep = 315'360'000; // seconds
 // A length of time from 0 to the given number of units; nothing for any other text.
 std::optional<Time> timeOf(std::string_view text, Time unit, int most)
 {
-    double number = 0;
-    const char *end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || !(number >= 0 && number <= most))
+    const auto number = numberIn<double>(text);
+    if (!number || !(*number >= 0 && *number <= most))
         return {};
-    return std::llround(number * static_cast<double>(unit));
+    return std::llround(*number * static_cast<double>(unit));
 }
 
 bool setSwitch(bool &setting, const std::string &value)

@@ -1,12 +1,11 @@
 #include "sim/statefile.h"
 
 #include "common/paths.h"
-#include "sim/schema.h"
+#include "sim/tables.h"
 #include "text/encoding.h"
 
 #include <SQLiteCpp/Transaction.h>
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <sqlite3.h>
@@ -57,7 +56,7 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
         SQLite::Transaction transaction(database.connection);
         database.connection.exec("PRAGMA application_id = " + std::to_string(applicationId)
                                  + "; PRAGMA user_version = " + std::to_string(schemaVersion));
-        database.connection.exec(schema);
+        database.connection.exec(schema());
         fill(database);
         transaction.commit();
         database.connection.exec("PRAGMA journal_mode = WAL");
@@ -68,27 +67,17 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
 
 // ---- Which files are taken for a state
 
-// A page that can't be read now is reported like a damaged one, by SQLite's number for the reason.
-[[noreturn]] void refuse(const Database &database, const std::string &found)
-{
-    constexpr std::string_view marker = "error code=";
-    const size_t at = found.find(marker);
-    const int code = at == found.npos ? SQLITE_CORRUPT : atoi(&found[at + marker.size()]);
-    if ((code & 0xff) != SQLITE_CORRUPT)
-        throw yat::Problem(database.file + " can't be used: " + sqlite3_errstr(code));
-    // a heading comes before what was found
-    throw yat::Problem(database.file + " is damaged: " + found.substr(found.rfind('\n') + 1));
-}
-
 // The journal is not looked through: it only grows, and a program that starts has no use for it.
 // Where it is damaged, SQLite says so to whoever reads or writes it.
 void checkValues(Database &database)
 {
     for (const char *check : {"PRAGMA quick_check(machine)", "PRAGMA quick_check(device)",
-                              "PRAGMA quick_check(failure)", "PRAGMA quick_check(injection)"})
+                              "PRAGMA quick_check(injection)"})
         database.each(check, [&](const QueryRow &row) {
-            if (const std::string found = row.getColumn(0).getString(); found != "ok")
-                refuse(database, found);
+            const std::string found = row.getColumn(0).getString();
+            if (found != "ok") // a heading comes before what was found
+                throw database.problem(
+                    SQLite::Exception(found.substr(found.rfind('\n') + 1), SQLITE_CORRUPT));
         });
 }
 
@@ -124,8 +113,7 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
     const std::string unfinished = file + ".new";
     for (const char *ending : {"", "-journal", "-wal", "-shm"})
         unlink((unfinished + ending).c_str());
-    for (const char *ending : {"-journal", "-wal"})
-        setAside(file + ending);
+    setAside(file + "-wal");
     makeTables(unfinished, fill);
     if (rename(unfinished.c_str(), file.c_str()) != 0)
         throw yat::Problem(yat::fromDisplay(file) + " can't be made: " + yat::reason(errno));

@@ -3,7 +3,6 @@
 #include "common/file.h"
 #include "common/paths.h"
 #include "sim/course.h"
-#include "sim/hash.h"
 #include "sim/description.h"
 #include "sim/statefile.h"
 #include "sim/words.h"
@@ -14,65 +13,92 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <sqlite3.h>
 
 namespace sim {
 namespace {
 
-// ---- Transactions
-
-void readAll(Store &store)
+// A short number for a long text: FNV-1a.
+uint64_t hashOf(std::string_view text)
 {
-    store.version.reset();
-    store.state = readMachine(*store.database);
-    store.injections = readInjections(*store.database);
-    store.version = store.database->number("PRAGMA data_version");
+    uint64_t hash = 0xcbf29ce484222325;
+    for (const char byte : text)
+        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
+    return hash;
 }
 
-// Whether another process has written since what is in memory was read, or this one failed to.
-bool isOutOfDate(Store &store)
+// ---- Transactions
+
+// Reads the file if what is in memory is not what it has: another process has written, or this one
+// failed to.
+void catchUp(Store &store)
 {
-    return !store.version || store.database->number("PRAGMA data_version") != *store.version;
+    const int64_t version = store.database->number("PRAGMA data_version");
+    if (store.version == version)
+        return;
+    store.version.reset();
+    store.state = readMachine(*store.database);
+    store.version = version;
 }
 
 // What is in memory is not what the file has.
 void forget(Store &store)
 {
     store.version.reset();
-    store.mark = {};
+    store.mark.reset();
+    store.withoutInjections.reset();
     store.isWriting = false;
 }
 
 // The clock goes with every change and with every row of the journal, so that nothing written is
 // ever later than the clock, also when the system's clock is put back.
-void letTimePass(MachineState &state)
+void setClock(MachineState &state, Time real)
 {
-    const Time real = realTime();
     advance(state.machine, simulatedTime(state.clock, real));
     state.clock = {.simulated = state.machine.now, .real = real, .scale = wantedScale()};
 }
 
-void transact(Store &store, bool isSynced, const std::function<void()> &work)
+// How long the database waits for another program, as long as this is there.
+struct Patience {
+    sqlite3 *handle;
+    Patience(const Database &database, int milliseconds) : handle(database.connection.getHandle())
+    {
+        sqlite3_busy_timeout(handle, milliseconds);
+    }
+    ~Patience()
+    {
+        sqlite3_busy_timeout(handle, longestWait);
+    }
+};
+
+// Runs work in a transaction. An operation waits for another program that writes, and its commit
+// for the disk. What only becomes due happens again by itself, should it get lost: it waits for
+// neither, and is not done, which returns false, while another program writes.
+bool transact(Store &store, bool isOperation, const std::function<void()> &work)
 {
     if (store.isWriting) {
         work();
-        return;
+        return true;
     }
     openStore(store);
     Database &database = *store.database;
+    const Patience patience(database, isOperation ? longestWait : 0);
     try {
-        database.setSynced(isSynced);
+        database.setSynced(isOperation);
         SQLite::Transaction transaction(database.connection,
                                         SQLite::TransactionBehavior::IMMEDIATE);
-        if (isOutOfDate(store))
-            readAll(store);
+        catchUp(store);
         store.isWriting = true;
-        letTimePass(store.state);
+        setClock(store.state, realTime());
         work();
         store.state.clock.simulated = store.state.machine.now;
         writeChanges(database, store.state);
         transaction.commit();
         store.isWriting = false;
+        return true;
     } catch (const SQLite::Exception &error) {
+        if (!isOperation && !store.isWriting && error.getErrorCode() == SQLITE_BUSY)
+            return false;
         forget(store);
         throw database.problem(error);
     } catch (...) {
@@ -83,24 +109,24 @@ void transact(Store &store, bool isSynced, const std::function<void()> &work)
 
 // ---- Making a machine
 
-void putMachine(Store &store, const Source &source, Time now)
+void putMachine(Database &database, MachineState &state, const Source &source, Time now)
 {
-    store.state.machine = movedTo(source.description, now);
-    store.state.clock.simulated = now;
-    store.state.origin = source.file;
-    store.state.descriptionHash = hashOf(source.text);
-    writeMachine(*store.database, store.state);
+    state.machine = movedTo(source.machine, now);
+    state.clock.simulated = now;
+    state.origin = source.file;
+    state.descriptionHash = source.hash;
+    writeMachine(database, state);
 }
 
-// The description for an operation, which is refused when there is a mistake in it.
+// The description for an operation, which is declined when there is a mistake in it.
 Source readSourceFor(Store &store, const std::string &operation, const std::string &file)
 try {
     return readSource(wholePath(file)); // it is told elsewhere later
 } catch (const yat::Problem &problem) {
     try {
-        refuse(store, {.operation = operation,
-                       .argument = yat::fromDisplay(wholePath(file)),
-                       .result = problem.what()});
+        writeDownRefusal(store, {.operation = operation,
+                                 .argument = yat::fromDisplay(wholePath(file)),
+                                 .result = problem.what()});
     } catch (const yat::Problem &) {
         // The mistake is what the user has to know.
     }
@@ -112,13 +138,22 @@ void replaceMachine(Store &store, const Source &source, bool keepsClock,
 {
     write(store, [&] {
         const Clock &clock = store.state.clock;
-        putMachine(store, source, keepsClock ? clock.simulated : clock.real);
+        putMachine(*store.database, store.state, source, keepsClock ? clock.simulated : clock.real);
         store.database->run("DELETE FROM injection");
-        store.injections.clear();
         writeDown(
             store,
             {.operation = operation, .argument = yat::fromDisplay(source.file), .result = "done"});
     });
+}
+
+// Puts a row of what happens at this moment into the journal.
+void addToJournal(Database &database, const yat::Caller &caller, const Clock &clock, JournalRow row)
+{
+    row.simulated = clock.simulated;
+    row.real = clock.real;
+    row.user = caller.user;
+    row.terminal = caller.terminal;
+    putRow(database, "journal", row);
 }
 
 bool makeFile(Store &store)
@@ -126,17 +161,11 @@ bool makeFile(Store &store)
     const Source source = readSource(wholePath(store.descriptionFile));
     return createStateFile(store.file, [&](Database &database) {
         const Time now = realTime();
-        MachineState state = {.machine = movedTo(source.description, now),
-                              .clock = {.simulated = now, .real = now, .scale = wantedScale()},
-                              .origin = source.file,
-                              .descriptionHash = hashOf(source.text)};
-        writeMachine(database, state);
-        writeJournal(database, store.caller ? *store.caller : yat::thisCaller(),
-                     {.simulated = now,
-                      .real = now,
-                      .operation = "init",
-                      .argument = yat::fromDisplay(source.file),
-                      .result = "done"});
+        MachineState state = {.clock = {.real = now, .scale = wantedScale()}};
+        putMachine(database, state, source, now);
+        addToJournal(
+            database, store.caller ? *store.caller : yat::thisCaller(), state.clock,
+            {.operation = "init", .argument = yat::fromDisplay(source.file), .result = "done"});
     });
 }
 
@@ -166,8 +195,7 @@ void refuseBareFileName(const yat::ConfiguredMachine &machine)
 Store configuredStore(const yat::ConfiguredMachine &machine)
 {
     refuseBareFileName(machine);
-    if (const std::string mistake = scaleMistake(); !mistake.empty())
-        throw yat::Problem(mistake);
+    wantedScale();
     // Another directory would have another machine in it.
     if (const char *wanted = secure_getenv("YAT_STATE_DIR");
         wanted && *wanted && !yat::makeWritableDirectory(wanted))
@@ -183,9 +211,24 @@ Store configuredStore(const yat::ConfiguredMachine &machine)
             .descriptionFile = machine.descriptionFile};
 }
 
+Source readSource(const std::string &file)
+{
+    const std::string text = yat::readFile(file);
+    return {.file = file,
+            .hash = static_cast<int64_t>(hashOf(text)),
+            .machine = parseDescription(text, file)};
+}
+
+std::string wholePath(const std::string &file)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::weakly_canonical(file, error);
+    return error ? file : whole.string();
+}
+
 bool openStore(Store &store)
 {
-    if (store.database && store.database->isStillThere())
+    if (store.isWriting || (store.database && store.database->isStillThere()))
         return false;
     store.database.reset();
     forget(store);
@@ -195,49 +238,34 @@ bool openStore(Store &store)
     return isNew;
 }
 
-bool isCurrent(const Store &store)
+void withFile(Store &store, const std::function<void(Database &)> &work)
 {
-    return store.version && store.mark != CommitMark{}
-           && store.mark == store.database->commitMark();
-}
-
-void refresh(Store &store)
-{
-    if (store.isWriting)
-        return;
     openStore(store);
-    if (isCurrent(store))
-        return;
-    const CommitMark mark = store.database->commitMark();
     try {
-        SQLite::Transaction transaction(store.database->connection);
-        if (isOutOfDate(store))
-            readAll(store);
-        transaction.commit();
+        work(*store.database);
     } catch (const SQLite::Exception &problem) {
         throw store.database->problem(problem);
     }
-    store.mark = mark;
 }
 
 const Machine &look(Store &store)
 {
-    refresh(store);
+    withFile(store, [&](Database &database) {
+        const auto mark = database.commitMark();
+        if (store.isWriting || (mark && mark == store.mark))
+            return;
+        SQLite::Transaction transaction(database.connection);
+        catchUp(store);
+        transaction.commit();
+        store.mark = mark;
+    });
     MachineState &state = store.state;
     const Time real = realTime(), now = simulatedTime(state.clock, real);
     const bool isAsWritten = !isAnythingDue(state.machine, now)
                              && wantedScale() == state.clock.scale && real >= state.clock.real;
-    if (isAsWritten)
+    if (isAsWritten || !transact(store, false, [] {}))
         advance(state.machine, now);
-    else
-        transact(store, false, [] {}); // happens by itself again, should it get lost
     return state.machine;
-}
-
-Source readSource(const std::string &file)
-{
-    const std::string text = yat::readFile(file);
-    return {.file = file, .text = text, .description = parseDescription(text, file)};
 }
 
 Clock clockOf(Store &store)
@@ -276,12 +304,10 @@ void writeDown(Store &store, JournalRow row)
 {
     if (!store.caller)
         store.caller = yat::thisCaller();
-    row.simulated = store.state.clock.simulated;
-    row.real = store.state.clock.real;
-    writeJournal(*store.database, *store.caller, row);
+    addToJournal(*store.database, *store.caller, store.state.clock, std::move(row));
 }
 
-void refuse(Store &store, JournalRow row)
+void writeDownRefusal(Store &store, JournalRow row)
 {
     row.result = "refused: " + row.result;
     std::ranges::replace(row.result, '\n', ';');
@@ -298,22 +324,15 @@ void importMachine(Store &store, const std::string &file)
     replaceMachine(store, readSourceFor(store, "import", file), true, "import");
 }
 
-std::string wholePath(const std::string &file)
-{
-    std::error_code error;
-    const std::filesystem::path whole = std::filesystem::weakly_canonical(file, error);
-    return error ? file : whole.string();
-}
-
 std::string descriptionNote(Store &store)
 {
-    refresh(store);
+    look(store);
     const std::string &origin = store.state.origin, name = yat::fromDisplay(origin);
     if (origin != wholePath(store.descriptionFile))
         return "made from " + name + "; 'yatsim reset' rebuilds it from "
                + yat::fromDisplay(store.descriptionFile);
     try {
-        if (hashOf(yat::readFile(origin)) != store.state.descriptionHash)
+        if (static_cast<int64_t>(hashOf(yat::readFile(origin))) != store.state.descriptionHash)
             return name + " has changed since; the state is kept; 'yatsim reset' rebuilds it";
     } catch (const yat::Problem &problem) {
         return std::string(problem.what()) + "; the state is kept";
@@ -323,12 +342,16 @@ std::string descriptionNote(Store &store)
 
 void readJournal(Store &store, int64_t last, const std::function<void(const JournalRow &)> &work)
 {
-    openStore(store);
-    try {
-        readJournal(*store.database, last, work);
-    } catch (const SQLite::Exception &problem) {
-        throw store.database->problem(problem);
-    }
+    withFile(store, [&](Database &database) {
+        database.each(
+            "SELECT * FROM (SELECT * FROM journal ORDER BY id DESC LIMIT ?) ORDER BY id",
+            [&](const QueryRow &columns) {
+                JournalRow row;
+                readRow(columns, row);
+                work(row);
+            },
+            last > 0 ? last : int64_t{-1});
+    });
 }
 
 } // namespace sim

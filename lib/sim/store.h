@@ -1,45 +1,45 @@
 // The state of a simulated machine in its file, shared by all programs that work on the machine.
 //
 // What the file says stays in memory until another process writes; only then a look reads it again,
-// in one transaction that never waits. What becomes due, and each operation with its row of the
-// journal, is written in one transaction: all of it or nothing. Functions throw yat::Problem when
-// the file can't be used, and leave it as it was.
+// in one transaction. What becomes due, and each operation with its row of the journal, is written
+// in one transaction: all of it or nothing. A look never waits for another program. Functions throw
+// yat::Problem when the file can't be used, and leave it as it was.
 #pragma once
 
+#include "common/caller.h"
 #include "common/machine.h"
-#include "sim/injection.h"
-#include "sim/journal.h"
 #include "sim/operations.h"
+#include "sim/rows.h"
 #include "sim/tables.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace sim {
 
 struct Store {
-    std::string file;               // NAME.db
-    std::string descriptionFile;    // what a machine without a state is made from
+    std::string file;                    // NAME.db
+    std::string descriptionFile;         // what a machine without a state is made from
     std::optional<yat::Caller> caller{}; // for the journal; the user of this process if none
 
     std::unique_ptr<Database> database{}; // when it is open
     MachineState state{};                 // as the file has it, and the time as it is
-    std::vector<Injection> injections{};
-    std::optional<int64_t> version{}; // of the file when these were read, as SQLite counts it
-    CommitMark mark{};                // of the file when these were read, or older
+    std::optional<int64_t> version{};     // of the file when it was read, as SQLite counts it
+    std::optional<CommitMark> mark{};     // of the file when it was read, or older
+    std::optional<CommitMark> withoutInjections{}; // when it had none
     bool isWriting = false;
 };
 
 // The store of a simulated machine. A mistake in the environment is thrown.
 Store configuredStore(const yat::ConfiguredMachine &machine = yat::configuredMachine());
 
-// A description and where it comes from.
+// A machine's description and where it comes from.
 struct Source {
-    std::string file, text;
-    Machine description;
+    std::string file;
+    int64_t hash = 0; // of what is in the file
+    Machine machine{};
 };
 
 // Reads and checks a description file. Its mistakes are thrown as one yat::Problem, a line each.
@@ -52,11 +52,8 @@ std::string wholePath(const std::string &file);
 // there is none. True when it was made.
 bool openStore(Store &store);
 
-// Whether memory has what the file has. Costs nothing; may say no although it has.
-bool isCurrent(const Store &store);
-
-// Reads the file again if anybody else wrote to it.
-void refresh(Store &store);
+// Runs work on the file.
+void withFile(Store &store, const std::function<void(Database &)> &work);
 
 // The machine as it is now; it stays in place until the next call on the store.
 const Machine &look(Store &store);
@@ -68,15 +65,15 @@ void write(Store &store, const std::function<void()> &work);
 // Carries an operation out and puts it into the journal. It is on the disk when this returns.
 Refusal perform(Store &store, const Operation &operation);
 
-// Puts a row into the journal, as a part of work that writes; the times are filled in here.
+// Puts a row into the journal, as a part of work that writes; who, and when, is filled in here.
 void writeDown(Store &store, JournalRow row);
 
 // The journal's row for an operation.
 JournalRow rowOf(const Operation &operation, const std::string &result);
 
-// Puts an operation into the journal that was refused before the machine saw it. The row's result
+// Puts an operation into the journal that was declined before the machine saw it. The row's result
 // is the reason.
-void refuse(Store &store, JournalRow row);
+void writeDownRefusal(Store &store, JournalRow row);
 
 // Rebuilds the machine from a description. The journal continues. Mistakes in the description are
 // thrown as one yat::Problem with a line each.

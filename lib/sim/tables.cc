@@ -1,181 +1,210 @@
 #include "sim/tables.h"
 
+#include "sim/columns.h"
+#include "sim/keys.h"
+#include "sim/rows.h"
+
 #include <algorithm>
-#include <bit>
 
 namespace sim {
 namespace {
 
-// The constraints in sim/schema.h have these numbers as literals.
-static_assert(static_cast<int>(State::firmwareUpdate) == 8);
-static_assert(static_cast<int>(Bios::invalid) == 3);
-static_assert(lastMoment == 253'402'300'799'000'000 && fastest == 1e6);
-static_assert(failuresKept == 64 && mostFailures == 1'000'000'000 && longestVersion == 1000
-              && mostDevices == 9999 && longestMtbf * hour == 3'153'600'000'000'000);
+constexpr char journalIsNeverRewritten[] = R"(
+CREATE TRIGGER journal_is_not_changed BEFORE UPDATE ON journal
+BEGIN SELECT RAISE(ABORT, 'the journal is never rewritten'); END;
+CREATE TRIGGER journal_is_not_shortened BEFORE DELETE ON journal
+BEGIN SELECT RAISE(ABORT, 'the journal is never rewritten'); END;
+-- INSERT OR REPLACE deletes without telling the trigger above.
+CREATE TRIGGER journal_is_not_replaced BEFORE INSERT ON journal
+WHEN EXISTS (SELECT 1 FROM journal WHERE id = NEW.id)
+BEGIN SELECT RAISE(ABORT, 'the journal is never rewritten'); END;
+)";
+
+// The keys of a description as columns. Codes are those of sim/terms.h and yat/ft.h, times are in
+// microseconds.
+template <class Visit> struct Columns {
+    static constexpr bool isUniform = true;
+    Visit &visit;
+
+    void text(std::string_view key, std::string &value, size_t most, Presence)
+    {
+        visit(key, value, atMostBytes(key, most));
+    }
+
+    void name(std::string_view key, std::string &value)
+    {
+        visit(key, value, anything);
+    }
+
+    void number(std::string_view key, int &value, int least, int most, Presence)
+    {
+        visit(key, value, between(key, least, most));
+    }
+
+    void flag(std::string_view key, bool &value)
+    {
+        visit(key, value, between(key, 0, 1));
+    }
+
+    template <class Value, class Table>
+    void word(std::string_view key, Value &value, const Table &terms, Presence presence)
+    {
+        int code = static_cast<int>(value);
+        visit(key, code, [&] {
+            std::string codes = presence == optional ? "0" : ""; // where there is no word
+            for (const auto &term : terms)
+                codes += (codes.empty() ? "" : ", ") + std::to_string(static_cast<int>(term.value));
+            return std::string(key) + " IN (" + codes + ")";
+        });
+        value = static_cast<Value>(code);
+    }
+
+    void time(std::string_view key, Time &value, Time unit, int most)
+    {
+        visit(key, value, between(key, Time{0}, most * unit));
+    }
+
+    void moment(std::string_view key, Time &value)
+    {
+        visit(key, value, between(key, Time{0}, lastMoment));
+    }
+
+    void timesAgo(std::string_view key, std::vector<Time> &value, Time, int, size_t most)
+    {
+        visit(key, value, [=] {
+            return "length(" + std::string(key) + ") % " + std::to_string(sizeof(Time))
+                   + " = 0 AND " + atMostBytes(key, most * sizeof(Time))();
+        });
+    }
+
+    void bytes(std::string_view key, std::vector<uint8_t> &value, size_t most)
+    {
+        visit(key, value, atMostBytes(key, most));
+    }
+
+    void path(std::string_view key, PathIdentifier &value)
+    {
+        visit(key, value,
+              [&] { return "length(" + std::string(key) + ") = " + std::to_string(value.size()); });
+    }
+
+    void codes(std::string_view key, unsigned &value, std::span<const SupportCode> codes)
+    {
+        unsigned all = 0;
+        for (const SupportCode &each : codes)
+            all |= 1u << each.code;
+        unsigned own = value & all;
+        visit(key, own, anything);
+        value |= own & all;
+    }
+
+    template <class Work> void table(std::string_view, const Work &work)
+    {
+        work();
+    }
+};
+
+} // namespace
+
+template <class Visit> void columnsOf(Visit &visit, MachineState &state)
+{
+    Columns<Visit> columns{visit};
+    int one = 1;
+    columns.number("id", one, 1, 1, required);
+    visit("origin", state.origin, anything);
+    visit("description_hash", state.descriptionHash, anything);
+    columns.moment("simulated", state.clock.simulated);
+    columns.moment("real", state.clock.real);
+    visit("scale", state.clock.scale, between("scale", 0.0, fastest));
+    machineKeys(columns, state.machine);
+}
+
+template <class Visit> void columnsOf(Visit &visit, int &position, Device &device)
+{
+    Columns<Visit> columns{visit};
+    visit("position", position, anything);
+    visit("parent", device.parent,
+          [] { return std::string("parent BETWEEN -1 AND position - 1"); });
+    deviceKeys(columns, device, required);
+    columns.moment("since", device.since);
+    columns.text("new_bios", device.newBios, longestVersion, optional);
+    columns.flag("copies", device.copies);
+    columns.flag("starts_after", device.startsAfter);
+}
+
+namespace {
 
 [[noreturn]] void damaged(const Database &database, const std::string &what)
 {
     throw yat::Problem(database.file + " is damaged: " + what);
 }
 
-std::vector<uint8_t> bytesOf(const SQLite::Column &column)
+// What conditions of a row can't say.
+void check(const Database &database, const Machine &machine)
 {
-    const auto *bytes = static_cast<const uint8_t *>(column.getBlob());
-    return {bytes, bytes + column.getBytes()};
+    for (const Device &device : machine.devices) {
+        if (device.partner != 0 && !partnerOf(machine, device))
+            damaged(database, "the partner of a module is missing");
+        for (const Time time : device.failures)
+            if (time < -longestMtbf * hour || time > lastMoment)
+                damaged(database, "a device failed at a time that there is not");
+    }
 }
 
-std::optional<int> positionOrNone(int position)
+void writeDevice(Database &database, Machine &machine, int position)
 {
-    return position < 0 ? std::nullopt : std::optional(position);
-}
-
-int positionOf(const SQLite::Column &column)
-{
-    return column.isNull() ? -1 : column.getInt();
-}
-
-// ---- The machine itself
-
-void readMachineRow(const QueryRow &row, MachineState &state)
-{
-    int at = 0;
-    const auto next = [&] { return row.getColumn(at++); };
-    Machine &machine = state.machine;
-    state.origin = next().getString();
-    state.descriptionHash = std::bit_cast<uint64_t>(next().getInt64());
-    state.clock.simulated = next().getInt64();
-    state.clock.real = next().getInt64();
-    state.clock.scale = next().getDouble();
-    machine.name = next().getString();
-    machine.type = next().getInt();
-    machine.bmcResponse = bytesOf(next());
-    machine.timing.start = next().getInt64();
-    machine.timing.synchronise = next().getInt64();
-    machine.timing.stop = next().getInt64();
-    machine.timing.firmwareUpdate = next().getInt64();
-    machine.supported = next().getUInt();
-    machine.automaticFirmwareUpdate = next().getInt() != 0;
-    machine.automaticModuleStart = next().getInt() != 0;
-    machine.mtbfThreshold = next().getInt64();
-    machine.dataFileVersion = next().getString();
-    machine.now = state.clock.simulated;
-}
-
-void writeMachineRow(Database &database, const MachineState &state)
-{
-    const Machine &machine = state.machine;
-    const Clock &clock = state.clock;
-    database.run("INSERT OR REPLACE INTO machine VALUES "
-                 "(1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
-                 state.origin, std::bit_cast<int64_t>(state.descriptionHash), clock.simulated,
-                 clock.real, clock.scale, machine.name, machine.type, machine.bmcResponse,
-                 machine.timing.start, machine.timing.synchronise, machine.timing.stop,
-                 machine.timing.firmwareUpdate, int64_t{machine.supported},
-                 machine.automaticFirmwareUpdate, machine.automaticModuleStart,
-                 machine.mtbfThreshold, machine.dataFileVersion);
-}
-
-// ---- Its devices
-
-Device readDevice(const QueryRow &row)
-{
-    int at = 1;
-    const auto next = [&] { return row.getColumn(at++); };
-    Device device;
-    device.id.classCode = next().getInt();
-    device.id.number = next().getInt();
-    device.name = next().getString();
-    std::ranges::copy(bytesOf(next()), device.path.begin());
-    device.board = next().getInt();
-    device.partner = next().getInt();
-    device.parent = positionOf(next());
-    device.state = static_cast<State>(next().getInt());
-    device.since = next().getInt64();
-    device.mtbfType = next().getInt();
-    device.defective = next().getInt() != 0;
-    device.failureCount = next().getInt();
-    device.biosVersion = next().getString();
-    device.biosStatus = next().getString();
-    device.bios = static_cast<Bios>(next().getInt());
-    device.newBios = next().getString();
-    device.copies = next().getInt() != 0;
-    device.startsAfter = next().getInt() != 0;
-    return device;
-}
-
-void readDevices(Database &database, Machine &machine)
-{
-    std::vector<Device> &devices = machine.devices;
-    database.each("SELECT * FROM device ORDER BY position", [&](const QueryRow &row) {
-        if (row.getColumn(0).getInt64() != static_cast<int64_t>(devices.size()))
-            damaged(database, "a device is missing");
-        devices.push_back(readDevice(row));
-    });
-    database.each("SELECT device, time FROM failure ORDER BY device, nth",
-                  [&](const QueryRow &row) {
-                      const auto position = static_cast<size_t>(row.getColumn(0).getInt64());
-                      if (position >= devices.size())
-                          damaged(database, "it has failures of a device that is missing");
-                      devices[position].failures.push_back(row.getColumn(1).getInt64());
-                  });
-}
-
-void writeDevice(Database &database, int position, const Device &device)
-{
-    database.run("INSERT OR REPLACE INTO device VALUES "
-                 "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
-                 position, device.id.classCode, device.id.number, device.name, device.path,
-                 device.board, device.partner, positionOrNone(device.parent),
-                 static_cast<int>(device.state), device.since, device.mtbfType, device.defective,
-                 device.failureCount, device.biosVersion, device.biosStatus,
-                 static_cast<int>(device.bios), device.newBios, device.copies, device.startsAfter);
-    database.run("DELETE FROM failure WHERE device = ?", position);
-    int nth = 0;
-    for (const Time time : device.failures)
-        database.run("INSERT INTO failure VALUES (?, ?, ?)", position, nth++, time);
+    putRow(database, "device", position, machine.devices[static_cast<size_t>(position)]);
 }
 
 } // namespace
 
+std::string schema()
+{
+    const std::string synchronising = std::to_string(static_cast<int>(State::synchronising));
+    return definitionOf<MachineState>("machine", "PRIMARY KEY (id)")
+           + definitionOf<int, Device>("device", "PRIMARY KEY (position), CHECK (state <> "
+                                                     + synchronising + " OR partner <> 0)")
+           + definitionOf<Injection>("injection", "PRIMARY KEY (id)")
+           + definitionOf<JournalRow>("journal", "PRIMARY KEY (id)") + journalIsNeverRewritten;
+}
+
 MachineState readMachine(Database &database)
 {
     MachineState state;
+    Machine &machine = state.machine;
     bool isThere = false;
-    database.each("SELECT origin, description_hash, simulated, real, scale, name, type, "
-                  "bmc_response, start, synchronise, stop, firmware_update, supported, "
-                  "automatic_firmware_update, automatic_module_start, mtbf_threshold, data_file "
-                  "FROM machine",
-                  [&](const QueryRow &row) {
-                      readMachineRow(row, state);
-                      isThere = true;
-                  });
+    database.each("SELECT * FROM machine", [&](const QueryRow &row) {
+        readRow(row, state);
+        isThere = true;
+    });
     if (!isThere)
         damaged(database, "the machine is missing");
-    readDevices(database, state.machine);
-    makeIndex(state.machine);
-    for (const Device &device : state.machine.devices)
-        if (device.partner != 0 && !partnerOf(state.machine, device))
-            damaged(database, "the partner of a module is missing");
+    machine.now = state.clock.simulated;
+    database.each("SELECT * FROM device ORDER BY position", [&](const QueryRow &row) {
+        int position = 0;
+        readRow(row, position, machine.devices.emplace_back());
+        if (position != static_cast<int>(machine.devices.size()) - 1)
+            damaged(database, "a device is missing");
+    });
+    makeIndex(machine);
+    check(database, machine);
     return state;
 }
 
 void writeMachine(Database &database, MachineState &state)
 {
     database.run("DELETE FROM device");
-    database.run("DELETE FROM failure");
-    int position = 0;
-    for (const Device &device : state.machine.devices)
-        writeDevice(database, position++, device);
-    state.machine.index.changed.clear();
-    writeMachineRow(database, state);
+    for (size_t i = 0; i < state.machine.devices.size(); ++i)
+        state.machine.index.changed.insert(static_cast<int>(i));
+    writeChanges(database, state);
 }
 
 void writeChanges(Database &database, MachineState &state)
 {
     for (const int position : state.machine.index.changed)
-        writeDevice(database, position, state.machine.devices[static_cast<size_t>(position)]);
+        writeDevice(database, state.machine, position);
     state.machine.index.changed.clear();
-    writeMachineRow(database, state);
+    putRow(database, "machine", state);
 }
 
 } // namespace sim

@@ -10,12 +10,18 @@
 
 namespace sim {
 
+constexpr int applicationId = 0x59415453; // "YATS"
+constexpr int schemaVersion = 1;          // to be raised when the tables change
+
+// The statements that make all tables of a file, those of injections and of the journal too.
+std::string schema();
+
 // A machine with its clock and where it comes from.
 struct MachineState {
-    Machine machine;
-    Clock clock;
-    std::string origin;           // the file of the description that it was made from
-    uint64_t descriptionHash = 0; // of that file as it was
+    Machine machine{};
+    Clock clock{};
+    std::string origin{};        // the file of the description that it was made from
+    int64_t descriptionHash = 0; // of that file as it was
 };
 
 // Reads it. Rows that don't fit together are thrown as damage of the file.

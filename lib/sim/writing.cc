@@ -21,6 +21,7 @@ double in(Time unit, Time time)
 // Puts values into a table. What can't be written, such as an empty text, is what a missing key
 // stands for.
 struct Writer {
+    static constexpr bool isUniform = false;
     Json values = Json::object();
 
     template <class Work> void table(std::string_view key, const Work &work)

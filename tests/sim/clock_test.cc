@@ -3,6 +3,16 @@
 
 using namespace sim;
 
+namespace {
+
+// The clock that shows the same at this moment and runs at another pace from there.
+Clock continued(const Clock &clock, Time real, double scale)
+{
+    return {.simulated = simulatedTime(clock, real), .real = real, .scale = scale};
+}
+
+} // namespace
+
 TEST(MachineClock, NeverRunsBackwards)
 {
     // A process after the other, each with its own pace and an own view of the real time.
@@ -46,13 +56,12 @@ TEST(MachineClock, TakesItsPaceFromTheEnvironment)
     for (const auto &[text, scale] : cases) {
         sandbox.set("YAT_TIME_SCALE", text);
         EXPECT_EQ(wantedScale(), scale) << text;
-        EXPECT_EQ(scaleMistake(), "");
     }
     for (const std::string text : {"-1", "fast", "5x", "nan", "inf", "1e99", "1000000.1", " 1"}) {
         sandbox.set("YAT_TIME_SCALE", text);
         const std::string mistake =
             "wrong value '" + text + "' for YAT_TIME_SCALE, expected a number from 0 to 1000000";
-        EXPECT_EQ(scaleMistake(), mistake);
+        EXPECT_EQ(problemOf([] { wantedScale(); }), mistake);
         EXPECT_EQ(problemOf([] { configuredStore(); }), mistake);
     }
 }

@@ -26,43 +26,43 @@ struct Case {
     const char *name, *part, *replacement, *mistake;
 };
 
-const char small[] = "name = \"M\"\n"                            // 1
-                     "type = \"CEDAR\"\n"                        // 2
-                     "[timing]\n"                                // 3
-                     "start = 1.5\n"                             // 4
-                     "[mtbf]\n"                                  // 5
-                     "threshold = 2\n"                           // 6
-                     "[supports]\n"                              // 7
-                     "cpu_module = [\"clear MTBF\"]\n"           // 8
-                     "[[cpu_module]]\n"                          // 9
-                     "number = 1\n"                              // 10
-                     "name = \"C1\"\n"                           // 11
-                     "path = [0]\n"                              // 12
-                     "state = \"duplex\"\n"                      // 13
-                     "mtbf_type = \"stay down\"\n"               // 14
-                     "bios_version = \"1\"\n"                    // 15
-                     "bios_status = \"ok\"\n"                    // 16
-                     "failures = [3, 0.5]\n"                     // 17
-                     "[[cpu_module]]\n"                          // 18
-                     "number = 2\n"                              // 19
-                     "name = \"C2\"\n"                           // 20
-                     "path = [1]\n"                              // 21
-                     "state = \"duplex\"  # second\n"            // 22
-                     "mtbf_type = \"always restart\"\n"          // 23
-                     "bios_version = \"1\"\n"                    // 24
-                     "bios_status = \"ok\"\n"                    // 25
-                     "[[pci_module]]\n"                          // 26
-                     "number = 1\n"                              // 27
-                     "name = \"P1\"\n"                           // 28
-                     "path = [2, 0]\n"                           // 29
-                     "state = \"simplex\"\n"                     // 30
+const char small[] = "name = \"M\"\n"                                  // 1
+                     "type = \"CEDAR\"\n"                              // 2
+                     "[timing]\n"                                      // 3
+                     "start = 1.5\n"                                   // 4
+                     "[mtbf]\n"                                        // 5
+                     "threshold = 2\n"                                 // 6
+                     "[supports]\n"                                    // 7
+                     "cpu_module = [\"clear MTBF\"]\n"                 // 8
+                     "[[cpu_module]]\n"                                // 9
+                     "number = 1\n"                                    // 10
+                     "name = \"C1\"\n"                                 // 11
+                     "path = [0]\n"                                    // 12
+                     "state = \"duplex\"\n"                            // 13
+                     "mtbf_type = \"stay down\"\n"                     // 14
+                     "bios_version = \"1\"\n"                          // 15
+                     "bios_status = \"ok\"\n"                          // 16
+                     "failures = [3, 0.5]\n"                           // 17
+                     "[[cpu_module]]\n"                                // 18
+                     "number = 2\n"                                    // 19
+                     "name = \"C2\"\n"                                 // 20
+                     "path = [1]\n"                                    // 21
+                     "state = \"duplex\"  # second\n"                  // 22
+                     "mtbf_type = \"always restart\"\n"                // 23
+                     "bios_version = \"1\"\n"                          // 24
+                     "bios_status = \"ok\"\n"                          // 25
+                     "[[pci_module]]\n"                                // 26
+                     "number = 1\n"                                    // 27
+                     "name = \"P1\"\n"                                 // 28
+                     "path = [2, 0]\n"                                 // 29
+                     "state = \"simplex\"\n"                           // 30
                      "mtbf_type = \"restart at or above threshold\"\n" // 31
-                     "board = 3\n"                               // 32
-                     "[[pci_module.adapter]]\n"                  // 33
-                     "class = \"SCSI\"\n"                        // 34
-                     "number = 1\n"                              // 35
-                     "name = \"S1\"\n"                           // 36
-                     "path = [2, 1]\n";                          // 37
+                     "board = 3\n"                                     // 32
+                     "[[pci_module.adapter]]\n"                        // 33
+                     "class = \"SCSI\"\n"                              // 34
+                     "number = 1\n"                                    // 35
+                     "name = \"S1\"\n"                                 // 36
+                     "path = [2, 1]\n";                                // 37
 
 const Case cases[] = {
     {"NotToml", "type = ", "type : ", "F:2: *"},
@@ -108,7 +108,8 @@ const Case cases[] = {
      "\"restart at or "
      "above threshold\""},
     {"MissingMtbfType", "mtbf_type = \"always restart\"\n", "",
-     "F:18: missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart at "
+     "F:18: missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart "
+     "at "
      "or above threshold\""},
     {"FailureInTheFuture", "[3, 0.5]", "[3, -1]",
      "F:17: wrong value for 'failures', expected a list of up to 64 numbers from 0 to 876000"},
@@ -119,8 +120,7 @@ const Case cases[] = {
     {"SourceOfAnInvalidBios", "bios_version = \"1\"",
      "bios_version = \"1\"\nbios_from = \"data file\"\nbios_valid = false",
      "F:16: wrong value for 'bios_from', expected none when 'bios_valid' is false"},
-    {"NameTwice", "\"C2\"", "\"c1\"",
-     "F:20: name 'c1' is taken, expected one that no other has"},
+    {"NameTwice", "\"C2\"", "\"c1\"", "F:20: name 'c1' is taken, expected one that no other has"},
     {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
      "F:36: name 'P1' is taken, expected one that no other has"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",

@@ -31,7 +31,7 @@ struct History {
         const fs::path file = sandbox.directory() / "history.toml";
         std::ofstream(file) << shipped(machine);
         sandbox.set("YAT_MACHINE", file.string());
-        description = readSource(file.string()).description;
+        description = readSource(file.string()).machine;
     }
 
     std::vector<Act> someActs() const

@@ -1,4 +1,5 @@
 // Injections in the store: how often, when, and for whom they answer.
+#include "sim/injection.h"
 #include "stored.h"
 
 #include <csignal>

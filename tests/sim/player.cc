@@ -226,7 +226,7 @@ std::string Player::compare(const std::vector<JournalRow> &rows, bool writingFai
     }
     for (; row < rows.size(); ++row)
         if (isFromActs(rows[row], terminal))
-            return "row " + std::to_string(rows[row].id) + " of " + terminal + " was not asked for";
+            return "row " + std::to_string(*rows[row].id) + " of " + terminal + " was not asked for";
     return {};
 }
 

@@ -2,6 +2,7 @@
 // until it is through or killed; and what is known of it then.
 #pragma once
 
+#include "sim/injection.h"
 #include "sim/store.h"
 #include "yat/ft.h"
 

@@ -105,13 +105,13 @@ std::string followRow(Replay &replay, const JournalRow &row, const std::string &
 {
     if (row.id != replay.last + 1)
         return "a row is missing before it";
-    replay.last = row.id;
+    replay.last = *row.id;
     const std::string &operation = row.operation;
     const bool isRefused = row.result.starts_with("refused: ");
     const bool makesMachine = operation == "init" || operation == "reset" || operation == "import";
     if (makesMachine && !isRefused) {
         const std::string file = operation == "import" ? row.argument : descriptionFile;
-        replay.machine = movedTo(readSource(file).description, row.simulated);
+        replay.machine = movedTo(readSource(file).machine, row.simulated);
         replay.injections.clear();
         return {};
     }
@@ -132,7 +132,7 @@ std::string followRow(Replay &replay, const JournalRow &row, const std::string &
 
 std::string toText(const JournalRow &row)
 {
-    return "row " + std::to_string(row.id) + " (" + row.device + " " + row.operation + " "
+    return "row " + std::to_string(*row.id) + " (" + row.device + " " + row.operation + " "
            + row.argument + ": " + row.result + "): ";
 }
 

@@ -2,6 +2,7 @@
 // model of its own. A row without its change, or a change without its row, makes the two differ.
 #pragma once
 
+#include "sim/injection.h"
 #include "sim/store.h"
 
 #include <string>

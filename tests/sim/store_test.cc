@@ -1,4 +1,5 @@
 // The store: what a call costs, what of it is on the disk, the journal, and another description.
+#include "sim/injection.h"
 #include "sim/statefile.h"
 #include "stored.h"
 
@@ -61,11 +62,11 @@ TEST(Store, ReadsNothingWhileNobodyWrites)
 {
     Stored stored;
     look(stored.store);
+    injections(stored.store);
     EXPECT_EQ(statementsOf(stored.store,
                            [&] {
                                look(stored.store);
                                takeInjection(stored.store, "Linux_ConvertDataToInt");
-                               injections(stored.store);
                            }),
               std::vector<std::string>());
 }
@@ -99,7 +100,7 @@ TEST(Store, WritesOnceForAnOperationAndNoDeviceThatStaysAsItWas)
     const auto statements = statementsOf(stored.store, [&] { perform(stored.store, stopCpu2); });
     EXPECT_EQ(howMany(statements, "BEGIN"), 1) << testing::PrintToString(statements);
     EXPECT_EQ(howMany(statements, "INSERT OR REPLACE INTO device"), 2); // it and its partner
-    EXPECT_EQ(howMany(statements, "INSERT INTO journal"), 1);
+    EXPECT_EQ(howMany(statements, "INSERT OR REPLACE INTO journal"), 1);
 }
 
 TEST(Store, NeverWaitsForAWriterToLook)
@@ -112,6 +113,24 @@ TEST(Store, NeverWaitsForAWriterToLook)
     EXPECT_EQ(look(stored.store).dataFileVersion, "4.1.0072"); // or it would fail in the end
     stored.store.database.reset();
     EXPECT_EQ(look(stored.store).dataFileVersion, "4.1.0072");
+}
+
+TEST(Store, LooksAtWhatIsDueWhileAnotherProgramWrites)
+{
+    Stored stored;
+    stored.sandbox.set("YAT_TIME_SCALE", "1000000");
+    perform(stored.store, stopCpu2);
+    {
+        SQLite::Database other(stored.store.file, SQLite::OPEN_READWRITE);
+        SQLite::Transaction writes(other, SQLite::TransactionBehavior::IMMEDIATE);
+        while (find(look(stored.store), cpu2)->state != State::stopped) {
+        } // or it would fail in the end
+    }
+    EXPECT_EQ(find(readMachine(*openStateFile(stored.store.file)).machine, cpu2)->state,
+              State::stopping);
+    EXPECT_EQ(perform(stored.store, stopCpu2), Refusal::notRunning);
+    EXPECT_EQ(find(readMachine(*openStateFile(stored.store.file)).machine, cpu2)->state,
+              State::stopped);
 }
 
 TEST(Store, SyncsOncePerOperationAndNotToLook)
@@ -191,7 +210,7 @@ TEST(Journal, IsReadFromItsEnd)
     for (int i = 0; i < 5; ++i)
         perform(stored.store, stopCpu2);
     std::vector<int64_t> ids;
-    readJournal(stored.store, 2, [&](const JournalRow &row) { ids.push_back(row.id); });
+    readJournal(stored.store, 2, [&](const JournalRow &row) { ids.push_back(*row.id); });
     EXPECT_EQ(ids, (std::vector<int64_t>{5, 6}));
 }
 

@@ -3,6 +3,7 @@
 #include "common/problem.h"
 #include "common/version.h"
 #include "shared/program.h"
+#include "sim/injection.h"
 #include "sim/setkeys.h"
 #include "text/encoding.h"
 #include "yatsim/commands.h"
@@ -51,8 +52,8 @@ std::string setHelp()
 std::string injectHelp()
 {
     std::string calls;
-    for (const InjectableCall &call : injectableCalls)
-        calls += "  " + call.name + "\n";
+    for (const auto &call : injectableCalls)
+        calls += "  " + std::string(call.word) + "\n";
     return "RESULT is the number that the call returns, 'real' for its real result, or 'off' to\n"
            "remove all injections for the call. An operation that is given a number is not\n"
            "carried out. Without --text, a call that succeeds gives its real text or value.\n"
@@ -169,10 +170,10 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
         app.add_option("--times", request.times,
                        "For the next N calls, 1 by default; 0: until removed")
             ->type_name("N")
-            ->check(between(0, 1'000'000'000));
+            ->check(between(0, mostTimes));
         app.add_option("--delay", request.delay, "Delay the call by so many milliseconds")
             ->type_name("MS")
-            ->check(between(0, 86'400'000));
+            ->check(between(0, longestDelay));
         app.add_option("--text", request.text, "What the call gives: a text, or numbers")
             ->type_name("TEXT");
     }

@@ -2,14 +2,14 @@
 
 #include "common/machine.h"
 #include "common/problem.h"
-#include "sim/bytes.h"
+#include "sim/injection.h"
+#include "sim/numbers.h"
 #include "sim/setkeys.h"
 #include "sim/words.h"
 #include "sim/writing.h"
 #include "text/encoding.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 
 namespace sim {
@@ -37,7 +37,7 @@ std::string noDevice(const Machine &machine, const std::string &name)
 // journal, with the reason as the result of the row.
 [[noreturn]] void refuseAndFail(Store &store, const JournalRow &row, const std::string &mistake)
 {
-    refuse(store, row);
+    writeDownRefusal(store, row);
     throw yat::Problem(mistake);
 }
 
@@ -59,25 +59,17 @@ void performOrFail(Store &store, const Operation &operation)
                            + ": " + std::string(nameOf(refusal)));
 }
 
-std::optional<int> toNumber(const std::string &text)
-{
-    int number = 0;
-    const char *end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
-}
-
 void checkInjection(const Request &request)
 {
     const std::string &call = request.words[0], &result = request.words[1];
-    const auto known = std::ranges::find(injectableCalls, call, &InjectableCall::name);
-    if (known == injectableCalls.end()) {
+    const auto known = valueOf(injectableCalls, call);
+    if (!known) {
         std::vector<std::string> names;
-        for (const InjectableCall &each : injectableCalls)
-            names.push_back(each.name);
+        for (const auto &each : injectableCalls)
+            names.emplace_back(each.word);
         throw yat::Problem("no call '" + call + "', expected one of " + list(names));
     }
-    if (!toNumber(result) && result != "real" && result != "off")
+    if (!numberIn<int>(result) && result != "real" && result != "off")
         throw yat::Problem("wrong result '" + result
                            + "', expected a 32-bit number, 'real' or 'off'");
     if (result == "off" && (request.times || request.delay || request.text))
@@ -85,11 +77,11 @@ void checkInjection(const Request &request)
     if (!request.text)
         return;
     const std::string wrong = "wrong text '" + *request.text + "' for " + call + ", expected ";
-    if (known->text == InjectedText::none)
+    if (known == InjectedText::none)
         throw yat::Problem(call + " returns only its result, so it takes no --text");
-    if (known->text == InjectedText::number && !toNumber(*request.text))
+    if (known == InjectedText::number && !numberIn<int>(*request.text))
         throw yat::Problem(wrong + "a 32-bit number");
-    if (known->text == InjectedText::bytes && !bytesOf(*request.text))
+    if (known == InjectedText::bytes && !bytesOf(*request.text))
         throw yat::Problem(wrong + "1 to 16 numbers from 0 to 255, 0x before hexadecimal ones");
 }
 
@@ -167,7 +159,7 @@ void injectCall(const Request &request)
         return;
     }
     const Injection injection{.call = call,
-                              .result = toNumber(result),
+                              .result = numberIn<int>(result),
                               .times = request.times.value_or(1),
                               .delay = request.delay.value_or(0),
                               .text = request.text};

@@ -2,6 +2,7 @@
 
 #include "common/machine.h"
 #include "shared/table.h"
+#include "sim/injection.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 #include "yat/ft.h"
@@ -129,7 +130,7 @@ void print(const Json &json)
 
 Json journalJson(const JournalRow &row)
 {
-    return {{"id", row.id},
+    return {{"id", *row.id},
             {"time", utcText(row.simulated)},
             {"real_time", utcText(row.real)},
             {"user", row.user},
@@ -143,7 +144,7 @@ Json journalJson(const JournalRow &row)
 
 Row journalLine(const JournalRow &row)
 {
-    Row line = {std::to_string(row.id),
+    Row line = {std::to_string(*row.id),
                 localText(row.simulated),
                 row.user,
                 row.terminal,
