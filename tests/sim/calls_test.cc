@@ -1,6 +1,4 @@
-// The calls themselves: what they refuse, what they give, what is written down of them, and how
-// they answer when they are told to.
-#include "common/caller.h"
+// The calls themselves: what they refuse, and what they give.
 #include "scenario.h"
 #include "yat/trace.h"
 
@@ -18,7 +16,6 @@ class Properties : public Scenario {};
 class Settings : public Scenario {};
 class State : public Scenario {};
 class MachineTime : public Scenario {};
-class Injections : public Scenario {};
 
 // What an operation of any code does on a record; the codes that belong to none are tried too.
 int operate(int call, yat_device *device, int code)
@@ -288,46 +285,6 @@ TEST_P(State, IsThereAgainInTheNextProgram)
     EXPECT_EQ(cpuState(2), "Stopping 40 %");
 }
 
-TEST_P(State, HasAJournalOfAllThatIsAskedFor)
-{
-    begin();
-    stop("CPU module 2");
-    stop("CPU module 1"); // refused
-    setType("PCI module 1", "2");
-    int on = 1;
-    PutBBDriverSettings(YAT_SETTING_AUTO_BRING_UP, YAT_CLASS_GENERAL, 1, &on);
-    pass(10);
-    burn("CPU module 2", "FWCOPY");
-    steer("fail pci2");
-    const auto rows = journal();
-    const char *const expected[][5] = {
-        {"", "init", "", "", "done"},
-        {"cpu2", "InitBringDown", "8", "", "done"},
-        {"cpu1", "InitBringDown", "8", "",
-         "refused: the module is the only one of its pair that is running"},
-        {"pci1", "SetMtbfType", "24", "2", "done"},
-        {"", "PutBBDriverSettings", "3", "1", "done"},
-        {"", "set", "0", "time=+10.000000", "done"},
-        {"cpu2", "BurnFirmware", "10", "FWCOPY", "done"},
-        {"pci2", "fail", "0", "", "done"},
-    };
-    ASSERT_EQ(rows.size(), std::size(expected));
-    for (size_t i = 0; i < rows.size(); ++i) {
-        EXPECT_EQ(rows[i]["id"], i + 1);
-        EXPECT_EQ(rows[i]["device"], expected[i][0]);
-        EXPECT_EQ(rows[i]["operation"], expected[i][1]);
-        EXPECT_EQ(rows[i]["result"], expected[i][4]);
-        EXPECT_EQ(rows[i]["user"], yat::thisCaller().user);
-        EXPECT_TRUE(rows[i]["time"].get<std::string>().ends_with("Z"));
-        if (i > 0) {
-            EXPECT_EQ(std::to_string(rows[i]["code"].get<int>()), expected[i][2]);
-            EXPECT_EQ(rows[i]["argument"], expected[i][3]);
-            EXPECT_GE(rows[i]["time"], rows[i - 1]["time"]);
-        }
-    }
-    EXPECT_EQ(rows[1]["terminal"], yat::thisCaller().terminal);
-}
-
 TEST_P(State, IsKeptWhenTheDescriptionChanges)
 {
     prepare("CEDAR", "name = \"CEDAR", "name = \"SEVERAL");
@@ -347,24 +304,6 @@ TEST_P(State, IsKeptWhenTheDescriptionChanges)
     steer("reset");
     EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_ALDER);
     EXPECT_EQ(cpuState(2), "Broken");
-}
-
-TEST_P(State, IsKeptWhenItsDescriptionGetsAMistake)
-{
-    begin("CEDAR", "name = \"CEDAR", "name = \"SEVERAL");
-    stop("CPU module 2");
-    const std::string before = view(), file = (sandbox->directory() / "CEDAR.toml").string();
-    const auto rows = journal();
-    std::ofstream(file) << "type = \"OAK\"\n" << shipped("PLAIN");
-    interface.reset();
-    interface.emplace();
-    EXPECT_EQ(view(), before);
-    const auto refused = yatsim("reset");
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_TRUE(refused.errors.starts_with("yatsim: " + file + ":")) << refused.errors;
-    EXPECT_EQ(view(), before);
-    EXPECT_EQ(start("CPU module 1"), 0); // it goes on as ever
-    EXPECT_EQ(journal().size(), rows.size() + 2);
 }
 
 // ---- Time
@@ -419,118 +358,8 @@ TEST_P(MachineTime, IsRealUnlessItIsToldOtherwise)
     EXPECT_EQ(nlohmann::json::parse(steer("show --json"))["time_scale"], 1);
 }
 
-// ---- Injections
-
-TEST_P(Injections, AnswerInThePlaceOfOperations)
-{
-    begin();
-    for (const int result : {0, -1, 5}) {
-        steer("inject InitBringDown " + std::to_string(result));
-        EXPECT_EQ(stop("CPU module 2"), result);
-        EXPECT_EQ(cpuState(2), "Running, duplex"); // and nothing happened
-        EXPECT_EQ(journal().back()["result"], "injected: " + std::to_string(result));
-    }
-    EXPECT_EQ(stop("CPU module 2"), 1);
-    EXPECT_EQ(cpuState(2), "Stopping 0 %");
-}
-
-TEST_P(Injections, LastAsManyTimesAsTheySay)
-{
-    begin();
-    steer("inject ClearMTBF 0 --times 2");
-    EXPECT_EQ(clearMtbf("CPU module 1"), 0);
-    EXPECT_EQ(clearMtbf("SCSI adapter 1"), 0);
-    EXPECT_EQ(clearMtbf("CPU module 1"), 1);
-    steer("inject ClearMTBF 0 --times 0");
-    for (int i = 0; i < 10; ++i)
-        EXPECT_EQ(clearMtbf("CPU module 1"), 0);
-    steer("inject ClearMTBF off");
-    EXPECT_EQ(clearMtbf("CPU module 1"), 1);
-}
-
-TEST_P(Injections, MakeACallHangForAWhile)
-{
-    begin();
-    steer("inject InitBringDown real --delay 60");
-    const auto before = std::chrono::steady_clock::now();
-    EXPECT_EQ(stop("CPU module 2"), 1);
-    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(60));
-    EXPECT_EQ(cpuState(2), "Stopping 0 %");
-}
-
-TEST_P(Injections, FailEveryCallByItsConvention)
-{
-    begin();
-    yat_device *cpu = record("CPU module 2");
-    char text[1025] = "untouched", number[] = "4";
-    unsigned long size = sizeof text;
-    int value = 77;
-    yat_device *tree = nullptr;
-    const std::tuple<const char *, int, std::function<int()>> calls[] = {
-        {"CreateTreeViewData", 0, [&] { return CreateTreeViewData(&tree); }},
-        {"call_yat_is_ft", -1, [] { return call_yat_is_ft(0); }},
-        {"yat_ft_get_property", 3,
-         [&] { return yat_ft_func.yat_ft_get_property(2, 1, 27, text, &size); }},
-        {"Linux_ConvertDataToInt", -1,
-         [&] { return yat_ft_func.Linux_ConvertDataToInt(number, &value); }},
-        {"StatusChange", -1, [&] { return StatusChange(2, 1, 9001, text); }},
-        {"IfSupport", 0, [&] { return IfSupport(cpu, 7, nullptr); }},
-        {"ClearMTBF", 0, [&] { return ClearMTBF(cpu, 2); }},
-        {"InitBringDown", 0, [&] { return InitBringDown(cpu, 8); }},
-        {"InitBringUp", 2, [&] { return InitBringUp(cpu, 6); }},
-        {"SetMtbfType", 0, [&] { return SetMtbfType(cpu, 14, "0"); }},
-        {"BurnFirmware", 0, [&] { return BurnFirmware(cpu, 10, "FWCOPY"); }},
-        {"GetBBDriverSettings", 0, [&] { return GetBBDriverSettings(2, 20003, 1, &value); }},
-        {"PutBBDriverSettings", 0, [&] { return PutBBDriverSettings(2, 20003, 1, &value); }},
-    };
-    const std::string before = view();
-    for (const auto &[name, result, call] : calls) {
-        inject(name, std::to_string(result));
-        EXPECT_EQ(call(), result) << name;
-    }
-    EXPECT_EQ(view(), before);
-    EXPECT_STREQ(text, "untouched");
-    EXPECT_EQ(value, 77);
-    EXPECT_EQ(tree, nullptr);
-
-    ASSERT_EQ(CreateTreeViewData(&tree), 1);
-    inject("FreeTreeViewData", "0");
-    EXPECT_EQ(FreeTreeViewData(&tree), 0);
-    EXPECT_NE(tree, nullptr);
-    EXPECT_EQ(FreeTreeViewData(&tree), 1);
-    interface.reset();
-    inject("ft_FunctionInit", "0");
-    EXPECT_EQ(ft_FunctionInit(), 0);
-    EXPECT_EQ(yat_ft_func.handle, nullptr);
-    interface.emplace();
-}
-
-TEST_P(Injections, AnswerAsWanted)
-{
-    begin();
-    inject("StatusChange", "0 --text \"Melting\"");
-    EXPECT_EQ(cpuState(9), "Melting");
-    inject("yat_ft_get_property", "0 --text \"9\"");
-    EXPECT_EQ(property(YAT_KIND_BOARD, 1, YAT_PROPERTY_MTBF_TYPE), "9");
-    inject("Linux_ConvertDataToInt", "0 --text 12");
-    int value = 0;
-    char number[] = "x";
-    EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(number, &value), 0);
-    EXPECT_EQ(value, 12);
-    inject("GetBBDriverSettings", "1 --text 5");
-    EXPECT_EQ(GetBBDriverSettings(2, YAT_CLASS_GENERAL, 1, &value), 1);
-    EXPECT_EQ(value, 5);
-    inject("IfSupport", "0 --text 42");
-    EXPECT_EQ(detail("CPU module 1", 7), 42);
-    inject("call_yat_is_ft", "2");
-    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_BIRCH);
-    inject("StatusChange", "0 --text \"" + std::string(1500, 'x') + "\"");
-    EXPECT_EQ(cpuState(1), std::string(1023, 'x')); // as much as the buffer takes
-}
-
 PLAY_SCENARIOS(Operations);
 PLAY_SCENARIOS(Properties);
 PLAY_SCENARIOS(Settings);
 PLAY_SCENARIOS(State);
 PLAY_SCENARIOS(MachineTime);
-PLAY_SCENARIOS(Injections);

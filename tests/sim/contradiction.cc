@@ -6,6 +6,12 @@ using namespace sim;
 
 namespace {
 
+bool pairRuns(const Machine &machine, const Device &device)
+{
+    const Device *partner = partnerOf(machine, device);
+    return isRunning(device.state) || (partner && isRunning(partner->state));
+}
+
 std::string contradictionOfModule(const Machine &machine, const Device &device)
 {
     const Device *partner = partnerOf(machine, device);
@@ -75,4 +81,13 @@ std::string contradiction(const Machine &machine)
             return device.name + " " + found;
     }
     return {};
+}
+
+bool tookPairDown(const Machine &before, const Machine &after)
+{
+    for (size_t i = 0; i < before.devices.size(); ++i)
+        if (isModule(before.devices[i].id) && pairRuns(before, before.devices[i])
+            && !pairRuns(after, after.devices[i]))
+            return true;
+    return false;
 }

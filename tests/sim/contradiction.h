@@ -7,3 +7,6 @@
 
 // What contradicts itself, such as one module in duplex; empty when there is nothing.
 std::string contradiction(const sim::Machine &machine);
+
+// Whether a pair that ran before has no module that runs.
+bool tookPairDown(const sim::Machine &before, const sim::Machine &after);

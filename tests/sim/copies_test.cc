@@ -175,52 +175,6 @@ TEST_P(Copies, AreTheSameToWhoeverLooks)
     }
 }
 
-TEST_P(Copies, HaveStoppedWhatWasUnderWay)
-{
-    const std::pair<std::vector<std::string>, const char *> cases[] = {
-        {{"fail cpu2", "set time +5"}, "Starting 25 %"},
-        {{"fail cpu2", "set time +30"}, "Synchronising 25 %"},
-    };
-    for (const auto &[commands, state] : cases) {
-        begin();
-        for (const std::string &command : commands)
-            steer(command);
-        EXPECT_EQ(cpuState(2), state);
-        const std::string exported = steer("export");
-        EXPECT_EQ(cpuState(2), state); // the machine itself goes on
-        leave();
-        begin("BIRCH");
-        become(exported);
-        EXPECT_EQ(cpuState(1), "Running, simplex");
-        EXPECT_EQ(cpuState(2), "Stopped");
-        EXPECT_EQ(start("CPU module 2"), 1);
-        pass(60);
-        EXPECT_EQ(cpuState(2), "Running, duplex");
-        leave();
-    }
-    begin();
-    stop("CPU module 2");
-    stop("PCI module 2");
-    pass(5);
-    EXPECT_EQ(pciState(2), "Stopping 50 %");
-    pass(5);
-    burn("CPU module 2", "FWBURN");
-    pass(30);
-    EXPECT_EQ(cpuState(2), "Updating BIOS 50 %");
-    stop("PCI module 1"); // refused, it runs alone
-    start("PCI module 2");
-    pass(5);
-    stop("PCI module 2");
-    EXPECT_EQ(pciState(2), "Stopping 0 %");
-    const std::string exported = steer("export");
-    leave();
-    begin("BIRCH");
-    become(exported);
-    EXPECT_EQ(cpuState(2), "Stopped");
-    EXPECT_EQ(pciState(2), "Stopped");
-    EXPECT_EQ(property(YAT_KIND_CPU_MODULE, 2, YAT_PROPERTY_BIOS_VERSION), "4.1.0068");
-}
-
 TEST_P(Copies, ForgetInjectionsAndGoOnWithTheClockAndTheJournal)
 {
     begin();
@@ -262,18 +216,6 @@ TEST_P(Copies, ByResetAreTheMachineAsItWasMade)
         EXPECT_EQ(journal()[0]["operation"], "init"); // it goes on
         leave();
     }
-}
-
-// The description of its own, not the one that was imported.
-TEST_P(Copies, ByResetForgetWhatWasImported)
-{
-    begin();
-    const std::string made = portrait();
-    become(shipped("ALDER"));
-    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_ALDER);
-    steer("reset");
-    EXPECT_EQ(portrait(), made);
-    EXPECT_EQ(stop("CPU module 2"), 1);
 }
 
 PLAY_SCENARIOS(Copies);

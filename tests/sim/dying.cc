@@ -42,26 +42,20 @@ ssize_t dyingWrite(int file, const void *bytes, size_t size, off_t at)
     return written;
 }
 
-int dyingTruncate(int file, off_t size)
+template <auto call, class... Arguments> int dying(Arguments... arguments)
 {
     const bool isLast = isLastCall();
     if (isLast && whenInCall == 0)
         die();
-    const int result = ftruncate(file, size);
+    const int result = call(arguments...);
     if (isLast)
         die();
     return result;
 }
 
-int dyingUnlink(const char *path)
+int callFcntl(int file, int command, void *argument)
 {
-    const bool isLast = isLastCall();
-    if (isLast && whenInCall == 0)
-        die();
-    const int result = unlink(path);
-    if (isLast)
-        die();
-    return result;
+    return fcntl(file, command, argument);
 }
 
 // Locks.
@@ -71,13 +65,7 @@ int dyingControl(int file, int command, ...)
     va_start(arguments, command);
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
-    const bool isLast = isLastCall();
-    if (isLast && whenInCall == 0)
-        die();
-    const int result = fcntl(file, command, argument);
-    if (isLast)
-        die();
-    return result;
+    return dying<callFcntl>(file, command, argument);
 }
 
 template <class Function> void replace(const char *name, Function *function)
@@ -92,8 +80,8 @@ void replaceCalls()
 {
     replace("pwrite", dyingWrite);
     replace("pwrite64", dyingWrite);
-    replace("ftruncate", dyingTruncate);
-    replace("unlink", dyingUnlink);
+    replace("ftruncate", dying<ftruncate, int, off_t>);
+    replace("unlink", dying<unlink, const char *>);
     replace("fcntl", dyingControl);
 }
 

@@ -100,26 +100,6 @@ TEST_P(Failures, ClearedLetAModuleStartByItselfIfTheMachineIsSetSo)
     EXPECT_EQ(cpuState(1), "Starting 0 %");
 }
 
-TEST_P(Failures, OfADefectiveModuleComeBackAtEachStart)
-{
-    begin();
-    setType("CPU module 2", "0");
-    steer("fail cpu2 --permanent");
-    for (int i = 2; i < 4; ++i) {
-        EXPECT_EQ(clearMtbf("CPU module 2"), 1);
-        EXPECT_EQ(start("CPU module 2"), 1);
-        pass(19.9);
-        EXPECT_EQ(cpuState(2), "Starting 99 %");
-        pass(0.1);
-        EXPECT_EQ(cpuState(2), "Broken");
-        EXPECT_EQ(shown("cpu2")["failures"], 1);
-    }
-    steer("repair cpu2");
-    EXPECT_EQ(start("CPU module 2"), 1);
-    pass(60);
-    EXPECT_EQ(cpuState(2), "Running, duplex");
-}
-
 TEST_P(Failures, OfAnAdapterLeaveItsModuleRunning)
 {
     begin();

@@ -107,34 +107,4 @@ TEST_P(Journal, GetsARowForEachThingAskedForAndNoOther)
     expectAdded(1, "a reset that is refused");
 }
 
-TEST_P(Journal, IsNotRewrittenByManyOperations)
-{
-    begin();
-    expectAdded(1, "the beginning");
-    std::mt19937 random(1);
-    const auto below = [&](int end) {
-        return std::uniform_int_distribution<int>(0, end - 1)(random);
-    };
-    const char *const modules[] = {"CPU module 1", "CPU module 2", "PCI module 1", "PCI module 2"};
-    const char *const commands[] = {"set time +40", "fail cpu2",      "pull pci1",
-                                    "insert pci1",  "fail ethernet3", "inject InitBringDown 0"};
-    for (int round = 0; round < 40; ++round) {
-        for (int i = 0; i < 10; ++i) {
-            const std::string module = modules[below(4)];
-            switch (below(4)) {
-            case 0: start(module); break;
-            case 1: stop(module); break;
-            case 2: clearMtbf(module); break;
-            default: setType(module, below(2) == 0 ? "1" : "2"); break;
-            }
-        }
-        yatsim(commands[below(std::size(commands))]);
-        expectAdded(11, "round " + std::to_string(round));
-    }
-    std::set<std::string> results;
-    for (const auto &row : journal())
-        results.insert(row["result"].get<std::string>());
-    EXPECT_GT(results.size(), 4u) << testing::PrintToString(results); // not all the same
-}
-
 PLAY_SCENARIOS(Journal);

@@ -76,7 +76,7 @@ try {
         importMachine(outside, outside.descriptionFile);
         return 1;
     }
-    if (act.operation.verb <= Verb::putSetting)
+    if (isCall(act.operation.verb))
         return callOf(root, act.operation);
     return perform(outside, act.operation) == Refusal::none ? 1 : 0;
 } catch (const yat::Problem &) {
@@ -108,8 +108,8 @@ void play(Progress &progress, const std::vector<Act> &acts, bool watchesPairs)
             _exit(3);
     Store outside = configuredStore();
     for (size_t i = 0; i < acts.size(); ++i) {
-        const bool isOurs = !acts[i].injection && acts[i].another.empty()
-                            && acts[i].operation.verb <= Verb::putSetting;
+        const bool isOurs =
+            !acts[i].injection && acts[i].another.empty() && isCall(acts[i].operation.verb);
         const bool cpuRan = watchesPairs && isOurs && pairRuns(YAT_KIND_CPU_MODULE);
         const bool pciRan = watchesPairs && isOurs && pairRuns(YAT_KIND_PCI_MODULE);
         ++progress.asked;

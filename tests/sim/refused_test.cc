@@ -3,7 +3,6 @@
 #include "scenario.h"
 #include "yat/trace.h"
 
-#include <SQLiteCpp/Database.h>
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
@@ -21,14 +20,6 @@ protected:
     std::string log() const
     {
         return readFile(sandbox->directory() / "log" / "scenario.log");
-    }
-
-    // Changes the state as another program would.
-    void tamper(const char *sql)
-    {
-        SQLite::Database(sandbox->stateFile().string(),
-                         SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
-            .exec(sql);
     }
 };
 
@@ -163,34 +154,6 @@ void Refused::expectRefused(const std::vector<std::string> &problems)
 
 // ---- Descriptions
 
-TEST_P(Mistakes, AreToldWithTheirLineTheKeyAndWhatIsAllowed)
-{
-    const std::tuple<const char *, const char *, const char *, const char *> cases[] = {
-        {"threshold = 24 ", "threshold = \"often\" ", "threshold",
-         "wrong value for 'threshold', expected a number from 0 to 876000"},
-        {"class = \"SCSI\"", "class = \"SATA\"", "\"SATA\"",
-         "wrong value for 'class', expected one of \"SCSI\", \"Ethernet\""},
-        {"start = 20", "begin = 20", "begin",
-         "unknown key 'begin' in [timing], expected start, synchronise, stop, firmware_update"},
-        {"state = \"empty\"", "state = \"asleep\"", "state = \"asleep\"",
-         "wrong value for 'state', expected one of \"empty\", \"stopped\", \"simplex\", "
-         "\"duplex\", "
-         "\"broken\""},
-        {"mtbf_type = \"stay down\"", "", "[[pci_module]]\nnumber = 3",
-         "missing key 'mtbf_type', expected one of \"stay down\", \"always restart\", \"restart at "
-         "or above threshold\""},
-        {"board = 4", "board = 0x3", "0x3", "board '3' is taken, expected one that no other has"},
-    };
-    for (const auto &[part, replacement, where, mistake] : cases) {
-        SCOPED_TRACE(mistake);
-        prepare("CEDAR", part, replacement);
-        const size_t line = lineOf(readFile(descriptionFile()), where);
-        EXPECT_GT(line, 1u);
-        expectRefused({at(line) + mistake});
-        EXPECT_FALSE(exists(sandbox->directory() / "machines"));
-    }
-}
-
 TEST_P(Mistakes, AreToldAllOfThem)
 {
     prepare("CEDAR", "threshold = 24 ", "threshold = -1 ");
@@ -240,26 +203,6 @@ TEST_P(Refused, IsADamagedStateWhichIsLeftAlone)
                    + " is damaged or belongs to another program and was left alone; move it away "
                      "to start afresh"});
     EXPECT_EQ(readFile(sandbox->stateFile()), "my letter to grandmother");
-}
-
-TEST_P(Refused, IsAStateOfANewerVersionWhichIsLeftAlone)
-{
-    prepare();
-    steer("init");
-    tamper("PRAGMA user_version = 77");
-    expectRefused({sandbox->stateFile().string()
-                   + " was written by a newer version of this program (its tables have version 77, "
-                     "this one knows up to 1)"});
-}
-
-TEST_P(Refused, IsAStateOfAnotherProgramWhichIsLeftAlone)
-{
-    prepare();
-    fs::create_directories(sandbox->stateFile().parent_path());
-    tamper("CREATE TABLE machine (x); INSERT INTO machine VALUES ('a recipe')");
-    expectRefused({sandbox->stateFile().string()
-                   + " is damaged or belongs to another program and was left alone; move it away "
-                     "to start afresh"});
 }
 
 PLAY_ALONE(Mistakes);

@@ -6,7 +6,6 @@
 #include "sim/words.h"
 
 #include <algorithm>
-#include <map>
 #include <sstream>
 
 using namespace sim;
@@ -16,7 +15,7 @@ namespace {
 bool isOperation(const std::string &call)
 {
     const auto verb = valueOf(verbs, call);
-    return verb && *verb <= Verb::putSetting;
+    return verb && isCall(*verb);
 }
 
 // The argument as the journal has it: "CALL RESULT --times N" or "CALL off".
@@ -51,21 +50,6 @@ std::optional<Injection> takeInjection(Replay &replay, const std::string &call)
     return injection;
 }
 
-bool pairRuns(const Machine &machine, const Device &device)
-{
-    const Device *partner = partnerOf(machine, device);
-    return isRunning(device.state) || (partner && isRunning(partner->state));
-}
-
-bool tookPairDown(const Machine &before, const Machine &after)
-{
-    for (size_t i = 0; i < before.devices.size(); ++i)
-        if (isModule(before.devices[i].id) && pairRuns(before, before.devices[i])
-            && !pairRuns(after, after.devices[i]))
-            return true;
-    return false;
-}
-
 // A name out of the journal.
 DeviceId idOf(const Machine &machine, const std::string &name)
 {
@@ -74,21 +58,17 @@ DeviceId idOf(const Machine &machine, const std::string &name)
         return wholeMachine;
     if (const Device *device = deviceNamed(machine, name))
         return device->id;
-    for (const auto &[classCode, format] : std::map<int, const char *>{
-             {YAT_CLASS_CPU_MODULE, "cpu%d"},
-             {YAT_CLASS_PCI_MODULE, "pci%d"},
-             {YAT_CLASS_SCSI_ADAPTER, "scsi%d"},
-             {YAT_CLASS_ETHERNET_ADAPTER, "ethernet%d"}})
-        if (sscanf(name.c_str(), format, &id.number) == 1)
-            return {classCode, id.number};
+    for (const DeviceClass &each : deviceClasses)
+        if (sscanf(name.c_str(), (std::string(each.shortName) + "%d").c_str(), &id.number) == 1)
+            return {each.value, id.number};
     sscanf(name.c_str(), "class%d/%d", &id.classCode, &id.number);
     return id;
 }
 
 std::string carryOut(Replay &replay, const JournalRow &row, Verb verb)
 {
-    if (const auto injection = isOperation(row.operation) ? takeInjection(replay, row.operation)
-                                                          : std::nullopt;
+    if (const auto injection =
+            isOperation(row.operation) ? takeInjection(replay, row.operation) : std::nullopt;
         injection && injection->result)
         return "injected: " + std::to_string(*injection->result);
     const Machine before = replay.machine;
@@ -96,7 +76,7 @@ std::string carryOut(Replay &replay, const JournalRow &row, Verb verb)
                                                    .device = idOf(replay.machine, row.device),
                                                    .code = row.code,
                                                    .argument = row.argument});
-    if (verb <= Verb::putSetting && tookPairDown(before, replay.machine))
+    if (isCall(verb) && tookPairDown(before, replay.machine))
         return "a pair taken down";
     return refusal == Refusal::none ? "done" : "refused: " + std::string(nameOf(refusal));
 }
@@ -178,8 +158,7 @@ std::string follow(Replay &replay, Store &store)
             replay.rows.push_back(row);
     });
     for (const JournalRow &row : replay.rows)
-        if (const std::string fault = followRow(replay, row, store.descriptionFile);
-            !fault.empty())
+        if (const std::string fault = followRow(replay, row, store.descriptionFile); !fault.empty())
             return toText(row) + fault;
     const std::string is = toText(injections(store)), expected = toText(replay.injections);
     if (is != expected)

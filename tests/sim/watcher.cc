@@ -1,5 +1,6 @@
 #include "watcher.h"
 
+#include "sim/terms.h"
 #include "support.h"
 
 #include <csignal>
@@ -13,6 +14,8 @@
 #include <unistd.h>
 
 namespace {
+
+using sim::State;
 
 constexpr unsigned longestWatch = 120; // seconds
 
@@ -42,36 +45,6 @@ std::optional<std::string> hear(int line)
 
 // ---- What can be
 
-enum class Word {
-    empty,
-    stopped,
-    starting,
-    synchronising,
-    simplex,
-    duplex,
-    stopping,
-    broken,
-    bios,
-};
-
-struct Words {
-    Word word;
-    const char *english, *japanese;
-    bool hasProgress;
-};
-
-constexpr Words allWords[] = {
-    {Word::empty, "Not installed", "未搭載", false},
-    {Word::stopped, "Stopped", "停止中", false},
-    {Word::starting, "Starting", "起動中", true},
-    {Word::synchronising, "Synchronising", "同期中", true},
-    {Word::simplex, "Running, simplex", "稼働中(単独)", false},
-    {Word::duplex, "Running, duplex", "稼働中(二重化)", false},
-    {Word::stopping, "Stopping", "停止処理中", true},
-    {Word::broken, "Broken", "故障", false},
-    {Word::bios, "Updating BIOS", "BIOS更新中", true},
-};
-
 bool isProgress(const std::string &text)
 {
     int percent = -1, length = 0;
@@ -79,15 +52,15 @@ bool isProgress(const std::string &text)
            && static_cast<size_t>(length) == text.size();
 }
 
-// The word that a state consists of, with its progress where it has one.
-std::optional<Word> wordOf(const std::string &state)
+// The state that a text is for, with its progress where it has one.
+std::optional<State> stateIn(const std::string &text)
 {
-    for (const Words &words : allWords)
-        for (const char *text : {words.english, words.japanese})
-            if (words.hasProgress
-                    ? state.starts_with(text) && isProgress(state.substr(strlen(text)))
-                    : state == text)
-                return words.word;
+    for (const sim::StateTerm &term : sim::states)
+        for (const std::string_view word : {term.english, term.japanese})
+            if (sim::endsByItself(term.value)
+                    ? text.starts_with(word) && isProgress(text.substr(word.size()))
+                    : text == word)
+                return term.value;
     return {};
 }
 
@@ -95,15 +68,17 @@ std::optional<Word> wordOf(const std::string &state)
 // second module.
 std::string faultOfPair(const std::string &first, const std::string &second)
 {
-    const auto one = wordOf(first), other = wordOf(second);
-    const auto count = [&](Word word) { return (one == word ? 1 : 0) + (other == word ? 1 : 0); };
+    const auto one = stateIn(first), other = stateIn(second);
+    const auto count = [&](State state) {
+        return (one == state ? 1 : 0) + (other == state ? 1 : 0);
+    };
     if (!one || (!other && second != "(fails)"))
         return "a state that there is not";
-    if (count(Word::duplex) == 1)
+    if (count(State::duplex) == 1)
         return "one module in duplex";
-    if (count(Word::simplex) == 2)
+    if (count(State::simplex) == 2)
         return "both modules in simplex";
-    if (count(Word::synchronising) > 0 && count(Word::simplex) == 0)
+    if (count(State::synchronising) > 0 && count(State::simplex) == 0)
         return "nothing to synchronise with";
     return {};
 }
@@ -165,7 +140,7 @@ void lookAtBios(Look &look)
     const std::string before = cpuState(1);
     const bool isRead = property(YAT_KIND_CPU_MODULE, 1, YAT_PROPERTY_BIOS_VERSION) != "(fails)";
     if (cpuState(1) == before)
-        expect(look, isRead == (wordOf(before) != Word::empty));
+        expect(look, isRead == (stateIn(before) != State::empty));
 }
 
 // Every shipped machine has what is looked at here.

@@ -44,29 +44,6 @@ TEST_F(Yatsim, TellsItsVersion)
     EXPECT_EQ(steer("--version"), "yatsim of mrvutil " PRODUCT_VERSION "\n");
 }
 
-TEST_F(Yatsim, HelpOfASubcommandSaysWhatItTakes)
-{
-    const std::map<std::string, std::vector<std::string>> taken = {
-        {"list", {"--json"}},
-        {"show", {"[DEVICE]", "--json", "ethernet3"}},
-        {"fail", {"DEVICE REQUIRED", "--permanent"}},
-        {"inject",
-         {"CALL REQUIRED", "RESULT REQUIRED", "--times N", "--delay MS", "--text TEXT",
-          "  PutBBDriverSettings\n"}},
-        {"set", {"KEY REQUIRED", "VALUE REQUIRED", "  DEVICE.mtbf_type\n", "  time\n"}},
-        {"journal", {"--last N ", "--json"}},
-        {"export", {"--json"}},
-        {"import", {"FILE REQUIRED"}},
-    };
-    for (const std::string subcommand : subcommands) {
-        const std::string help = steer(subcommand + " --help");
-        EXPECT_NE(help.find("Usage: yatsim " + subcommand + " [OPTIONS]"), std::string::npos);
-        for (const std::string &part :
-             taken.contains(subcommand) ? taken.at(subcommand) : std::vector<std::string>())
-            EXPECT_NE(help.find(part), std::string::npos) << subcommand << ": " << part;
-    }
-}
-
 // ---- What it takes
 
 TEST_F(Yatsim, RefusesWhatItDoesNotKnow)
@@ -174,17 +151,6 @@ TEST_F(Yatsim, SaysWhereTheStateCantBeWritten)
     sandbox.set("HOME", sandbox.directory().string());
     sandbox.set("XDG_STATE_HOME", ""); // there would be a place
     expectRefusal("list", file + ", which YAT_STATE_DIR names, can't be written: Not a directory");
-}
-
-TEST_F(Yatsim, RefusesAForeignStateAndLeavesIt)
-{
-    create_directories(sandbox.stateFile().parent_path());
-    std::ofstream(sandbox.stateFile()) << "somebody else's";
-    for (const char *arguments : {"init", "list", "fail cpu1", "reset", "journal"})
-        expectRefusal(arguments, sandbox.stateFile().string()
-                                     + " is damaged or belongs to another program and was left "
-                                       "alone; move it away to start afresh");
-    EXPECT_EQ(readFile(sandbox.stateFile()), "somebody else's");
 }
 
 // ---- Standard output

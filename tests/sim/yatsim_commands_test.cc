@@ -109,18 +109,6 @@ TEST_F(Yatsim, ShowsTheMachine)
     EXPECT_NE(text.find("\nMTBF threshold             24.00 h\n"), std::string::npos) << text;
 }
 
-TEST_F(Yatsim, ShowsThatADescriptionHasChanged)
-{
-    const std::string file = write("own.toml", shipped("CEDAR"));
-    sandbox.set("YAT_MACHINE", file);
-    EXPECT_EQ(asJson("show").at("description_note"), "");
-    std::ofstream(file, std::ios::app) << "# another line\n";
-    EXPECT_EQ(asJson("show").at("description_note"),
-              file + " has changed since; the state is kept; 'yatsim reset' rebuilds it");
-    steer("reset");
-    EXPECT_EQ(asJson("show").at("description_note"), "");
-}
-
 TEST_F(Yatsim, FailsAndRepairsADevice)
 {
     steer("fail cpu2");
@@ -179,7 +167,7 @@ TEST_F(Yatsim, InjectsResultsAndTakesThemBack)
                   "CreateTreeViewData, FreeTreeViewData, call_yat_is_ft, yat_ft_get_property, "
                   "Linux_ConvertDataToInt, StatusChange, IfSupport, ClearMTBF, InitBringUp, "
                   "InitBringDown, SetMtbfType, BurnFirmware, GetBBDriverSettings, "
-                  "PutBBDriverSettings, YATGetDeviceID");
+                  "PutBBDriverSettings, GetDeviceFacts, GetSupportReason, YATGetDeviceID");
     for (const std::string result : {"maybe", "1x", "1.5", "2147483648"})
         expectRefusal("inject InitBringUp " + result,
                       "wrong result '" + result + "', expected a 32-bit number, 'real' or 'off'");
@@ -334,22 +322,3 @@ TEST_F(Yatsim, WritesDownWhatItRefusesByItself)
     EXPECT_EQ(Json::parse(steer("journal --json")).size(), 1 + std::size(cases));
 }
 
-TEST_F(Yatsim, ResetMakesTheMachineAnewAndKeepsTheJournal)
-{
-    const Json before = asJson("list");
-    steer("pull cpu1");
-    steer("set mtbf_threshold 3");
-    steer("inject IfSupport 0");
-    EXPECT_EQ(steer("reset"), "");
-    Json after = asJson("list");
-    ASSERT_EQ(after.size(), before.size());
-    for (size_t i = 0; i < after.size(); ++i)
-        after[i]["since"] = before[i].at("since");
-    EXPECT_EQ(after, before);
-    EXPECT_EQ(asJson("show").at("mtbf_threshold_hours"), 24.0);
-    EXPECT_EQ(asJson("show").at("injections"), Json::array());
-    const Json journal = asJson("journal");
-    ASSERT_EQ(journal.size(), 5u);
-    EXPECT_EQ(journal[1].at("operation"), "pull");
-    EXPECT_EQ(journal[4].at("operation"), "reset");
-}

@@ -3,44 +3,6 @@
 
 #include <map>
 
-TEST_F(Yatsim, ImportOfWhatWasExportedGivesTheSameMachine)
-{
-    for (const char *machine : {"ALDER", "BIRCH", "CEDAR", "PLAIN"}) {
-        sandbox.set("YAT_MACHINE", machine);
-        if (std::string(machine) == "CEDAR") {
-            steer("fail cpu2 --permanent");
-            steer("set time +200000");
-            steer("set cpu1.mtbf_type 0");
-            steer("set cpu1.bios_status \"\x1b[3m \xc3\xa9 quoted ' too\"");
-            steer("pull pci1");
-            steer("fail ethernet3 --permanent");
-            steer("set automatic_module_start on");
-            steer("set mtbf_threshold 12.25");
-        }
-        const Json devices = asJson("list"), whole = asJson("show");
-        const std::string exported = steer("export");
-        const Json asObject = asJson("export");
-        const std::string file = write("exported.toml", exported);
-        steer("reset");
-        EXPECT_EQ(steer("import " + file), "");
-        EXPECT_EQ(steer("export"), exported) << machine;
-        EXPECT_EQ(asJson("export"), asObject) << machine;
-        Json again = asJson("list");
-        ASSERT_EQ(again.size(), devices.size());
-        // Only the times are those of another clock.
-        for (size_t i = 0; i < again.size(); ++i) {
-            EXPECT_EQ(again[i].at("failure_times").size(), devices[i].at("failure_times").size());
-            for (const char *key : {"since", "failure_times"})
-                again[i][key] = devices[i].at(key);
-        }
-        EXPECT_EQ(again, devices) << machine;
-        Json shown = asJson("show");
-        for (const char *key : {"time", "description_note"})
-            shown[key] = whole.at(key);
-        EXPECT_EQ(shown, whole) << machine;
-    }
-}
-
 TEST_F(Yatsim, ExportAsJsonHasTheKeysOfTheDescription)
 {
     const Json description = asJson("export");
