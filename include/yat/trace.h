@@ -20,9 +20,9 @@
  * another one. Texts over 4095 bytes are cut.
  *
  * A record is written with one write to a file opened for appending, so several
- * processes can write at once, and none is lost when its program is killed. When the
- * disk takes a part of a record only, the program's next one begins on a line of its
- * own. A log that is renamed or removed is left for a new one within a millisecond.
+ * processes can write at once, and none is lost when its program is killed. A part of a
+ * record is taken back when the disk takes no more; the program says so when it ends.
+ * A log that is renamed or removed is left for a new one within a millisecond.
  */
 #ifndef YAT_TRACE_H
 #define YAT_TRACE_H

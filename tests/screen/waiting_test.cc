@@ -73,7 +73,7 @@ TEST_P(EveryReading, IsToldWhenItTakesLongAndDropsWhatIsTyped)
     ask(session);
     session.see(reading.line);
     EXPECT_NE(session.terminal().rows().back().find(reading.line), std::string::npos);
-    session.send("\x0f\x1b[1;5A" + enter + space); // would leave what comes next
+    session.send(tab + "\x0f\x1b[1;5A" + enter + space); // would leave what comes next
     session.files().letGo();
     session.see(reading.after);
     session.seeNot("...");
