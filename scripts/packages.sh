@@ -9,7 +9,7 @@ testPackages="libgtest-dev libvterm-dev librapidcheck-dev locales ncurses-bin gr
 mandoc dpkg-dev umockdev python3-jsonschema"
 # To leave nothing out: the other compiler, and a virtual machine with a BMC.
 fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static freeipmi-tools \
-prometheus prometheus-node-exporter"
+prometheus prometheus-node-exporter ansible-core ansible-lint yamllint openssh-server"
 # To build packages, and to look them through.
 packagePackages="debhelper dpkg-dev lintian git"
 
