@@ -127,6 +127,19 @@ TEST_F(Yatctl, CopiesTheBiosOfTheModuleThatRuns)
     EXPECT_EQ(shows("cpu2")["bios_version"], "9.9");
 }
 
+TEST_F(Yatctl, FailsWhenAnUpdateLeavesNoValidBios)
+{
+    sandbox.set("YAT_TIME_SCALE", "1000");
+    does("stop cpu2 --yes --wait");
+    sandbox.set("YAT_TIME_SCALE", "0");
+    does("update cpu2 file --yes");
+    steer("pull cpu2"); // in the middle of it
+    steer("insert cpu2");
+    EXPECT_EQ(shows("cpu2")["bios_state"], "invalid");
+    steer("inject BurnFirmware 1");
+    expectFailure("update cpu2 file --yes --wait", 1, "cpu2 has no valid BIOS after the update");
+}
+
 TEST_F(Yatctl, ClearsFailuresAndSetsTypes)
 {
     steer("fail eth1");

@@ -90,6 +90,27 @@ TEST_F(Foreign, SaysWhatItKnowsOfANo)
     EXPECT_EQ(yatctl("bmc").status, 5);
 }
 
+// The library of a machine's maker may be older than these calls.
+TEST_F(Foreign, NeedsNoLibraryThatTellsFacts)
+{
+    std::string library = readFile(root.path / "lib/libyat.so");
+    for (const std::string name : {"GetDeviceFacts", "GetSupportReason"})
+        for (size_t at; (at = library.find(name)) != std::string::npos;)
+            library[at] = 'X';
+    writeFile(root.path / "lib/libyat.so", library);
+    fs::copy_file(PROGRAMS "/../lib/yatcore.dll", root.path / "lib/yatcore.dll",
+                  fs::copy_options::overwrite_existing);
+    fs::copy(PROGRAMS "/../data", root.path / "data", fs::copy_options::recursive);
+    const Finished list = yatctl("list");
+    EXPECT_EQ(list.status, 0) << list.errors;
+    EXPECT_NE(list.output.find("cpu1       CPU module 1        Running, duplex  -         -\n"),
+              std::string::npos)
+        << list.output;
+    const Finished refused = yatctl("start cpu1 --yes");
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_EQ(refused.errors, "yatctl: start cpu1: the platform's reason has number 4\n");
+}
+
 TEST_F(Foreign, SaysThatThePlatformIsMissing)
 {
     fs::remove(root.path / "lib/yatcore.dll");

@@ -53,7 +53,7 @@ void waitFor(Device &device, int state, int seconds)
     for (bool hasBegun = false;; sleepFor(betweenLooks)) {
         read(device);
         const auto now = fact(device, YAT_KNOWS_STATE, device.facts.state);
-        if (now && *now == state)
+        if (now && *now == state && biosWord(device) != "updating")
             return;
         line.show(device.shortName + ": " + shownState(device));
         const bool isUnderWay = now && endsByItself(*now);
