@@ -6,8 +6,10 @@
 
 #include "report.h"
 #include "support/files.h"
+#include "support/process.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -156,6 +158,43 @@ void compareAll(const TemporaryDirectory &scratch, int turns)
             std::max(turns / 10, 1));
 }
 
+// Programs that print the devices and end, in turns; the others are compared with the first one.
+void comparePrinting(const TemporaryDirectory &scratch, int turns)
+{
+    const std::vector<std::vector<std::string>> commands = {
+        {STAGE "/bin/mrvutil", "-debug"},
+        {STAGE "/bin/yatctl", "list"},
+        {STAGE "/bin/yatctl", "list", "--json"},
+        {STAGE "/bin/yatsim", "list"},
+    };
+    setenv("YAT_STATE_DIR", (scratch.path / "cedar").c_str(), 1);
+    setenv("YAT_MACHINE", "CEDAR", 1);
+    std::vector<std::vector<Start>> starts(commands.size());
+    for (int turn = -1; turn < turns; ++turn)
+        for (size_t i = 0; i < commands.size(); ++i) {
+            using Clock = std::chrono::steady_clock;
+            const Clock::time_point begin = Clock::now();
+            const Finished one = run(commands[i]);
+            const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+            if (one.output.find("CPU module 1") == std::string::npos)
+                throw std::runtime_error(commands[i][0] + " does not print the devices");
+            if (turn >= 0)
+                starts[i].push_back({.seconds = seconds});
+        }
+    printf("| program, to its end | min | median | max | to mrvutil -debug |\n"
+           "|---|---:|---:|---:|---:|\n");
+    for (size_t i = 0; i < commands.size(); ++i) {
+        std::string name = fs::path(commands[i][0]).filename();
+        for (size_t word = 1; word < commands[i].size(); ++word)
+            name += " " + commands[i][word];
+        const auto seconds = figures(starts[i], [](const Start &one) { return one.seconds; });
+        printf("| %s | %.2f ms | %.2f ms | %.2f ms | %.2f |\n", name.c_str(),
+               seconds.front() * 1000, median(seconds) * 1000, seconds.back() * 1000,
+               ratio(starts[i], starts[0]));
+    }
+    printf("\n");
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -165,6 +204,7 @@ try {
     setenv("LC_ALL", "C.UTF-8", 1);
     setenv("TERM", "xterm-256color", 1);
     printf("%s\n\n", conditions().c_str());
+    comparePrinting(scratch, turns);
     compareAll(scratch, turns);
     return 0;
 } catch (const std::exception &fault) {
