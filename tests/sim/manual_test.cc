@@ -183,7 +183,8 @@ std::set<std::string> variablesReadIn(const std::string &directory)
 
 void expectToldOf(const std::string &name, const Words &directories, const Words &others)
 {
-    const Words lines = matches(section(page(name), ".Sh ENVIRONMENT"), "^\\.It Ev (.*)$");
+    const char *heading = name.starts_with("ja/") ? ".Sh 環境変数" : ".Sh ENVIRONMENT";
+    const Words lines = matches(section(page(name), heading), "^\\.It Ev (.*)$");
     std::set<std::string> told, read(others.begin(), others.end());
     for (const std::string &line : lines)
         for (const std::string &variable : matches(line, "([A-Z_]+)"))
@@ -198,8 +199,9 @@ void expectToldOf(const std::string &name, const Words &directories, const Words
 TEST_F(Manual, TellsTheEnvironmentThatIsRead)
 {
     // The locale and the time zone are read by the C library, and NEWT_MONO by newt.
-    expectToldOf("mrvutil.1", {"src", "lib"},
-                 {"LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LANG", "TZ", "NEWT_MONO"});
+    for (const char *name : {"mrvutil.1", "ja/mrvutil.1"})
+        expectToldOf(name, {"src", "lib"},
+                     {"LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LANG", "TZ", "NEWT_MONO"});
     expectToldOf("yatsim.1", {"tools/yatsim", "lib/common", "lib/sim"},
                  {"LC_ALL", "LC_CTYPE", "LANG", "TZ"});
 }
