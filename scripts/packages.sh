@@ -6,10 +6,10 @@ libtomlplusplus-dev libsqlitecpp-dev libsqlite3-dev libcli11-dev nlohmann-json3-
 libudev-dev libpci-dev pci.ids libmount-dev libnl-route-3-dev"
 # To test as well.
 testPackages="libgtest-dev libvterm-dev librapidcheck-dev locales ncurses-bin groff-base man-db \
-mandoc dpkg-dev umockdev python3-jsonschema"
-# To leave nothing out: the other compiler, and a virtual machine with a BMC.
+mandoc dpkg-dev umockdev python3-jsonschema codespell"
+# To leave nothing out: the other compiler, a virtual machine with a BMC, and a fresh Debian.
 fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static freeipmi-tools \
-prometheus prometheus-node-exporter ansible-core ansible-lint yamllint openssh-server"
+prometheus prometheus-node-exporter ansible-core ansible-lint yamllint openssh-server debootstrap"
 # To build packages, and to look them through.
 packagePackages="debhelper dpkg-dev lintian git"
 
