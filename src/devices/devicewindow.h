@@ -138,7 +138,8 @@ consteval WindowKind checked(const WindowKind &kind)
     for (const Button &button : kind.buttons) {
         expect(button.part >= 0 && button.part < mostParts, "a button without a place");
         expect(button.question < static_cast<int>(kind.questions.size()), "an unknown question");
-        expect(button.question < 0 || (button.operation && button.operation->failed.name && button.support),
+        expect(button.question < 0
+                   || (button.operation && button.operation->failed.name && button.support),
                "a question about nothing");
     }
     return kind;
