@@ -4,8 +4,6 @@
 #include "sim/keys.h"
 #include "sim/rows.h"
 
-#include <algorithm>
-
 namespace sim {
 namespace {
 
@@ -19,6 +17,11 @@ CREATE TRIGGER journal_is_not_replaced BEFORE INSERT ON journal
 WHEN EXISTS (SELECT 1 FROM journal WHERE id = NEW.id)
 BEGIN SELECT RAISE(ABORT, 'the journal is never rewritten'); END;
 )";
+
+std::string equals(std::string_view name, int number)
+{
+    return std::string(name) + " = " + std::to_string(number);
+}
 
 // The keys of a description as columns. Codes are those of sim/terms.h and yat/ft.h, times are in
 // microseconds.
@@ -50,11 +53,12 @@ template <class Visit> struct Columns {
     void word(std::string_view key, Value &value, const Table &terms, Presence presence)
     {
         int code = static_cast<int>(value);
+        // Not IN: SQLite would make a table of the codes to look into for each row.
         visit(key, code, [&] {
-            std::string codes = presence == optional ? "0" : ""; // where there is no word
+            std::string codes = presence == optional ? equals(key, 0) : ""; // 0: no word
             for (const auto &term : terms)
-                codes += (codes.empty() ? "" : ", ") + std::to_string(static_cast<int>(term.value));
-            return std::string(key) + " IN (" + codes + ")";
+                codes += (codes.empty() ? "" : " OR ") + equals(key, static_cast<int>(term.value));
+            return codes;
         });
         value = static_cast<Value>(code);
     }
@@ -72,8 +76,9 @@ template <class Visit> struct Columns {
     void timesAgo(std::string_view key, std::vector<Time> &value, Time, int, size_t most)
     {
         visit(key, value, [=] {
-            return "length(" + std::string(key) + ") % " + std::to_string(sizeof(Time))
-                   + " = 0 AND " + atMostBytes(key, most * sizeof(Time))();
+            const std::string length = "length(" + std::string(key) + ")";
+            return length + " % " + std::to_string(sizeof(Time)) + " = 0 AND " + length
+                   + " <= " + std::to_string(most * sizeof(Time));
         });
     }
 
