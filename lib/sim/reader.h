@@ -5,7 +5,6 @@
 #include "sim/keys.h"
 
 #include <initializer_list>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>

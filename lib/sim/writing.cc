@@ -2,7 +2,6 @@
 
 #include "sim/keys.h"
 
-#include <charconv>
 #include <nlohmann/json.hpp>
 #include <utility>
 

@@ -1,7 +1,6 @@
 // Machines that are made like another one: by export and import, and by reset.
 #include "scenario.h"
 
-#include <algorithm>
 #include <fstream>
 
 namespace {

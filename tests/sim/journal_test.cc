@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <random>
-#include <set>
 
 namespace {
 

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <sys/resource.h>

@@ -7,7 +7,6 @@
 #include <fstream>
 #include <random>
 #include <set>
-#include <sys/wait.h>
 
 namespace fs = std::filesystem;
 

@@ -3,8 +3,6 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <map>
-#include <sys/wait.h>
 #include <tuple>
 #include <unistd.h>
 

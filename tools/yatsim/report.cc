@@ -7,7 +7,6 @@
 #include "text/encoding.h"
 #include "yat/ft.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <nlohmann/json.hpp>
