@@ -147,6 +147,7 @@ TEST_F(Output, IsAlignedByColumns)
     sandbox.set("YAT_MACHINE", (sandbox.directory() / "wide.toml").string());
     sandbox.set("LC_ALL", "ja_JP.UTF-8");
     const std::vector<std::string> lines = linesOf(does("list"));
+    ASSERT_EQ(lines.size(), 12u);
     EXPECT_EQ(lines[1], "cpu1       計算モジュール一号機  稼働中(二重化)   0         -");
     EXPECT_EQ(lines[2], "cpu2       CPU module 2          稼働中(二重化)   0         -");
 }
