@@ -28,6 +28,42 @@ size_t firstCharacter(std::string_view rest, wchar_t *character)
     return length;
 }
 
+// Whether a line may not begin with the character, which closes what stands before it.
+bool closes(wchar_t character)
+{
+    return std::wstring_view(L"。、？！：）」』?!:.,)").find(character) != std::wstring_view::npos;
+}
+
+// Where the first line of a text ends, and where the next one begins.
+struct LineEnd {
+    size_t end, next;
+};
+
+LineEnd firstLine(std::string_view text, int columns)
+{
+    size_t end = 0, best = 0;
+    int width = 0, widthBefore = 0;
+    for (size_t length; end < text.size(); end += length) {
+        if (text[end] == '\n')
+            return {end, end + 1};
+        wchar_t character;
+        length = firstCharacter(text.substr(end), &character);
+        const int characterWidth = wcwidth(character);
+        const bool isBlank = character == L' ';
+        if (isBlank || (end > 0 && std::max(characterWidth, widthBefore) > 1 && !closes(character)))
+            best = end;
+        width += characterWidth;
+        if (width > columns && !isBlank && end > 0)
+            break;
+        widthBefore = characterWidth;
+    }
+    if (end >= text.size())
+        return {end, end};
+    if (best == 0)
+        best = end;
+    return {best, std::min(text.find_first_not_of(' ', best), text.size())};
+}
+
 } // namespace
 
 size_t wholeCharacters(std::string_view text, size_t most)
@@ -81,4 +117,30 @@ std::string showable(std::string_view source)
         result += character == L'?' ? "?" : source.substr(0, length);
         source.remove_prefix(length);
     }
+}
+
+std::string cutText(std::string_view text, int columns)
+{
+    size_t end = 0;
+    for (int width = 0; end < text.size();) {
+        wchar_t character;
+        const size_t length = firstCharacter(text.substr(end), &character);
+        width += wcwidth(character);
+        if (width > columns)
+            break;
+        end += length;
+    }
+    return std::string(text.substr(0, end));
+}
+
+std::vector<std::string> wrapText(std::string_view text, int columns)
+{
+    std::vector<std::string> lines;
+    do {
+        const LineEnd line = firstLine(text, columns);
+        const std::string_view whole = text.substr(0, line.end);
+        lines.emplace_back(whole.substr(0, whole.find_last_not_of(' ') + 1));
+        text.remove_prefix(line.next);
+    } while (!text.empty());
+    return lines;
 }

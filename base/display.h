@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Whether a character says something to a person, and nothing to the terminal: no control
 // character of either range, and none that turns the direction or ends the line of what follows.
@@ -31,3 +32,10 @@ void copyText(std::span<char> buffer, const char *source);
 // A text that the terminal draws in as many columns as textWidth counts: what is not showable, or
 // no character at all, is '?'.
 std::string showable(std::string_view source);
+
+// The beginning of a text, cut between two characters where it takes more than so many columns.
+std::string cutText(std::string_view text, int columns);
+
+// A text in lines of at most so many columns, one at least. A line ends where the text has it end,
+// else at a blank or beside a wide character, and only where there is neither in a word.
+std::vector<std::string> wrapText(std::string_view text, int columns);

@@ -4,12 +4,12 @@
 #include "devices/actions.h"
 #include "dialogs/autowin.h"
 #include "dialogs/busyline.h"
+#include "dialogs/components.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
 #include "platform/property.h"
 #include "system/firmupdate.h"
 
-#include <algorithm>
 
 static constexpr char traceSource[] = "cpusubwin";
 
@@ -174,13 +174,9 @@ static bool readBios(int index, PropertyText &version, PropertyText &status)
            && readBiosText(index, YAT_PROPERTY_BIOS_STATUS, "BIOS_DATA_FAIL", status);
 }
 
-// A text box for a BIOS text, narrower on a terminal that it would not fit on.
 static newtComponent makeBiosBox()
 {
-    constexpr int width = 72, height = 2, around = 4; // frame and margin
-    int columns;
-    newtGetScreenSize(&columns, nullptr);
-    return newtTextbox(-1, -1, std::min(width, columns - around), height, NEWT_FLAG_WRAP);
+    return makeTextbox(72, 2, NEWT_FLAG_WRAP);
 }
 
 int BiosData(int index)
@@ -188,25 +184,25 @@ int BiosData(int index)
     TRACE(">[IN]index=%d", index);
     newtComponent form = newtForm(nullptr, nullptr, 0);
     newtComponent ok = newtButton(-1, -1, text("BUTTON_OK_ID"));
-    newtComponent versionLabel = newtLabel(-1, -1, text("CPU_BIOS_VER"));
+    newtComponent versionLabel = makeLabel(text("CPU_BIOS_VER"));
     newtComponent versionBox = makeBiosBox();
-    newtComponent statusLabel = newtLabel(-1, -1, text("CPU_STRTUS_BIOS"));
+    newtComponent statusLabel = makeLabel(text("CPU_STRTUS_BIOS"));
     newtComponent statusBox = makeBiosBox();
     PropertyText version, status;
     if (!readBios(index, version, status))
         return 0;
-    newtTextboxSetText(versionBox, version.data());
-    newtTextboxSetText(statusBox, status.data());
+    setText(versionBox, version.data());
+    setText(statusBox, status.data());
 
-    newtGrid texts = makeGrid(1, 4,
-                              {{0, 0, versionLabel, NEWT_ANCHOR_LEFT},
-                               {0, 1, versionBox, NEWT_ANCHOR_LEFT},
-                               {0, 2, statusLabel, NEWT_ANCHOR_LEFT, {.top = 1}},
-                               {0, 3, statusBox, NEWT_ANCHOR_LEFT}});
-    newtGrid grid =
-        makeGrid(1, 2, {{0, 0, texts, NEWT_ANCHOR_TOP}, {0, 1, ok, NEWT_ANCHOR_TOP, {.top = 1}}});
-    openWindow(form, grid, text("BIOS_TITLE"));
-    newtGridFree(grid, 1);
+    const Grid texts = {1,
+                        4,
+                        {{0, 0, versionLabel, NEWT_ANCHOR_LEFT},
+                         {0, 1, versionBox, NEWT_ANCHOR_LEFT},
+                         {0, 2, statusLabel, NEWT_ANCHOR_LEFT, {.top = 1}},
+                         {0, 3, statusBox, NEWT_ANCHOR_LEFT}}};
+    const Grid grid = {
+        1, 2, {{0, 0, texts, NEWT_ANCHOR_TOP}, {0, 1, ok, NEWT_ANCHOR_TOP, {.top = 1}}}};
+    openWindow(form, grid, text("BIOS_TITLE"), GridEnd::freed);
     newtFormAddComponents(form, versionLabel, versionBox, statusLabel, statusBox, ok, nullptr);
     runForm(form);
     closeWindow(form);

@@ -2,6 +2,7 @@
 
 #include "dialogs/autowin.h"
 #include "dialogs/busyline.h"
+#include "dialogs/components.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
 #include "platform/property.h"
@@ -15,12 +16,12 @@ newtComponent makeWidget(const Component &component, newtComponent previous)
 {
     constexpr int stateColumns = 19, stateRows = 2;
     switch (component.widget) {
-    case Widget::label: return newtLabel(-1, -1, text(component.text));
+    case Widget::label: return makeLabel(text(component.text));
     case Widget::button: return newtButton(-1, -1, text(component.text));
     case Widget::compactButton: return newtCompactButton(-1, -1, text(component.text));
-    case Widget::firstRadio: return newtRadiobutton(-1, -1, text(component.text), 1, nullptr);
-    case Widget::nextRadio: return newtRadiobutton(-1, -1, text(component.text), 0, previous);
-    case Widget::stateBox: return newtTextbox(-1, -1, stateColumns, stateRows, NEWT_FLAG_WRAP);
+    case Widget::firstRadio: return makeRadio(text(component.text), true, nullptr);
+    case Widget::nextRadio: return makeRadio(text(component.text), false, previous);
+    case Widget::stateBox: return makeTextbox(stateColumns, stateRows, NEWT_FLAG_WRAP);
     }
     return nullptr;
 }
@@ -59,7 +60,7 @@ bool makeTypeRadios(DeviceWindow &window)
     newtComponent *radio = window.parts + window.kind.mtbfType->firstRadio;
     newtComponent previous = nullptr;
     for (const TextKey key : texts)
-        *radio++ = previous = newtRadiobutton(-1, -1, text(key), type == typeOfButton++, previous);
+        *radio++ = previous = makeRadio(text(key), type == typeOfButton++, previous);
     return true;
 }
 
@@ -89,27 +90,27 @@ Cell cellOfRow(const DeviceWindow &window, const Row &row, int number)
     if (row.columns == 0)
         return {0, number, window.parts[row.cells[0].part], row.cells[0].anchor,
                 row.cells[0].padding};
-    newtGrid grid = newtCreateGrid(row.columns, row.rows);
+    Grid grid = {row.columns, row.rows};
     for (const RowCell &cell : row.cells)
         if (cell.part >= 0)
-            setField(grid,
-                     {cell.column, cell.row, window.parts[cell.part], cell.anchor, cell.padding});
+            grid.cells.push_back(
+                {cell.column, cell.row, window.parts[cell.part], cell.anchor, cell.padding});
     return {0, number, grid, NEWT_ANCHOR_TOP, row.padding};
 }
 
-newtGrid makeRows(const DeviceWindow &window)
+Grid makeRows(const DeviceWindow &window)
 {
     const auto isShown = [&](const Row &row) {
         return row.cells[0].part < 0 || window.parts[row.cells[0].part];
     };
     const std::span<const Row> rows = window.kind.rows;
-    newtGrid grid = newtCreateGrid(1, static_cast<int>(std::ranges::count_if(rows, isShown)));
+    Grid grid = {1, static_cast<int>(std::ranges::count_if(rows, isShown))};
     int number = 0;
     for (const Row &row : rows) {
         if (!isShown(row))
             continue;
         if (row.cells[0].part >= 0)
-            setField(grid, cellOfRow(window, row, number));
+            grid.cells.push_back(cellOfRow(window, row, number));
         ++number;
     }
     return grid;
@@ -117,13 +118,11 @@ newtGrid makeRows(const DeviceWindow &window)
 
 void openDeviceWindow(const DeviceWindow &window)
 {
-    newtGrid grid = makeRows(window);
     std::array<char, 256> title;
     copyText(std::span(title).first(window.kind.titleSize),
              (nameOf(window.device) + " --" + text("WINDOW_TITLE_MRV_ID")).c_str());
-    openWindow(window.form, grid, title.data());
-    if (window.kind.freesGrids)
-        newtGridFree(grid, 1);
+    openWindow(window.form, makeRows(window), title.data(),
+               window.kind.freesGrids ? GridEnd::freed : GridEnd::kept);
     for (const int part : window.kind.tabOrder)
         if (window.parts[part])
             newtFormAddComponent(window.form, window.parts[part]);
@@ -182,5 +181,5 @@ void showState(DeviceWindow &window)
     if (StatusChange(state.kind, numberOf(window.device), state.code, buffer.data()) == -1)
         replaceUnreadable(buffer, state.unreadable);
     buffer.back() = '\0';
-    newtTextboxSetText(window.parts[state.box], buffer.data());
+    setText(window.parts[state.box], buffer.data());
 }

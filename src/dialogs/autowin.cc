@@ -1,5 +1,6 @@
 #include "dialogs/autowin.h"
 
+#include "dialogs/components.h"
 #include "dialogs/grid.h"
 #include "dialogs/notice.h"
 #include "dialogs/window.h"
@@ -10,10 +11,12 @@
 
 namespace {
 
+constexpr char noText[] = "  ";
+
 newtComponent makeWrappedText(int width, int height, const char *message)
 {
-    newtComponent textbox = newtTextbox(-1, -1, width, height, NEWT_FLAG_WRAP);
-    newtTextboxSetText(textbox, message);
+    newtComponent textbox = makeTextbox(width, height, NEWT_FLAG_WRAP);
+    setText(textbox, message);
     return textbox;
 }
 
@@ -22,7 +25,7 @@ newtComponent makeWrappedText(int width, int height, const char *message)
 void msgWindow(const char *title, const char *button, const char *message)
 {
     newtComponent form = newtForm(nullptr, nullptr, 0);
-    newtComponent label = newtLabel(-1, -1, message);
+    newtComponent label = makeLabel(message);
     showNotice(form, label, newtButton(-1, -1, button), title);
 }
 
@@ -40,11 +43,10 @@ namespace {
 newtComponent choose(newtComponent form, newtComponent content, const char *title,
                      newtComponent *buttons, int count)
 {
-    newtGrid grid = newtCreateGrid(std::max(count, 1), 2);
-    setField(grid, {0, 0, content, NEWT_ANCHOR_LEFT});
+    Grid grid = {std::max(count, 1), 2, {{0, 0, content, NEWT_ANCHOR_LEFT}}};
     newtFormAddComponent(form, content);
     for (int i = 0; i < count; ++i) {
-        setField(grid, {i, 1, buttons[i], NEWT_ANCHOR_LEFT, {.top = 1}});
+        grid.cells.push_back({i, 1, buttons[i], NEWT_ANCHOR_LEFT, {.top = 1}});
         newtFormAddComponent(form, buttons[i]);
     }
     openWindow(form, grid, title ? title : " ");
@@ -52,11 +54,6 @@ newtComponent choose(newtComponent form, newtComponent content, const char *titl
     const newtComponent chosen = runForm(form);
     closeWindow(form);
     return chosen;
-}
-
-newtComponent makeLabel(const char *message)
-{
-    return newtLabel(-1, -1, message ? message : "  ");
 }
 
 using SetFlags = void (*)(newtComponent, int, newtFlagsSense);
@@ -76,14 +73,14 @@ newtComponent SelectFromButtons(const char *title, const char *message, newtComp
                                 int count)
 {
     newtComponent form = newtForm(nullptr, nullptr, 0);
-    return choose(form, makeLabel(message), title, buttons, count);
+    return choose(form, makeLabel(message ? message : noText), title, buttons, count);
 }
 
 newtComponent SelectFromButtonsEx(const char *title, const char *message, newtComponent *buttons,
                                   int count)
 {
     newtComponent form = newtForm(nullptr, nullptr, 0);
-    newtComponent content = message ? makeWrappedText(60, 3, message) : makeLabel(nullptr);
+    newtComponent content = message ? makeWrappedText(60, 3, message) : makeLabel(noText);
     return choose(form, content, title, buttons, count);
 }
 

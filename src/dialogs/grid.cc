@@ -1,26 +1,38 @@
 #include "dialogs/grid.h"
 
-void setField(newtGrid grid, const Cell &cell)
+Grid makeButtonRow(newtComponent left, newtComponent right)
 {
-    newtGridSetField(grid, cell.column, cell.row, cell.kind, cell.content, cell.padding.left,
-                     cell.padding.top, cell.padding.right, cell.padding.bottom, cell.anchor, 0);
+    return {2, 1, {{0, 0, left, NEWT_ANCHOR_LEFT}, {1, 0, right, NEWT_ANCHOR_RIGHT}}};
 }
 
-newtGrid makeGrid(int columns, int rows, std::initializer_list<Cell> cells)
+Grid makeWindowGrid(const Grid &content, const Grid &buttons)
 {
-    newtGrid grid = newtCreateGrid(columns, rows);
-    for (const Cell &cell : cells)
-        setField(grid, cell);
-    return grid;
+    return {1, 2, {{0, 0, content, NEWT_ANCHOR_TOP}, {0, 1, buttons, NEWT_ANCHOR_TOP, {.top = 1}}}};
 }
 
-newtGrid makeButtonRow(newtComponent left, newtComponent right)
+newtGrid makeNewtGrid(const Grid &grid)
 {
-    return makeGrid(2, 1, {{0, 0, left, NEWT_ANCHOR_LEFT}, {1, 0, right, NEWT_ANCHOR_RIGHT}});
+    newtGrid result = newtCreateGrid(grid.columns, grid.rows);
+    for (const Cell &cell : grid.cells) {
+        const newtGridElement kind = cell.component ? NEWT_GRID_COMPONENT : NEWT_GRID_SUBGRID;
+        void *content = cell.component ? static_cast<void *>(cell.component)
+                                       : static_cast<void *>(makeNewtGrid(cell.grid));
+        newtGridSetField(result, cell.column, cell.row, kind, content, cell.padding.left,
+                         cell.padding.top, cell.padding.right, cell.padding.bottom, cell.anchor, 0);
+    }
+    return result;
 }
 
-newtGrid makeWindowGrid(newtGrid content, newtGrid buttons)
+std::vector<newtComponent> componentsOf(const Grid &grid)
 {
-    return makeGrid(
-        1, 2, {{0, 0, content, NEWT_ANCHOR_TOP}, {0, 1, buttons, NEWT_ANCHOR_TOP, {.top = 1}}});
+    std::vector<newtComponent> result;
+    for (const Cell &cell : grid.cells) {
+        if (cell.component) {
+            result.push_back(cell.component);
+            continue;
+        }
+        const std::vector<newtComponent> below = componentsOf(cell.grid);
+        result.insert(result.end(), below.begin(), below.end());
+    }
+    return result;
 }

@@ -1,41 +1,50 @@
-// Grids told as tables of their cells.
+// Grids told as tables of their cells: newt's grids are made of them, and where those are too wide
+// for the screen, narrower layouts.
 #pragma once
 
 #include <initializer_list>
 #include <newt.h>
+#include <vector>
 
 struct Padding {
     int left = 0, top = 0, right = 0, bottom = 0;
 };
 
-// One cell: where it is, what stands in it, how it is placed there.
+struct Cell;
+
+// Cells that are not given are empty.
+struct Grid {
+    int columns = 0, rows = 0;
+    std::vector<Cell> cells{};
+};
+
+// One cell: where it is, what stands in it, a component or a grid, how it is placed there.
 struct Cell {
     int column, row;
-    newtGridElement kind;
-    void *content;
+    newtComponent component = nullptr;
+    Grid grid{};
     int anchor;
     Padding padding;
 
-    Cell(int atColumn, int atRow, newtComponent component, int anchoredAt, Padding padded = {})
-        : column(atColumn), row(atRow), kind(NEWT_GRID_COMPONENT), content(component),
-          anchor(anchoredAt), padding(padded)
+    Cell(int atColumn, int atRow, newtComponent content, int anchoredAt, Padding padded = {})
+        : column(atColumn), row(atRow), component(content), anchor(anchoredAt), padding(padded)
     {
     }
-    Cell(int atColumn, int atRow, newtGrid grid, int anchoredAt, Padding padded = {})
-        : column(atColumn), row(atRow), kind(NEWT_GRID_SUBGRID), content(grid), anchor(anchoredAt),
+    Cell(int atColumn, int atRow, Grid content, int anchoredAt, Padding padded = {})
+        : column(atColumn), row(atRow), grid(std::move(content)), anchor(anchoredAt),
           padding(padded)
     {
     }
 };
 
-// Puts a cell into a grid.
-void setField(newtGrid grid, const Cell &cell);
-
-// Makes a grid; cells that are not given stay empty.
-newtGrid makeGrid(int columns, int rows, std::initializer_list<Cell> cells);
-
 // Two buttons side by side.
-newtGrid makeButtonRow(newtComponent left, newtComponent right);
+Grid makeButtonRow(newtComponent left, newtComponent right);
 
 // A window's content with its buttons below.
-newtGrid makeWindowGrid(newtGrid content, newtGrid buttons);
+Grid makeWindowGrid(const Grid &content, const Grid &buttons);
+
+// newt's grid of it, with those in it.
+newtGrid makeNewtGrid(const Grid &grid);
+
+// The components of a grid and of those in it.
+std::vector<newtComponent> componentsOf(const Grid &grid);

@@ -1,5 +1,6 @@
 #include "dialogs/message.h"
 
+#include "dialogs/components.h"
 #include "dialogs/notice.h"
 #include "text/display.h"
 #include "text/keys.h"
@@ -10,7 +11,7 @@ int Message(const char *title, const char *message)
     copyText(ownTitle, title);
 
     newtComponent form = newtForm(nullptr, nullptr, 0);
-    newtComponent label = newtLabel(-1, -1, message);
+    newtComponent label = makeLabel(message);
     newtComponent ok = newtButton(-1, -1, text("BUTTON_OK_ID"));
     newtComponent cancel = newtButton(-1, -1, text("BUTTON_CANCEL_ID"));
     return showChoice(form, label, ok, cancel, ownTitle.data()) == ok ? 1 : 0;

@@ -5,9 +5,9 @@
 
 void showNotice(newtComponent form, newtComponent content, newtComponent button, const char *title)
 {
-    newtGrid contentGrid = makeGrid(1, 1, {{0, 0, content, NEWT_ANCHOR_TOP}});
-    newtGrid buttonGrid = makeGrid(1, 1, {{0, 0, button, NEWT_ANCHOR_TOP}});
-    newtGrid grid = makeWindowGrid(contentGrid, buttonGrid);
+    const Grid contentGrid = {1, 1, {{0, 0, content, NEWT_ANCHOR_TOP}}};
+    const Grid buttonGrid = {1, 1, {{0, 0, button, NEWT_ANCHOR_TOP}}};
+    const Grid grid = makeWindowGrid(contentGrid, buttonGrid);
     newtFormAddComponent(form, content);
     newtFormAddComponent(form, button);
     openWindow(form, grid, title);
@@ -20,8 +20,8 @@ void showNotice(newtComponent form, newtComponent content, newtComponent button,
 newtComponent showChoice(newtComponent form, newtComponent label, newtComponent left,
                          newtComponent right, const char *title)
 {
-    newtGrid labelGrid = makeGrid(1, 1, {{0, 0, label, NEWT_ANCHOR_TOP}});
-    newtGrid grid = makeWindowGrid(labelGrid, makeButtonRow(left, right));
+    const Grid labelGrid = {1, 1, {{0, 0, label, NEWT_ANCHOR_TOP}}};
+    const Grid grid = makeWindowGrid(labelGrid, makeButtonRow(left, right));
     newtFormAddComponent(form, label);
     newtFormAddComponents(form, left, right, nullptr);
     openWindow(form, grid, title);

@@ -1,5 +1,6 @@
 #include "dialogs/success.h"
 
+#include "dialogs/components.h"
 #include "dialogs/notice.h"
 #include "text/display.h"
 #include "text/keys.h"
@@ -9,6 +10,6 @@ void Success(const char *title)
     Question ownTitle;
     copyText(ownTitle, title);
     newtComponent form = newtForm(nullptr, nullptr, 0);
-    newtComponent label = newtLabel(-1, -1, text("LABEL_SUCCESS_ID"));
+    newtComponent label = makeLabel(text("LABEL_SUCCESS_ID"));
     showNotice(form, label, newtButton(-1, -1, text("BUTTON_CLOSE_ID")), ownTitle.data());
 }

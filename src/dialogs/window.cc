@@ -1,10 +1,13 @@
 #include "dialogs/window.h"
 
 #include "dialogs/busyline.h"
+#include "dialogs/components.h"
+#include "dialogs/view.h"
 #include "terminal/ending.h"
 #include "terminal/keys.h"
 #include "terminal/size.h"
 #include "text/display.h"
+#include "tree/component.h"
 
 #include <algorithm>
 #include <climits>
@@ -14,85 +17,158 @@
 
 namespace {
 
-struct Window {
-    newtComponent form;
-    std::string title;
-    Fit fit;
-    int columns = 0, rows = 0; // of the grid
-    int naturalColumns = 0;    // of the grid when the window was opened
-    bool scrolling = false;
-    bool hotKeys = false;
-};
-std::vector<Window> windows; // the top one last
-
-// Where newt puts a window of these components by itself: the place of its first component,
-// relative to the screen.
+// The inside of a frame, relative to the screen.
 struct Place {
     int left, top, width, height;
 };
 
-Place naturalPlace(const Window &window)
+struct Window {
+    newtComponent form;
+    std::string title;
+    Grid grid;
+    Fit fit;
+    Layout natural{}; // as newt places the components, the first cell of the grid at 0, 0
+    int offset = 0;   // of that cell from a column behind the frame
+    bool hotKeys = false;
+    // What the window has at the screen's present size.
+    bool isNatural = true;
+    Layout layout{};
+    Inside inside{};
+};
+std::vector<Window> windows; // the top one last
+
+constexpr int margin = 1; // between the frame and what is in it
+constexpr int framed = 2; // columns or rows of a frame
+
+std::string shownTitle(const Window &window)
 {
-    const int titleWidth = textWidth(window.title.c_str()) + 2;
-    const int width = std::max(window.columns, titleWidth) + 2;
-    const int height = window.rows + 2;
-    int top = (SLtt_Screen_Rows - height) / 2;
+    constexpr int around = framed + 2 * margin + 2; // with the frame's ends beside the title
+    return cutText(window.title, std::max(SLtt_Screen_Cols - around, 1));
+}
+
+// As newt centres a window.
+Place centred(int columns, int rows)
+{
+    const int width = columns + 2 * margin;
+    int top = (SLtt_Screen_Rows - rows) / 2;
     if (SLtt_Screen_Rows % 2 && top % 2)
         --top;
-    return {.left = (SLtt_Screen_Cols - width) / 2, .top = top, .width = width, .height = height};
+    return {.left = (SLtt_Screen_Cols - width) / 2, .top = top, .width = width, .height = rows};
 }
 
-bool rowsFit(const Window &window, const Place &place)
+int columnsWithTitle(const Window &window, int columns)
 {
-    return place.top + 1 >= 0 && place.top + 1 + window.rows <= SLtt_Screen_Rows;
+    return std::max(columns, textWidth(shownTitle(window).c_str()) + 2);
 }
 
-// The window at the height of the screen, its frame between the top and the help line.
-Place lowPlace(Place natural)
+// Where newt puts the window by itself.
+Place naturalPlace(const Window &window)
 {
-    natural.height = std::max(SLtt_Screen_Rows - 3, 1);
-    natural.top = 1;
-    return natural;
+    return centred(columnsWithTitle(window, window.natural.columns),
+                   window.natural.rows + 2 * margin);
 }
 
-// Opens the window of the form in the place that the screen has for it now.
-void open(const Window &window, const Place &place)
+// Whether a window and its frame have room above the help line.
+bool fits(const Place &place)
 {
+    return place.left >= 1 && place.left + place.width < SLtt_Screen_Cols && place.top >= 1
+           && place.top + place.height < SLtt_Screen_Rows - 1;
+}
+
+// The rows that a window can have.
+int mostRows()
+{
+    return std::max(SLtt_Screen_Rows - framed - 1, 1);
+}
+
+// Has contents that can show less of themselves do so.
+void limitContents(const Window &window, int columns)
+{
+    if (window.fit)
+        window.fit(columns, mostRows());
+}
+
+Layout smallLayout(const Window &window, int columns)
+{
+    return window.fit || columns < window.natural.columns ? narrowLayout(window.grid, columns)
+                                                          : withTexts(window.natural);
+}
+
+// Opens a window that newt's own place has no room for: lower, and narrower where it is too wide.
+void openSmall(Window &window)
+{
+    const int columns = std::min(window.natural.columns, SLtt_Screen_Cols - framed - 2 * margin);
+    limitContents(window, columns);
+    window.layout = smallLayout(window, columns);
+    const int rows = std::min(window.layout.rows + 2 * margin, mostRows());
+    const int spare = std::max(rows - window.layout.rows, 0);
+    const int width = columnsWithTitle(window, columns);
+    Place place = centred(width, rows);
+    place.top = std::clamp(place.top, 1, SLtt_Screen_Rows - framed - rows);
+    window.inside = {.left = margin + (width - columns) / 2,
+                     .top = spare / 2,
+                     .columns = columns,
+                     .rows = rows - spare,
+                     .frame = place.width};
     newtOpenWindow(place.left, place.top, static_cast<unsigned>(place.width),
-                   static_cast<unsigned>(place.height), window.title.c_str());
+                   static_cast<unsigned>(place.height), shownTitle(window).c_str());
 }
 
-// Makes the form as high as its part of the window, with the focus in sight, or as its
-// components.
-void setFormHeight(Window &window, const Place &place, bool low)
+// Has the form know its size as newt would, and then shows it in the window that is open.
+void startSmall(const Window &window)
 {
-    if (!low && !window.scrolling)
+    if (window.fit)
+        window.fit(INT_MAX, INT_MAX);
+    newtFormSetSize(window.form);
+    limitContents(window, window.inside.columns);
+    startView(window.form, window.layout, window.inside);
+}
+
+// Puts the components where newt has them in a window of the screen's present size.
+void placeNaturally(Window &window, const Place &place)
+{
+    const int offset = (place.width - 2 * margin - window.natural.columns) / 2;
+    window.offset = offset;
+    for (const auto &[component, left, top, width, height, lines] : window.natural.parts) {
+        if (textOf(component)) {
+            component->width = width;
+            component->height = height;
+        }
+        component->ops->place(component, margin + offset + left, margin + top);
+    }
+}
+
+// A window's shadow may lie on the help line. A wide character in the last two columns of the last
+// row is more than S-Lang can draw.
+void redrawHelpLine()
+{
+    newtRedrawHelpLine();
+    SLsmg_Char_Type corner{};
+    SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 1);
+    if (SLsmg_read_raw(&corner, 1) == 0 || corner.nchars > 0)
         return;
-    const int rows = low ? place.height - 2 : window.rows;
-    newtComponent focus = newtFormGetCurrent(window.form);
-    int left, top, width, height;
-    newtComponentGetPosition(focus, &left, &top);
-    newtComponentGetSize(focus, &width, &height);
-    top += newtFormGetScrollPosition(window.form);
-    newtFormSetHeight(window.form, rows);
-    newtFormSetScrollPosition(window.form, std::max(top - 1 + height - rows, 0));
-    window.scrolling = low;
+    SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 2);
+    SLsmg_set_color(NEWT_COLORSET_HELPLINE);
+    SLsmg_write_string(const_cast<char *>("  "));
 }
 
 void reopen(Window &window)
 {
+    endView(window.form);
     if (window.fit)
-        window.columns = std::min(window.naturalColumns, SLtt_Screen_Cols - 4);
-    const Place natural = naturalPlace(window);
-    const bool low = !rowsFit(window, natural);
-    const Place place = low ? lowPlace(natural) : natural;
-    open(window, place);
-    if (window.fit)
-        window.fit(window.columns, low ? place.height - 2 : window.rows);
-    setFormHeight(window, place, low);
-    newtDrawForm(window.form);
-    if (low)
-        newtRedrawHelpLine(); // from below the window's shadow
+        window.fit(INT_MAX, INT_MAX);
+    const Place place = naturalPlace(window);
+    window.isNatural = fits(place);
+    placeNaturally(window, place);
+    if (window.isNatural) {
+        newtOpenWindow(place.left, place.top, static_cast<unsigned>(place.width),
+                       static_cast<unsigned>(place.height), shownTitle(window).c_str());
+        newtDrawForm(window.form);
+    } else {
+        openSmall(window);
+        startView(window.form, window.layout, window.inside);
+    }
+    redrawHelpLine();
 }
 
 // Draws everything anew on a screen of the terminal's new size. newt itself keeps its windows
@@ -112,31 +188,43 @@ void fitScreen()
 
 } // namespace
 
-void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit)
+void openWindow(newtComponent form, const Grid &grid, const char *title, GridEnd end, Fit fit)
 {
     interruptWaiting();
-    Window window{.form = form, .title = title, .fit = fit};
-    if (fit)
-        fit(SLtt_Screen_Cols - 4, INT_MAX);
-    newtGridGetSize(grid, &window.columns, &window.rows);
-    window.naturalColumns = window.columns;
-    const Place natural = naturalPlace(window);
-    if (rowsFit(window, natural)) {
-        newtGridWrappedWindow(grid, window.title.data());
+    Window window{.form = form, .title = title, .grid = grid, .fit = fit};
+    newtGrid newts = makeNewtGrid(grid);
+    newtGridGetSize(newts, &window.natural.columns, &window.natural.rows);
+    const Place place = naturalPlace(window);
+    window.isNatural = fits(place);
+    if (window.isNatural) {
+        window.offset = (place.width - 2 * margin - window.natural.columns) / 2;
+        newtGridWrappedWindow(newts, shownTitle(window).data());
     } else {
-        const Place place = lowPlace(natural);
-        open(window, place);
-        newtGridPlace(grid, 1 + (natural.width - 2 - window.columns) / 2, 1);
-        if (fit)
-            fit(window.columns, place.height - 2);
-        newtFormSetHeight(form, place.height - 2);
-        newtRedrawHelpLine();
-        window.scrolling = true;
+        newtGridPlace(newts, margin, margin);
     }
+    window.natural = givenLayout(grid, margin + window.offset, margin, window.natural.columns,
+                                 window.natural.rows);
+    if (!window.isNatural)
+        openSmall(window);
+    redrawHelpLine();
+    if (end == GridEnd::freed)
+        newtGridFree(newts, 1);
     if (const int wake = resizeDescriptor(); wake >= 0)
         newtFormWatchFd(form, wake, NEWT_FD_READ);
     windows.push_back(std::move(window));
     ctrlAIsHotKey = false;
+}
+
+void setText(newtComponent textbox, const char *text)
+{
+    changeTextOf(textbox, text);
+    for (Window &window : windows) {
+        const auto isTextbox = [&](const Placement &part) { return part.component == textbox; };
+        if (!hasView(window.form) || std::ranges::none_of(window.layout.parts, isTextbox))
+            continue;
+        window.layout = smallLayout(window, window.layout.columns);
+        changeView(window.form, window.layout);
+    }
 }
 
 void addHotKeys(newtComponent form)
@@ -148,6 +236,9 @@ void addHotKeys(newtComponent form)
 
 newtComponent runForm(newtComponent form)
 {
+    // Not before, because a form gets its components when its window is open.
+    if (const Window &window = windows.back(); !window.isNatural && !hasView(form))
+        startSmall(window);
     for (;;) {
         newtExitStruct left;
         watchSize();
@@ -179,6 +270,9 @@ void runUntilClosed(newtComponent form, newtComponent close,
 
 static void forgetWindow(newtComponent form)
 {
+    endView(form);
+    for (const newtComponent component : componentsOf(windows.back().grid))
+        forgetText(component);
     newtFormDestroy(form);
     windows.pop_back();
     ctrlAIsHotKey = !windows.empty() && windows.back().hotKeys;

@@ -2,6 +2,8 @@
 // terminal's size does to those that are open.
 #pragma once
 
+#include "dialogs/grid.h"
+
 #include <functional>
 #include <newt.h>
 
@@ -9,10 +11,14 @@
 // or as large as they were made when that is less.
 using Fit = void (*)(int columns, int rows);
 
+enum class GridEnd { kept, freed };
+
 // Opens a window around a grid, as newtGridWrappedWindow does, for a form that has or will get
-// the grid's components. Where that would put a component outside the screen, the window is as
-// high as the screen and the form scrolls; fit, if given, is told how large its contents can be.
-void openWindow(newtComponent form, newtGrid grid, const char *title, Fit fit = nullptr);
+// the grid's components, and frees newt's grid or leaves it. Where window and frame have no room
+// between the top of the screen and the help line, texts are wrapped and the window scrolls; fit,
+// if given, is told how large its contents can be. A title that is too long is cut.
+void openWindow(newtComponent form, const Grid &grid, const char *title,
+                GridEnd end = GridEnd::kept, Fit fit = nullptr);
 
 constexpr int hotKeyA = 1;  // Ctrl-A
 constexpr int hotKeyO = 15; // Ctrl-O
@@ -29,6 +35,9 @@ newtComponent runForm(newtComponent form);
 // ends the form is answered meanwhile.
 void runUntilClosed(newtComponent form, newtComponent close,
                     const std::function<void(newtComponent pressed)> &answer);
+
+// Shows another text in a text box, which may be in a window.
+void setText(newtComponent textbox, const char *text);
 
 // Removes the window opened last and destroys its form.
 void closeWindow(newtComponent form);

@@ -28,6 +28,7 @@ newtComponent checktree;
 int g_SystemType;
 
 static newtComponent exitButton;
+static constexpr int treeGap = 1; // row between the two
 
 // The tree's items have these values; those of the devices need none of their own.
 enum NodeValue { rootNode = 1, deviceNode = 100, cpuNode = 101, pciNode = 102 };
@@ -173,14 +174,10 @@ static int addDevices(const yat_device &root)
     return 1;
 }
 
-// On a small screen the tree shows less of itself; the button stays in the middle below it.
+// On a small screen the tree shows less of itself, so that the button below it stays in sight.
 static void fitTree(int columns, int rows)
 {
-    limitCheckboxTree(checktree, columns, rows);
-    if (checktree->left < 0)
-        return; // the grid has placed nothing yet
-    const int spare = std::max(checktree->width - exitButton->width, 0);
-    exitButton->ops->place(exitButton, checktree->left + spare / 2, exitButton->top);
+    limitCheckboxTree(checktree, columns, std::max(rows - treeGap - exitButton->height, 1));
 }
 
 int mkTree(yat_device *treeDatap)
@@ -198,14 +195,14 @@ int mkTree(yat_device *treeDatap)
     }
 
     exitButton = newtButton(-1, -1, text("BUTTON_EXIT_ID"));
-    newtGrid grid = makeGrid(
-        1, 2,
-        {{0, 0, checktree, NEWT_ANCHOR_TOP, {.bottom = 1}}, {0, 1, exitButton, NEWT_ANCHOR_TOP}});
+    const Grid grid = {1,
+                       2,
+                       {{0, 0, checktree, NEWT_ANCHOR_TOP, {.bottom = treeGap}},
+                        {0, 1, exitButton, NEWT_ANCHOR_TOP}}};
     newtComponent form = newtForm(nullptr, nullptr, 0);
     newtFormAddComponent(form, checktree);
     newtFormAddComponent(form, exitButton);
-    openWindow(form, grid, text("WINDOW_TITLE_MRV_ID"), fitTree);
-    newtGridFree(grid, 1);
+    openWindow(form, grid, text("WINDOW_TITLE_MRV_ID"), GridEnd::freed, fitTree);
     addHotKeys(form);
 
     newtComponent left;

@@ -1,6 +1,7 @@
 #include "system/firmupdate.h"
 
 #include "base/record.h"
+#include "dialogs/components.h"
 #include "dialogs/grid.h"
 #include "dialogs/message.h"
 #include "dialogs/operation.h"
@@ -49,30 +50,31 @@ int FirmUpdate(yat_device *datap)
 {
     TRACE(">");
     newtComponent form = newtForm(nullptr, nullptr, 0);
-    newtComponent heading = newtLabel(-1, -1, text("TITTLE_UPMETHOD_ID"));
-    newtComponent fileLabel = newtLabel(-1, -1, text("DATAFILE_PATH"));
+    newtComponent heading = makeLabel(text("TITTLE_UPMETHOD_ID"));
+    newtComponent fileLabel = makeLabel(text("DATAFILE_PATH"));
     newtComponent execute = newtButton(-1, -1, text("COMBUTTON_EXCUTE_ID"));
     newtComponent close = newtButton(-1, -1, text("BUTTON_CLOSE2_ID"));
-    newtComponent copyMethod = newtRadiobutton(-1, -1, text("TITTLE_UPDATECOPY_ID"), 1, nullptr);
-    newtComponent fileMethod = newtRadiobutton(-1, -1, text("TITTLE_FILEPATHUP_ID"), 0, copyMethod);
-    newtComponent file = newtLabel(-1, -1, text("BURN_FILE_DEFAULT"));
+    newtComponent copyMethod = makeRadio(text("TITTLE_UPDATECOPY_ID"), true, nullptr);
+    newtComponent fileMethod = makeRadio(text("TITTLE_FILEPATHUP_ID"), false, copyMethod);
+    newtComponent file = makeLabel(text("BURN_FILE_DEFAULT"));
 
-    newtGrid methodGrid = makeGrid(
-        1, 2,
-        {{0, 0, heading, NEWT_ANCHOR_LEFT}, {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}});
-    newtGrid pathGrid = makeGrid(1, 3,
-                                 {{0, 0, fileMethod, NEWT_ANCHOR_LEFT, {.left = 1}},
-                                  {0, 1, fileLabel, NEWT_ANCHOR_LEFT, {.left = 5}},
-                                  {0, 2, file, NEWT_ANCHOR_LEFT, {.left = 5}}});
-    newtGrid buttonGrid = makeGrid(2, 1,
-                                   {{0, 0, execute, NEWT_ANCHOR_LEFT, {.top = 1}},
-                                    {1, 0, close, NEWT_ANCHOR_RIGHT, {.top = 1}}});
-    newtGrid grid = makeGrid(1, 3,
-                             {{0, 0, methodGrid, NEWT_ANCHOR_TOP},
-                              {0, 1, pathGrid, NEWT_ANCHOR_TOP, {.top = 1}},
-                              {0, 2, buttonGrid, NEWT_ANCHOR_TOP}});
-    openWindow(form, grid, text("WINDOW_TITLE_FIRMUP_ID"));
-    newtGridFree(grid, 1);
+    const Grid methodGrid = {
+        1, 2, {{0, 0, heading, NEWT_ANCHOR_LEFT}, {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}}};
+    const Grid pathGrid = {1,
+                           3,
+                           {{0, 0, fileMethod, NEWT_ANCHOR_LEFT, {.left = 1}},
+                            {0, 1, fileLabel, NEWT_ANCHOR_LEFT, {.left = 5}},
+                            {0, 2, file, NEWT_ANCHOR_LEFT, {.left = 5}}}};
+    const Grid buttonGrid = {2,
+                             1,
+                             {{0, 0, execute, NEWT_ANCHOR_LEFT, {.top = 1}},
+                              {1, 0, close, NEWT_ANCHOR_RIGHT, {.top = 1}}}};
+    const Grid grid = {1,
+                       3,
+                       {{0, 0, methodGrid, NEWT_ANCHOR_TOP},
+                        {0, 1, pathGrid, NEWT_ANCHOR_TOP, {.top = 1}},
+                        {0, 2, buttonGrid, NEWT_ANCHOR_TOP}}};
+    openWindow(form, grid, text("WINDOW_TITLE_FIRMUP_ID"), GridEnd::freed);
     newtFormAddComponents(form, heading, copyMethod, fileMethod, fileLabel, file, execute, close,
                           nullptr);
 

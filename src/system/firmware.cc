@@ -3,6 +3,7 @@
 #include "base/record.h"
 #include "dialogs/autowin.h"
 #include "dialogs/busyline.h"
+#include "dialogs/components.h"
 #include "dialogs/grid.h"
 #include "dialogs/notice.h"
 #include "dialogs/window.h"
@@ -61,12 +62,12 @@ void update()
 
 newtComponent makeRevisionBox()
 {
-    newtComponent box = newtTextbox(-1, -1, 30, 1, 0);
+    newtComponent box = makeTextbox(30, 1, 0);
     const Waiting waiting(text("WINDOW_TITLE_FIRMWARE_ID"));
     char revision[1024] = {};
     if (Get_BMC_FWRevision(revision) == 0)
         replaceUnreadable(revision, "FW_REVISION__FAIL");
-    newtTextboxSetText(box, revision);
+    setText(box, revision);
     return box;
 }
 
@@ -100,23 +101,26 @@ int Get_BMC_FWRevision(char *bmcrev)
 void Firmware(void)
 {
     TRACE(">");
-    newtComponent revisionLabel = newtLabel(-1, -1, text("FIRMWARE_REVISION"));
+    newtComponent revisionLabel = makeLabel(text("FIRMWARE_REVISION"));
     newtComponent revision = makeRevisionBox();
     newtComponent form = newtForm(nullptr, nullptr, 0);
     newtComponent close = newtButton(-1, -1, text("BUTTON_CLOSE_ID"));
-    newtComponent updateLabel = newtLabel(-1, -1, text("LABEL_FIRMUPDATE_ID"));
+    newtComponent updateLabel = makeLabel(text("LABEL_FIRMUPDATE_ID"));
     newtComponent updateButton = newtCompactButton(-1, -1, text("COMBUTTON_UPDATE_ID"));
 
-    newtGrid updateGrid = makeGrid(2, 1,
-                                   {{0, 0, updateLabel, NEWT_ANCHOR_LEFT},
-                                    {1, 0, updateButton, NEWT_ANCHOR_RIGHT, {.left = 15}}});
-    newtGrid revisionGrid = makeGrid(
-        2, 1,
-        {{0, 0, revisionLabel, NEWT_ANCHOR_LEFT}, {1, 0, revision, NEWT_ANCHOR_LEFT, {.left = 1}}});
-    newtGrid grid = makeGrid(1, 3,
-                             {{0, 0, updateGrid, NEWT_ANCHOR_TOP},
-                              {0, 1, revisionGrid, NEWT_ANCHOR_LEFT, {.left = 2}},
-                              {0, 2, close, NEWT_ANCHOR_TOP, {.top = 1}}});
+    const Grid updateGrid = {2,
+                             1,
+                             {{0, 0, updateLabel, NEWT_ANCHOR_LEFT},
+                              {1, 0, updateButton, NEWT_ANCHOR_RIGHT, {.left = 15}}}};
+    const Grid revisionGrid = {2,
+                               1,
+                               {{0, 0, revisionLabel, NEWT_ANCHOR_LEFT},
+                                {1, 0, revision, NEWT_ANCHOR_LEFT, {.left = 1}}}};
+    const Grid grid = {1,
+                       3,
+                       {{0, 0, updateGrid, NEWT_ANCHOR_TOP},
+                        {0, 1, revisionGrid, NEWT_ANCHOR_LEFT, {.left = 2}},
+                        {0, 2, close, NEWT_ANCHOR_TOP, {.top = 1}}}};
     openWindow(form, grid, text("WINDOW_TITLE_FIRMWARE_ID"));
     newtFormAddComponents(form, updateLabel, updateButton, revisionLabel, revision, close, nullptr);
     runUntilClosed(form, close, [&](newtComponent pressed) {
@@ -130,7 +134,7 @@ void Entrance(const char *title, const char *message)
 {
     TRACE(">");
     newtComponent form = newtForm(nullptr, nullptr, 0);
-    newtComponent label = newtLabel(-1, -1, message);
+    newtComponent label = makeLabel(message);
     newtComponent ok = newtButton(-1, -1, "  ok  ");
     newtComponent cancel = newtButton(-1, -1, "cancel");
     showChoice(form, label, ok, cancel, title);

@@ -3,6 +3,7 @@
 #include "base/record.h"
 #include "dialogs/autowin.h"
 #include "dialogs/busyline.h"
+#include "dialogs/components.h"
 #include "dialogs/grid.h"
 #include "dialogs/message.h"
 #include "dialogs/window.h"
@@ -113,14 +114,6 @@ void execute(Window &window)
         tell(window, "BBDRV_SETTING_ID");
 }
 
-// A label that looks like a checked box: the quick dump is always on.
-newtComponent makeQuickDumpLine()
-{
-    Question line;
-    copyText(line, ("[*] " + std::string(text("QUERYWIN_QUICKDUMP_ID"))).c_str());
-    return newtLabel(-1, -1, line.data());
-}
-
 } // namespace
 
 int General(void)
@@ -132,23 +125,23 @@ int General(void)
 
     newtComponent form = window.form = newtForm(nullptr, nullptr, 0);
     newtComponent close = newtButton(-1, -1, text("BUTTON_CLOSE2_ID"));
-    newtComponent heading = newtLabel(-1, -1, text("LABEL_GENERALACT_ID"));
+    newtComponent heading = makeLabel(text("LABEL_GENERALACT_ID"));
     newtComponent executeButton = newtButton(-1, -1, text("COMBUTTON_EXCUTE_ID"));
     for (size_t i = 0; i < count; ++i)
         window.switches[i].box =
-            newtCheckbox(-1, -1, text(settings[i].text), window.switches[i].stored, "* ",
+            makeCheckbox(text(settings[i].text), window.switches[i].stored,
                          window.switches[i].current);
-    newtComponent quickDump = makeQuickDumpLine();
+    newtComponent quickDump = makeCheckedLabel(text("QUERYWIN_QUICKDUMP_ID")); // it is always on
 
     auto &[burn, bringUp] = window.switches;
-    newtGrid settingsGrid = makeGrid(1, 4,
-                                     {{0, 0, heading, NEWT_ANCHOR_LEFT},
-                                      {0, 1, quickDump, NEWT_ANCHOR_LEFT, {.left = 1}},
-                                      {0, 2, burn.box, NEWT_ANCHOR_LEFT, {.left = 1}},
-                                      {0, 3, bringUp.box, NEWT_ANCHOR_LEFT, {.left = 1}}});
-    newtGrid grid = makeWindowGrid(settingsGrid, makeButtonRow(executeButton, close));
-    openWindow(form, grid, text("WINDOW_TITLE_GENERAL_ID"));
-    newtGridFree(grid, 1);
+    const Grid settingsGrid = {1,
+                               4,
+                               {{0, 0, heading, NEWT_ANCHOR_LEFT},
+                                {0, 1, quickDump, NEWT_ANCHOR_LEFT, {.left = 1}},
+                                {0, 2, burn.box, NEWT_ANCHOR_LEFT, {.left = 1}},
+                                {0, 3, bringUp.box, NEWT_ANCHOR_LEFT, {.left = 1}}}};
+    const Grid grid = makeWindowGrid(settingsGrid, makeButtonRow(executeButton, close));
+    openWindow(form, grid, text("WINDOW_TITLE_GENERAL_ID"), GridEnd::freed);
     newtFormAddComponents(form, heading, quickDump, burn.box, bringUp.box, executeButton, close,
                           nullptr);
     runUntilClosed(form, close, [&](newtComponent pressed) {

@@ -16,14 +16,14 @@ void open(Session &session, const Device &device)
 {
     session.see("Exit");
     session.send(device.path + enter);
-    session.see("Close");
+    session.see(std::string("┤ ") + device.name);
 }
 
 void openJapanese(Session &session, const Device &device)
 {
     session.see("終了");
     session.send(device.path + enter);
-    session.see("閉じる");
+    session.see(std::string("┤ ") + device.name);
 }
 
 void press(Session &session, int tabs)

@@ -304,7 +304,7 @@ TEST(Order, OfTheStartIsInterfaceRecordMachineTypeWindow)
     Session session(options);
     session.see("Exit");
     session.send(cpuModule.path + enter);
-    session.see("Refresh");
+    session.see("MTBF count:");
     expectInOrder(session.calls(),
                   {"TraceLog(0, mrvmain, main, >)", "OpenStrFile*", "ft_FunctionInit() = 1",
                    "TraceLog(0, mrvmain, EditParameter, >)", "CreateTreeViewData(null) = 1",

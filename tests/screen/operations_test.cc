@@ -5,7 +5,10 @@ namespace {
 
 RunOptions watched(const char *machine, const std::string &script = "")
 {
-    return {.machine = machine, .script = script, .environment = {{"YAT_SPY_MORE", "screen"}}};
+    return {.machine = machine,
+            .rows = 40, // so that no window has to be made lower
+            .script = script,
+            .environment = {{"YAT_SPY_MORE", "screen"}}};
 }
 
 // Goes back to the first button and expects the window to be as it was.
@@ -244,7 +247,7 @@ TEST(LongOperation, IsShownOnTheHelpLineAndDropsWhatIsTyped)
     }
 }
 
-TEST(LongOperation, LeavesTheWindowThatCoversTheHelpLineAsItWas)
+TEST(LongOperation, LeavesTheWindowAboveTheHelpLineAsItWas)
 {
     Session session({.script = "InitBringDown 0 held"});
     open(session, cpuModule);

@@ -16,7 +16,7 @@ constexpr int refresh = 8;
 
 struct Texts {
     const char *language, *locale;
-    const char *exit, *close;
+    const char *exit;
     const char *startQuestion, *stopQuestion, *clearQuestion, *successful;
     const char *noStart, *stopFailed;
     const char *duplex, *simplex, *empty, *stopped, *broken;
@@ -26,7 +26,6 @@ struct Texts {
 const Texts english = {"en",
                        "en_US.UTF-8",
                        "Exit",
-                       "Close",
                        "Start this CPU module?",
                        "Stop this CPU module?",
                        "Clear the MTBF count of this device?",
@@ -45,7 +44,6 @@ const Texts english = {"en",
 const Texts japanese = {"ja",
                         "ja_JP.UTF-8",
                         "終了",
-                        "閉じる",
                         "CPUモジュールを起動します。よろしいですか?",
                         "CPUモジュールを停止します。よろしいですか?",
                         "MTBF値をクリアします。よろしいですか?",
@@ -92,7 +90,7 @@ protected:
         {
             session.see(texts.exit);
             session.send(device.path + keys::enter);
-            session.see(texts.close);
+            session.see(std::string("┤ ") + device.name);
         }
 
         void press(int button)

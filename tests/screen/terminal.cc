@@ -320,6 +320,34 @@ std::vector<std::string> Terminal::rows() const
     return result;
 }
 
+std::vector<std::vector<Terminal::Spot>> Terminal::spots() const
+{
+    int height, width;
+    vterm_get_size(emulator, &height, &width);
+    std::vector<std::vector<Spot>> result(static_cast<size_t>(height));
+    for (int row = 0; row < height; ++row)
+        for (int column = 0; column < width;) {
+            VTermScreenCell cell;
+            vterm_screen_get_cell(screen, {.row = row, .col = column}, &cell);
+            Spot spot{cell.chars[0] ? "" : " ", styleName(cell)};
+            for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && cell.chars[i]; ++i)
+                spot.text += encode(cell.chars[i]);
+            const int columns = std::max<int>(cell.width, 1);
+            std::vector<Spot> &line = result[static_cast<size_t>(row)];
+            line.push_back(spot);
+            line.resize(line.size() + static_cast<size_t>(columns - 1), {"", spot.style});
+            column += columns;
+        }
+    return result;
+}
+
+VTermPos Terminal::cursor() const
+{
+    VTermPos position;
+    vterm_state_get_cursorpos(vterm_obtain_state(emulator), &position);
+    return position;
+}
+
 bool Terminal::contains(const std::string &text) const
 {
     return std::ranges::any_of(rows(), [&](const std::string &row) {
@@ -331,8 +359,7 @@ std::string Terminal::picture() const
 {
     int height, width;
     vterm_get_size(emulator, &height, &width);
-    VTermPos cursor;
-    vterm_state_get_cursorpos(vterm_obtain_state(emulator), &cursor);
+    const VTermPos position = cursor();
     std::string text = std::to_string(width) + "x" + std::to_string(height) + "\n";
     for (const std::string &row : rows())
         text += "|" + row + "|\n";
@@ -357,8 +384,8 @@ std::string Terminal::picture() const
         text += "|\n";
     }
     return text + legend
-           + (cursorVisible ? "cursor " + std::to_string(cursor.row) + ","
-                                  + std::to_string(cursor.col) + "\n"
+           + (cursorVisible ? "cursor " + std::to_string(position.row) + ","
+                                  + std::to_string(position.col) + "\n"
                             : "no cursor\n");
 }
 

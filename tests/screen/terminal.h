@@ -65,6 +65,13 @@ public:
     std::vector<std::string> rows() const;
     bool contains(const std::string &text) const;
 
+    // The screen cell by cell. What stands in the second column of a wide character is empty.
+    struct Spot {
+        std::string text, style;
+    };
+    std::vector<std::vector<Spot>> spots() const;
+    VTermPos cursor() const;
+
     // The screen with all that can be seen: the rows, their styles by letter, what the letters
     // mean, and the cursor.
     std::string picture() const;

@@ -17,6 +17,7 @@
 #include "system/fmupdate.h"
 #include "tree/checkboxtree.h"
 #include "tree/component.h"
+#include "tree/operations.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
 
@@ -65,26 +66,25 @@ void showFields()
     newtComponent entrySwitch = newtCheckbox(-1, -1, "Entries", '*', " *", &entriesOn);
     newtComponent boxSwitch = newtCheckbox(-1, -1, "Boxes", '*', " *", &boxesOn);
     newtComponent entries[3], boxes[3];
-    newtGrid grid = newtCreateGrid(1, 9);
-    setField(grid, {0, 0, entrySwitch, NEWT_ANCHOR_LEFT});
-    setField(grid, {0, 4, boxSwitch, NEWT_ANCHOR_LEFT});
+    Grid grid = {1, 9};
+    grid.cells.push_back({0, 0, entrySwitch, NEWT_ANCHOR_LEFT});
+    grid.cells.push_back({0, 4, boxSwitch, NEWT_ANCHOR_LEFT});
     for (int i = 0; i < 3; ++i) {
         entries[i] = newtEntry(-1, -1, "", 10, nullptr, NEWT_FLAG_SCROLL);
         newtEntrySetFilter(entries[i], EntryNumricFilter, nullptr);
-        setField(grid, {0, 1 + i, entries[i], NEWT_ANCHOR_LEFT});
+        grid.cells.push_back({0, 1 + i, entries[i], NEWT_ANCHOR_LEFT});
         boxes[i] = newtCheckbox(-1, -1, "box", ' ', " *", &ignored[i]);
-        setField(grid, {0, 5 + i, boxes[i], NEWT_ANCHOR_LEFT});
+        grid.cells.push_back({0, 5 + i, boxes[i], NEWT_ANCHOR_LEFT});
     }
     newtComponent close = newtButton(-1, -1, "Close");
-    setField(grid, {0, 8, close, NEWT_ANCHOR_TOP});
+    grid.cells.push_back({0, 8, close, NEWT_ANCHOR_TOP});
 
     CheckStruct = {.components = entries, .first = 0, .last = 1, .state = &entriesOn};
     CheckboxStruct = {.components = boxes, .first = 1, .last = 2, .state = &boxesOn};
     newtComponentAddCallback(entrySwitch, CheckButtonFunc, nullptr);
     newtComponentAddCallback(boxSwitch, CheckBoxFunc, nullptr);
 
-    openWindow(form, grid, "Fields");
-    newtGridFree(grid, 1);
+    openWindow(form, grid, "Fields", GridEnd::freed);
     newtFormAddComponents(form, entrySwitch, entries[0], entries[1], entries[2], boxSwitch,
                           boxes[0], boxes[1], boxes[2], close, nullptr);
     while (runForm(form) != close)
@@ -92,6 +92,13 @@ void showFields()
     TRACE("entries: %s %s %s", newtEntryGetValue(entries[0]), newtEntryGetValue(entries[1]),
           newtEntryGetValue(entries[2]));
     closeWindow(form);
+}
+
+newtComponent shownTree;
+
+void fitTree(int columns, int rows)
+{
+    limitCheckboxTree(shownTree, columns, rows);
 }
 
 // A tree of TOOLKIT_HEIGHT rows with TOOLKIT_COUNT items in one another, expanded, and a leaf after
@@ -111,9 +118,10 @@ void showTree()
         path.push_back(0);
     }
     newtComponent close = newtButton(-1, -1, "Close");
-    newtGrid grid =
-        makeGrid(1, 2, {{0, 0, tree, NEWT_ANCHOR_TOP}, {0, 1, close, NEWT_ANCHOR_TOP, {.top = 1}}});
-    openWindow(form, grid, "Tree");
+    const Grid grid = {
+        1, 2, {{0, 0, tree, NEWT_ANCHOR_TOP}, {0, 1, close, NEWT_ANCHOR_TOP, {.top = 1}}}};
+    shownTree = tree;
+    openWindow(form, grid, "Tree", GridEnd::kept, fitTree);
     newtFormAddComponents(form, tree, close, nullptr);
     while (runForm(form) != close)
         continue;

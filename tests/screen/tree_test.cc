@@ -327,7 +327,7 @@ TEST(Tree, GoesOnAtTheSameItemAfterAWindow)
     Session session;
     session.see("Exit");
     session.send(space + down + space + down + down + enter);
-    session.see("Close");
+    session.see("MTBF");
     session.send(backTab + enter);
     session.seeNot("MTBF");
     session.expectScreen("tree/after-window");

@@ -39,6 +39,35 @@ TEST_F(Display, CountsAByteThatIsNoCharacterAsOneColumn)
     EXPECT_EQ(textWidth("a\xe6\xbc"), 3);
 }
 
+TEST_F(Display, CutsBetweenCharactersToColumns)
+{
+    EXPECT_EQ(cutText("CPU module 1", 12), "CPU module 1");
+    EXPECT_EQ(cutText("CPU module 1", 3), "CPU");
+    EXPECT_EQ(cutText("漢字", 3), "漢");
+    EXPECT_EQ(cutText("e\u0301x", 1), "e\u0301");
+    EXPECT_EQ(cutText("", 5), "");
+    EXPECT_EQ(cutText("x", 0), "");
+}
+
+TEST_F(Display, WrapsAtBlanksAndBesideWideCharacters)
+{
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(wrapText("", 5), Lines{""});
+    EXPECT_EQ(wrapText("one two", 7), Lines{"one two"});
+    EXPECT_EQ(wrapText("one two   ", 7), Lines{"one two"});
+    EXPECT_EQ(wrapText("one two", 6), (Lines{"one", "two"}));
+    EXPECT_EQ(wrapText("one  two three", 5), (Lines{"one", "two", "three"}));
+    EXPECT_EQ(wrapText("a\n\nb c", 9), (Lines{"a", "", "b c"}));
+    EXPECT_EQ(wrapText("abcdefgh ij", 3), (Lines{"abc", "def", "gh", "ij"}));
+    EXPECT_EQ(wrapText("漢字漢字", 5), (Lines{"漢字", "漢字"}));
+    EXPECT_EQ(wrapText("CPU漢字", 5), (Lines{"CPU漢", "字"}));
+    EXPECT_EQ(wrapText("漢CPUx", 5), (Lines{"漢", "CPUx"}));
+    // What closes a sentence does not begin a line.
+    EXPECT_EQ(wrapText("漢字漢字。", 8), (Lines{"漢字漢", "字。"}));
+    EXPECT_EQ(wrapText("漢", 1), Lines{"漢"});
+    EXPECT_EQ(wrapText("\xff\xff", 1), (Lines{"\xff", "\xff"}));
+}
+
 TEST_F(Display, ShowsWhatTheTerminalCantShowAsQuestionMarks)
 {
     EXPECT_EQ(showable("CPU module 1?"), "CPU module 1?");
