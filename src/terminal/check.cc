@@ -1,7 +1,9 @@
 #include "terminal/check.h"
 
 #include <cstdlib>
+#include <langinfo.h>
 #include <slang.h>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -23,6 +25,11 @@ std::string terminalFault(const std::string &data)
     if (SLtt_initialize(nullptr) < 0)
         return std::string("a terminal of type '") + type
                + "' is unknown or can't place the cursor; set TERM to the type of this terminal";
+    // S-Lang knows the characters of UTF-8 and else takes each byte for one: it would draw halves
+    // of characters.
+    if (const std::string_view encoding = nl_langinfo(CODESET); MB_CUR_MAX > 1 && encoding != "UTF-8")
+        return "characters of the encoding " + std::string(encoding)
+               + " can't be drawn whole; set LC_ALL to a locale in UTF-8, and the terminal with it";
     SLtt_get_screen_size();
     if (SLtt_Screen_Cols < fewestColumns || SLtt_Screen_Rows < fewestRows)
         return "the terminal has " + std::to_string(SLtt_Screen_Cols) + " columns and "

@@ -213,6 +213,17 @@ TEST(Terminal, HasToHaveRoomForAWindow)
         "the terminal has 39 columns and 12 rows; make it at least 40 by 12");
 }
 
+TEST(Terminal, HasToHaveCharactersThatCanBeDrawnWhole)
+{
+    const char *language = "ja_JP.EUC-JP";
+    expectRefusalInTerminal({.language = language},
+                            "characters of the encoding EUC-JP can't be drawn whole; set LC_ALL to "
+                            "a locale in UTF-8, and the terminal with it");
+    // What is printed needs no screen.
+    Workspace workspace({.arguments = {"-debug"}, .language = language});
+    EXPECT_EQ(runPlain(workspace).status, 1);
+}
+
 TEST(Terminal, OfTheSmallestSizeIsEnough)
 {
     Session session({.rows = 12, .columns = 40});

@@ -157,22 +157,6 @@ TEST(LineDrawing, FallsBackToAscii)
     own.expectScreen("terminals/own-lines");
 }
 
-TEST(Encoding, OfAJapaneseEucTerminalIsUsed)
-{
-    for (const char *language : {"ja_JP.EUC-JP"}) {
-        Session session({.language = language,
-                         .tree = "0 1 2 1 0 \xb4\xc1\xbb\xfa\xa5\xe2\xa5\xb8\xa5\xe5\xa1\xbc\xa5\xeb\n",
-                         .encoding = "EUC-JP"});
-        session.see("終了");
-        session.send(space + down + space);
-        session.see("漢字モジュール");
-        session.expectScreen("terminals/euc");
-        session.send(down + enter);
-        session.see("MTBF");
-        session.expectScreen("terminals/euc-window");
-    }
-}
-
 TEST(Encoding, OfALocaleThatTheMachineLacksIsUtf8UnlessItsNameSaysOtherwise)
 {
     for (const char *language : {"ja_XX.UTF-8", "ja_XX.utf8", "ja_XX"}) {
