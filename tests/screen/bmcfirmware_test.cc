@@ -23,14 +23,14 @@ struct Language {
 
 const Language languages[] = {
     {"en_US.UTF-8", "Close", "The update program could not be run.",
-     "The update program is missing or ended with an error."},
+     "/usr/bmcfwupd/bmcfwupm is missing or ended with an error."},
     {"ja_JP.UTF-8", "閉じる", "更新プログラムを実行できませんでした。",
-     "更新プログラムがないか、異常終了しました。"},
+     "/usr/bmcfwupd/bmcfwupmがないか、異常終了しました。"},
 };
 
 const std::string revisionError = "The firmware revision of the BMC cannot be read.";
 const std::string notRun = "The update program could not be run.";
-const std::string endedBadly = "The update program is missing or ended with an error.";
+const std::string endedBadly = "/usr/bmcfwupd/bmcfwupm is missing or ended with an error.";
 
 // A session whose update program is this shell command.
 struct Update : Session {

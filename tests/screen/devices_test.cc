@@ -107,9 +107,9 @@ TEST(MtbfType, UnavailableIsToldAtOpeningAndInsteadOfSetting)
         session.see("Exit");
         session.send(device->path + keys::enter);
         session.see(message);
-        EXPECT_FALSE(session.terminal().contains("MTBF count:")); // the window comes after the box
+        EXPECT_FALSE(session.terminal().contains("Clear the MTBF count:")); // the window comes after the box
         session.send(keys::enter);
-        session.see("MTBF count:");
+        session.see("Clear the MTBF count:");
         EXPECT_FALSE(session.terminal().contains(selectedFirst)
                      || session.terminal().contains(selectedSecond)
                      || session.terminal().contains(selectedThird));
@@ -210,7 +210,7 @@ TEST_P(EveryGivenUp, IsTracedAndTheTreeGoesOn)
     session.send(GetParam().device->path + keys::enter);
     session.send(keys::tab + keys::enter);
     session.expectExit(1);
-    for (const char *shown : {"MTBF count:", "Error", " ok "})
+    for (const char *shown : {"Clear the MTBF count:", "Error", " ok "})
         EXPECT_EQ(session.terminal().output().find(shown), std::string::npos);
     const std::string source = GetParam().device == &cpuModule ? "cpusubwin" : "pcisubwin";
     const std::vector<std::string> trace = session.trace(source);
@@ -276,7 +276,7 @@ TEST(State, UnreadableIsToldAndShownAsUnknown)
         session.see("Exit");
         session.send(device->path + keys::enter);
         session.see(message);
-        EXPECT_FALSE(session.terminal().contains("MTBF count:"));
+        EXPECT_FALSE(session.terminal().contains("Clear the MTBF count:"));
         session.send(keys::enter);
         session.see("Unknown");
         press(session, refreshTabs);
@@ -428,7 +428,7 @@ TEST(DeviceWindow, CutsItsTitleAtTheEndOfItsBuffer)
         Session session({.rows = 40, .columns = 160, .tree = record + name + "\n"});
         session.see("Exit");
         session.send(cpuModule.path + keys::enter);
-        session.see("MTBF count:");
+        session.see("Clear the MTBF count:");
         session.see("┤ " + (name + utility).substr(0, length) + " ├");
     }
 }
@@ -483,7 +483,7 @@ TEST(Results, OfAPropertyAreRefusalsWhereTheyAreNotZero)
         session.send(secondCpuModule.path + keys::enter);
         session.see("The MTBF type of this module cannot be read.");
         session.send(keys::enter);
-        session.see("MTBF count:");
+        session.see("Clear the MTBF count:");
         press(session, 9);
         session.see("The BIOS version cannot be read.");
         session.send(keys::enter);

@@ -21,7 +21,7 @@ void openPciModule(Session &session)
 {
     session.see("Exit");
     session.send(keys::space + keys::down + keys::down + keys::space + keys::down + keys::enter);
-    session.see("MTBF count:");
+    session.see("Clear the MTBF count:");
 }
 
 // What the processor did for the programs that have ended.

@@ -228,8 +228,8 @@ TEST(StartUp, AndEndAreInOrder)
                      "white blue yellow blue blue red blue lightgray black brown yellow brown "
                      "black brown)",
                      "newtCls()",
-                     "newtPushHelpLine(  Tab: next item   Space: expand or press   Enter: open or "
-                     "press   Arrows: move)",
+                     "newtPushHelpLine(  Esc: leave   Tab: next   Enter: open   Space: expand "
+                     "or press   Arrows: move)",
                      "newtDrawRootText(0, 0, \"\")",
                      "ft_FunctionInit() = 1",
                      "CreateTreeViewData(null) = 1",
@@ -304,7 +304,7 @@ TEST(Order, OfTheStartIsInterfaceRecordMachineTypeWindow)
     Session session(options);
     session.see("Exit");
     session.send(cpuModule.path + enter);
-    session.see("MTBF count:");
+    session.see("Clear the MTBF count:");
     expectInOrder(session.calls(),
                   {"TraceLog(0, mrvmain, main, >)", "OpenStrFile*", "ft_FunctionInit() = 1",
                    "TraceLog(0, mrvmain, EditParameter, >)", "CreateTreeViewData(null) = 1",

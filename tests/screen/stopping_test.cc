@@ -89,7 +89,7 @@ struct Shell {
             const Terminal::Modes modes = terminal.modes();
             return terminal.inAlternateScreen() && !modes.echo && !modes.canonical
                    && terminal.contains("FT Server Utility") && terminal.contains("Exit")
-                   && terminal.contains("Tab: next item")
+                   && terminal.contains("Esc: leave")
                    && terminal.rows().at(0) == std::string(static_cast<size_t>(columns), ' ');
         })) << terminal.picture();
         terminal.waitUntilIdle();
