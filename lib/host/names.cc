@@ -19,14 +19,21 @@ struct Cleanup {
 };
 std::unique_ptr<pci_access, Cleanup> opened;
 
-// A list that is damaged gives fewer names; the library would end the program.
+// The library would print what is wrong with its list and end the program.
 void ignore(char *, ...) {}
+
+struct Damaged {};
+[[noreturn]] void leave(char *, ...)
+{
+    throw Damaged();
+}
+bool isDamaged;
 
 pci_access *openedNames()
 {
     if (!opened) {
         opened.reset(pci_alloc());
-        opened->error = ignore;
+        opened->error = leave;
         opened->warning = ignore;
         opened->debug = ignore;
     }
@@ -35,11 +42,18 @@ pci_access *openedNames()
 
 std::string lookUp(const Function &function, int what)
 {
+    if (isDamaged)
+        return "";
     char buffer[256];
-    const char *name =
-        pci_lookup_name(openedNames(), buffer, sizeof buffer, what | PCI_LOOKUP_NO_NUMBERS,
-                        function.vendor, function.device);
-    return name ? name : "";
+    try {
+        const char *name =
+            pci_lookup_name(openedNames(), buffer, sizeof buffer, what | PCI_LOOKUP_NO_NUMBERS,
+                            function.vendor, function.device);
+        return name ? name : "";
+    } catch (const Damaged &) {
+        isDamaged = true;
+        return "";
+    }
 }
 
 std::string cut(std::string name)
@@ -65,6 +79,7 @@ std::string nameOf(const Function &function)
 void forgetNames()
 {
     opened.reset();
+    isDamaged = false;
 }
 
 } // namespace host
