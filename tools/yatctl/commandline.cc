@@ -61,9 +61,10 @@ CLI::Validator between(double least, double most)
 void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
 {
     if (name == "set-type")
-        app.add_option("TYPE", request.argument,
-                       "What a failure leads to: 0 stay down, 1 always restart, 2 restart above "
-                       "the threshold")
+        app.add_option(
+               "TYPE", request.argument,
+               "What a failure leads to: 0 stay down, 1 always restart, 2 restart at or above "
+               "the threshold")
             ->type_name("")
             ->required()
             ->check(CLI::IsMember({"0", "1", "2"}).description(""));

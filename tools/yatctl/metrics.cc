@@ -152,7 +152,7 @@ std::string metricsText(const Machine &machine, const std::vector<SettingValue> 
                      "Mean time between failures below which a device stays down.",
                      YAT_KNOWS_MTBF_THRESHOLD, &yat_facts::mtbf_threshold)
            + metric("yat_module_mtbf_type",
-                    "What a failure leads to: 0 stay down, 1 restart, 2 restart above threshold.",
+                    "What a failure leads to: 0 stay down, 1 restart, 2 restart at or above threshold.",
                     forEach(machine, mtbfType))
            + metric("yat_cpu_module_bios_info", "The BIOS of a CPU module.",
                     forEach(machine, biosInfo))
