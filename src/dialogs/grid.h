@@ -15,14 +15,14 @@ struct Cell;
 // Cells that are not given are empty.
 struct Grid {
     int columns = 0, rows = 0;
-    std::vector<Cell> cells{};
+    std::vector<Cell> cells;
 };
 
 // One cell: where it is, what stands in it, a component or a grid, how it is placed there.
 struct Cell {
     int column, row;
     newtComponent component = nullptr;
-    Grid grid{};
+    Grid grid;
     int anchor;
     Padding padding;
 
