@@ -23,7 +23,7 @@ std::unique_ptr<pci_access, Cleanup> opened;
 void ignore(char *, ...) {}
 
 struct Damaged {};
-[[noreturn]] void leave(char *, ...)
+__attribute__((noreturn)) void leave(char *, ...)
 {
     throw Damaged();
 }
