@@ -90,7 +90,7 @@ Cell cellOfRow(const DeviceWindow &window, const Row &row, int number)
     if (row.columns == 0)
         return {0, number, window.parts[row.cells[0].part], row.cells[0].anchor,
                 row.cells[0].padding};
-    Grid grid = {row.columns, row.rows};
+    Grid grid = {row.columns, row.rows, {}};
     for (const RowCell &cell : row.cells)
         if (cell.part >= 0)
             grid.cells.push_back(
@@ -104,7 +104,7 @@ Grid makeRows(const DeviceWindow &window)
         return row.cells[0].part < 0 || window.parts[row.cells[0].part];
     };
     const std::span<const Row> rows = window.kind.rows;
-    Grid grid = {1, static_cast<int>(std::ranges::count_if(rows, isShown))};
+    Grid grid = {1, static_cast<int>(std::ranges::count_if(rows, isShown)), {}};
     int number = 0;
     for (const Row &row : rows) {
         if (!isShown(row))

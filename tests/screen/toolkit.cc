@@ -66,7 +66,7 @@ void showFields()
     newtComponent entrySwitch = newtCheckbox(-1, -1, "Entries", '*', " *", &entriesOn);
     newtComponent boxSwitch = newtCheckbox(-1, -1, "Boxes", '*', " *", &boxesOn);
     newtComponent entries[3], boxes[3];
-    Grid grid = {1, 9};
+    Grid grid = {1, 9, {}};
     grid.cells.push_back({0, 0, entrySwitch, NEWT_ANCHOR_LEFT});
     grid.cells.push_back({0, 4, boxSwitch, NEWT_ANCHOR_LEFT});
     for (int i = 0; i < 3; ++i) {
