@@ -186,7 +186,8 @@ std::string shown(const std::string &bytes)
 {
     std::string result;
     char code[8];
-    for (const unsigned char byte : bytes) {
+    for (const char each : bytes) {
+        const auto byte = static_cast<unsigned char>(each);
         snprintf(code, sizeof code, byte > ' ' && byte < 127 ? "%c" : "\\x%02x", byte);
         result += code;
     }
