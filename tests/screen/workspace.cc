@@ -16,7 +16,7 @@ Workspace::Workspace(const RunOptions &given)
     const fs::path tree = directory() / "tree";
     // The loader takes blanks and colons in LD_PRELOAD for the ends of names, and the path of the
     // sources may have some.
-    fs::create_symlink(SPY, directory() / "spy.so");
+    fs::create_symlink(SPY, directory() / "libspy.so");
     writeFile(tree, options.tree);
     writeFile(directory() / "script",
               options.script + "\n" + (options.tree.empty() ? "" : "tree " + tree.string() + "\n"));
@@ -57,7 +57,7 @@ std::map<std::string, std::string> Workspace::environment() const
         {"YAT_TIME_SCALE", "0"},
         {"YAT_SPY_SCRIPT", (directory() / "script").string()},
         {"YAT_SPY_LOG", (directory() / "calls").string()},
-        {"LD_PRELOAD", (directory() / "spy.so").string()},
+        {"LD_PRELOAD", (directory() / "libspy.so").string()},
         // The spy comes before the sanitizers' library, which does no harm.
         {"ASAN_OPTIONS", "verify_asan_link_order=0:" + log},
         {"UBSAN_OPTIONS", "print_stacktrace=1:" + log},
