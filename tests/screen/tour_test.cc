@@ -25,7 +25,7 @@ TEST(Tour, StopsACpuModule)
     session.see("CPU module 2");
     session.expectScreen("tour/2-devices");
     session.send(keys::enter);
-    session.see("Close");
+    session.see("┤ CPU module 2 --");
     session.expectScreen("tour/3-window");
     session.send(tabs(stop) + keys::enter);
     session.see("Stop this CPU module?");

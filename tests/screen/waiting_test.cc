@@ -55,7 +55,7 @@ protected:
         session.see("Exit");
         session.send(reading.device->path + enter);
         if (!reading.keysSent.empty()) {
-            session.see("Close");
+            session.see("MTBF");
             session.send(reading.keysSent);
         }
         if (reading.hasBox) {
@@ -131,7 +131,7 @@ TEST(Waiting, ThatIsStoppedGoesOnWithAWholeScreen)
     session.files().letGo();
     session.see("┤ PCI module 1 --FT Server Utility ├");
     session.see("Close");
-    session.see("Tab: next item");
+    session.see("Esc: leave");
     session.seeNot("...");
 }
 
