@@ -5,6 +5,11 @@
 
 namespace yat {
 
+// What exceptions need of memory in a library that is loaded later, fetched while there is some:
+// the loader ends the program at once when it can't be had. Volatile, or an optimiser leaves it
+// out.
+[[maybe_unused]] static const volatile int readyForExceptions = std::uncaught_exceptions();
+
 // Runs the call; one that throws tells what is wrong, and fails with that result.
 template <auto call, auto failure, void (*tell)(const std::exception &)> struct Guarded;
 template <class Result, class... Arguments, Result (*call)(Arguments...), auto failure,

@@ -1,5 +1,6 @@
 // The hardware information plug-in: yathwinfo.dll.
 #include "base/record.h"
+#include "common/guarded.h"
 #include "common/machine.h"
 #include "common/problem.h"
 #include "hwinfo/bmc.h"
@@ -12,10 +13,6 @@
 static constexpr char traceSource[] = "yathwinfo";
 
 namespace {
-
-// What exceptions need of memory in a library that is loaded later, fetched while there is some:
-// the loader ends the program at once when it can't be had.
-[[maybe_unused]] const int readyForExceptions = std::uncaught_exceptions();
 
 constexpr char device[] = "/dev/ipmi0";
 constexpr int limit = 5000; // milliseconds

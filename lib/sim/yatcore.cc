@@ -19,10 +19,6 @@ using namespace sim;
 
 constexpr char traceSource[] = "yatcore";
 
-// What exceptions need of memory in a library that is loaded later, fetched while there is some:
-// the loader ends the program at once when it can't be had.
-[[maybe_unused]] const int readyForExceptions = std::uncaught_exceptions();
-
 // Has the user told, and puts it into the trace log, each line once.
 void complain(std::string_view problem) noexcept
 {
