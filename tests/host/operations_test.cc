@@ -105,15 +105,30 @@ private:
 
 } // namespace
 
-// In the place of the C library's.
-extern "C" [[gnu::visibility("default")]] void syslog(int priority, const char *format, ...)
+static void keep(int priority, const char *format, va_list arguments)
 {
     char text[1024];
+    vsnprintf(text, sizeof text, format, arguments);
+    logged.emplace_back(priority, text);
+}
+
+// In the place of the C library's; the second is what it is called in a fortified build.
+extern "C" {
+[[gnu::visibility("default")]] void syslog(int priority, const char *format, ...)
+{
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
+    keep(priority, format, arguments);
     va_end(arguments);
-    logged.emplace_back(priority, text);
+}
+
+[[gnu::visibility("default")]] void __syslog_chk(int priority, int, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    keep(priority, format, arguments);
+    va_end(arguments);
+}
 }
 
 TEST_F(Operations, ArePossibleOnlyWhereTheConfigurationAllowsThem)
