@@ -21,9 +21,9 @@ class Yatctl:
     """The machine as yatctl tells it; whatever it refuses ends the module with its words."""
 
     def __init__(self, arguments=None, **options):
-        specification = dict(COMMON_ARGUMENTS, **(arguments or {}))
+        accepted = dict(COMMON_ARGUMENTS, **(arguments or {}))
         self.module = AnsibleModule(
-            argument_spec=specification, supports_check_mode=True, **options
+            argument_spec=accepted, supports_check_mode=True, **options
         )
         self.parameters = self.module.params
         self.check_mode = self.module.check_mode
