@@ -1,5 +1,7 @@
 #include "dialogs/components.h"
 
+#include "text/display.h"
+
 #include <map>
 
 namespace {
@@ -22,7 +24,10 @@ newtComponent makeLabel(const char *text)
 newtComponent makeCheckedLabel(const char *text)
 {
     const std::string mark = "[*] ";
-    return remember(newtLabel(-1, -1, (mark + text).c_str()), {.mark = mark, .text = text});
+    Question line;
+    copyText(line, (mark + text).c_str());
+    return remember(newtLabel(-1, -1, line.data()),
+                    {.mark = mark, .text = line.data() + mark.size()});
 }
 
 newtComponent makeRadio(const char *text, bool isSelected, newtComponent previous)

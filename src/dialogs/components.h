@@ -7,7 +7,7 @@
 
 newtComponent makeLabel(const char *text);
 
-// A label that looks like a checked box.
+// A label that looks like a checked box, up to 79 bytes of it.
 newtComponent makeCheckedLabel(const char *text);
 
 // A radio button of the group of the one made before it, which is null for the first.

@@ -69,6 +69,16 @@ TEST(General, DoesNotOpenWhenASettingCannotBeRead)
         }
 }
 
+TEST(General, CutsTheLineOfTheQuickDump)
+{
+    RunOptions options = general();
+    options.columns = 120;
+    options.environment = {{"YAT_SPY_TEXT_KEY", "QUERYWIN_QUICKDUMP_ID"},
+                           {"YAT_SPY_TEXT", std::string(75, 'q') + "rst"}};
+    Session session(options);
+    session.see("[*] " + std::string(75, 'q') + " ");
+}
+
 // ---- What Execute does, in both languages
 
 namespace {
