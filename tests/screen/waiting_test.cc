@@ -93,15 +93,23 @@ TEST_P(EveryReading, IsToldWhenItTakesLongAndDropsWhatIsTyped)
 INSTANTIATE_TEST_SUITE_P(Waiting, EveryReading, testing::ValuesIn(readings),
                          [](const auto &info) { return inTestName(info.param.name); });
 
+constexpr char heldScript[] = "StatusChange real held";
+
+// Opens a window of which the state is not told before the test lets go.
+void openHeld(Session &session)
+{
+    session.see("Exit");
+    session.send(pciModule.path + enter);
+    session.see("  PCI module 1 ...");
+}
+
 } // namespace
 
 TEST(Waiting, IsShownOnEveryTerminal)
 {
     for (const char *term : {"xterm", "screen", "tmux", "linux", "vt220"}) {
-        Session session({.term = term, .script = "StatusChange real held"});
-        session.see("Exit");
-        session.send(pciModule.path + enter);
-        session.see("  PCI module 1 ...");
+        Session session({.term = term, .script = heldScript});
+        openHeld(session);
         session.files().letGo();
         session.see("Close");
         session.seeNot("...");
@@ -110,10 +118,8 @@ TEST(Waiting, IsShownOnEveryTerminal)
 
 TEST(Waiting, EndsWithASignalAsElsewhere)
 {
-    Session session({.script = "StatusChange real held"});
-    session.see("Exit");
-    session.send(pciModule.path + enter);
-    session.see("  PCI module 1 ...");
+    Session session({.script = heldScript});
+    openHeld(session);
     session.terminal().kill(SIGRTMAX - 1); // by which it is told of the time, but not by others
     session.expectSignal(SIGRTMAX - 1);
     EXPECT_FALSE(session.terminal().inAlternateScreen());
@@ -121,10 +127,8 @@ TEST(Waiting, EndsWithASignalAsElsewhere)
 
 TEST(Waiting, ThatIsStoppedGoesOnWithAWholeScreen)
 {
-    Session session({.script = "StatusChange real held"});
-    session.see("Exit");
-    session.send(pciModule.path + enter);
-    session.see("  PCI module 1 ...");
+    Session session({.script = heldScript});
+    openHeld(session);
     session.terminal().kill(SIGTSTP);
     session.seeNot("...");
     session.terminal().kill(SIGCONT);
@@ -137,10 +141,8 @@ TEST(Waiting, ThatIsStoppedGoesOnWithAWholeScreen)
 
 TEST(Waiting, TakesAPasteToItsEnd)
 {
-    Session session({.script = "StatusChange real held"});
-    session.see("Exit");
-    session.send(pciModule.path + enter);
-    session.see("  PCI module 1 ...");
+    Session session({.script = heldScript});
+    openHeld(session);
     session.send("\x1b[200~one" + enter);
     session.files().letGo();
     session.terminal().settle(std::chrono::milliseconds(50));
