@@ -117,18 +117,7 @@ std::string property(int kind, int number, int id)
 
 Finished yatsim(const std::string &arguments)
 {
-    std::vector<std::string> command = {YATSIM};
-    std::istringstream words(arguments);
-    for (std::string word; words >> std::ws && !words.eof();) {
-        if (words.peek() == '"') {
-            words.get();
-            std::getline(words, word, '"');
-        } else {
-            words >> word;
-        }
-        command.push_back(word);
-    }
-    return run(command);
+    return run(commandOf(YATSIM, arguments));
 }
 
 std::string steer(const std::string &arguments)

@@ -3,6 +3,7 @@
 #include "files.h"
 
 #include <fcntl.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -40,6 +41,22 @@ public:
 };
 
 } // namespace
+
+std::vector<std::string> commandOf(const std::string &program, const std::string &arguments)
+{
+    std::vector<std::string> command = {program};
+    std::istringstream words(arguments);
+    for (std::string word; words >> std::ws && !words.eof();) {
+        if (words.peek() == '"') {
+            words.get();
+            std::getline(words, word, '"');
+        } else {
+            words >> word;
+        }
+        command.push_back(word);
+    }
+    return command;
+}
 
 pid_t start(const std::vector<std::string> &command, const StartOptions &options)
 {

@@ -18,6 +18,9 @@ struct StartOptions {
     std::function<void()> prepare{}; // done by the child before it becomes the program
 };
 
+// A program with the words of a command line; "" around words that are one.
+std::vector<std::string> commandOf(const std::string &program, const std::string &arguments);
+
 // Starts a program, given by its path and its arguments.
 pid_t start(const std::vector<std::string> &command, const StartOptions &options = {});
 

@@ -6,30 +6,13 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <sstream>
 
 using Json = nlohmann::json;
-
-inline std::vector<std::string> commandOf(const std::string &arguments)
-{
-    std::vector<std::string> command = {YATCTL};
-    std::istringstream words(arguments);
-    for (std::string word; words >> std::ws && !words.eof();) {
-        if (words.peek() == '"') {
-            words.get();
-            std::getline(words, word, '"');
-        } else {
-            words >> word;
-        }
-        command.push_back(word);
-    }
-    return command;
-}
 
 // Runs yatctl with the words of a command line; "" around words that are one.
 inline Finished yatctl(const std::string &arguments)
 {
-    return run(commandOf(arguments));
+    return run(commandOf(YATCTL, arguments));
 }
 
 // The same, and it has to succeed. Its output.

@@ -25,7 +25,7 @@ Finished atTerminal(const std::string &arguments, const std::string &answer)
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child == 0) {
-        const std::vector<std::string> command = commandOf(arguments);
+        const std::vector<std::string> command = commandOf(YATCTL, arguments);
         std::vector<char *> words;
         for (const std::string &word : command)
             words.push_back(const_cast<char *>(word.c_str()));
@@ -159,15 +159,15 @@ TEST_F(Output, ThatCantBeWrittenIsAFailure)
     for (const char *arguments : {"list", "list --json", "show cpu1", "settings", "bmc", "metrics",
                                   "stop cpu1 --check", "--help", "--version"}) {
         const Finished full =
-            run(commandOf(arguments), {.environment = {}, .prepare = [] {
-                                           dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
-                                       }});
+            run(commandOf(YATCTL, arguments), {.environment = {}, .prepare = [] {
+                                                   dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+                                               }});
         EXPECT_EQ(full.status, 1) << arguments;
         EXPECT_EQ(full.errors,
                   "yatctl: standard output can't be written: No space left on device\n")
             << arguments;
-        const Finished closed =
-            run(commandOf(arguments), {.environment = {}, .prepare = [] { close(STDOUT_FILENO); }});
+        const Finished closed = run(commandOf(YATCTL, arguments),
+                                    {.environment = {}, .prepare = [] { close(STDOUT_FILENO); }});
         EXPECT_EQ(closed.status, 1) << arguments;
     }
 }
@@ -211,7 +211,7 @@ TEST_F(Output, OfWatchHasALineForEachChange)
     for (const std::string json : {"", " --json"}) {
         const fs::path file = sandbox.directory() / "changes";
         writeFile(file, "");
-        const pid_t watcher = start(commandOf("watch --interval 0.1" + json),
+        const pid_t watcher = start(commandOf(YATCTL, "watch --interval 0.1" + json),
                                     {.environment = {}, .prepare = [&] {
                                          dup2(open(file.c_str(), O_WRONLY), STDOUT_FILENO);
                                      }});

@@ -19,7 +19,7 @@ protected:
 
     Finished yatctl(const std::string &arguments)
     {
-        std::vector<std::string> command = commandOf(arguments);
+        std::vector<std::string> command = commandOf(YATCTL, arguments);
         command[0] = root.path / "bin/yatctl";
         return run(command);
     }
