@@ -4,10 +4,36 @@
 #include "text/encoding.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace yat {
+namespace {
+
+// Writes all of the text to the disk and closes the file; the error, 0 for none.
+int finish(int descriptor, const std::string &text)
+{
+    if (descriptor < 0)
+        return errno;
+    const ssize_t length = write(descriptor, text.data(), text.size());
+    const int error = length < 0                                  ? errno
+                      : static_cast<size_t>(length) < text.size() ? ENOSPC
+                      : fsync(descriptor) != 0                    ? errno
+                                                                  : 0;
+    close(descriptor);
+    return error;
+}
+
+void throwUnlessWritten(const std::string &file, int error)
+{
+    if (error != 0)
+        throw Problem(fromDisplay(file) + ": can't be written: " + reason(error));
+}
+
+} // namespace
 
 std::string readFile(const std::string &file)
 {
@@ -27,6 +53,29 @@ std::string readFile(const std::string &file)
     if (error != 0)
         throw Problem(fromDisplay(file) + ": can't be read: " + reason(error));
     return text;
+}
+
+void appendToFile(const std::string &file, const std::string &text, mode_t permissions)
+{
+    throwUnlessWritten(
+        file,
+        finish(open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, permissions), text));
+}
+
+void replaceFile(const std::string &file, const std::string &text, mode_t permissions)
+{
+    std::string draft = file + ".XXXXXX";
+    const int descriptor = mkostemp(draft.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        throwUnlessWritten(file, errno);
+    int error = fchmod(descriptor, permissions) == 0 ? 0 : errno;
+    if (const int atEnd = finish(descriptor, text); error == 0)
+        error = atEnd;
+    if (error == 0 && rename(draft.c_str(), file.c_str()) != 0)
+        error = errno;
+    if (error != 0)
+        unlink(draft.c_str());
+    throwUnlessWritten(file, error);
 }
 
 } // namespace yat

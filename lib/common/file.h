@@ -2,11 +2,20 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 
 namespace yat {
 
 // What is in a file. Throws Problem, "FILE: can't be read: REASON", also for one that is too large
 // to be a configuration or a description.
 std::string readFile(const std::string &file);
+
+// Adds to the end of a file, which is made with these permissions if there is none. It is on the
+// disk afterwards. Throws Problem, "FILE: can't be written: REASON".
+void appendToFile(const std::string &file, const std::string &text, mode_t permissions);
+
+// Gives a file another text and these permissions. Whoever reads it sees the old one or the new
+// one, whole, also after the power failed. Throws as above, with the file as it was.
+void replaceFile(const std::string &file, const std::string &text, mode_t permissions);
 
 } // namespace yat

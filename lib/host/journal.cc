@@ -1,16 +1,13 @@
 #include "host/journal.h"
 
 #include "common/caller.h"
+#include "common/file.h"
 #include "common/paths.h"
-#include "common/problem.h"
 #include "text/encoding.h"
 
-#include <cerrno>
 #include <ctime>
-#include <fcntl.h>
 #include <nlohmann/json.hpp>
 #include <syslog.h>
-#include <unistd.h>
 
 namespace host {
 namespace {
@@ -41,17 +38,7 @@ void writeDown(const JournalEntry &entry)
         {"reason", entry.reason}};
     const std::string text =
         line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
-    const std::string file = yat::stateDirectory() + "/host.journal";
-    const int descriptor = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
-    const bool isWritten =
-        descriptor >= 0
-        && write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size())
-        && fsync(descriptor) == 0;
-    const int error = errno;
-    if (descriptor >= 0)
-        close(descriptor);
-    if (!isWritten)
-        throw yat::Problem(file + ": can't be written: " + yat::reason(error));
+    yat::appendToFile(yat::stateDirectory() + "/host.journal", text, 0640);
 }
 
 } // namespace host

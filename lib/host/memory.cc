@@ -1,15 +1,11 @@
 #include "host/memory.h"
 
+#include "common/file.h"
 #include "common/paths.h"
-#include "common/problem.h"
 #include "host/lock.h"
 #include "host/sysfs.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <fcntl.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 namespace host {
 namespace {
@@ -49,29 +45,6 @@ json toJson(const Memory &memory)
     return text;
 }
 
-[[noreturn]] void refuse(const std::string &file, int error)
-{
-    throw yat::Problem(file + ": can't be written: " + yat::reason(error));
-}
-
-// Whoever reads sees the old file or the new one, whole, also after the power failed.
-void replace(const std::string &file, const std::string &text)
-{
-    const std::string other = file + ".new";
-    const int descriptor = open(other.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    const bool isWritten =
-        descriptor >= 0
-        && write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size())
-        && fsync(descriptor) == 0;
-    const int error = errno;
-    if (descriptor >= 0)
-        close(descriptor);
-    if (!isWritten)
-        refuse(other, error);
-    if (rename(other.c_str(), file.c_str()) != 0)
-        refuse(file, errno);
-}
-
 } // namespace
 
 Memory readMemory()
@@ -89,7 +62,7 @@ void changeMemory(const std::function<void(Memory &)> &change)
     Memory memory = before;
     change(memory);
     if (memory != before)
-        replace(fileName(), toJson(memory).dump(2) + "\n");
+        yat::replaceFile(fileName(), toJson(memory).dump(2) + "\n", 0644);
 }
 
 } // namespace host

@@ -1,6 +1,7 @@
 #include "yatctl/commands.h"
 
 #include "base/record.h"
+#include "common/file.h"
 #include "shared/table.h"
 #include "yatctl/bmc.h"
 #include "yatctl/confirmation.h"
@@ -150,7 +151,7 @@ void metrics(const Request &request)
     if (request.output.empty())
         printf("%s", text.c_str());
     else
-        replaceFile(request.output, text);
+        yat::replaceFile(request.output, text, 0644);
 }
 
 } // namespace yatctl

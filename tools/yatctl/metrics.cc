@@ -1,13 +1,7 @@
 #include "yatctl/metrics.h"
 
-#include "yatctl/failure.h"
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <functional>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace yatctl {
 namespace {
@@ -151,41 +145,16 @@ std::string metricsText(const Machine &machine, const std::vector<SettingValue> 
            + numbers(machine, "yat_device_mtbf_threshold_seconds",
                      "Mean time between failures below which a device stays down.",
                      YAT_KNOWS_MTBF_THRESHOLD, &yat_facts::mtbf_threshold)
-           + metric("yat_module_mtbf_type",
-                    "What a failure leads to: 0 stay down, 1 restart, 2 restart at or above threshold.",
-                    forEach(machine, mtbfType))
+           + metric(
+               "yat_module_mtbf_type",
+               "What a failure leads to: 0 stay down, 1 restart, 2 restart at or above threshold.",
+               forEach(machine, mtbfType))
            + metric("yat_cpu_module_bios_info", "The BIOS of a CPU module.",
                     forEach(machine, biosInfo))
            + metric("yat_setting", "1 for a setting that is on.", settingSamples(settings))
            + metric("yat_last_look_timestamp_seconds", "When the machine was looked at.",
                     sample("yat_last_look_timestamp_seconds", {}, now))
            + "# EOF\n";
-}
-
-void replaceFile(const std::string &file, const std::string &text)
-{
-    const auto fault = [&](const std::string &what) {
-        return Failure(failed, file + " can't be " + what + ": " + yat::reason(errno));
-    };
-    std::string draft = file + ".XXXXXX";
-    const int descriptor = mkstemp(draft.data());
-    if (descriptor < 0)
-        throw fault("made");
-    const bool isWritten =
-        write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size())
-        && fchmod(descriptor, 0644) == 0 && fsync(descriptor) == 0;
-    const int error = errno;
-    close(descriptor);
-    if (!isWritten) {
-        unlink(draft.c_str());
-        errno = error;
-        throw fault("written");
-    }
-    if (rename(draft.c_str(), file.c_str()) != 0) {
-        const Failure failure = fault("replaced");
-        unlink(draft.c_str());
-        throw failure;
-    }
 }
 
 } // namespace yatctl

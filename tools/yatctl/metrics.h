@@ -18,7 +18,4 @@ struct SettingValue {
 std::string metricsText(const Machine &machine, const std::vector<SettingValue> &settings,
                         time_t now);
 
-// Writes a file in one step: whoever reads it finds the old text or the new one.
-void replaceFile(const std::string &file, const std::string &text);
-
 } // namespace yatctl
