@@ -52,9 +52,12 @@ yat_device *makeRecords(const std::vector<DeviceRow> &devices)
     return &trees.back()->records[0];
 }
 
-bool freeRecords(yat_device *root)
+int freeTree(yat_device **root)
 {
-    return std::erase_if(trees, [&](const auto &tree) { return &tree->records[0] == root; }) > 0;
+    if (std::erase_if(trees, [&](const auto &tree) { return &tree->records[0] == *root; }) == 0)
+        return 0;
+    *root = nullptr;
+    return 1;
 }
 
 } // namespace yat

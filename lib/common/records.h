@@ -15,10 +15,11 @@ struct DeviceRow {
 };
 
 // Makes the tree of records of the devices, of which each parent stands before its children. Its
-// root is given back with freeRecords.
+// root is given back with freeTree.
 yat_device *makeRecords(const std::vector<DeviceRow> &devices);
 
-// Frees a tree; false when the root is none of makeRecords.
-bool freeRecords(yat_device *root);
+// FreeTreeViewData: frees a tree and sets its root to null. Returns 1, or 0 for one that is none of
+// makeRecords.
+int freeTree(yat_device **root);
 
 } // namespace yat

@@ -80,14 +80,6 @@ int createTree(yat_device **root)
     return 1;
 }
 
-int freeTree(yat_device **root)
-{
-    if (!yat::freeRecords(*root))
-        return 0;
-    *root = nullptr;
-    return 1;
-}
-
 int isFt(int)
 {
     return YAT_MACHINE_ALDER; // modules, and no MTBF type

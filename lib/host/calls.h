@@ -9,7 +9,6 @@
 namespace host {
 
 int createTree(yat_device **root);
-int freeTree(yat_device **root);
 int isFt(int);
 int getProperty(int kind, int number, int property, char *buffer, unsigned long *size);
 int statusChange(int kind, int number, int code, char *text);

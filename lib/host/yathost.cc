@@ -5,6 +5,7 @@
 #include "common/guarded.h"
 #include "common/machine.h"
 #include "common/problem.h"
+#include "common/records.h"
 #include "host/asking.h"
 #include "host/calls.h"
 #include "yat/platform.h"
@@ -54,7 +55,7 @@ const yat_platform YatPlatform = {
         {
             .handle = nullptr,
             .create_tree = Guarded<host::createTree, 0>::run,
-            .free_tree = Guarded<host::freeTree, 0>::run,
+            .free_tree = Guarded<yat::freeTree, 0>::run,
             .yat_ft_get_property = Guarded<host::getProperty, -1>::run,
             .is_ft = Guarded<host::isFt, -1>::run,
             .status_change = Guarded<host::statusChange, -1>::run,

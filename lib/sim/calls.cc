@@ -105,14 +105,6 @@ int createTree(yat_device **root)
     return 1;
 }
 
-int freeTree(yat_device **root)
-{
-    if (!yat::freeRecords(*root))
-        return 0;
-    *root = nullptr;
-    return 1;
-}
-
 int isFt(int)
 {
     return look(openedStore()).type;

@@ -14,7 +14,6 @@ Store &openedStore(); // of the configured machine, when none was opened
 void closeStore();
 
 int createTree(yat_device **root);
-int freeTree(yat_device **root);
 int isFt(int reserved);
 int getProperty(int kind, int number, int property, char *buffer, unsigned long *size);
 int statusChange(int kind, int number, int code, char *text);

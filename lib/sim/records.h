@@ -5,7 +5,7 @@
 
 namespace sim {
 
-// Makes the tree of device records of a machine, to be given back with yat::freeRecords.
+// Makes the tree of device records of a machine, to be given back with yat::freeTree.
 yat_device *makeRecords(const Machine &machine);
 
 } // namespace sim

@@ -4,6 +4,7 @@
 #include "common/complaints.h"
 #include "common/guarded.h"
 #include "common/machine.h"
+#include "common/records.h"
 #include "sim/calls.h"
 #include "sim/injection.h"
 #include "yat/platform.h"
@@ -211,7 +212,7 @@ const yat_platform YatPlatform = {
         {
             .handle = nullptr,
             .create_tree = reading<createTree, Rule{"CreateTreeViewData", Failure::zero}>,
-            .free_tree = reading<freeTree, Rule{"FreeTreeViewData", Failure::zero, false}>,
+            .free_tree = reading<yat::freeTree, Rule{"FreeTreeViewData", Failure::zero, false}>,
             .yat_ft_get_property =
                 reading<getProperty, Rule{"yat_ft_get_property", Failure::allButZero}>,
             .is_ft = reading<isFt, Rule{"call_yat_is_ft", Failure::minusOne}>,

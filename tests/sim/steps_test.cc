@@ -100,7 +100,10 @@ size_t stepsOfDescribing(int devices)
 size_t stepsOfRecords(int devices)
 {
     const Machine machine = machineOf(devices);
-    return stepsOf([&] { EXPECT_TRUE(yat::freeRecords(makeRecords(machine))); });
+    return stepsOf([&] {
+        yat_device *root = makeRecords(machine);
+        EXPECT_EQ(yat::freeTree(&root), 1);
+    });
 }
 
 } // namespace
