@@ -32,11 +32,8 @@ options:
     description: Seconds after which waiting fails.
     type: int
     default: 1800
-  yatctl:
-    description: The program, if it is neither in the path nor in C(/opt/kiv/yatkit/bin).
-    type: path
-requirements:
-  - yatctl on the managed machine
+extends_documentation_fragment:
+  - kiv.yatkit.yatctl
 author:
   - The mrvutil maintainers (@mrvutil)
 """

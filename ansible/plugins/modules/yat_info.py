@@ -21,11 +21,8 @@ options:
     elements: str
     choices: [devices, settings, bmc]
     default: [devices, settings]
-  yatctl:
-    description: The program, if it is neither in the path nor in C(/opt/kiv/yatkit/bin).
-    type: path
-requirements:
-  - yatctl on the managed machine
+extends_documentation_fragment:
+  - kiv.yatkit.yatctl
 author:
   - The mrvutil maintainers (@mrvutil)
 """

@@ -19,11 +19,8 @@ options:
   automatic_module_start:
     description: Whether a module that is inserted starts by itself.
     type: bool
-  yatctl:
-    description: The program, if it is neither in the path nor in C(/opt/kiv/yatkit/bin).
-    type: path
-requirements:
-  - yatctl on the managed machine
+extends_documentation_fragment:
+  - kiv.yatkit.yatctl
 author:
   - The mrvutil maintainers (@mrvutil)
 """
