@@ -61,11 +61,14 @@ Asked askedFor(const yat_device *record, int supportCode)
 Refusal checkAsked(const Machine &machine, const Asked &asked)
 {
     if (!asked.device)
-        return {YAT_DETAIL_NO_DEVICE, "there is no such device"};
+        return {YAT_DETAIL_NO_DEVICE, {"there is no such device", "この装置はありません"}};
     if (!asked.code)
-        return {YAT_DETAIL_UNSUPPORTED, "a device of its class has no such operation"};
+        return {YAT_DETAIL_UNSUPPORTED,
+                {"a device of its class has no such operation",
+                 "この種類の装置にこの操作はありません"}};
     if (!asked.code->verb)
-        return {YAT_DETAIL_UNSUPPORTED, "this server has no such operation"};
+        return {YAT_DETAIL_UNSUPPORTED,
+                {"this server has no such operation", "このサーバにこの操作はありません"}};
     return check(machine, *asked.device, *asked.code->verb);
 }
 
@@ -95,11 +98,12 @@ int operate(yat_device *record, int code, const char *name)
     const Machine machine = readMachine();
     Refusal refusal = checkAsked(machine, asked);
     if (refusal.detail == 0 && std::string_view(asked.code->name) != name)
-        refusal = {YAT_DETAIL_UNSUPPORTED, "the code is that of another operation"};
+        refusal = {YAT_DETAIL_UNSUPPORTED,
+                   {"the code is that of another operation", "別の操作のコードです"}};
     if (refusal.detail == 0 && !lock.isHeld)
-        refusal = {YAT_DETAIL_STATE, "another operation is under way"};
+        refusal = {YAT_DETAIL_STATE, {"another operation is under way", "別の操作を実行中です"}};
     if (refusal.detail != 0) {
-        note(asked, name, "refused", refusal.why);
+        note(asked, name, "refused", refusal.why.english);
         return 0;
     }
     note(asked, name, "begun", "");
@@ -123,7 +127,8 @@ int ifSupport(yat_device *device, int code, int *detail)
         *detail = refusal.detail;
     if (refusal.detail == 0)
         return 1;
-    note(asked, asked.code ? asked.code->name : "an unknown operation", "refused", refusal.why);
+    note(asked, asked.code ? asked.code->name : "an unknown operation", "refused",
+         refusal.why.english);
     return 0;
 }
 
@@ -168,7 +173,7 @@ int getReason(yat_device *device, int code, int, char *text)
     const Refusal refusal = checkAsked(readMachine(), askedFor(device, code));
     if (refusal.detail == 0)
         return 0;
-    yat::putState(refusal.why, text);
+    yat::putState(isJapanese() ? refusal.why.japanese : refusal.why.english, text);
     return 1;
 }
 

@@ -98,53 +98,58 @@ std::string deviceOf(libmnt_fs *entry)
                                          + std::to_string(minor(number)));
 }
 
-std::string useByMounts(const Paths &disks)
+MaybeReason useByMounts(const Paths &disks)
 {
-    std::string use;
+    MaybeReason use;
     eachOf(mnt_table_parse_file, "/proc/self/mountinfo", [&](libmnt_fs *entry) {
         const std::string device = deviceOf(entry);
-        if (use.empty() && disks.contains(device))
-            use = lastName(device) + " is mounted on " + mnt_fs_get_target(entry);
+        if (!use && disks.contains(device))
+            use = {lastName(device) + " is mounted on " + mnt_fs_get_target(entry),
+                   lastName(device) + "は" + mnt_fs_get_target(entry) + "にマウントされています"};
     });
     return use;
 }
 
-std::string useBySwap(const Paths &disks)
+MaybeReason useBySwap(const Paths &disks)
 {
-    std::string use;
+    MaybeReason use;
     eachOf(mnt_table_parse_swaps, "/proc/swaps", [&](libmnt_fs *entry) {
         const std::string device = pathOfNode(mnt_fs_get_source(entry));
-        if (use.empty() && disks.contains(device))
-            use = lastName(device) + " is used for swap";
+        if (!use && disks.contains(device))
+            use = {lastName(device) + " is used for swap",
+                   lastName(device) + "はスワップに使われています"};
     });
     return use;
 }
 
 // ---- Other uses
 
-std::string useByHolders(const Paths &disks)
+MaybeReason useByHolders(const Paths &disks)
 {
     for (const std::string &disk : disks)
         for (const std::string &holder : namesIn(disk + "/holders")) {
-            const auto name = readAttribute("/sys/class/block/" + holder + "/dm/name");
-            return lastName(disk) + " is a part of " + name.value_or(holder);
+            const std::string whole =
+                readAttribute("/sys/class/block/" + holder + "/dm/name").value_or(holder);
+            return Reason{lastName(disk) + " is a part of " + whole,
+                          lastName(disk) + "は" + whole + "の一部です"};
         }
     return {};
 }
 
 // A file system over several devices is mounted by one of them.
-std::string useByFileSystems(const Paths &disks)
+MaybeReason useByFileSystems(const Paths &disks)
 {
     const std::string all = "/sys/fs/btrfs";
     for (const std::string &one : namesIn(all))
         for (const std::string &name : namesIn(all + "/" + one + "/devices"))
             if (disks.contains(resolved(all + "/" + one + "/devices/" + name)))
-                return name + " is a part of the mounted file system " + one;
+                return Reason{name + " is a part of the mounted file system " + one,
+                              name + "はマウントされたファイルシステム" + one + "の一部です"};
     return {};
 }
 
 // What else holds a device: another mount namespace, another kind of volume.
-std::string useByOthers(const Paths &disks)
+MaybeReason useByOthers(const Paths &disks)
 {
     for (const std::string &disk : disks) {
         std::string name = lastName(disk);
@@ -152,7 +157,7 @@ std::string useByOthers(const Paths &disks)
         const int descriptor =
             open(("/dev/" + name).c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC);
         if (descriptor < 0 && errno == EBUSY)
-            return name + " is in use";
+            return Reason{name + " is in use", name + "は使用中です"};
         if (descriptor >= 0)
             close(descriptor);
     }
@@ -161,14 +166,14 @@ std::string useByOthers(const Paths &disks)
 
 } // namespace
 
-std::string useOfDisks(const std::vector<std::string> &paths)
+MaybeReason useOfDisks(const std::vector<std::string> &paths)
 {
     Paths disks;
     for (const KernelDevice &device : kernelDevices("block"))
         if (standsBelow(device.path, paths))
             disks.insert(device.path);
     for (const auto use : {useByMounts, useBySwap, useByHolders, useByFileSystems, useByOthers})
-        if (std::string found = use(disks); !found.empty())
+        if (MaybeReason found = use(disks))
             return found;
     return {};
 }

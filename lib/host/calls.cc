@@ -17,11 +17,6 @@ namespace {
 // The devices as they were last listed: their numbers are those that the callers have.
 std::vector<Device> listed;
 
-bool isJapanese()
-{
-    return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
-}
-
 void list(const Machine &machine)
 {
     listed = devicesOf(machine, nameOf, isJapanese());
@@ -157,6 +152,11 @@ const Device *listedDevice(const yat_device *record)
                && std::ranges::equal(identity->DevicePathID, device.path);
     });
     return found == listed.end() ? nullptr : &*found;
+}
+
+bool isJapanese()
+{
+    return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
 }
 
 void forget()

@@ -85,37 +85,42 @@ std::string addressOfTerminal()
     return words ? word : "";
 }
 
-std::string useByAddresses(const Socket &socket, const Interfaces &interfaces)
+MaybeReason useByAddresses(const Socket &socket, const Interfaces &interfaces)
 {
     nl_cache *cache = nullptr;
     if (const int error = rtnl_addr_alloc_cache(socket.get(), &cache); error < 0)
         refuse(error);
-    std::string use;
+    MaybeReason use;
     eachOf<rtnl_addr>(cache, [&](rtnl_addr *each) {
         const auto found = interfaces.find(rtnl_addr_get_ifindex(each));
         if (found == interfaces.end())
             return;
         const std::string address = textOf(rtnl_addr_get_local(each));
         if (address == addressOfTerminal())
-            use = found->second + " carries the connection of this terminal, " + address;
-        else if (use.empty())
-            use = found->second + " has the address " + address;
+            use = {found->second + " carries the connection of this terminal, " + address,
+                   "この端末の接続" + address + "が" + found->second + "を通っています"};
+        else if (!use)
+            use = {found->second + " has the address " + address,
+                   found->second + "にアドレス" + address + "があります"};
     });
     return use;
 }
 
-std::string useByRoutes(const Socket &socket, const Interfaces &interfaces)
+MaybeReason useByRoutes(const Socket &socket, const Interfaces &interfaces)
 {
     nl_cache *cache = nullptr;
     if (const int error = rtnl_route_alloc_cache(socket.get(), AF_UNSPEC, 0, &cache); error < 0)
         refuse(error);
-    std::string use;
+    MaybeReason use;
     eachOf<rtnl_route>(cache, [&](rtnl_route *each) {
         for (int i = 0; i < rtnl_route_get_nnexthops(each); ++i) {
             const auto found =
                 interfaces.find(rtnl_route_nh_get_ifindex(rtnl_route_nexthop_n(each, i)));
-            if (use.empty() && found != interfaces.end())
-                use = found->second + " has the route to " + textOf(rtnl_route_get_dst(each));
+            if (use || found == interfaces.end())
+                continue;
+            const std::string target = textOf(rtnl_route_get_dst(each));
+            use = {found->second + " has the route to " + target,
+                   found->second + "に" + target + "への経路があります"};
         }
     });
     return use;
@@ -123,7 +128,7 @@ std::string useByRoutes(const Socket &socket, const Interfaces &interfaces)
 
 } // namespace
 
-std::string useOfInterfaces(const std::vector<std::string> &paths)
+MaybeReason useOfInterfaces(const std::vector<std::string> &paths)
 {
     Interfaces interfaces;
     for (const KernelDevice &device : kernelDevices("net"))
@@ -133,8 +138,8 @@ std::string useOfInterfaces(const std::vector<std::string> &paths)
     if (interfaces.empty())
         return {};
     const Socket socket = connect();
-    const std::string use = useByAddresses(socket, interfaces);
-    return use.empty() ? useByRoutes(socket, interfaces) : use;
+    const MaybeReason use = useByAddresses(socket, interfaces);
+    return use ? use : useByRoutes(socket, interfaces);
 }
 
 } // namespace host

@@ -1,13 +1,15 @@
 // What network interfaces are used for.
 #pragma once
 
+#include "host/reason.h"
+
 #include <string>
 #include <vector>
 
 namespace host {
 
 // Why what hangs below these paths has to stay: an interface there, or one that stands on it, has
-// an address or a route. Empty when none has.
-std::string useOfInterfaces(const std::vector<std::string> &paths);
+// an address or a route. Nothing when none has.
+MaybeReason useOfInterfaces(const std::vector<std::string> &paths);
 
 } // namespace host

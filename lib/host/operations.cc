@@ -35,36 +35,44 @@ std::string nameOf(const Processor &processor)
 
 // ---- What is looked at before
 
+const Reason alreadyStopped = {"it is stopped already", "すでに停止しています"};
+
 Refusal checkRights(const std::vector<std::string> &files)
 {
     if (!yat::areOperationsAllowed())
-        return {YAT_DETAIL_NOT_ALLOWED, "yatkit.toml does not allow operations"};
+        return {YAT_DETAIL_NOT_ALLOWED,
+                {"yatkit.toml does not allow operations", "yatkit.tomlが操作を許可していません"}};
     for (const std::string &file : files)
         if (access(file.c_str(), W_OK) != 0)
-            return {YAT_DETAIL_NO_RIGHTS, "this user can't write to " + file};
+            return {
+                YAT_DETAIL_NO_RIGHTS,
+                {"this user can't write to " + file, "このユーザは" + file + "に書き込めません"}};
     if (yat::stateDirectory().empty())
-        return {YAT_DETAIL_NO_RIGHTS, "the journal can't be written"};
+        return {YAT_DETAIL_NO_RIGHTS, {"the journal can't be written", "記録を書き込めません"}};
     return {};
 }
 
 Refusal checkStop(const Machine &machine, const Package &package)
 {
     if (stateOf(package) != State::running)
-        return {YAT_DETAIL_STATE, "it is stopped already"};
+        return {YAT_DETAIL_STATE, alreadyStopped};
     if (std::ranges::count(machine.packages, State::running,
                            [](const Package &each) { return stateOf(each); })
         == 1)
-        return {YAT_DETAIL_LAST_RUNNING, "it is the last one that runs"};
+        return {YAT_DETAIL_LAST_RUNNING,
+                {"it is the last one that runs", "稼働している最後のモジュールです"}};
     for (const Processor &processor : package.processors)
         if (processor.isOnline && !processor.canGo)
-            return {YAT_DETAIL_UNSUPPORTED, "the kernel can't do without " + nameOf(processor)};
+            return {YAT_DETAIL_UNSUPPORTED,
+                    {"the kernel can't do without " + nameOf(processor),
+                     "カーネルがプロセッサ" + std::to_string(processor.number) + "を必要とします"}};
     return {};
 }
 
 Refusal checkStart(const Package &package)
 {
     return onlineOf(package) == static_cast<int>(package.processors.size())
-               ? Refusal{YAT_DETAIL_STATE, "all of it runs already"}
+               ? Refusal{YAT_DETAIL_STATE, {"all of it runs already", "すでにすべて稼働しています"}}
                : Refusal{};
 }
 
@@ -84,22 +92,24 @@ Refusal checkSlot(const Machine &machine, const Slot &slot, Verb verb)
 {
     const State state = stateOf(machine, slot);
     if (state == State::empty)
-        return {YAT_DETAIL_NOT_INSTALLED, "there is no card in it"};
+        return {YAT_DETAIL_NOT_INSTALLED, {"there is no card in it", "カードが搭載されていません"}};
     if (state != (verb == Verb::stop ? State::running : State::stopped))
-        return {YAT_DETAIL_STATE, state == State::unknown ? "its state can't be read"
-                                  : verb == Verb::stop    ? "it is stopped already"
-                                                          : "it runs already"};
+        return {YAT_DETAIL_STATE,
+                state == State::unknown ? Reason{"its state can't be read", "状態を取得できません"}
+                : verb == Verb::stop ? alreadyStopped
+                                     : Reason{"it runs already", "すでに稼働しています"}};
     const Refusal refusal = checkRights({slot.directory + "/power"});
     if (refusal.detail != 0 || verb == Verb::start)
         return refusal;
-    const std::string use = useOf(machine, slot);
-    return use.empty() ? Refusal{} : Refusal{YAT_DETAIL_IN_USE, use};
+    const MaybeReason use = useOf(machine, slot);
+    return use ? Refusal{YAT_DETAIL_IN_USE, *use} : Refusal{};
 }
 
 Refusal checkClear(const Machine &machine, const Device &device)
 {
     if (!countsOf(machine, device).isKnown)
-        return {YAT_DETAIL_UNSUPPORTED, "the machine counts no errors of it"};
+        return {YAT_DETAIL_UNSUPPORTED,
+                {"the machine counts no errors of it", "このサーバは装置のエラーを数えていません"}};
     return checkRights({});
 }
 
@@ -160,8 +170,8 @@ Refusal check(const Machine &machine, const Device &device, Verb verb)
     if (const Slot *slot = slotOf(machine, device))
         return checkSlot(machine, *slot, verb);
     if (device.kind == Kind::package || device.kind == Kind::slot)
-        return {YAT_DETAIL_NO_DEVICE, "it is gone"};
-    return {YAT_DETAIL_UNSUPPORTED, "it has no switch"};
+        return {YAT_DETAIL_NO_DEVICE, {"it is gone", "装置がなくなりました"}};
+    return {YAT_DETAIL_UNSUPPORTED, {"it has no switch", "電源スイッチがありません"}};
 }
 
 void switchPackage(const Package &package, bool on, milliseconds limit)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/machine.h"
+#include "host/reason.h"
 
 #include <chrono>
 
@@ -12,7 +13,7 @@ enum class Verb { clear, start, stop };
 // Why an operation can't be done now.
 struct Refusal {
     int detail = 0; // YAT_DETAIL_..., 0 for none
-    std::string why{};
+    Reason why{};
 };
 
 // Looks at everything that could be broken by it.

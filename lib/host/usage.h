@@ -2,11 +2,12 @@
 #pragma once
 
 #include "host/machine.h"
+#include "host/reason.h"
 
 namespace host {
 
-// Why the functions in a slot have to stay, as somebody uses what hangs below them; empty when
+// Why the functions in a slot have to stay, as somebody uses what hangs below them; nothing when
 // nobody is known to.
-std::string useOf(const Machine &machine, const Slot &slot);
+MaybeReason useOf(const Machine &machine, const Slot &slot);
 
 } // namespace host

@@ -2,6 +2,7 @@
 
 #include "yat/trace.h"
 
+#include <clocale>
 #include <cstdlib>
 
 namespace fs = std::filesystem;
@@ -97,6 +98,17 @@ std::string Looked::property(int number, int property)
     return functions->yat_ft_get_property(YAT_KIND_CPU_MODULE, number, property, text, &size) == 0
                ? text
                : "(unreadable)";
+}
+
+std::string Looked::whyNot(yat_device *device, int code, int detail, const char *locale)
+{
+    setlocale(LC_CTYPE, "C.UTF-8"); // the encoding; the language is that of the environment
+    setenv("LC_ALL", locale, 1);
+    char text[1024] = "";
+    EXPECT_EQ(CALL(GetSupportReason)(device, code, detail, text), 1);
+    unsetenv("LC_ALL");
+    setlocale(LC_CTYPE, "C");
+    return text;
 }
 
 void Looked::configure(const std::string &text) const

@@ -30,6 +30,9 @@ protected:
     // The record of a device, of a tree that stays until the end.
     yat_device *record(int classCode, int number);
 
+    // Why the device does not support what the code stands for, in the language of a locale.
+    std::string whyNot(yat_device *device, int code, int detail, const char *locale);
+
     // Changes the configuration.
     void configure(const std::string &text) const;
 

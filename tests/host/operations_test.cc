@@ -38,13 +38,15 @@ protected:
     {
         yat_device *device = record(classCode, number);
         int detail = -1;
-        char text[1024] = "";
         if (CALL(IfSupport)(device, code, &detail) != 0) {
             EXPECT_EQ(detail, 0);
             return "";
         }
-        EXPECT_EQ(CALL(GetSupportReason)(device, code, detail, text), 1);
-        return std::to_string(detail) + " " + text;
+        const std::string japanese = whyNot(device, code, detail, "ja_JP.UTF-8");
+        EXPECT_TRUE(japanese.ends_with("ません") || japanese.ends_with("ています")
+                    || japanese.ends_with("です") || japanese.ends_with("とします"))
+            << japanese;
+        return std::to_string(detail) + " " + whyNot(device, code, detail, "en_US.UTF-8");
     }
 
     // What the journal has, each as "DEVICE OPERATION RESULT REASON".
