@@ -1,8 +1,12 @@
 // A slot stays on while something below it is used; the reason says what it is.
+#include "kernel.h"
 #include "looked.h"
 
+#include <cstring>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <pty.h>
+#include <unistd.h>
 
 namespace {
 
@@ -49,6 +53,19 @@ void beOutside(const Parts &parts)
 {
     parts.server.addDisk(parts.outside, "sdother", 2);
     mount(parts.server, "8:32", "/dev/sdother");
+}
+
+// Gives this process a terminal, which is a line of the function in the slot.
+void askOnALine(const Parts &parts)
+{
+    int controller, line; // the former stays open, or there would be no terminal
+    char name[64];
+    ASSERT_EQ(openpty(&controller, &line, name, nullptr, nullptr), 0);
+    dup2(line, STDIN_FILENO);
+    close(line);
+    const std::string node = name;
+    parts.server.write(parts.inside + "/tty/ttyS4/dev", "4:68\n");
+    parts.server.link("/sys/class/tty" + node.substr(node.rfind('/')), parts.inside + "/tty/ttyS4");
 }
 
 const Use uses[] = {
@@ -122,6 +139,12 @@ const Use uses[] = {
      },
      "sdplay is a part of the mounted file system 1234",
      "sdplayはマウントされたファイルシステム1234の一部です"},
+    {"DiskThatTheKernelHolds",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         kernel.heldDisk = "/dev/sdplay";
+     },
+     "sdplay is in use", "sdplayは使用中です"},
     {"InterfaceWithoutAddress",
      [](const Parts &parts) {
          const std::string path = parts.server.addInterface(parts.inside, "ens3");
@@ -143,6 +166,13 @@ const Use uses[] = {
      },
      "ens3 carries the connection of this terminal, 127.0.0.1",
      "この端末の接続127.0.0.1がens3を通っています"},
+    {"InterfaceWithARouteOnly",
+     [](const Parts &parts) {
+         const std::string path = parts.server.addInterface(parts.inside, "ens3");
+         parts.server.write(path + "/ifindex", "987654\n");
+         kernel.routedInterface = 987654;
+     },
+     "ens3 has the route to 192.0.2.0", "ens3に192.0.2.0への経路があります"},
     {"InterfaceInABridge",
      [](const Parts &parts) {
          const std::string path = parts.server.addInterface(parts.inside, "ens3");
@@ -151,6 +181,8 @@ const Use uses[] = {
          parts.server.link(path + "/upper_br0", "/sys/devices/virtual/net/br0");
      },
      "br0 has the address 127.0.0.1", "br0にアドレス127.0.0.1があります"},
+    {"LineOfTheTerminal", askOnALine, "this terminal, TERMINAL, is connected to it",
+     "この端末TERMINALが接続されています"},
     {"FunctionOfAVirtualMachine",
      [](const Parts &parts) {
          parts.server.write(parts.inside + "/uevent",
@@ -167,6 +199,12 @@ const Use uses[] = {
      "0000:02:00.0のインタフェースは別のネットワーク名前空間にあるかもしれません"},
 };
 
+std::string withTerminal(std::string text)
+{
+    const size_t at = text.find("TERMINAL");
+    return at == text.npos ? text : text.replace(at, strlen("TERMINAL"), ttyname(STDIN_FILENO));
+}
+
 void PrintTo(const Use &use, std::ostream *stream)
 {
     *stream << use.name;
@@ -177,7 +215,12 @@ protected:
     ~EveryUse() override
     {
         unsetenv("SSH_CONNECTION");
+        kernel = {};
+        dup2(input, STDIN_FILENO);
+        close(input);
     }
+
+    const int input = dup(STDIN_FILENO);
 };
 
 } // namespace
@@ -194,14 +237,14 @@ TEST_P(EveryUse, KeepsTheSlotOn)
 
     yat_device *slot = record(YAT_CLASS_PCI_MODULE, 1);
     ASSERT_TRUE(slot);
-    const std::string reason = GetParam().reason;
+    const std::string reason = withTerminal(GetParam().reason);
     int detail = 0;
     EXPECT_EQ(CALL(IfSupport)(slot, 21, &detail), reason.empty() ? 1 : 0) << trace();
     EXPECT_EQ(detail, reason.empty() ? 0 : YAT_DETAIL_IN_USE);
     if (reason.empty())
         return;
     EXPECT_EQ(whyNot(slot, 21, detail, "en_US.UTF-8"), reason);
-    EXPECT_EQ(whyNot(slot, 21, detail, "ja_JP.UTF-8"), GetParam().japanese);
+    EXPECT_EQ(whyNot(slot, 21, detail, "ja_JP.UTF-8"), withTerminal(GetParam().japanese));
     EXPECT_NE(trace().find("stop of PCI module 1 (slot 1) refused: " + reason), std::string::npos);
     EXPECT_EQ(CALL(InitBringDown)(slot, 22), 0); // it looks for itself
     EXPECT_EQ(server.read("/sys/bus/pci/slots/1/power"), "1\n");

@@ -1,0 +1,64 @@
+#include "kernel.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <dlfcn.h>
+#include <linux/fcntl.h> // the C library's may define open itself
+#include <netlink/route/nexthop.h>
+#include <netlink/route/route.h>
+
+Kernel kernel;
+
+namespace {
+
+template <class Call> Call *next(const char *name)
+{
+    return reinterpret_cast<Call *>(dlsym(RTLD_NEXT, name));
+}
+
+void addRoute(nl_cache *cache)
+{
+    nl_addr *target = nullptr;
+    nl_addr_parse("192.0.2.0/24", AF_INET, &target);
+    rtnl_nexthop *hop = rtnl_route_nh_alloc();
+    rtnl_route_nh_set_ifindex(hop, kernel.routedInterface);
+    rtnl_route *route = rtnl_route_alloc();
+    rtnl_route_set_dst(route, target);
+    rtnl_route_add_nexthop(route, hop);
+    nl_cache_add(cache, reinterpret_cast<nl_object *>(route));
+    rtnl_route_put(route);
+    nl_addr_put(target);
+}
+
+} // namespace
+
+// In the places of the libraries' functions.
+#pragma GCC visibility push(default)
+extern "C" {
+
+int open(const char *file, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const unsigned mode = flags & O_CREAT ? va_arg(arguments, unsigned) : 0;
+    va_end(arguments);
+    if (flags & O_EXCL && file == kernel.heldDisk) {
+        errno = EBUSY;
+        return -1;
+    }
+    return next<int(const char *, int, ...)>("open")(file, flags, mode);
+}
+
+int rtnl_route_alloc_cache(nl_sock *socket, int family, int flags, nl_cache **cache)
+{
+    if (kernel.routedInterface == 0)
+        return next<decltype(rtnl_route_alloc_cache)>("rtnl_route_alloc_cache")(socket, family,
+                                                                                flags, cache);
+    const int error = nl_cache_alloc_name("route/route", cache);
+    if (error == 0)
+        addRoute(*cache);
+    return error;
+}
+
+} // extern "C"
+#pragma GCC visibility pop
