@@ -1,5 +1,6 @@
 // What the product can't work without: where it is missing or damaged, one line says so once the
 // screen is gone, with a screen and without one.
+#include "productroot.h"
 #include "session.h"
 
 #include "support/symbols.h"
@@ -10,36 +11,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A product root that a test can damage. The programs take it for theirs, because libyat.so is in
-// it.
-struct Root {
-    TemporaryDirectory directory;
-
-    Root()
-    {
-        const fs::path built = fs::path(PROGRAMS).parent_path();
-        fs::create_directories(library());
-        fs::copy_file(built / "lib/libyat.so", library() / "libyat.so");
-        for (const char *plugin : {"yatcore.dll", "yathwinfo.dll"})
-            fs::copy_file(built / "lib" / plugin, library() / plugin);
-        fs::copy(built / "data", directory.path / "data", fs::copy_options::recursive);
-    }
-
-    fs::path library() const
-    {
-        return directory.path / "lib";
-    }
-
-    RunOptions options(RunOptions result = {}) const
-    {
-        result.environment["LD_LIBRARY_PATH"] = library().string();
-        return result;
-    }
-};
-
 struct Missing {
     const char *name;
-    std::function<void(const Root &)> damage;
+    std::function<void(const ProductRoot &)> damage;
     std::string complaint; // of which ROOT stands for the product root
     int status;            // without a screen
     std::string machine = "CEDAR";
@@ -53,31 +27,32 @@ void replace(const fs::path &file, const std::string &text)
 }
 
 const Missing missing[] = {
-    {"catalogue", [](const Root &root) { fs::remove(root.directory.path / "data/E_mrvutil.rc"); },
+    {"catalogue",
+     [](const ProductRoot &root) { fs::remove(root.directory.path / "data/E_mrvutil.rc"); },
      "ROOT/data/E_mrvutil.rc can't be read: No such file or directory; install the product again",
      0, "CEDAR", "", ""},
     {"catalogueIsADirectory",
-     [](const Root &root) {
+     [](const ProductRoot &root) {
          fs::remove(root.directory.path / "data/E_mrvutil.rc");
          fs::create_directory(root.directory.path / "data/E_mrvutil.rc");
      },
      "ROOT/data/E_mrvutil.rc can't be read: it is no regular file; install the product again", 0,
      "CEDAR", "", ""},
     {"catalogueIsEmpty",
-     [](const Root &root) { replace(root.directory.path / "data/E_mrvutil.rc", ""); },
+     [](const ProductRoot &root) { replace(root.directory.path / "data/E_mrvutil.rc", ""); },
      "ROOT/data/E_mrvutil.rc is empty; install the product again", 1, "CEDAR", keys::ctrlO,
      keys::backTab + keys::enter},
-    {"platform", [](const Root &root) { fs::remove(root.library() / "yatcore.dll"); },
+    {"platform", [](const ProductRoot &root) { fs::remove(root.library() / "yatcore.dll"); },
      "the platform can't be loaded: ROOT/lib/yatcore.dll: cannot open shared object file: No such "
      "file or directory; install the product again",
      0},
     {"platformIsDamaged",
-     [](const Root &root) { replace(root.library() / "yatcore.dll", "not an object"); },
+     [](const ProductRoot &root) { replace(root.library() / "yatcore.dll", "not an object"); },
      "the platform can't be loaded: ROOT/lib/yatcore.dll: file too short; install the product "
      "again",
      0},
     {"platformIsForeign",
-     [](const Root &root) {
+     [](const ProductRoot &root) {
          fs::remove(root.library() / "yatcore.dll");
          fs::create_symlink(root.library() / "libyat.so", root.library() / "yatcore.dll");
      },
@@ -85,20 +60,23 @@ const Missing missing[] = {
      "made for this product",
      0},
     {"platformOfTheHardware",
-     [](const Root &root) { fs::remove(root.library() / "yathost.dll"); },
+     [](const ProductRoot &root) { fs::remove(root.library() / "yathost.dll"); },
      "the platform can't be loaded: ROOT/lib/yathost.dll: cannot open shared object file: No such "
      "file or directory; install the product again",
      0, "hardware"},
     {"platformRefuses",
-     [](const Root &root) {
+     [](const ProductRoot &root) {
+         fs::remove(root.library() / "yathost.dll");
          fs::copy_file(root.library() / "yatcore.dll", root.library() / "yathost.dll");
      },
      "this platform only simulates machines, and can't take the place of another one", 0,
      "hardware"},
-    {"platformOfAMaker", [](const Root &) {},
+    {"platformOfAMaker", [](const ProductRoot &) {},
      "/no/such/platform.so can't be used: No such file or directory", 0, "/no/such/platform.so"},
     {"configuration",
-     [](const Root &root) { writeFile(root.directory.path / "etc/yatkit.toml", "machine = 3\n"); },
+     [](const ProductRoot &root) {
+         writeFile(root.directory.path / "etc/yatkit.toml", "machine = 3\n");
+     },
      "ROOT/etc/yatkit.toml:1: machine must be the name of a machine or the path of a description, "
      "in quotes",
      0, "(unset)"},
@@ -122,7 +100,7 @@ protected:
                              .environment = {{"YAT_MACHINE", GetParam().machine}}});
     }
 
-    Root root;
+    ProductRoot root;
     std::string complaint;
 };
 
@@ -162,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(Missing, EveryMissing, testing::ValuesIn(missing),
 
 TEST(Missing, TextIsToldOnce)
 {
-    Root root;
+    ProductRoot root;
     const fs::path catalogue = root.directory.path / "data/E_mrvutil.rc";
     const std::string texts = readFile(catalogue);
     replace(catalogue, texts.substr(0, texts.find("BUTTON_EXIT_ID")));
@@ -207,7 +185,7 @@ std::string without(std::string library, const std::string &name)
 
 TEST(Missing, FunctionOfTheLibraryEndsTheProgramBeforeItTouchesTheTerminal)
 {
-    Root root;
+    ProductRoot root;
     const std::string whole = readFile(root.library() / "libyat.so");
     for (const std::string program : {"mrvutil", "mrvgeneral", "mrvfirmware"}) {
         const std::vector<std::string> names = imports(program);

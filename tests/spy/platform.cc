@@ -14,6 +14,13 @@
 
 namespace {
 
+void recordSyslog(int priority, const char *format, va_list arguments)
+{
+    char text[1024];
+    vsnprintf(text, sizeof text, format, arguments);
+    record("syslog(" + list(priority, static_cast<const char *>(text)) + ")");
+}
+
 // Answers a call. The rule's text goes into the buffer, if there is one.
 template <class Real>
 int answer(const char *call, const std::string &arguments, Real real, char *buffer = nullptr)
@@ -213,6 +220,22 @@ int klogctl(int type, char *buffer, int length)
 {
     record("klogctl(" + list(type, buffer ? "buffer" : "null", length) + ")");
     return 0;
+}
+
+void syslog(int priority, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    recordSyslog(priority, format, arguments);
+    va_end(arguments);
+}
+
+void __syslog_chk(int priority, int, const char *format, ...) // by fortified libraries
+{
+    va_list arguments;
+    va_start(arguments, format);
+    recordSyslog(priority, format, arguments);
+    va_end(arguments);
 }
 
 // With a text in its rule, that is the command that really runs.
