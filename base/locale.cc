@@ -9,7 +9,7 @@ void adoptLocale()
     if (setlocale(LC_ALL, ""))
         return;
     for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        const char *value = getenv(name);
+        const char *value = secure_getenv(name);
         if (!value || !*value)
             continue;
         const std::string_view locale(value);

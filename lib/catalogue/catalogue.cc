@@ -109,17 +109,19 @@ try {
         return nullptr;
     const std::string name = root + path;
     openedName[name.copy(openedName, sizeof openedName - 1)] = '\0';
-    FILE *file = fopen(openedName, "re");
-    std::string fault = file ? "" : yat::reason(errno);
     struct stat status;
-    if (file && (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)))
+    std::string fault;
+    FILE *file = nullptr;
+    if (stat(openedName, &status) != 0)
+        fault = yat::reason(errno);
+    else if (!S_ISREG(status.st_mode)) // nor opened: a FIFO would hold us up
         fault = "it is no regular file";
-    else if (file && status.st_size > INT_MAX)
+    else if (status.st_size > INT_MAX)
         fault = "it is too large";
+    else if (file = fopen(openedName, "re"); !file)
+        fault = yat::reason(errno);
     if (!fault.empty()) {
         complainOfTexts(" can't be read: " + fault);
-        if (file)
-            fclose(file);
         return nullptr;
     }
     *size = openedSize = static_cast<int>(status.st_size);

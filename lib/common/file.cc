@@ -1,5 +1,6 @@
 #include "common/file.h"
 
+#include "common/ownfiles.h"
 #include "common/problem.h"
 #include "text/encoding.h"
 
@@ -16,8 +17,6 @@ namespace {
 // Writes all of the text to the disk and closes the file; the error, 0 for none.
 int finish(int descriptor, const std::string &text)
 {
-    if (descriptor < 0)
-        return errno;
     const ssize_t length = write(descriptor, text.data(), text.size());
     const int error = length < 0                                  ? errno
                       : static_cast<size_t>(length) < text.size() ? ENOSPC
@@ -30,7 +29,7 @@ int finish(int descriptor, const std::string &text)
 void throwUnlessWritten(const std::string &file, int error)
 {
     if (error != 0)
-        throw Problem(fromDisplay(file) + ": can't be written: " + reason(error));
+        throw Problem(fromDisplay(file) + " can't be written: " + reason(error));
 }
 
 } // namespace
@@ -38,8 +37,12 @@ void throwUnlessWritten(const std::string &file, int error)
 std::string readFile(const std::string &file)
 {
     constexpr size_t longest = 16 << 20; // bytes
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     int error = descriptor < 0 ? errno : 0;
+    struct stat status;
+    if (error == 0 && fstat(descriptor, &status) == 0 && !S_ISREG(status.st_mode)
+        && !S_ISDIR(status.st_mode))
+        error = ENOTSUP; // a FIFO for one, of which nobody knows when it says something
     std::string text;
     char buffer[16384];
     ssize_t length = 0;
@@ -55,11 +58,9 @@ std::string readFile(const std::string &file)
     return text;
 }
 
-void appendToFile(const std::string &file, const std::string &text, mode_t permissions)
+void appendToFile(const std::string &file, const std::string &text)
 {
-    throwUnlessWritten(
-        file,
-        finish(open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, permissions), text));
+    throwUnlessWritten(file, finish(openOwnFile(file, O_WRONLY | O_APPEND), text));
 }
 
 void replaceFile(const std::string &file, const std::string &text, mode_t permissions)

@@ -10,9 +10,9 @@ namespace yat {
 // to be a configuration or a description.
 std::string readFile(const std::string &file);
 
-// Adds to the end of a file, which is made with these permissions if there is none. It is on the
-// disk afterwards. Throws Problem, "FILE: can't be written: REASON".
-void appendToFile(const std::string &file, const std::string &text, mode_t permissions);
+// Adds to the end of a file of the product's own, see openOwnFile. It is on the disk afterwards.
+// Throws Problem, "FILE can't be written: REASON".
+void appendToFile(const std::string &file, const std::string &text);
 
 // Gives a file another text and these permissions. Whoever reads it sees the old one or the new
 // one, whole, also after the power failed. Throws as above, with the file as it was.

@@ -1,5 +1,6 @@
 #include "common/paths.h"
 
+#include "common/ownfiles.h"
 #include "common/problem.h"
 
 #include <algorithm>
@@ -88,30 +89,24 @@ std::string fileOfRoot(const std::string &file)
     }
 }
 
-bool makeWritableDirectory(const std::string &path)
-{
-    const std::string directory = path + '/'; // which a file is not
-    const auto isWritable = [&] {
-        return !path.empty() && access(directory.c_str(), W_OK | X_OK) == 0;
-    };
-    if (isWritable())
-        return true;
-    for (size_t end = directory.find('/', 1); end != std::string::npos;
-         end = directory.find('/', end + 1))
-        if (mkdir(directory.substr(0, end).c_str(), 0777) != 0 && errno != EEXIST)
-            return false;
-    return isWritable();
-}
-
 std::string stateDirectory()
 {
     const char *wanted = secure_getenv("YAT_STATE_DIR");
     const std::string first =
         wanted && wanted[0] ? std::string(wanted) : companionDirectory("/var", "/var");
-    if (makeWritableDirectory(first))
+    try {
+        makeOwnDirectory(first);
         return first;
-    const std::string second = userStateDirectory();
-    return makeWritableDirectory(second) ? second : std::string();
+    } catch (const Problem &problem) {
+        const std::string second = userStateDirectory();
+        try {
+            makeOwnDirectory(second);
+        } catch (const Problem &) {
+            throw Problem(std::string(problem.what())
+                          + "; set YAT_STATE_DIR to a directory that can be written");
+        }
+        return second;
+    }
 }
 
 } // namespace yat

@@ -15,16 +15,12 @@ std::string configurationDirectory();
 
 // A directory for what the product keeps between runs, made when missing: YAT_STATE_DIR,
 // else /var/opt/... for a product installed below /opt and var below the root for any
-// other; the user's XDG state directory where that one cannot be written. Empty when none
-// can be.
+// other; the user's XDG state directory where that one can't be written. Throws Problem when
+// neither can.
 std::string stateDirectory();
 
 // The file with symbolic links resolved, when only root can write to it and to the directories
 // above it. Throws Problem, "FILE can't be used: REASON", for any other.
 std::string fileOfRoot(const std::string &file);
-
-// Makes a directory and those above it. False when it is not there afterwards or cannot be
-// written to; errno says why.
-bool makeWritableDirectory(const std::string &path);
 
 } // namespace yat

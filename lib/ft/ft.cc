@@ -3,6 +3,7 @@
 
 #include "base/record.h"
 #include "common/complaints.h"
+#include "common/library.h"
 #include "common/machine.h"
 #include "common/paths.h"
 #include "common/problem.h"
@@ -42,7 +43,7 @@ std::string platformLibrary()
 
 Library load(const std::string &path)
 {
-    Library library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+    Library library(yat::openLibrary(path.c_str()));
     if (!library)
         throw yat::Problem("the platform can't be loaded: " + yat::fromDisplay(dlerror())
                            + "; install the product again");

@@ -38,7 +38,7 @@ void writeDown(const JournalEntry &entry)
         {"reason", entry.reason}};
     const std::string text =
         line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
-    yat::appendToFile(yat::stateDirectory() + "/host.journal", text, 0640);
+    yat::appendToFile(yat::stateDirectory() + "/host.journal", text);
 }
 
 } // namespace host

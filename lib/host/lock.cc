@@ -1,7 +1,7 @@
 #include "host/lock.h"
 
+#include "common/ownfiles.h"
 #include "common/paths.h"
-#include "common/problem.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -12,10 +12,7 @@ namespace host {
 
 Lock::Lock(const std::string &name, bool waits)
 {
-    const std::string file = yat::stateDirectory() + "/" + name;
-    descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    if (descriptor < 0)
-        throw yat::Problem(file + ": can't be written: " + yat::reason(errno));
+    descriptor = yat::openOwnFile(yat::stateDirectory() + "/" + name, O_RDWR);
     int result;
     while ((result = flock(descriptor, waits ? LOCK_EX : LOCK_EX | LOCK_NB)) != 0
            && errno == EINTR) {

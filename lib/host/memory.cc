@@ -62,7 +62,7 @@ void changeMemory(const std::function<void(Memory &)> &change)
     Memory memory = before;
     change(memory);
     if (memory != before)
-        yat::replaceFile(fileName(), toJson(memory).dump(2) + "\n", 0644);
+        yat::replaceFile(fileName(), toJson(memory).dump(2) + "\n", 0640);
 }
 
 } // namespace host

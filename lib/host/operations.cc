@@ -47,8 +47,13 @@ Refusal checkRights(const std::vector<std::string> &files)
             return {
                 YAT_DETAIL_NO_RIGHTS,
                 {"this user can't write to " + file, "このユーザは" + file + "に書き込めません"}};
-    if (yat::stateDirectory().empty())
-        return {YAT_DETAIL_NO_RIGHTS, {"the journal can't be written", "記録を書き込めません"}};
+    try {
+        yat::stateDirectory();
+    } catch (const yat::Problem &problem) {
+        const std::string why = problem.what();
+        return {YAT_DETAIL_NO_RIGHTS,
+                {"the journal can't be written: " + why, "記録を書き込めません: " + why}};
+    }
     return {};
 }
 

@@ -1,6 +1,6 @@
 #include "sim/statefile.h"
 
-#include "common/paths.h"
+#include "common/ownfiles.h"
 #include "sim/tables.h"
 #include "text/encoding.h"
 
@@ -103,9 +103,7 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
 {
     const std::filesystem::path path = file;
     const std::string directory = path.parent_path().string();
-    if (!yat::makeWritableDirectory(directory))
-        throw yat::Problem(yat::fromDisplay(directory)
-                           + " can't be written: " + yat::reason(errno));
+    yat::makeOwnDirectory(directory);
     const DirectoryLock lock(directory);
     if (exists(path))
         return false;
@@ -114,6 +112,8 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
     for (const char *ending : {"", "-journal", "-wal", "-shm"})
         unlink((unfinished + ending).c_str());
     setAside(file + "-wal");
+    close(
+        yat::openOwnFile(unfinished, O_WRONLY)); // by its permissions SQLite makes those of the log
     makeTables(unfinished, fill);
     if (rename(unfinished.c_str(), file.c_str()) != 0)
         throw yat::Problem(yat::fromDisplay(file) + " can't be made: " + yat::reason(errno));
@@ -123,6 +123,7 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
 
 std::unique_ptr<Database> openStateFile(const std::string &file)
 {
+    yat::requireOwnFile(file);
     auto database = std::make_unique<Database>(file, SQLite::OPEN_READWRITE);
     sqlite3 *handle = database->connection.getHandle();
     // Until it is known to be sound, closing it must not write it.

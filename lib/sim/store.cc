@@ -1,6 +1,7 @@
 #include "sim/store.h"
 
 #include "common/file.h"
+#include "common/ownfiles.h"
 #include "common/paths.h"
 #include "sim/course.h"
 #include "sim/description.h"
@@ -197,17 +198,10 @@ Store configuredStore(const yat::ConfiguredMachine &machine)
     refuseBareFileName(machine);
     wantedScale();
     // Another directory would have another machine in it.
-    if (const char *wanted = secure_getenv("YAT_STATE_DIR");
-        wanted && *wanted && !yat::makeWritableDirectory(wanted))
-        throw yat::Problem(yat::fromDisplay(wanted)
-                           + ", which YAT_STATE_DIR names, can't be written: "
-                           + yat::reason(errno));
-    const std::string state = yat::stateDirectory();
-    if (state.empty())
-        throw yat::Problem(
-            "no directory for the state is writable; set YAT_STATE_DIR to one that is");
+    if (const char *wanted = secure_getenv("YAT_STATE_DIR"); wanted && *wanted)
+        yat::makeOwnDirectory(wanted);
     const std::string name = machine.isPath ? nameOfPath(machine.name) : machine.name;
-    return {.file = state + "/machines/" + name + ".db",
+    return {.file = yat::stateDirectory() + "/machines/" + name + ".db",
             .descriptionFile = machine.descriptionFile};
 }
 

@@ -11,6 +11,7 @@
 
 #include "base/display.h"
 #include "common/complaints.h"
+#include "common/ownfiles.h"
 #include "common/paths.h"
 #include "common/problem.h"
 #include "text/encoding.h"
@@ -88,24 +89,21 @@ void closeFile(Log &log)
     log.file = -1;
 }
 
-bool openFile(Log &log)
+[[noreturn]] void refuse(const Log &log, int error)
+{
+    throw yat::Problem(yat::fromDisplay(log.path) + " can't be written: " + yat::reason(error));
+}
+
+void openFile(Log &log)
 {
     closeFile(log);
-    log.file = open(log.path.c_str(),
-                    O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW
-                        | O_NONBLOCK, // or a FIFO of this name would hold the program up
-                    0640);
+    log.file = yat::openOwnFile(log.path, O_WRONLY | O_APPEND);
     struct stat status;
-    if (log.file < 0 || fstat(log.file, &status) != 0 || !S_ISREG(status.st_mode)) {
-        const int error = log.file < 0 ? errno : ENOTSUP;
-        closeFile(log);
-        errno = error;
-        return false;
-    }
+    if (fstat(log.file, &status) != 0)
+        refuse(log, errno);
     log.inode = status.st_ino;
     log.size = status.st_size;
     log.torn = false;
-    return true;
 }
 
 std::string generation(const Log &log, int number)
@@ -130,21 +128,20 @@ void rotate(Log &log)
 }
 
 // Makes the file under the log's name the open one, rotated when it is full.
-bool followFile(Log &log, const Moment &now)
+void followFile(Log &log, const Moment &now)
 {
-    if (now == log.looked && log.size < log.limit)
-        return log.file >= 0;
+    if (log.file >= 0 && now == log.looked && log.size < log.limit)
+        return;
     log.looked = now;
     struct stat status;
     const bool isOurs =
         log.file >= 0 && stat(log.path.c_str(), &status) == 0 && status.st_ino == log.inode;
     if (isOurs)
         log.size = status.st_size;
-    else if (!openFile(log))
-        return false;
+    else
+        openFile(log);
     if (log.size >= log.limit)
         rotate(log);
-    return log.file >= 0;
 }
 
 // Room for the longest record: every byte of the text escaped, and what stands before it.
@@ -239,35 +236,33 @@ bool takeBack(Log &log, ssize_t count)
     return isTaken;
 }
 
-// False, with errno set, when the file does not take the record whole, not even at the second try.
-bool writeRecord(Log &log, std::string_view record)
+void writeRecord(Log &log, std::string_view record)
 {
     for (int tries = 0; tries < 2;) {
         const ssize_t count = write(log.file, record.data(), record.size());
         if (count == static_cast<ssize_t>(record.size())) {
             log.size += count;
             log.torn = false;
-            return true;
+            return;
         }
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            return false;
+            refuse(log, errno);
         if (count > 0 && !takeBack(log, count))
             break;
         ++tries;
     }
-    errno = ENOSPC; // which a file that takes a part of it doesn't say
-    return false;
+    refuse(log, ENOSPC); // which a file that takes a part of it doesn't say
 }
 
 // The user is told that records are missing, once.
-void complainOfLog(const std::string &path, int error)
+void complainOfLog(const yat::Problem &problem)
 {
     static bool hasComplained;
     if (!std::exchange(hasComplained, true))
-        yat::complain(yat::fromDisplay(path) + " can't be written: " + yat::reason(error)
-                      + "; what the program did is not in it");
+        yat::complain(problem.what()
+                      + std::string("; what the program did is not in the trace log"));
 }
 
 bool isLogName(const char *name)
@@ -296,20 +291,17 @@ try {
     traceLog = {};
     if (reserved1 != 0 || reserved2 != 0 || megabytes < 0 || generations < 0 || !isLogName(name))
         return 0;
-    const std::string state = yat::stateDirectory();
-    const std::string path = state + "/log/" + name + ".log";
-    if (state.empty() || !yat::makeWritableDirectory(state + "/log")) {
-        complainOfLog(state.empty() ? "the trace log" : path, errno);
-        return 0;
-    }
-    traceLog.path = path;
+    const std::string directory = yat::stateDirectory() + "/log";
+    yat::makeOwnDirectory(directory);
+    traceLog.path = directory + '/' + name + ".log";
     traceLog.limit = (megabytes ? megabytes : defaultMegabytes) * off_t{1024 * 1024};
     traceLog.generations =
         generations ? std::min(generations, mostGenerations) : defaultGenerations;
-    if (openFile(traceLog))
-        return 1;
-    complainOfLog(path, errno);
+    openFile(traceLog);
+    return 1;
+} catch (const yat::Problem &problem) {
     traceLog = {};
+    complainOfLog(problem);
     return 0;
 } catch (const std::exception &) {
     traceLog = {};
@@ -317,7 +309,7 @@ try {
 }
 
 int TraceLog(int level, const char *source, const char *function, int line, const char *format, ...)
-try {
+{
     if (!source || !function || !format)
         return 0;
     const int savedErrno = errno;
@@ -331,9 +323,10 @@ try {
     if (traceLog.path.empty())
         return 0;
 
-    const Moment now = currentMoment();
-    bool written = false;
-    if (followFile(traceLog, now)) {
+    int isWritten = 0;
+    try {
+        const Moment now = currentMoment();
+        followFile(traceLog, now);
         Record record;
         if (traceLog.torn)
             record.append("\n");
@@ -345,12 +338,12 @@ try {
         appendNumber(record, line);
         appendWord(record, length > 0 ? text : "");
         record.bytes[record.length++] = '\n';
-        written = writeRecord(traceLog, {record.bytes, record.length});
+        writeRecord(traceLog, {record.bytes, record.length});
+        isWritten = 1;
+    } catch (const yat::Problem &problem) {
+        complainOfLog(problem);
+    } catch (const std::exception &) {
     }
-    if (!written)
-        complainOfLog(traceLog.path, errno);
     errno = savedErrno;
-    return written ? 1 : 0;
-} catch (const std::exception &) {
-    return 0;
+    return isWritten;
 }

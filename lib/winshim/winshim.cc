@@ -1,5 +1,6 @@
 #include "yat/winshim.h"
 
+#include "common/library.h"
 #include "common/paths.h"
 
 #include <cstdlib>
@@ -13,7 +14,7 @@ int debug_flag;
 unsigned short GetSystemDefaultLangID(void)
 {
     for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const char *value = getenv(name);
+        const char *value = secure_getenv(name);
         if (!value || !*value)
             continue;
         const std::string_view locale(value);
@@ -28,7 +29,7 @@ unsigned short GetSystemDefaultLangID(void)
 // so in dlerror().
 void *LoadLibrary(const char *path)
 {
-    return dlopen(path && *path ? path : "(no library)", RTLD_NOW | RTLD_LOCAL);
+    return yat::openLibrary(path && *path ? path : "(no library)");
 }
 
 void *GetProcAddress(void *module, const char *name)

@@ -19,7 +19,7 @@ std::string terminalFault(const std::string &data)
         return std::string("standard ") + (isatty(STDIN_FILENO) ? "output" : "input")
                + " is not a terminal; run the program in a terminal, or with -debug to print "
                + data;
-    const char *type = getenv("TERM");
+    const char *type = secure_getenv("TERM");
     if (!type || !*type)
         return "TERM is not set; set it to the type of this terminal";
     if (SLtt_initialize(nullptr) < 0)

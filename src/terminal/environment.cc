@@ -11,8 +11,8 @@ static std::string realType; // of the terminal while it is disguised
 // that no child of the program sees it.
 void startNewt()
 {
-    const char *noColour = getenv("NO_COLOR");
-    const bool switches = noColour && *noColour && !getenv("NEWT_MONO");
+    const char *noColour = secure_getenv("NO_COLOR");
+    const bool switches = noColour && *noColour && !secure_getenv("NEWT_MONO");
     if (switches)
         setenv("NEWT_MONO", "1", 1);
     newtInit();
@@ -23,7 +23,7 @@ void startNewt()
 
 void disguiseTerminal()
 {
-    const char *type = getenv("TERM");
+    const char *type = secure_getenv("TERM");
     if (!type || !std::string_view(type).starts_with("xterm"))
         return;
     realType = type;

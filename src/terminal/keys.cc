@@ -52,7 +52,7 @@ Milliseconds escapeDelay()
 {
     constexpr int usual = 1000, longest = 10000;
     int delay = usual;
-    if (const char *wanted = getenv("ESCDELAY")) {
+    if (const char *wanted = secure_getenv("ESCDELAY")) {
         int value = 0;
         const char *end = wanted + strlen(wanted);
         const auto [rest, error] = std::from_chars(wanted, end, value);

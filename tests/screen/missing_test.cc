@@ -38,6 +38,13 @@ const Missing missing[] = {
      },
      "ROOT/data/E_mrvutil.rc can't be read: it is no regular file; install the product again", 0,
      "CEDAR", "", ""},
+    {"catalogueIsAFifo",
+     [](const Root &root) {
+         fs::remove(root.directory.path / "data/E_mrvutil.rc");
+         mkfifo((root.directory.path / "data/E_mrvutil.rc").c_str(), 0644);
+     },
+     "ROOT/data/E_mrvutil.rc can't be read: it is no regular file; install the product again", 0,
+     "CEDAR", "", ""},
     {"catalogueIsEmpty",
      [](const ProductRoot &root) { replace(root.directory.path / "data/E_mrvutil.rc", ""); },
      "ROOT/data/E_mrvutil.rc is empty; install the product again", 1, "CEDAR", keys::ctrlO,

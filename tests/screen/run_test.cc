@@ -313,7 +313,7 @@ TEST(TraceLog, OfADiskThatIsFullIsToldOnceAtTheEnd)
     session.expectExit(1);
     const std::string told = "mrvutil: " + log.string()
                              + " can't be written: File too large; what the program did is not in "
-                               "it\r\n";
+                               "the trace log\r\n";
     EXPECT_TRUE(session.terminal().output().ends_with(told)) << session.terminal().output();
     EXPECT_EQ(session.terminal().output().find(told), session.terminal().output().rfind(told));
 }
@@ -325,8 +325,8 @@ TEST(TraceLog, ThatCannotBeWrittenStopsNothing)
     std::ofstream(workspace.stateDirectory() / "log") << "no directory";
     const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.errors, "mrvutil: " + (workspace.stateDirectory() / "log/YATmrvutil.log").string()
+    EXPECT_EQ(run.errors, "mrvutil: " + (workspace.stateDirectory() / "log").string()
                               + " can't be written: Not a directory; what the program did is not "
-                                "in it\n");
+                                "in the trace log\n");
     EXPECT_NE(run.output.find("N:CPU module 1"), std::string::npos);
 }

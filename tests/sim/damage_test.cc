@@ -73,7 +73,7 @@ TEST(StateFile, ThatIsADirectoryIsRefused)
     Stored stored;
     fs::create_directories(stored.store.file);
     EXPECT_EQ(problemOf([&] { look(stored.store); }),
-              stored.store.file + " can't be used: unable to open database file");
+              stored.store.file + " can't be written: it is no regular file");
 }
 
 TEST(StateFile, OfANewerVersionIsRefusedAndLeftAlone)

@@ -238,8 +238,14 @@ TEST(Description, ThatCantBeReadSaysWhy)
     EXPECT_EQ(problemOf([] { yat::readFile("/nowhere/M.toml"); }),
               "/nowhere/M.toml: can't be read: No such file or directory");
     EXPECT_EQ(problemOf([] { yat::readFile("/"); }), "/: can't be read: Is a directory");
-    EXPECT_EQ(problemOf([] { yat::readFile("/dev/zero"); }),
-              "/dev/zero: can't be read: File too large");
+    const TemporaryDirectory directory;
+    const std::string large = directory.path / "large", fifo = directory.path / "fifo";
+    writeFile(large, "");
+    std::filesystem::resize_file(large, 17 << 20);
+    EXPECT_EQ(problemOf([&] { yat::readFile(large); }), large + ": can't be read: File too large");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(problemOf([&] { yat::readFile(fifo); }),
+              fifo + ": can't be read: Operation not supported");
 }
 
 TEST(Description, WrittenReadsBackAsItself)

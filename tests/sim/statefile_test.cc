@@ -3,6 +3,7 @@
 #include "stored.h"
 #include "support/privileges.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -122,6 +123,36 @@ TEST(StateFile, OfAMachineThatIsGivenByItsPathHasAnOwnName)
     stored.sandbox.set("YAT_MACHINE",
                        (stored.sandbox.directory() / "x" / ".." / "CEDAR.toml").string());
     EXPECT_EQ(configuredStore().file, one);
+}
+
+TEST(StateFile, IsReadByItsOwnerAndGroupOnly)
+{
+    for (const mode_t mask : {0, 077}) {
+        const mode_t before = umask(mask);
+        Stored stored;
+        perform(stored.store, stopCpu2);
+        umask(before);
+        for (const char *ending : {"", "-wal", "-shm"})
+            EXPECT_EQ(fs::status(stored.store.file + ending).permissions(), fs::perms(0640))
+                << ending;
+        EXPECT_EQ(fs::status(fs::path(stored.store.file).parent_path()).permissions(),
+                  fs::perms(0750));
+    }
+}
+
+TEST(StateFile, IsNoLink)
+{
+    Stored stored;
+    look(stored.store);
+    const auto expectRefusal = [&](const std::string &why) {
+        stored.store.database.reset();
+        EXPECT_EQ(problemOf([&] { look(stored.store); }), stored.store.file + why);
+    };
+    fs::create_hard_link(stored.store.file, stored.store.file + ".other");
+    expectRefusal(" can't be written: it has a second name (a hard link)");
+    fs::remove(stored.store.file);
+    fs::create_symlink(stored.store.file + ".other", stored.store.file);
+    expectRefusal(" can't be written: it is a symbolic link");
 }
 
 TEST(StateFile, ThatCantBeMadeSaysSo)

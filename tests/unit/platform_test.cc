@@ -5,6 +5,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -106,6 +107,14 @@ TEST(Platform, ThatIsMissingIsACleanFailure)
     EXPECT_EQ(root.call<decltype(ft_FunctionInit)>("ft_FunctionInit")(), 0);
     EXPECT_TRUE(isEmpty(root.functions()));
     EXPECT_NE(root.trace().find("can't be loaded"), std::string::npos);
+}
+
+TEST(Platform, ThatIsAFifoDoesNotHangTheStart)
+{
+    Root root("");
+    ASSERT_EQ(mkfifo((root.directory.path / "lib/yatcore.dll").c_str(), 0600), 0);
+    EXPECT_EQ(root.init(), 0);
+    EXPECT_NE(root.trace().find("yatcore.dll (no regular file): "), std::string::npos);
 }
 
 TEST(Platform, ThatIsNoSharedObjectIsACleanFailure)

@@ -171,7 +171,7 @@ TEST_F(Trace, RefusesWhatIsNoLogName)
     EXPECT_EQ(TraceLog(0, "s", "f", 1, "dropped"), 0);
 }
 
-TEST_F(Trace, DoesNotFollowALinkNorWaitForAFifo)
+TEST_F(Trace, DoesNotFollowLinksNorWaitForAFifo)
 {
     fs::create_directories(directory.path / "log");
     writeFile(directory.path / "victim", "");
@@ -179,6 +179,9 @@ TEST_F(Trace, DoesNotFollowALinkNorWaitForAFifo)
     EXPECT_EQ(TraceLogInit(0, "link", 0, 0, 0), 0);
     ASSERT_EQ(mkfifo((directory.path / "log/fifo.log").c_str(), 0600), 0);
     EXPECT_EQ(TraceLogInit(0, "fifo", 0, 0, 0), 0);
+    fs::create_hard_link(directory.path / "victim", directory.path / "log/hard.log");
+    EXPECT_EQ(TraceLogInit(0, "hard", 0, 0, 0), 0);
+    EXPECT_EQ(readFile(directory.path / "victim"), "");
 }
 
 TEST_F(Trace, RotatesBySizeAndKeepsSoManyFiles)

@@ -1,0 +1,21 @@
+#include "common/library.h"
+
+#include <climits>
+#include <cstdio>
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+namespace yat {
+
+void *openLibrary(const char *path)
+{
+    char name[PATH_MAX + 32];
+    struct stat status;
+    if (stat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
+        snprintf(name, sizeof name, "%s (no regular file)", path);
+        path = name;
+    }
+    return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+}
+
+} // namespace yat

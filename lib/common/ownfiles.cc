@@ -1,0 +1,111 @@
+#include "common/ownfiles.h"
+
+#include "common/problem.h"
+#include "text/encoding.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace yat {
+namespace {
+
+[[noreturn]] void refuse(const std::string &path, const std::string &why)
+{
+    throw Problem(fromDisplay(path) + " can't be written: " + why);
+}
+
+bool isRoot()
+{
+    return geteuid() == 0;
+}
+
+bool canOthersChange(const struct stat &directory)
+{
+    const bool isSticky = (directory.st_mode & S_ISVTX) != 0;
+    const bool isGroups = (directory.st_mode & S_IWGRP) != 0 && directory.st_gid != 0;
+    return !isSticky && (isGroups || (directory.st_mode & S_IWOTH) != 0);
+}
+
+// What keeps root from trusting a part of a path; empty for nothing.
+std::string distrust(const struct stat &part)
+{
+    return S_ISLNK(part.st_mode)   ? " is a symbolic link"
+           : part.st_uid != 0      ? " belongs to another user"
+           : canOthersChange(part) ? " can be changed by others"
+                                   : "";
+}
+
+// Makes a part of a path when it is missing.
+void makePart(const std::string &directory, const std::string &part)
+{
+    struct stat status;
+    if (mkdir(part.c_str(), 0750) == 0) {
+        if (stat(part.c_str(), &status) == 0)
+            chmod(part.c_str(),
+                  0750 | (status.st_mode & S_ISGID)); // which the one above hands down
+    } else if (errno != EEXIST) {
+        refuse(directory, reason(errno));
+    }
+    if (!isRoot())
+        return;
+    if (lstat(part.c_str(), &status) != 0)
+        refuse(directory, reason(errno));
+    if (const std::string why = distrust(status); !why.empty())
+        refuse(directory, part + why);
+}
+
+void requireOwn(const std::string &file, const struct stat &status)
+{
+    if (S_ISLNK(status.st_mode))
+        refuse(file, "it is a symbolic link");
+    if (!S_ISREG(status.st_mode))
+        refuse(file, "it is no regular file");
+    if (status.st_nlink > 1)
+        refuse(file, "it has a second name (a hard link)");
+    if (isRoot() && status.st_uid != 0)
+        refuse(file, "it belongs to another user");
+}
+
+} // namespace
+
+void makeOwnDirectory(const std::string &directory)
+{
+    if (directory.empty())
+        refuse(directory, reason(ENOENT));
+    const std::string path = std::filesystem::absolute(directory).string() + '/';
+    if (isRoot() || access(path.c_str(), W_OK | X_OK) != 0)
+        for (size_t end = path.find('/', 1); end != std::string::npos;
+             end = path.find('/', end + 1))
+            makePart(directory, path.substr(0, end));
+    if (access(path.c_str(), W_OK | X_OK) != 0)
+        refuse(directory, reason(errno));
+}
+
+void requireOwnFile(const std::string &file)
+{
+    struct stat status;
+    if (lstat(file.c_str(), &status) == 0)
+        requireOwn(file, status);
+}
+
+int openOwnFile(const std::string &file, int flags)
+{
+    requireOwnFile(file);
+    flags |= O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK; // or a FIFO of this name would hold us up
+    int descriptor = -1;
+    for (const int making : {0, O_CREAT | O_EXCL, 0}) { // another program may make it meanwhile
+        descriptor = open(file.c_str(), flags | making, 0640);
+        if (descriptor >= 0 && making != 0)
+            fchmod(descriptor, 0640);
+        if (descriptor >= 0 || (errno != ENOENT && errno != EEXIST))
+            break;
+    }
+    if (descriptor < 0)
+        refuse(file, reason(errno));
+    return descriptor;
+}
+
+} // namespace yat
