@@ -39,7 +39,7 @@ const Missing missing[] = {
      "ROOT/data/E_mrvutil.rc can't be read: it is no regular file; install the product again", 0,
      "CEDAR", "", ""},
     {"catalogueIsAFifo",
-     [](const Root &root) {
+     [](const ProductRoot &root) {
          fs::remove(root.directory.path / "data/E_mrvutil.rc");
          mkfifo((root.directory.path / "data/E_mrvutil.rc").c_str(), 0644);
      },
