@@ -197,6 +197,16 @@ TEST_F(Operations, PackageComesBackWhenOneOfItsProcessorsRefuses)
     EXPECT_EQ(cpu(2), "3 of 3 running");
 }
 
+TEST_F(Operations, LastProcessorOfAPackageIsTheFirstToGo)
+{
+    addPackages(2, 3);
+    for (const char *number : {"3", "4", "5"})
+        server.write("/sys/devices/system/cpu/cpu" + std::string(number) + "/online", "01");
+    EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
+    EXPECT_EQ(journal().back(), "CPU module 2 stop failed processor 5 refuses: the kernel took it "
+                                "and did not follow");
+}
+
 TEST_F(Operations, LastRunningPackageAndThatOfAFixedProcessorStay)
 {
     addPackages(2, 2);
@@ -255,6 +265,15 @@ TEST_F(Operations, SlotThatDoesNotFollowInTimeHasFailed)
               "it did not come to its end in time: power reads 0, 2 functions are there, 1 of them "
               "without a driver");
     EXPECT_EQ(pci(1), "Stopped"); // as it is
+    server.remove("/sys/bus/pci/devices/0000:02:00.1");
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+              "it did not come to its end in time: power reads 0, 1 functions are there, 0 of them "
+              "without a driver");
+    server.remove("/sys/bus/pci/devices/0000:02:00.0");
+    server.write("/sys/bus/pci/slots/1/power", "11"); // "0" written here changes nothing
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+              "it did not come to its end in time: power reads 1, 0 functions are there, 0 of them "
+              "without a driver");
     server.remove("/sys/bus/pci/slots/1");
     EXPECT_EQ(problemOf([&] { host::switchSlot(slot, true, milliseconds(250)); }),
               "the slot refuses: No such file or directory");
