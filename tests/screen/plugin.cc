@@ -2,6 +2,7 @@
 // a revision whose every bit shows.
 #include "yat/hwinfo.h"
 
+#include <algorithm>
 #include <cstring>
 
 #ifndef PLUGIN_WITHOUT_ENTRY
@@ -11,6 +12,8 @@ extern "C" YAT_API int YATGetDeviceID(unsigned char response[16])
     memset(response, 0x11, 16); // not to be shown
     return 2;
 #else
+    if (std::any_of(response, response + 16, [](unsigned char byte) { return byte != 0; }))
+        return 0; // what is there already could be taken for the answer
     memset(response, 0xEE, 16);
     response[3] = 0xFF; // available, major revision 7F
     response[4] = 0x9A;

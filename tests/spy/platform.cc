@@ -73,6 +73,15 @@ int convert(char *text, int *value)
     return answer("Linux_ConvertDataToInt", given, [&] { return realConvert(text, value); });
 }
 
+// Leaves something on the stack for the calls to come, so that none finds zeros there by chance
+// where it should have written some.
+__attribute__((noinline)) void soilStack()
+{
+    char dirt[16384];
+    memset(dirt, 0x5A, sizeof dirt);
+    asm volatile("" : : "r"(dirt) : "memory");
+}
+
 // The sanitizers start a program that names the places they report; the spy is not for that one.
 __attribute__((constructor)) void keepToThisProgram()
 {
@@ -138,7 +147,7 @@ int FreeTreeViewData(yat_device **root)
 int StatusChange(int kind, int number, int code, char *text)
 {
     return answer(
-        "StatusChange", list(kind, number, code, text),
+        "StatusChange", list(kind, number, code, text) + remains(text, 1024),
         [&] { return real<decltype(StatusChange)>("StatusChange")(kind, number, code, text); },
         text);
 }
@@ -185,6 +194,7 @@ int FreeLibrary(void *module)
 // YAT_SPY_TEXT is the text of the key in YAT_SPY_TEXT_KEY.
 char *CPGetText(const char *key, char (*work)[1024], char *catalogue)
 {
+    soilStack();
     if (records("texts"))
         record("CPGetText(" + list(key) + ")");
     const char *replaced = getenv("YAT_SPY_TEXT_KEY");
