@@ -123,6 +123,25 @@ TEST(Failure, ToReleaseTheInterfaceLeavesTheStatus)
     expectInOrder(session.trace(), {"1 main Release keldor I/F by ft_release failed.", "0 main <"});
 }
 
+TEST(Failure, IsNoOtherResultOfTheStartThanTheOneThatSaysSo)
+{
+    for (const char *machineType : {"4", "-2"}) {
+        Session session(
+            {.script = std::string("initnewtlib -2\ninitslanglib 7\nFreeTreeViewData 0\n"
+                                   "ft_FunctionRelease -1\ncall_yat_is_ft ")
+                       + machineType});
+        session.see("Exit");
+        session.send(keys::ctrlO);
+        session.expectExit(1);
+        const std::vector<std::string> trace = session.trace();
+        expectInOrder(trace, {std::string("0 EditParameter machine type is:") + machineType
+                                  + "[1:ALDER,2:BIRCH,3:CEDAR]",
+                              "0 main <"});
+        for (const std::string &record : trace)
+            EXPECT_TRUE(record.starts_with("0 ")) << record;
+    }
+}
+
 TEST(Failure, WithoutATreeIsTraced)
 {
     // The platform says that it made a tree, but there is none.

@@ -226,6 +226,17 @@ INSTANTIATE_TEST_SUITE_P(General, EveryScenario,
 
 } // namespace
 
+TEST(General, TakesZeroAloneForARefusal)
+{
+    Session session(general("GetBBDriverSettings -1 text=2\nPutBBDriverSettings -1"));
+    session.see("[*] Start a module");
+    session.send(space + toExecute);
+    session.see("Change the settings of the server?");
+    session.send(enter);
+    session.see("The settings were changed.");
+    EXPECT_EQ(session.calls("PutBBDriverSettings"), Calls{burnOff + "-1"});
+}
+
 TEST(General, TracesWhatItWrites)
 {
     Session session(general());
