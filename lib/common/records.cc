@@ -20,7 +20,7 @@ std::vector<std::unique_ptr<Tree>> trees;
 
 void fillRecord(Tree &tree, const DeviceRow &device, size_t position)
 {
-    const size_t parent = static_cast<size_t>(device.parent + 1); // the root of a top-level device
+    const size_t parent = static_cast<size_t>(device.parent) + 1; // the root of a top-level device
     tree.identities[position] = device.identity;
     tree.names[position] = toDisplay(device.name);
 

@@ -294,7 +294,7 @@ try {
     const std::string directory = yat::stateDirectory() + "/log";
     yat::makeOwnDirectory(directory);
     traceLog.path = directory + '/' + name + ".log";
-    traceLog.limit = (megabytes ? megabytes : defaultMegabytes) * off_t{1024 * 1024};
+    traceLog.limit = (megabytes ? megabytes : defaultMegabytes) * off_t{1 << 20};
     traceLog.generations =
         generations ? std::min(generations, mostGenerations) : defaultGenerations;
     openFile(traceLog);

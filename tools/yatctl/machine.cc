@@ -95,7 +95,7 @@ std::string propertyOf(int kind, int number, int property)
     return yat::printable(yat::fromDisplay(text.data()));
 }
 
-std::optional<int> numberIn(std::string text)
+std::optional<int> numberIn(std::string &&text)
 {
     int value = 0;
     return yat_ft_func.Linux_ConvertDataToInt
