@@ -208,6 +208,35 @@ TEST(Grids, OfBoxesStayAndThatOfTheAdapterUpdateDoesNot)
     }
 }
 
+// ---- Titles
+
+TEST(Titles, OfALongNameAreCutWhereTheirBuffersEnd)
+{
+    const std::string name(100, 'n'), utility = "FT Server Utility";
+    for (const auto &[classCode, length] : {std::pair{"2", std::string::npos},
+                                            {"3", size_t{79}},
+                                            {"8", std::string::npos},
+                                            {"13", std::string::npos}}) {
+        RunOptions options = watched({.script = "IfSupport 1\nClearMTBF 1",
+                                      .tree = std::string("0 1 ") + classCode + " 1 0 " + name});
+        options.columns = 160;
+        Session session(options);
+        session.see("Exit");
+        session.send(cpuModule.path + enter); // the first group has it, whatever its class
+        session.see("Clear the MTBF count:");
+        session.send(enter);
+        session.see("Clear the MTBF count of this device?");
+        session.send(enter);
+        session.see("The operation was successful.");
+        const auto opened = [](const std::string &title) {
+            return "newtGridWrappedWindow(" + title + ")";
+        };
+        EXPECT_EQ(session.calls("newtGridWrappedWindow"),
+                  (Calls{opened(utility), opened((name + " --" + utility).substr(0, length)),
+                         opened(name.substr(0, 79)), opened(name.substr(0, 79))}));
+    }
+}
+
 // ---- The screen's own beginning and end
 
 TEST(StartUp, AndEndAreInOrder)
