@@ -33,6 +33,34 @@ TEST(MessageBox, LooksLikeItsPicture)
     expectOnlyItsButtonToEndIt(session, "Something went wrong.");
 }
 
+// With the focus on the button, the beginning of the text is out of sight.
+TEST(MessageBox, LetsItsTextTakeTheFocusWhileItHasToScroll)
+{
+    std::string text = "First words,";
+    for (int i = 0; i < 15; ++i)
+        text += " and more of them in a line of its own,";
+    RunOptions options = toolkit("msgWindow", "Error", text + " and the last.");
+    options.rows = 12;
+    options.columns = 40;
+    Session session(options);
+    session.see("  ok  ");
+    EXPECT_FALSE(session.terminal().contains("First words"));
+    session.send(keys::tab);
+    session.see("First words");
+    EXPECT_FALSE(session.terminal().contains("  ok  "));
+    session.send(keys::enter); // a text does nothing with it
+    session.see("First words");
+    session.send(keys::tab);
+    session.see("  ok  ");
+    session.send(keys::tab);
+    session.see("First words");
+    session.terminal().resize(40, 40);
+    session.see("  ok  ");
+    session.see("First words");
+    session.send(keys::enter); // the button has the focus, as the text needs none any more
+    session.expectExit(1);
+}
+
 TEST(MessageBox, CanBeEmpty)
 {
     Session session(toolkit("msgWindow", "Error", ""));
