@@ -1,14 +1,12 @@
-// The start of mrvutil to its first screen, beside programs with a screen like it. They take turns,
-// so that what disturbs the machine meets them alike, and are compared turn by turn.
+// The start of mrvutil to its first screen, beside programs with a screen like it. They take turns
+// and are compared turn by turn.
 //
 //     startup_bench [TURNS]
-#include "screenprogram.h"
-
 #include "report.h"
 #include "support/files.h"
 #include "support/process.h"
+#include "turns.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -79,53 +77,26 @@ ScreenProgram menu(const std::string &name, int entries)
     return program;
 }
 
-std::vector<double> figures(const std::vector<Start> &starts,
-                            const std::function<double(const Start &)> &figure)
-{
-    std::vector<double> result;
-    std::ranges::transform(starts, std::back_inserter(result), figure);
-    std::ranges::sort(result);
-    return result;
-}
-
-double median(const std::vector<double> &sorted)
-{
-    return sorted[sorted.size() / 2];
-}
-
-// The median of the quotients of two programs' starts in the same turn.
-double ratio(const std::vector<Start> &ones, const std::vector<Start> &others)
-{
-    std::vector<double> ratios;
-    for (size_t i = 0; i < ones.size(); ++i)
-        ratios.push_back(ones[i].seconds / others[i].seconds);
-    std::ranges::sort(ratios);
-    return median(ratios);
-}
-
 // Starts each program once a turn, and tells how they did; the peers that the others are compared
 // with are the last two.
 void compare(const std::vector<ScreenProgram> &programs, int turns)
 {
-    std::vector<std::vector<Start>> starts(programs.size());
-    for (int turn = -1; turn < turns; ++turn) // the first one fills the caches
-        for (size_t i = 0; i < programs.size(); ++i) {
-            const Start one = start(programs[i]);
-            if (turn >= 0)
-                starts[i].push_back(one);
-        }
+    std::vector<std::function<Start()>> starting;
+    for (const ScreenProgram &program : programs)
+        starting.emplace_back([&program] { return start(program); });
+    const auto starts = takeTurns(starting, turns);
     const size_t peer = programs.size() - 2, least = programs.size() - 1;
     printf("| program | min | median | max | to whiptail | to newt | calls | RSS | PSS |\n"
            "|---|---:|---:|---:|---:|---:|---:|---:|---:|\n");
     for (size_t i = 0; i < programs.size(); ++i) {
-        const auto seconds = figures(starts[i], [](const Start &one) { return one.seconds; });
         const auto resident = figures(starts[i], [](const Start &one) { return one.resident; });
         const auto proportional =
             figures(starts[i], [](const Start &one) { return one.proportional; });
-        printf("| %s | %.2f ms | %.2f ms | %.2f ms | %.2f | %.2f | %ld | %.0f KiB | %.0f KiB |\n",
-               programs[i].name.c_str(), seconds.front() * 1000, median(seconds) * 1000,
-               seconds.back() * 1000, ratio(starts[i], starts[peer]),
-               ratio(starts[i], starts[least]), systemCalls(programs[i]), median(resident), median(proportional));
+        printf("| %s |", programs[i].name.c_str());
+        printTimes(starts[i]);
+        printf(" %.2f | %.2f | %ld | %.0f KiB | %.0f KiB |\n", ratio(starts[i], starts[peer]),
+               ratio(starts[i], starts[least]), systemCalls(programs[i]), median(resident),
+               median(proportional));
         fflush(stdout);
     }
     printf("\n");
@@ -158,7 +129,19 @@ void compareAll(const TemporaryDirectory &scratch, int turns)
             std::max(turns / 10, 1));
 }
 
-// Programs that print the devices and end, in turns; the others are compared with the first one.
+// A program that prints the devices and ends.
+Start print(const std::vector<std::string> &command)
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point begin = Clock::now();
+    const Finished one = run(command);
+    const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    if (one.output.find("CPU module 1") == std::string::npos)
+        throw std::runtime_error(command[0] + " does not print the devices");
+    return {.seconds = seconds};
+}
+
+// These in turns; the others are compared with the first one.
 void comparePrinting(const TemporaryDirectory &scratch, int turns)
 {
     const std::vector<std::vector<std::string>> commands = {
@@ -169,28 +152,19 @@ void comparePrinting(const TemporaryDirectory &scratch, int turns)
     };
     setenv("YAT_STATE_DIR", (scratch.path / "cedar").c_str(), 1);
     setenv("YAT_MACHINE", "CEDAR", 1);
-    std::vector<std::vector<Start>> starts(commands.size());
-    for (int turn = -1; turn < turns; ++turn)
-        for (size_t i = 0; i < commands.size(); ++i) {
-            using Clock = std::chrono::steady_clock;
-            const Clock::time_point begin = Clock::now();
-            const Finished one = run(commands[i]);
-            const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-            if (one.output.find("CPU module 1") == std::string::npos)
-                throw std::runtime_error(commands[i][0] + " does not print the devices");
-            if (turn >= 0)
-                starts[i].push_back({.seconds = seconds});
-        }
+    std::vector<std::function<Start()>> printing;
+    for (const std::vector<std::string> &command : commands)
+        printing.emplace_back([&command] { return print(command); });
+    const auto starts = takeTurns(printing, turns);
     printf("| program, to its end | min | median | max | to mrvutil -debug |\n"
            "|---|---:|---:|---:|---:|\n");
     for (size_t i = 0; i < commands.size(); ++i) {
         std::string name = fs::path(commands[i][0]).filename();
         for (size_t word = 1; word < commands[i].size(); ++word)
             name += " " + commands[i][word];
-        const auto seconds = figures(starts[i], [](const Start &one) { return one.seconds; });
-        printf("| %s | %.2f ms | %.2f ms | %.2f ms | %.2f |\n", name.c_str(),
-               seconds.front() * 1000, median(seconds) * 1000, seconds.back() * 1000,
-               ratio(starts[i], starts[0]));
+        printf("| %s |", name.c_str());
+        printTimes(starts[i]);
+        printf(" %.2f |\n", ratio(starts[i], starts[0]));
     }
     printf("\n");
 }

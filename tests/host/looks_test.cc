@@ -217,19 +217,7 @@ TEST_F(Looks, WhatGoesAwayBetweenTwoReadsIsNotThere)
 TEST_F(Looks, SixtyFourSlotsAndAThousandFunctions)
 {
     server.addProcessor(0, 0);
-    for (int slot = 1; slot <= 64; ++slot) {
-        char address[16];
-        snprintf(address, sizeof address, "0000:%02x:00", slot);
-        server.addSlot(std::to_string(slot), address, true, true);
-        for (int function = 0; function < 8; ++function)
-            server.addFunction(std::string(address) + "." + std::to_string(function), ethernet);
-    }
-    for (int device = 0; device < 488; ++device) {
-        char address[16];
-        snprintf(address, sizeof address, "0001:%02x:%02x.%d", device / 256, device / 8 % 32,
-                 device % 8);
-        server.addFunction(address, nvme);
-    }
+    addThousandFunctions(server);
     const Lines lines = tree();
     EXPECT_EQ(lines.size(), 1u + 64 + 1 + 1000);
     EXPECT_EQ(lines.at(1 + 9), "3 2 2.2.0.0.0.0.0.0 PCI module 2 (slot 2)");

@@ -1,5 +1,6 @@
 #include "server.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace fs = std::filesystem;
@@ -117,4 +118,23 @@ std::string Server::addDisk(const std::string &function, const std::string &name
     write(path + "/dev", "8:" + std::to_string(16 * number) + "\n");
     link("/sys/dev/block/8:" + std::to_string(16 * number), path);
     return path;
+}
+
+std::vector<std::string> addThousandFunctions(const Server &server)
+{
+    std::vector<std::string> paths;
+    char address[16];
+    for (int slot = 1; slot <= 64; ++slot) {
+        snprintf(address, sizeof address, "0000:%02x:00", slot);
+        server.addSlot(std::to_string(slot), address, true, true);
+        for (int function = 0; function < 8; ++function)
+            paths.push_back(server.addFunction(
+                std::string(address) + "." + std::to_string(function), ethernet));
+    }
+    for (int device = 0; device < 488; ++device) {
+        snprintf(address, sizeof address, "0001:%02x:%02x.%d", device / 256, device / 8 % 32,
+                 device % 8);
+        paths.push_back(server.addFunction(address, nvme));
+    }
+    return paths;
 }

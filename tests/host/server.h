@@ -5,6 +5,7 @@
 #include "support/files.h"
 
 #include <string>
+#include <vector>
 
 class Server {
 public:
@@ -45,6 +46,10 @@ public:
 
     TemporaryDirectory directory;
 };
+
+// A thousand PCI functions: eight Ethernet ones in each of 64 slots, and NVMe ones in no slot in a
+// domain of their own. Returns their paths.
+std::vector<std::string> addThousandFunctions(const Server &server);
 
 // The classes of PCI functions.
 inline const std::string ethernet = "20000", nvme = "10802", scsi = "10000", bridge = "60400",
