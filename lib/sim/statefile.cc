@@ -54,9 +54,10 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
     try {
         database.connection.exec("PRAGMA journal_mode = OFF"); // it is whole, or nobody's
         SQLite::Transaction transaction(database.connection);
+        const std::string tables = schema();
         database.connection.exec("PRAGMA application_id = " + std::to_string(applicationId)
-                                 + "; PRAGMA user_version = " + std::to_string(schemaVersion));
-        database.connection.exec(schema());
+                                 + "; PRAGMA user_version = " + std::to_string(layoutOf(tables)));
+        database.connection.exec(tables);
         fill(database);
         transaction.commit();
         database.connection.exec("PRAGMA journal_mode = WAL");
@@ -87,13 +88,10 @@ void check(Database &database)
         throw database.problem(SQLite::Exception("", SQLITE_NOTADB));
     if (sqlite3_db_readonly(database.connection.getHandle(), "main") != 0)
         throw database.problem(SQLite::Exception("", SQLITE_READONLY));
-    const int64_t version = database.number("PRAGMA user_version");
-    if (version > schemaVersion)
+    if (database.number("PRAGMA user_version") != layoutOf(schema()))
         throw yat::Problem(database.file
-                           + " was written by a newer version of this program (its tables have "
-                             "version "
-                           + std::to_string(version) + ", this one knows up to "
-                           + std::to_string(schemaVersion) + ")");
+                           + " was made by another version of this program and was left alone; use "
+                             "that version, or move the file away to start afresh");
     checkValues(database);
 }
 

@@ -14,7 +14,7 @@ namespace sim {
 // machine into its tables. True when it was made.
 bool createStateFile(const std::string &file, const std::function<void(Database &)> &fill);
 
-// Opens the file. One that is damaged, or written by another program or by a newer version of this
+// Opens the file. One that is damaged, or made by another program or by another version of this
 // one, is refused and left as it is.
 std::unique_ptr<Database> openStateFile(const std::string &file);
 

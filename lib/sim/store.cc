@@ -5,6 +5,7 @@
 #include "common/paths.h"
 #include "sim/course.h"
 #include "sim/description.h"
+#include "sim/numbers.h"
 #include "sim/statefile.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -18,15 +19,6 @@
 
 namespace sim {
 namespace {
-
-// A short number for a long text: FNV-1a.
-uint64_t hashOf(std::string_view text)
-{
-    uint64_t hash = 0xcbf29ce484222325;
-    for (const char byte : text)
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
-    return hash;
-}
 
 // ---- Transactions
 

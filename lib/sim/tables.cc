@@ -2,6 +2,7 @@
 
 #include "sim/columns.h"
 #include "sim/keys.h"
+#include "sim/numbers.h"
 #include "sim/rows.h"
 
 namespace sim {
@@ -171,6 +172,11 @@ std::string schema()
                                                      + synchronising + " OR partner <> 0)")
            + definitionOf<Injection>("injection", "PRIMARY KEY (id)")
            + definitionOf<JournalRow>("journal", "PRIMARY KEY (id)") + journalIsNeverRewritten;
+}
+
+int32_t layoutOf(std::string_view schema)
+{
+    return static_cast<int32_t>(hashOf(schema));
 }
 
 MachineState readMachine(Database &database)

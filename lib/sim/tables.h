@@ -7,14 +7,17 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace sim {
 
 constexpr int applicationId = 0x59415453; // "YATS"
-constexpr int schemaVersion = 1;          // to be raised when the tables change
 
 // The statements that make all tables of a file, those of injections and of the journal too.
 std::string schema();
+
+// A number for these statements: a file that was made by others is not read.
+int32_t layoutOf(std::string_view schema);
 
 // A machine with its clock and where it comes from.
 struct MachineState {

@@ -17,7 +17,7 @@ TEST(StateFile, IsMadeFromTheDescriptionAtFirstUse)
     EXPECT_TRUE(openStore(stored.store));
     EXPECT_FALSE(openStore(stored.store));
     EXPECT_EQ(look(stored.store).devices.size(), 11u);
-    EXPECT_EQ(stored.store.database->number("PRAGMA user_version"), schemaVersion);
+    EXPECT_EQ(stored.store.database->number("PRAGMA user_version"), layoutOf(schema()));
     const auto rows = journalOf(stored.store);
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_EQ(rows[0].operation, "init");
