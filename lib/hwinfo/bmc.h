@@ -1,11 +1,10 @@
 // The BMC, asked for its device ID.
 #pragma once
 
-#include "common/machine.h"
+#include "sim/machine.h"
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -19,10 +18,8 @@ using Response = std::array<uint8_t, 16>; // completion code first
 // yat::Problem when there is none.
 std::vector<uint8_t> askDriver(const std::string &device, int milliseconds);
 
-// The answer of a simulated machine. The result that the call has to return, whatever was answered,
-// goes into injected. Throws yat::Problem when there is no answer.
-std::vector<uint8_t> askSimulated(const yat::ConfiguredMachine &machine,
-                                  std::optional<int> &injected);
+// The answer of a simulated machine. Throws yat::Problem when it has no BMC.
+std::vector<uint8_t> askSimulated(const sim::Machine &machine);
 
 // The device ID in an answer; what a short one lacks is zero. What is wrong with the answer is
 // thrown as a yat::Problem.

@@ -1,9 +1,10 @@
-// The hardware information plug-in: yathwinfo.dll.
+// The hardware information plug-in, yathwinfo.dll: the BMC's call, with the injection around it.
 #include "base/record.h"
 #include "common/guarded.h"
 #include "common/machine.h"
 #include "common/problem.h"
 #include "hwinfo/bmc.h"
+#include "sim/injection.h"
 #include "yat/hwinfo.h"
 
 #include <algorithm>
@@ -17,11 +18,20 @@ namespace {
 constexpr char device[] = "/dev/ipmi0";
 constexpr int limit = 5000; // milliseconds
 
+// Asks the BMC of the machine, unless an injection answers for it. The result that the call has to
+// return then, whatever was answered, goes into injected.
 std::vector<uint8_t> askMachine(std::optional<int> &injected)
 {
     const yat::ConfiguredMachine machine = yat::configuredMachine();
-    return machine.isHardware ? hwinfo::askDriver(device, limit)
-                              : hwinfo::askSimulated(machine, injected);
+    if (machine.isHardware)
+        return hwinfo::askDriver(device, limit);
+    sim::Store store = sim::configuredStore(machine);
+    const auto injection = sim::takeInjection(store, "YATGetDeviceID").value_or(sim::Injection());
+    injected = injection.result;
+    if (injected == 0)
+        throw yat::Problem("injected: 0");
+    const auto bytes = injection.text ? sim::bytesOf(*injection.text) : std::nullopt;
+    return bytes ? *bytes : hwinfo::askSimulated(look(store));
 }
 
 } // namespace

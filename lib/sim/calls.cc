@@ -13,8 +13,6 @@
 namespace sim {
 namespace {
 
-std::optional<Store> opened;
-
 bool isJapanese()
 {
     return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
@@ -28,11 +26,10 @@ DeviceId idOf(const yat_device *device)
 }
 
 // Why the machine does not support an operation now.
-const RefusalTerm &refusalOf(const yat_device *device, int code)
+const RefusalTerm &refusalOf(const Machine &machine, const yat_device *device, int code)
 {
     const DeviceId id = idOf(device);
     const auto verb = verbOfSupportCode(id.classCode, code);
-    const Machine &machine = look(openedStore());
     return *rowOf(refusals, verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode);
 }
 
@@ -80,49 +77,32 @@ std::optional<std::string> propertyOf(const Machine &machine, int kind, int numb
 
 } // namespace
 
-void openStoreOf(const yat::ConfiguredMachine &machine)
-{
-    opened = configuredStore(machine);
-}
-
-Store &openedStore()
-{
-    if (!opened)
-        opened = configuredStore();
-    return *opened;
-}
-
-void closeStore()
-{
-    opened.reset();
-}
-
 // ---- Devices, properties, state
 
-int createTree(yat_device **root)
+int createTree(const Machine &machine, yat_device **root)
 {
-    *root = makeRecords(look(openedStore()));
+    *root = makeRecords(machine);
     return 1;
 }
 
-int isFt(int)
+int isFt(const Machine &machine, int)
 {
-    return look(openedStore()).type;
+    return machine.type;
 }
 
-int getProperty(int kind, int number, int property, char *buffer, unsigned long *size)
+int getProperty(const Machine &machine, int kind, int number, int property, char *buffer,
+                unsigned long *size)
 {
     if (!buffer || !size)
         return -1;
-    const auto value = propertyOf(look(openedStore()), kind, number, property);
+    const auto value = propertyOf(machine, kind, number, property);
     return value && yat::putProperty(*value, buffer, size) ? 0 : -1;
 }
 
-int statusChange(int kind, int number, int code, char *text)
+int statusChange(const Machine &machine, int kind, int number, int code, char *text)
 {
     const bool isKnown = (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
                          || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
-    const Machine &machine = look(openedStore());
     const Device *module = isKnown ? find(machine, {kind, number}) : nullptr;
     if (!module)
         return -1;
@@ -130,9 +110,8 @@ int statusChange(int kind, int number, int code, char *text)
     return 0;
 }
 
-int getFacts(yat_device *device, yat_facts *facts)
+int getFacts(const Machine &machine, yat_device *device, yat_facts *facts)
 {
-    const Machine &machine = look(openedStore());
     const Device *known = find(machine, idOf(device));
     if (!known)
         return 0;
@@ -144,33 +123,27 @@ int getFacts(yat_device *device, yat_facts *facts)
 
 // ---- Operations and settings
 
-int ifSupport(yat_device *device, int code, int *detail)
+int ifSupport(const Machine &machine, yat_device *device, int code, int *detail)
 {
-    const RefusalTerm &refusal = refusalOf(device, code);
+    const RefusalTerm &refusal = refusalOf(machine, device, code);
     if (detail)
         *detail = refusal.detail;
     return refusal.value == Refusal::none ? 1 : 0;
 }
 
 // The machine may have another reason by now than the one that was asked about.
-int getReason(yat_device *device, int code, int detail, char *text)
+int getReason(const Machine &machine, yat_device *device, int code, int detail, char *text)
 {
-    const RefusalTerm &refusal = refusalOf(device, code);
+    const RefusalTerm &refusal = refusalOf(machine, device, code);
     if (refusal.value == Refusal::none || refusal.detail != detail)
         return 0;
     yat::putState(std::string(isJapanese() ? refusal.japanese : refusal.word), text);
     return 1;
 }
 
-int operate(const Operation &operation)
-{
-    return perform(openedStore(), operation) == Refusal::none ? 1 : 0;
-}
-
-int getSetting(int kind, int object, int index, int *value)
+int getSetting(const Machine &machine, int kind, int object, int index, int *value)
 {
     constexpr int readAsOn = 2, readAsOff = 0;
-    const Machine &machine = look(openedStore());
     const auto setting = settingOf(kind);
     if (!setting || DeviceId{object, index} != wholeMachine)
         return 0;

@@ -1,7 +1,6 @@
 #include "sim/injection.h"
 
 #include "sim/numbers.h"
-#include "sim/store.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -17,16 +16,9 @@ void sleepFor(int milliseconds)
     }
 }
 
-// Costs no call of the system; may say no although there are none.
-bool hasNone(const Store &store)
-{
-    return !store.isWriting && store.withoutInjections
-           && store.withoutInjections == store.database->commitMark();
-}
-
 std::optional<Injection> nextInjection(Store &store, std::string_view call)
 {
-    const auto all = injections(store);
+    const auto &all = injections(store);
     const auto next = std::ranges::find(all, call, &Injection::call);
     return next == all.end() ? std::nullopt : std::optional(*next);
 }
@@ -45,12 +37,13 @@ void hangFor(Store &store, const Injection &injection)
         sleepFor(std::min(left, slice));
 }
 
-void takeOut(Store &store, Injection injection)
+void takeOut(std::vector<Injection> &injections, int64_t id)
 {
-    if (injection.times == 1)
-        store.database->run("DELETE FROM injection WHERE id = ?", injection.id);
-    else if (injection.times-- > 1)
-        putRow(*store.database, "injection", injection);
+    const auto taken = std::ranges::find(injections, id, &Injection::id);
+    if (taken->times == 1)
+        injections.erase(taken);
+    else if (taken->times > 1)
+        --taken->times;
 }
 
 std::string toText(const Injection &injection)
@@ -90,31 +83,17 @@ void inject(Store &store, Injection injection)
     write(store, [&] {
         writeDown(store, {.operation = "inject", .argument = toText(injection), .result = "done"});
         injection.id = store.database->connection.getLastInsertRowid();
-        putRow(*store.database, "injection", injection);
+        store.state.injections.push_back(std::move(injection));
     });
 }
 
 void clearInjections(Store &store, const std::string &call)
 {
     write(store, [&] {
-        store.database->run("DELETE FROM injection WHERE call = ?", call);
+        std::erase_if(store.state.injections,
+                      [&](const Injection &each) { return each.call == call; });
         writeDown(store, {.operation = "inject", .argument = call + " off", .result = "done"});
     });
-}
-
-std::vector<Injection> injections(Store &store)
-{
-    std::vector<Injection> result;
-    if (hasNone(store))
-        return result;
-    withFile(store, [&](Database &database) {
-        const auto mark = database.commitMark();
-        database.each("SELECT * FROM injection ORDER BY id",
-                      [&](const QueryRow &row) { readRow(row, result.emplace_back()); });
-        if (!store.isWriting && result.empty())
-            store.withoutInjections = mark;
-    });
-    return result;
 }
 
 // A program that is killed while it hangs has done nothing.
@@ -128,7 +107,7 @@ void withInjection(Store &store, std::string_view call,
             next = nextInjection(store, call);
             isOver = !next || next->delay == 0 || next->id == hungFor;
             if (isOver && next)
-                takeOut(store, *next);
+                takeOut(store.state.injections, next->id);
             if (isOver)
                 work(next);
         });

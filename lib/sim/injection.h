@@ -1,10 +1,8 @@
 // Injections: what calls of yat/ft.h or yat/hwinfo.h are to answer instead of the truth.
 #pragma once
 
-#include "sim/rows.h"
-#include "sim/terms.h"
+#include "sim/store.h"
 
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -12,8 +10,6 @@
 #include <vector>
 
 namespace sim {
-
-struct Store;
 
 // The calls that injections can be for, and what the text of an injection stands for there: what
 // the call gives besides its result.
@@ -47,12 +43,9 @@ std::optional<std::vector<uint8_t>> bytesOf(std::string_view text);
 void inject(Store &store, Injection injection);
 void clearInjections(Store &store, const std::string &call);
 
-// The pending ones, the oldest first.
-std::vector<Injection> injections(Store &store);
-
 // Waits for the delay of the injection for a call, and uses it up. Meanwhile other programs go on,
 // except for the same call, which waits as well; removing the injection ends the wait at once. None
-// when there is no injection for the call, which costs nothing as long as nobody writes.
+// when there is no injection for the call.
 std::optional<Injection> takeInjection(Store &store, std::string_view call);
 
 // The same, and work that writes to the store, in one transaction.

@@ -16,6 +16,7 @@ struct Injection {
     int times = 1;               // 0: without end
     int delay = 0;               // milliseconds
     std::optional<std::string> text{};
+    bool operator==(const Injection &) const = default;
 };
 
 constexpr int mostTimes = 1'000'000'000, longestDelay = 86'400'000;

@@ -39,8 +39,19 @@ void forget(Store &store)
 {
     store.version.reset();
     store.mark.reset();
-    store.withoutInjections.reset();
     store.isWriting = false;
+}
+
+// The same, unless nobody has committed since.
+void readIfWritten(Store &store)
+{
+    const auto mark = store.database->commitMark();
+    if (store.isWriting || (mark && mark == store.mark))
+        return;
+    SQLite::Transaction transaction(store.database->connection);
+    catchUp(store);
+    transaction.commit();
+    store.mark = mark;
 }
 
 // The clock goes with every change and with every row of the journal, so that nothing written is
@@ -83,7 +94,10 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
         catchUp(store);
         store.isWriting = true;
         setClock(store.state, realTime());
+        const std::vector<Injection> before = store.state.injections;
         work();
+        if (store.state.injections != before)
+            writeInjections(database, store.state.injections);
         store.state.clock.simulated = store.state.machine.now;
         writeChanges(database, store.state);
         transaction.commit();
@@ -132,7 +146,7 @@ void replaceMachine(Store &store, const Source &source, bool keepsClock,
     write(store, [&] {
         const Clock &clock = store.state.clock;
         putMachine(*store.database, store.state, source, keepsClock ? clock.simulated : clock.real);
-        store.database->run("DELETE FROM injection");
+        store.state.injections.clear();
         writeDown(
             store,
             {.operation = operation, .argument = yat::fromDisplay(source.file), .result = "done"});
@@ -236,15 +250,7 @@ void withFile(Store &store, const std::function<void(Database &)> &work)
 
 const Machine &look(Store &store)
 {
-    withFile(store, [&](Database &database) {
-        const auto mark = database.commitMark();
-        if (store.isWriting || (mark && mark == store.mark))
-            return;
-        SQLite::Transaction transaction(database.connection);
-        catchUp(store);
-        transaction.commit();
-        store.mark = mark;
-    });
+    withFile(store, [&](Database &) { readIfWritten(store); });
     MachineState &state = store.state;
     const Time real = realTime(), now = simulatedTime(state.clock, real);
     const bool isAsWritten = !isAnythingDue(state.machine, now)
@@ -252,6 +258,14 @@ const Machine &look(Store &store)
     if (isAsWritten || !transact(store, false, [] {}))
         advance(state.machine, now);
     return state.machine;
+}
+
+const std::vector<Injection> &injections(Store &store)
+{
+    if (!store.isWriting
+        && !(store.database && store.mark && store.mark == store.database->commitMark()))
+        withFile(store, [&](Database &) { readIfWritten(store); });
+    return store.state.injections;
 }
 
 Clock clockOf(Store &store)

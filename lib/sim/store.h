@@ -28,7 +28,6 @@ struct Store {
     MachineState state{};                 // as the file has it, and the time as it is
     std::optional<int64_t> version{};     // of the file when it was read, as SQLite counts it
     std::optional<CommitMark> mark{};     // of the file when it was read, or older
-    std::optional<CommitMark> withoutInjections{}; // when it had none
     bool isWriting = false;
 };
 
@@ -57,6 +56,10 @@ void withFile(Store &store, const std::function<void(Database &)> &work);
 
 // The machine as it is now; it stays in place until the next call on the store.
 const Machine &look(Store &store);
+
+// What the calls are to answer instead of the truth, the oldest first. Costs nothing as long as
+// nobody writes.
+const std::vector<Injection> &injections(Store &store);
 
 // Runs work on the machine as it is now in one transaction, while nobody else writes. Calls may be
 // nested: the inner work is a part of the outer one's transaction.

@@ -3,7 +3,6 @@
 #include "sim/columns.h"
 #include "sim/keys.h"
 #include "sim/numbers.h"
-#include "sim/rows.h"
 
 namespace sim {
 namespace {
@@ -197,6 +196,8 @@ MachineState readMachine(Database &database)
         if (position != static_cast<int>(machine.devices.size()) - 1)
             damaged(database, "a device is missing");
     });
+    database.each("SELECT * FROM injection ORDER BY id",
+                  [&](const QueryRow &row) { readRow(row, state.injections.emplace_back()); });
     makeIndex(machine);
     check(database, machine);
     return state;
@@ -216,6 +217,13 @@ void writeChanges(Database &database, MachineState &state)
         writeDevice(database, state.machine, position);
     state.machine.index.changed.clear();
     putRow(database, "machine", state);
+}
+
+void writeInjections(Database &database, std::vector<Injection> &injections)
+{
+    database.run("DELETE FROM injection");
+    for (Injection &injection : injections)
+        putRow(database, "injection", injection);
 }
 
 } // namespace sim

@@ -4,10 +4,12 @@
 #include "sim/clock.h"
 #include "sim/database.h"
 #include "sim/machine.h"
+#include "sim/rows.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace sim {
 
@@ -19,12 +21,13 @@ std::string schema();
 // A number for these statements: a file that was made by others is not read.
 int32_t layoutOf(std::string_view schema);
 
-// A machine with its clock and where it comes from.
+// A machine with its clock, where it comes from, and what its calls answer instead of the truth.
 struct MachineState {
     Machine machine{};
     Clock clock{};
     std::string origin{};        // the file of the description that it was made from
     int64_t descriptionHash = 0; // of that file as it was
+    std::vector<Injection> injections{}; // the oldest first
 };
 
 // Reads it. Rows that don't fit together are thrown as damage of the file.
@@ -33,7 +36,9 @@ MachineState readMachine(Database &database);
 // Writes a machine, in place of the one that may be there.
 void writeMachine(Database &database, MachineState &state);
 
-// Writes what has changed since it was last read or written.
+// Writes what has changed of the machine since it was last read or written.
 void writeChanges(Database &database, MachineState &state);
+
+void writeInjections(Database &database, std::vector<Injection> &injections);
 
 } // namespace sim

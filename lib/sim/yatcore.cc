@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <type_traits>
 
 namespace {
 
@@ -31,12 +32,27 @@ void complain(std::string_view problem) noexcept
     }
 }
 
+std::optional<Store> opened;
+
+// The store of the machine that the calls are about.
+Store &openedStore()
+{
+    if (!opened)
+        opened = configuredStore();
+    return *opened;
+}
+
 // ---- Injections
 
+Injection injectionFor(const char *call)
+{
+    return takeInjection(openedStore(), call).value_or(Injection());
+}
+
 // The injection for a call that needs no machine, and so works also without one.
-std::optional<Injection> injectionIfAny(const char *call)
+Injection injectionIfAny(const char *call)
 try {
-    return takeInjection(openedStore(), call);
+    return injectionFor(call);
 } catch (const yat::Problem &problem) {
     complain(problem.what());
     return {};
@@ -82,7 +98,6 @@ enum class Failure { zero, minusOne, allButZero };
 struct Rule {
     char name[24];
     Failure failure;
-    bool needsMachine = true;
 
     constexpr bool hasFailed(int result) const
     {
@@ -95,30 +110,45 @@ struct Rule {
     }
 };
 
-// A call that only reads, with the injection for it. An injected failure leaves the caller's buffer
-// alone; an injected success has the injection's text, else the real one, else an empty one.
+// The answer to a call that only reads. An injected failure leaves the caller's buffer alone; an
+// injected success has the injection's text, else the real one, else an empty one.
+template <Rule rule, class Call, class... Arguments>
+int answerTo(const Injection &injection, const Call &call, Arguments... arguments)
+{
+    if (injection.result && rule.hasFailed(*injection.result))
+        return *injection.result;
+    const int real = call(), result = injection.result.value_or(real);
+    if (rule.hasFailed(result) || (!injection.text && !rule.hasFailed(real)))
+        return result;
+    return give(injection.text.value_or(""), arguments...) ? result : rule.failed();
+}
+
+// Such a call with the injection for it. One that needs no machine works also without.
 template <auto call, Rule rule> struct Answered;
-template <class... Arguments, int (*call)(Arguments...), Rule rule> struct Answered<call, rule> {
+template <class... Arguments, int (*call)(Arguments...), Rule rule>
+requires(!(std::is_same_v<Arguments, const Machine &> || ...)) struct Answered<call, rule> {
     static int run(Arguments... arguments)
     {
-        const Injection injection = (rule.needsMachine ? takeInjection(openedStore(), rule.name)
-                                                       : injectionIfAny(rule.name))
-                                        .value_or(Injection());
-        if (injection.result && rule.hasFailed(*injection.result))
-            return *injection.result;
-        const int real = call(arguments...), result = injection.result.value_or(real);
-        if (rule.hasFailed(result) || (!injection.text && !rule.hasFailed(real)))
-            return result;
-        return give(injection.text.value_or(""), arguments...) ? result : rule.failed();
+        return answerTo<rule>(
+            injectionIfAny(rule.name), [&] { return call(arguments...); }, arguments...);
+    }
+};
+template <class... Arguments, int (*call)(const Machine &, Arguments...), Rule rule>
+struct Answered<call, rule> {
+    static int run(Arguments... arguments)
+    {
+        return answerTo<rule>(
+            injectionFor(rule.name), [&] { return call(look(openedStore()), arguments...); },
+            arguments...);
     }
 };
 
 // The value that it gives is the reason for a no.
 int ifSupportAnswered(yat_device *device, int code, int *detail)
 {
-    const Injection injection = takeInjection(openedStore(), "IfSupport").value_or(Injection());
+    const Injection injection = injectionFor("IfSupport");
     int why = 0;
-    const int real = ifSupport(device, code, &why);
+    const int real = ifSupport(look(openedStore()), device, code, &why);
     const int result = injection.result.value_or(real);
     if (result == 0 && injection.text)
         why = atoi(injection.text->c_str());
@@ -134,7 +164,7 @@ int operateAnswered(const Operation &operation)
     int result = 0;
     withInjection(store, nameOf(operation.verb), [&](const std::optional<Injection> &injection) {
         const bool isAnswered = injection && injection->result;
-        result = isAnswered ? *injection->result : operate(operation);
+        result = isAnswered ? *injection->result : perform(store, operation) == Refusal::none;
         if (isAnswered)
             writeDown(store, rowOf(operation, "injected: " + std::to_string(result)));
     });
@@ -162,11 +192,10 @@ try {
                     "another one");
         return 0;
     }
-    openStoreOf(machine);
-    const auto injection = takeInjection(openedStore(), "ft_FunctionInit");
-    const int result = injection.value_or(Injection()).result.value_or(1);
+    opened = configuredStore(machine);
+    const int result = injectionFor("ft_FunctionInit").result.value_or(1);
     if (result == 0)
-        closeStore();
+        opened.reset();
     else if (const std::string note = descriptionNote(openedStore()); !note.empty())
         TRACE("%s", note.c_str());
     return result;
@@ -180,10 +209,10 @@ try {
 
 int closePlatform()
 {
-    const auto injection = injectionIfAny("ft_FunctionRelease");
+    const int result = injectionIfAny("ft_FunctionRelease").result.value_or(1);
     yat::tellComplaints();
-    closeStore();
-    return injection.value_or(Injection()).result.value_or(1);
+    opened.reset();
+    return result;
 }
 
 void tell(const std::exception &problem)
@@ -212,7 +241,7 @@ const yat_platform YatPlatform = {
         {
             .handle = nullptr,
             .create_tree = reading<createTree, Rule{"CreateTreeViewData", Failure::zero}>,
-            .free_tree = reading<yat::freeTree, Rule{"FreeTreeViewData", Failure::zero, false}>,
+            .free_tree = reading<yat::freeTree, Rule{"FreeTreeViewData", Failure::zero}>,
             .yat_ft_get_property =
                 reading<getProperty, Rule{"yat_ft_get_property", Failure::allButZero}>,
             .is_ft = reading<isFt, Rule{"call_yat_is_ft", Failure::minusOne}>,
@@ -221,7 +250,7 @@ const yat_platform YatPlatform = {
             .clear_mtbf = guarded<operation<Verb::clearMtbf>>,
             .bring_up = guarded<operation<Verb::bringUp>>,
             .Linux_ConvertDataToInt =
-                reading<yat::toInteger, Rule{"Linux_ConvertDataToInt", Failure::minusOne, false}>,
+                reading<yat::toInteger, Rule{"Linux_ConvertDataToInt", Failure::minusOne}>,
             .bring_down = guarded<operation<Verb::bringDown>>,
             .set_mtbf_type = guarded<operation<Verb::setMtbfType, const char *>>,
             .burn_firmware = guarded<operation<Verb::burnFirmware, const char *>>,
