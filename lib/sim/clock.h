@@ -13,7 +13,7 @@ struct Clock {
     bool operator==(const Clock &) const = default;
 };
 
-constexpr double fastest = 1e6;
+constexpr int fastest = 1'000'000;
 
 // What the clock shows at a moment of real time.
 Time simulatedTime(const Clock &clock, Time real);

@@ -2,6 +2,7 @@
 
 #include "text/encoding.h"
 
+#include <cstring>
 #include <sqlite3.h>
 
 namespace sim {

@@ -1,6 +1,5 @@
 // The database that holds a machine's state: SQLiteCpp, and what that leaves to its users: keeping
-// prepared statements, bytes and missing values, saying what an error means, and noticing other
-// writers.
+// prepared statements, saying what an error means, and noticing other writers.
 #pragma once
 
 #include "common/problem.h"
@@ -11,12 +10,9 @@
 
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <optional>
-#include <ranges>
 #include <string>
-#include <type_traits>
 
 namespace sim {
 
@@ -59,56 +55,6 @@ private:
     bool isSynced = true; // as SQLite begins
 };
 
-// ---- Values: numbers, texts, bytes, and optional ones, which are NULL
-
-template <class Value>
-concept Bytes = std::ranges::contiguous_range<Value> && !std::is_same_v<Value, std::string>;
-
-template <class Value> constexpr const char *typeInSql = " INTEGER NOT NULL ";
-template <> inline constexpr const char *typeInSql<double> = " REAL NOT NULL ";
-template <> inline constexpr const char *typeInSql<std::string> = " TEXT NOT NULL ";
-template <> inline constexpr const char *typeInSql<std::optional<int>> = " INTEGER ";
-template <> inline constexpr const char *typeInSql<std::optional<int64_t>> = " INTEGER ";
-template <> inline constexpr const char *typeInSql<std::optional<std::string>> = " TEXT ";
-template <Bytes Value> inline constexpr const char *typeInSql<Value> = " BLOB NOT NULL ";
-
-template <class Value> void bindValue(SQLite::Statement &statement, int at, const Value &value)
-{
-    if constexpr (Bytes<Value>)
-        statement.bind(at, value.empty() ? "" : static_cast<const void *>(value.data()),
-                       static_cast<int>(value.size() * sizeof value[0])); // no address is NULL
-    else
-        statement.bind(at, value);
-}
-template <class Value>
-void bindValue(SQLite::Statement &statement, int at, const std::optional<Value> &value)
-{
-    if (value)
-        bindValue(statement, at, *value);
-    else
-        statement.bind(at);
-}
-
-template <class Value> void readValue(const SQLite::Column &column, Value &value)
-{
-    if constexpr (Bytes<Value>) {
-        const size_t size = static_cast<size_t>(column.getBytes());
-        if constexpr (requires { value.resize(size); })
-            value.resize(size / sizeof value[0]);
-        if (size > 0)
-            memcpy(value.data(), column.getBlob(), std::min(size, value.size() * sizeof value[0]));
-    } else if constexpr (std::is_same_v<Value, bool>) {
-        value = column.getInt() != 0;
-    } else {
-        value = static_cast<Value>(column);
-    }
-}
-template <class Value> void readValue(const SQLite::Column &column, std::optional<Value> &value)
-{
-    if (!column.isNull())
-        readValue(column, value.emplace());
-}
-
 // Ends a query, also when an exception does: a query that goes on keeps its transaction open.
 struct QueryEnd {
     SQLite::Statement &statement;
@@ -124,7 +70,7 @@ void Database::each(const char *sql, Work work, const Values &...values)
     SQLite::Statement &statement = prepared(sql);
     const QueryEnd end{statement};
     int position = 0;
-    (bindValue(statement, ++position, values), ...);
+    (statement.bind(++position, values), ...);
     while (statement.executeStep())
         work(statement);
 }

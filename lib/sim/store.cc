@@ -30,7 +30,7 @@ void catchUp(Store &store)
     if (store.version == version)
         return;
     store.version.reset();
-    store.state = readMachine(*store.database);
+    store.state = readState(*store.database);
     store.version = version;
 }
 
@@ -153,14 +153,16 @@ void replaceMachine(Store &store, const Source &source, bool keepsClock,
     });
 }
 
-// Puts a row of what happens at this moment into the journal.
-void addToJournal(Database &database, const yat::Caller &caller, const Clock &clock, JournalRow row)
+// A row of the journal with who asks, and when.
+JournalRow signedBy(Store &store, const Clock &clock, JournalRow row)
 {
+    if (!store.caller)
+        store.caller = yat::thisCaller();
     row.simulated = clock.simulated;
     row.real = clock.real;
-    row.user = caller.user;
-    row.terminal = caller.terminal;
-    putRow(database, "journal", row);
+    row.user = store.caller->user;
+    row.terminal = store.caller->terminal;
+    return row;
 }
 
 bool makeFile(Store &store)
@@ -170,9 +172,10 @@ bool makeFile(Store &store)
         const Time now = realTime();
         MachineState state = {.clock = {.real = now, .scale = wantedScale()}};
         putMachine(database, state, source, now);
-        addToJournal(
-            database, store.caller ? *store.caller : yat::thisCaller(), state.clock,
-            {.operation = "init", .argument = yat::fromDisplay(source.file), .result = "done"});
+        addToJournal(database, signedBy(store, state.clock,
+                                        {.operation = "init",
+                                         .argument = yat::fromDisplay(source.file),
+                                         .result = "done"}));
     });
 }
 
@@ -285,8 +288,8 @@ Refusal perform(Store &store, const Operation &operation)
     write(store, [&] {
         refusal = apply(store.state.machine, operation);
         writeDown(store, rowOf(operation, refusal == Refusal::none
-                                              ? "done"
-                                              : "refused: " + std::string(nameOf(refusal))));
+                                          ? "done"
+                                          : "refused: " + std::string(nameOf(refusal))));
     });
     return refusal;
 }
@@ -302,9 +305,7 @@ JournalRow rowOf(const Operation &operation, const std::string &result)
 
 void writeDown(Store &store, JournalRow row)
 {
-    if (!store.caller)
-        store.caller = yat::thisCaller();
-    addToJournal(*store.database, *store.caller, store.state.clock, std::move(row));
+    addToJournal(*store.database, signedBy(store, store.state.clock, std::move(row)));
 }
 
 void writeDownRefusal(Store &store, JournalRow row)
@@ -342,16 +343,7 @@ std::string descriptionNote(Store &store)
 
 void readJournal(Store &store, int64_t last, const std::function<void(const JournalRow &)> &work)
 {
-    withFile(store, [&](Database &database) {
-        database.each(
-            "SELECT * FROM (SELECT * FROM journal ORDER BY id DESC LIMIT ?) ORDER BY id",
-            [&](const QueryRow &columns) {
-                JournalRow row;
-                readRow(columns, row);
-                work(row);
-            },
-            last > 0 ? last : int64_t{-1});
-    });
+    withFile(store, [&](Database &database) { readJournal(database, last, work); });
 }
 
 } // namespace sim

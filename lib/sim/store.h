@@ -9,7 +9,6 @@
 #include "common/caller.h"
 #include "common/machine.h"
 #include "sim/operations.h"
-#include "sim/rows.h"
 #include "sim/tables.h"
 
 #include <functional>

@@ -1,8 +1,9 @@
 #include "sim/tables.h"
 
-#include "sim/columns.h"
-#include "sim/keys.h"
 #include "sim/numbers.h"
+#include "sim/values.h"
+
+#include <sqlite3.h>
 
 namespace sim {
 namespace {
@@ -18,90 +19,61 @@ WHEN EXISTS (SELECT 1 FROM journal WHERE id = NEW.id)
 BEGIN SELECT RAISE(ABORT, 'the journal is never rewritten'); END;
 )";
 
-std::string equals(std::string_view name, int number)
+// ---- What stands in a row of each table; the first column is its key
+
+template <class Keys> void keysOf(Keys &keys, MachineState &state)
 {
-    return std::string(name) + " = " + std::to_string(number);
+    const Number moment = {.least = 0, .most = lastMoment};
+    int one = 1;
+    keys("id", one, Number{1, 1});
+    keys("origin", state.origin, Text());
+    keys("description_hash", state.descriptionHash, Number());
+    keys("simulated", state.clock.simulated, moment, required);
+    keys("real", state.clock.real, moment, required);
+    keys("scale", state.clock.scale, Measure{.most = fastest}, required);
+    machineKeys(keys, state.machine);
 }
 
-// The keys of a description as columns. Codes are those of sim/terms.h and yat/ft.h, times are in
-// microseconds.
-template <class Visit> struct Columns {
-    static constexpr bool isUniform = true;
-    Visit &visit;
+template <class Keys> void keysOf(Keys &keys, int &position, Device &device)
+{
+    keys("position", position, Number());
+    keys("parent", device.parent, Number{-1, position - 1}, required);
+    deviceKeys(keys, device, required);
+    keys("since", device.since, Number{0, lastMoment}, required);
+    keys("new_bios", device.newBios, version);
+    keys("copies", device.copies, Flag());
+    keys("starts_after", device.startsAfter, Flag());
+}
 
-    void text(std::string_view key, std::string &value, size_t most, Presence)
-    {
-        visit(key, value, atMostBytes(key, most));
-    }
+template <class Keys> void keysOf(Keys &keys, Injection &injection)
+{
+    keys("id", injection.id, Number());
+    keys("call", injection.call, Text());
+    keys("result", injection.result, Number{INT32_MIN, INT32_MAX});
+    keys("times", injection.times, Number{0, mostTimes}, required);
+    keys("delay", injection.delay, Number{0, longestDelay}, required);
+    keys("text", injection.text, Text());
+}
 
-    void name(std::string_view key, std::string &value)
-    {
-        visit(key, value, anything);
-    }
+template <class Keys> void keysOf(Keys &keys, JournalRow &row)
+{
+    keys("id", row.id, Number());
+    keys("simulated", row.simulated, Number());
+    keys("real", row.real, Number());
+    keys("user", row.user, Text());
+    keys("terminal", row.terminal, Text());
+    keys("device", row.device, Text());
+    keys("operation", row.operation, Text());
+    keys("code", row.code, Number{INT32_MIN, INT32_MAX});
+    keys("argument", row.argument, Text());
+    keys("result", row.result, Text());
+}
 
-    void number(std::string_view key, int &value, int least, int most, Presence)
-    {
-        visit(key, value, between(key, least, most));
-    }
+// ---- Columns. A flag is 0 or 1 in them, and a list the text of its JSON, as a blob, so that it is
+// not taken for a text.
 
-    void flag(std::string_view key, bool &value)
-    {
-        visit(key, value, between(key, 0, 1));
-    }
-
-    template <class Value, class Table>
-    void word(std::string_view key, Value &value, const Table &terms, Presence presence)
-    {
-        int code = static_cast<int>(value);
-        // Not IN: SQLite would make a table of the codes to look into for each row.
-        visit(key, code, [&] {
-            std::string codes = presence == optional ? equals(key, 0) : ""; // 0: no word
-            for (const auto &term : terms)
-                codes += (codes.empty() ? "" : " OR ") + equals(key, static_cast<int>(term.value));
-            return codes;
-        });
-        value = static_cast<Value>(code);
-    }
-
-    void time(std::string_view key, Time &value, Time unit, int most)
-    {
-        visit(key, value, between(key, Time{0}, most * unit));
-    }
-
-    void moment(std::string_view key, Time &value)
-    {
-        visit(key, value, between(key, Time{0}, lastMoment));
-    }
-
-    void timesAgo(std::string_view key, std::vector<Time> &value, Time, int, size_t most)
-    {
-        visit(key, value, [=] {
-            const std::string length = "length(" + std::string(key) + ")";
-            return length + " % " + std::to_string(sizeof(Time)) + " = 0 AND " + length
-                   + " <= " + std::to_string(most * sizeof(Time));
-        });
-    }
-
-    void bytes(std::string_view key, std::vector<uint8_t> &value, size_t most)
-    {
-        visit(key, value, atMostBytes(key, most));
-    }
-
-    void path(std::string_view key, PathIdentifier &value)
-    {
-        visit(key, value,
-              [&] { return "length(" + std::string(key) + ") = " + std::to_string(value.size()); });
-    }
-
-    void codes(std::string_view key, unsigned &value, std::span<const SupportCode> codes)
-    {
-        unsigned all = 0;
-        for (const SupportCode &each : codes)
-            all |= 1u << each.code;
-        unsigned own = value & all;
-        visit(key, own, anything);
-        value |= own & all;
-    }
+struct ColumnKeys {
+    static constexpr bool isOfState = true;
 
     template <class Work> void table(std::string_view, const Work &work)
     {
@@ -109,68 +81,151 @@ template <class Visit> struct Columns {
     }
 };
 
-} // namespace
+struct Names : ColumnKeys {
+    std::string columns{}, places{};
 
-template <class Visit> void columnsOf(Visit &visit, MachineState &state)
+    void operator()(std::string_view key, const auto &, const auto &, Presence = optional)
+    {
+        const bool isFirst = columns.empty();
+        columns.append(isFirst ? "" : ", ")
+            .append(key)
+            .append(isFirst ? " INTEGER PRIMARY KEY" : "");
+        places += isFirst ? "?" : ", ?";
+    }
+};
+
+struct Binding : ColumnKeys {
+    SQLite::Statement &statement;
+    int at = 0;
+
+    explicit Binding(SQLite::Statement &row) : statement(row) {}
+
+    void operator()(std::string_view, const auto &value, const auto &rule, Presence = optional)
+    {
+        const Json json = written(rule, value);
+        ++at;
+        if (json.is_null())
+            statement.bind(at);
+        else if (json.is_string())
+            statement.bind(at, json.get_ref<const std::string &>());
+        else if (json.is_number_integer())
+            statement.bind(at, json.get<int64_t>());
+        else if (json.is_number())
+            statement.bind(at, json.get<double>());
+        else if (json.is_boolean())
+            statement.bind(at, json.get<bool>() ? 1 : 0);
+        else
+            bindBlob(json.dump());
+    }
+
+    template <class Value, class Rule>
+    void operator()(std::string_view key, const std::optional<Value> &value, const Rule &rule,
+                    Presence = optional)
+    {
+        value ? operator()(key, *value, rule) : statement.bind(++at);
+    }
+
+    void bindBlob(const std::string &bytes)
+    {
+        statement.bind(at, static_cast<const void *>(bytes.data()), static_cast<int>(bytes.size()));
+    }
+};
+
+Json jsonOf(const SQLite::Column &column)
 {
-    Columns<Visit> columns{visit};
-    int one = 1;
-    columns.number("id", one, 1, 1, required);
-    visit("origin", state.origin, anything);
-    visit("description_hash", state.descriptionHash, anything);
-    columns.moment("simulated", state.clock.simulated);
-    columns.moment("real", state.clock.real);
-    visit("scale", state.clock.scale, between("scale", 0.0, fastest));
-    machineKeys(columns, state.machine);
+    switch (column.getType()) {
+    case SQLITE_INTEGER: return column.getInt64();
+    case SQLITE_FLOAT: return column.getDouble();
+    case SQLITE_TEXT: return column.getString();
+    case SQLITE_BLOB: {
+        const char *bytes = static_cast<const char *>(column.getBlob());
+        return Json::parse(bytes, bytes + column.getBytes(), nullptr, false);
+    }
+    default: return {};
+    }
 }
-
-template <class Visit> void columnsOf(Visit &visit, int &position, Device &device)
-{
-    Columns<Visit> columns{visit};
-    visit("position", position, anything);
-    visit("parent", device.parent,
-          [] { return std::string("parent BETWEEN -1 AND position - 1"); });
-    deviceKeys(columns, device, required);
-    columns.moment("since", device.since);
-    columns.text("new_bios", device.newBios, longestVersion, optional);
-    columns.flag("copies", device.copies);
-    columns.flag("starts_after", device.startsAfter);
-}
-
-namespace {
 
 [[noreturn]] void damaged(const Database &database, const std::string &what)
 {
     throw yat::Problem(database.file + " is damaged: " + what);
 }
 
-// What conditions of a row can't say.
+struct Reading : ColumnKeys {
+    const Database &database;
+    const QueryRow &row;
+    int at = 0;
+
+    Reading(const Database &file, const QueryRow &read) : database(file), row(read) {}
+
+    void operator()(std::string_view key, auto &value, const auto &rule,
+                    Presence presence = optional)
+    {
+        Json json = jsonOf(row.getColumn(at++));
+        if (std::is_same_v<decltype(value), bool &> && (json == 0 || json == 1))
+            json = json == 1;
+        if (json.is_null() ? presence == required : !rule.read(json, value))
+            damaged(database,
+                    "wrong value for '" + std::string(key) + "', expected " + rule.expected());
+    }
+
+    template <class Value, class Rule>
+    void operator()(std::string_view key, std::optional<Value> &value, const Rule &rule,
+                    Presence = optional)
+    {
+        if (row.getColumn(at).isNull())
+            ++at;
+        else
+            operator()(key, value.emplace(), rule);
+    }
+};
+
+template <class... Value> std::string definitionOf(const std::string &table)
+{
+    Names names;
+    keysOf(names, *std::make_unique<Value>()...);
+    return "CREATE TABLE " + table + " (" + names.columns + ");\n";
+}
+
+// Writes a row, in place of the one that has its key.
+template <class... Value> void putRow(Database &database, const char *table, Value &...value)
+{
+    static const std::string sql = [&] {
+        Names names;
+        keysOf(names, value...);
+        return std::string("INSERT OR REPLACE INTO ") + table + " VALUES (" + names.places + ")";
+    }();
+    SQLite::Statement &statement = database.prepared(sql.c_str());
+    const QueryEnd end{statement};
+    Binding binding(statement);
+    keysOf(binding, value...);
+    statement.executeStep();
+}
+
+template <class... Value>
+void readRow(const Database &database, const QueryRow &row, Value &...value)
+{
+    Reading reading(database, row);
+    keysOf(reading, value...);
+}
+
+// What no rule of a single value says.
 void check(const Database &database, const Machine &machine)
 {
     for (const Device &device : machine.devices) {
         if (device.partner != 0 && !partnerOf(machine, device))
             damaged(database, "the partner of a module is missing");
-        for (const Time time : device.failures)
-            if (time < -longestMtbf * hour || time > lastMoment)
-                damaged(database, "a device failed at a time that there is not");
+        if (device.partner == 0 && device.state == State::synchronising)
+            damaged(database, "a module synchronises with none");
     }
-}
-
-void writeDevice(Database &database, Machine &machine, int position)
-{
-    putRow(database, "device", position, machine.devices[static_cast<size_t>(position)]);
 }
 
 } // namespace
 
 std::string schema()
 {
-    const std::string synchronising = std::to_string(static_cast<int>(State::synchronising));
-    return definitionOf<MachineState>("machine", "PRIMARY KEY (id)")
-           + definitionOf<int, Device>("device", "PRIMARY KEY (position), CHECK (state <> "
-                                                     + synchronising + " OR partner <> 0)")
-           + definitionOf<Injection>("injection", "PRIMARY KEY (id)")
-           + definitionOf<JournalRow>("journal", "PRIMARY KEY (id)") + journalIsNeverRewritten;
+    return definitionOf<MachineState>("machine") + definitionOf<int, Device>("device")
+           + definitionOf<Injection>("injection") + definitionOf<JournalRow>("journal")
+           + journalIsNeverRewritten;
 }
 
 int32_t layoutOf(std::string_view schema)
@@ -178,13 +233,13 @@ int32_t layoutOf(std::string_view schema)
     return static_cast<int32_t>(hashOf(schema));
 }
 
-MachineState readMachine(Database &database)
+MachineState readState(Database &database)
 {
     MachineState state;
     Machine &machine = state.machine;
     bool isThere = false;
     database.each("SELECT * FROM machine", [&](const QueryRow &row) {
-        readRow(row, state);
+        readRow(database, row, state);
         isThere = true;
     });
     if (!isThere)
@@ -192,12 +247,13 @@ MachineState readMachine(Database &database)
     machine.now = state.clock.simulated;
     database.each("SELECT * FROM device ORDER BY position", [&](const QueryRow &row) {
         int position = 0;
-        readRow(row, position, machine.devices.emplace_back());
+        readRow(database, row, position, machine.devices.emplace_back());
         if (position != static_cast<int>(machine.devices.size()) - 1)
             damaged(database, "a device is missing");
     });
-    database.each("SELECT * FROM injection ORDER BY id",
-                  [&](const QueryRow &row) { readRow(row, state.injections.emplace_back()); });
+    database.each("SELECT * FROM injection ORDER BY id", [&](const QueryRow &row) {
+        readRow(database, row, state.injections.emplace_back());
+    });
     makeIndex(machine);
     check(database, machine);
     return state;
@@ -213,9 +269,10 @@ void writeMachine(Database &database, MachineState &state)
 
 void writeChanges(Database &database, MachineState &state)
 {
-    for (const int position : state.machine.index.changed)
-        writeDevice(database, state.machine, position);
-    state.machine.index.changed.clear();
+    Machine &machine = state.machine;
+    for (int position : machine.index.changed)
+        putRow(database, "device", position, machine.devices[static_cast<size_t>(position)]);
+    machine.index.changed.clear();
     putRow(database, "machine", state);
 }
 
@@ -224,6 +281,24 @@ void writeInjections(Database &database, std::vector<Injection> &injections)
     database.run("DELETE FROM injection");
     for (Injection &injection : injections)
         putRow(database, "injection", injection);
+}
+
+void addToJournal(Database &database, JournalRow row)
+{
+    putRow(database, "journal", row);
+}
+
+void readJournal(Database &database, int64_t last,
+                 const std::function<void(const JournalRow &)> &work)
+{
+    database.each(
+        "SELECT * FROM (SELECT * FROM journal ORDER BY id DESC LIMIT ?) ORDER BY id",
+        [&](const QueryRow &columns) {
+            JournalRow row;
+            readRow(database, columns, row);
+            work(row);
+        },
+        last > 0 ? last : int64_t{-1});
 }
 
 } // namespace sim

@@ -1,37 +1,59 @@
-// The machine in the tables of its file.
+// The tables of a state file: the machine, what its calls are to answer instead of the truth, and
+// the journal of what was asked of it.
 #pragma once
 
 #include "sim/clock.h"
 #include "sim/database.h"
 #include "sim/machine.h"
-#include "sim/rows.h"
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace sim {
 
-constexpr int applicationId = 0x59415453; // "YATS"
+struct Injection {
+    int64_t id = 0; // the journal's row of the injection; the oldest ones come first
+    std::string call{};
+    std::optional<int> result{}; // none: the call's real result
+    int times = 1;               // 0: without end
+    int delay = 0;               // milliseconds
+    std::optional<std::string> text{};
+    bool operator==(const Injection &) const = default;
+};
 
-// The statements that make all tables of a file, those of injections and of the journal too.
-std::string schema();
+constexpr int mostTimes = 1'000'000'000, longestDelay = 86'400'000;
 
-// A number for these statements: a file that was made by others is not read.
-int32_t layoutOf(std::string_view schema);
+struct JournalRow {
+    std::optional<int64_t> id{};     // of one that is written down
+    int64_t simulated = 0, real = 0; // when, by the machine's clock and by the system's
+    std::string user{}, terminal{}, device{}, operation{};
+    int code = 0;
+    std::string argument{}, result{};
+};
 
-// A machine with its clock, where it comes from, and what its calls answer instead of the truth.
+// A machine with its clock, where it comes from, and its injections.
 struct MachineState {
     Machine machine{};
     Clock clock{};
     std::string origin{};        // the file of the description that it was made from
     int64_t descriptionHash = 0; // of that file as it was
-    std::vector<Injection> injections{}; // the oldest first
+    std::vector<Injection> injections{};
 };
 
-// Reads it. Rows that don't fit together are thrown as damage of the file.
-MachineState readMachine(Database &database);
+constexpr int applicationId = 0x59415453; // "YATS"
+
+// The statements that make all tables.
+std::string schema();
+
+// A number for these statements: a file that was made by others is not read.
+int32_t layoutOf(std::string_view schema);
+
+// Reads all but the journal. What can't be is thrown as damage of the file.
+MachineState readState(Database &database);
 
 // Writes a machine, in place of the one that may be there.
 void writeMachine(Database &database, MachineState &state);
@@ -40,5 +62,11 @@ void writeMachine(Database &database, MachineState &state);
 void writeChanges(Database &database, MachineState &state);
 
 void writeInjections(Database &database, std::vector<Injection> &injections);
+
+void addToJournal(Database &database, JournalRow row);
+
+// Calls work for the last rows of the journal, 0 for all, the oldest first.
+void readJournal(Database &database, int64_t last,
+                 const std::function<void(const JournalRow &)> &work);
 
 } // namespace sim

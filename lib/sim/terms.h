@@ -236,12 +236,12 @@ struct DeviceClass {
     int value;
     std::string_view shortName, alias; // before the number: as written, and as also accepted
     std::string_view key;              // in [supports] of a description
-    std::string_view word;             // of an adapter's class in a description
+    std::string_view word;             // in the state, and of an adapter in a description
 };
 
 inline constexpr DeviceClass classTerms[] = {
-    {YAT_CLASS_CPU_MODULE, "cpu", "cpu", "cpu_module", ""},
-    {YAT_CLASS_PCI_MODULE, "pci", "pci", "pci_module", ""},
+    {YAT_CLASS_CPU_MODULE, "cpu", "cpu", "cpu_module", "CPU"},
+    {YAT_CLASS_PCI_MODULE, "pci", "pci", "pci_module", "PCI"},
     {YAT_CLASS_SCSI_ADAPTER, "scsi", "scsi", "scsi_adapter", "SCSI"},
     {YAT_CLASS_ETHERNET_ADAPTER, "ethernet", "eth", "ethernet_adapter", "Ethernet"},
 };

@@ -1,27 +1,23 @@
 #include "sim/writing.h"
 
-#include "sim/keys.h"
+#include "sim/values.h"
 
-#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace sim {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-// ---- The tables of a description
-
-double in(Time unit, Time time)
-{
-    return static_cast<double>(time) / static_cast<double>(unit);
-}
-
-// Puts values into a table. What can't be written, such as an empty text, is what a missing key
-// stands for.
+// Puts values into a table.
 struct Writer {
-    static constexpr bool isUniform = false;
+    static constexpr bool isOfState = false;
     Json values = Json::object();
+
+    template <class Value, class Rule>
+    void operator()(std::string_view key, const Value &value, const Rule &rule, Presence = optional)
+    {
+        if (Json json = written(rule, value); !json.is_null())
+            values[key] = std::move(json);
+    }
 
     template <class Work> void table(std::string_view key, const Work &work)
     {
@@ -30,67 +26,6 @@ struct Writer {
         if (!values.empty())
             outer[key] = std::move(values);
         values = std::move(outer);
-    }
-
-    void text(std::string_view key, const std::string &value, size_t, Presence)
-    {
-        if (!value.empty())
-            values[key] = value;
-    }
-
-    void name(std::string_view key, const std::string &value)
-    {
-        values[key] = value;
-    }
-
-    void number(std::string_view key, int value, int, int, Presence)
-    {
-        values[key] = value;
-    }
-
-    void flag(std::string_view key, bool value)
-    {
-        values[key] = value;
-    }
-
-    template <class Value, class Table>
-    void word(std::string_view key, Value value, const Table &terms, Presence)
-    {
-        if (const auto *row = rowOf(terms, value))
-            values[key] = row->word;
-    }
-
-    void time(std::string_view key, Time value, Time unit, int)
-    {
-        values[key] = in(unit, value);
-    }
-
-    void timesAgo(std::string_view key, const std::vector<Time> &value, Time unit, int, size_t)
-    {
-        for (const Time time : value)
-            values[key].push_back(in(unit, -time));
-    }
-
-    void bytes(std::string_view key, const std::vector<uint8_t> &value, size_t)
-    {
-        if (!value.empty())
-            values[key] = value;
-    }
-
-    void path(std::string_view key, const PathIdentifier &value)
-    {
-        size_t length = value.size();
-        while (length > 1 && value[length - 1] == 0)
-            --length;
-        values[key] = std::vector(value.begin(), value.begin() + static_cast<ptrdiff_t>(length));
-    }
-
-    void codes(std::string_view key, unsigned value, std::span<const SupportCode> codes)
-    {
-        values[key] = Json::array();
-        for (const SupportCode &each : codes)
-            if (value & 1u << each.code)
-                values[key].push_back(rowOf(verbs, each.verb)->support);
     }
 };
 

@@ -94,29 +94,37 @@ TEST(StateFile, OfAnotherVersionIsRefusedAndLeftAlone)
 TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
 {
     const std::pair<const char *, const char *> cases[] = {
-        {"UPDATE device SET state = 9 WHERE class = 2", "CHECK constraint failed in device"},
-        {"UPDATE device SET bios_from = 3 WHERE class = 2", "CHECK constraint failed in device"},
-        {"UPDATE device SET state = 6, partner = 0 WHERE position = 0",
-         "CHECK constraint failed in device"},
-        {"UPDATE device SET class = 4", "CHECK constraint failed in device"},
-        {"UPDATE device SET number = 2000000000 WHERE position = 0",
-         "CHECK constraint failed in device"},
-        {"UPDATE device SET path = x'00' WHERE position = 3", "CHECK constraint failed in device"},
-        {"UPDATE device SET parent = 3 WHERE position = 3", "CHECK constraint failed in device"},
-        {"UPDATE device SET since = 9000000000000000000", "CHECK constraint failed in device"},
-        {"UPDATE device SET failure_count = 3000000000", "CHECK constraint failed in device"},
+        {"UPDATE device SET state = 'asleep'", "'state', expected one of \"empty\", "},
+        {"UPDATE device SET state = NULL", "'state', expected one of "},
+        {"UPDATE device SET bios_from = 3", "'bios_from', expected one of "},
+        {"UPDATE device SET state = 'synchronising', partner = 0 WHERE position = 0",
+         "a module synchronises with none"},
+        {"UPDATE device SET class = 4", "'class', expected one of \"CPU\", "},
+        {"UPDATE device SET number = 2000000000", "'number', expected a number from 1 to 9999"},
+        {"UPDATE device SET path = x'00' WHERE position = 3", "'path', expected a list of 1 to 8 "},
+        {"UPDATE device SET parent = 3 WHERE position = 3",
+         "'parent', expected a number from -1 to 2"},
+        {"UPDATE device SET since = 9000000000000000000", "'since', expected a number from 0 to "},
+        {"UPDATE device SET since = 'long ago'", "'since', expected a number from 0 to "},
+        {"UPDATE device SET failure_count = 3000000000", "'failure_count', expected a number "},
         {"UPDATE device SET bios_version = printf('%1001d', 1)",
-         "CHECK constraint failed in device"},
-        {"UPDATE machine SET scale = 1e300 * 1e300", "CHECK constraint failed in machine"},
-        {"UPDATE machine SET simulated = -1", "CHECK constraint failed in machine"},
-        {"UPDATE machine SET real = 9223372036854775807", "CHECK constraint failed in machine"},
-        {"UPDATE machine SET start = -5", "CHECK constraint failed in machine"},
-        {"UPDATE device SET failures = zeroblob(65 * 8)", "CHECK constraint failed in device"},
-        {"UPDATE device SET failures = x'00'", "CHECK constraint failed in device"},
-        {"UPDATE device SET failures = x'ffffffffffffff7f'",
-         "a device failed at a time that there is not"},
+         "'bios_version', expected a text of 1 to 1000 bytes"},
+        {"UPDATE device SET copies = 2", "'copies', expected true or false"},
+        {"UPDATE machine SET scale = 1e300 * 1e300",
+         "'scale', expected a number from 0 to 1000000"},
+        {"UPDATE machine SET simulated = -1", "'simulated', expected a number from 0 to "},
+        {"UPDATE machine SET real = 9223372036854775807", "'real', expected a number from 0 to "},
+        {"UPDATE machine SET start = -5", "'start', expected a number from 0 to 86400"},
+        {"UPDATE machine SET id = 2", "'id', expected a number from 1 to 1"},
+        {"UPDATE device SET failures = CAST('[' || replace(hex(zeroblob(32)), '0', '1,') || '1]'"
+         "                                  AS BLOB)",
+         "'failures', expected a list of up to 64 numbers from "},
+        {"UPDATE device SET failures = x'5b'", "'failures', expected a list of up to 64 numbers "},
+        {"UPDATE device SET failures = CAST('[1e30]' AS BLOB)", "'failures', expected a list of "},
+        {"UPDATE device SET failures = CAST('[999999999999999999]' AS BLOB)",
+         "'failures', expected a list of up to 64 numbers from "},
         {"INSERT INTO injection (call, times, delay) VALUES ('x', -1, 0)",
-         "CHECK constraint failed in injection"},
+         "'times', expected a number from 0 to 1000000000"},
         {"UPDATE device SET partner = 99 WHERE position = 0", "the partner of a module is missing"},
         {"DELETE FROM device WHERE position = 4", "a device is missing"},
         {"DELETE FROM machine", "the machine is missing"},
@@ -125,23 +133,11 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
         Stored stored;
         openStore(stored.store);
         close(stored.store);
-        tamper(stored.store, std::string("PRAGMA ignore_check_constraints = 1;") + sql);
+        tamper(stored.store, sql);
         SCOPED_TRACE(sql);
-        expectRefused(stored, std::string(" is damaged: ") + reason);
+        expectRefused(stored, std::string(" is damaged: ")
+                                  + (*reason == '\'' ? "wrong value for " : "") + reason);
     }
-}
-
-// And so no program can write it.
-TEST(StateFile, TakesNoValueThatCantBe)
-{
-    Stored stored;
-    openStore(stored.store);
-    close(stored.store);
-    const std::string before = readFile(stored.store.file);
-    for (const char *sql : {"UPDATE device SET state = 9", "UPDATE device SET since = 'long ago'",
-                            "UPDATE machine SET threshold = -1", "UPDATE machine SET id = 2"})
-        EXPECT_THROW(tamper(stored.store, sql), SQLite::Exception) << sql;
-    EXPECT_TRUE(readFile(stored.store.file) == before);
 }
 
 TEST(StateFile, WithoutATableIsRefused)
@@ -177,7 +173,7 @@ TEST(StateFile, CutOffAnywhereIsRefusedOrComplete)
         }
         close(stored.store);
     }
-    EXPECT_GT(refused, 25);
+    EXPECT_GT(refused, 10);
 }
 
 TEST(StateFile, DamagedInAPageOfTheJournalSaysSoToWhoeverReadsIt)
@@ -216,7 +212,7 @@ TEST(StateFile, WithAWrongByteIsRefusedOrUsedButNeverBringsTheProgramDown)
         ++refused;
         EXPECT_TRUE(readFile(stored.store.file) == wrong) << at << ": " << problem;
     }
-    EXPECT_GT(refused, 100);
+    EXPECT_GT(refused, 30);
 }
 
 TEST(StateFile, ThatCantBeWrittenSaysSo)

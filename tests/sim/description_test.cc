@@ -67,7 +67,7 @@ const char small[] = "name = \"M\"\n"                                  // 1
 const Case cases[] = {
     {"NotToml", "type = ", "type : ", "F:2: *"},
     {"MissingName", "name = \"M\"\n", "",
-     "F:1: missing key 'name', expected a text of 1 to 127 bytes"},
+     "F:1: missing key 'name', expected a text of 1 to 127 bytes without control characters"},
     {"UnknownKey", "type =", "typ = 1\ntype =",
      "F:2: unknown key 'typ' in the description, expected name, type, bmc, firmware, settings, "
      "mtbf, timing, supports, cpu_module, pci_module"},
@@ -124,7 +124,7 @@ const Case cases[] = {
     {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
      "F:36: name 'P1' is taken, expected one that no other has"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
-     "F:20: wrong value for 'name', expected a text without control characters"},
+     "F:20: wrong value for 'name', expected a text of 1 to 127 bytes without control characters"},
     {"BoardTwice", "board = 3", "board = 1",
      "F:32: board '1' is taken, expected one that no other has"},
     {"UnknownClass", "\"SCSI\"", "\"SATA\"",
@@ -180,7 +180,8 @@ TEST(Description, TellsAWrongPairBesideOtherMistakes)
                   "F:4: wrong value for 'start', expected a number from 0 to 86400",
                   "F:13: wrong value for 'state', expected \"duplex\" only if the partner is "
                   "\"duplex\" too",
-                  "F:20: wrong value for 'name', expected a text of 1 to 127 bytes"}));
+                  "F:20: wrong value for 'name', expected a text of 1 to 127 bytes without "
+                  "control characters"}));
 }
 
 TEST(Description, OfAPairHasBothRunningInDuplexOrOneAlone)

@@ -138,10 +138,10 @@ TEST(Store, LooksAtWhatIsDueWhileAnotherProgramWrites)
     }
     system->xSleep = sleeps;
     EXPECT_EQ(waits, 0);
-    EXPECT_EQ(find(readMachine(*openStateFile(stored.store.file)).machine, cpu2)->state,
+    EXPECT_EQ(find(readState(*openStateFile(stored.store.file)).machine, cpu2)->state,
               State::stopping);
     EXPECT_EQ(perform(stored.store, stopCpu2), Refusal::notRunning);
-    EXPECT_EQ(find(readMachine(*openStateFile(stored.store.file)).machine, cpu2)->state,
+    EXPECT_EQ(find(readState(*openStateFile(stored.store.file)).machine, cpu2)->state,
               State::stopped);
 }
 
@@ -156,7 +156,7 @@ TEST(Store, SyncsOncePerOperationAndNotToLook)
     while (find(look(stored.store), cpu2)->state != State::stopped) {
     }
     EXPECT_EQ(syncs, 1); // although that was written:
-    EXPECT_EQ(find(readMachine(*openStateFile(stored.store.file)).machine, cpu2)->state,
+    EXPECT_EQ(find(readState(*openStateFile(stored.store.file)).machine, cpu2)->state,
               State::stopped);
     perform(stored.store, {.verb = Verb::set, .argument = "data_file=2"});
     EXPECT_EQ(syncs, 2);

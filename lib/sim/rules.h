@@ -1,0 +1,215 @@
+// What a value of a machine can be, and how it is written down, in a description or in the tables
+// of the state: as JSON. Each rule has
+//
+//     Json write(value) const         null for what a missing value stands for; where there is no
+//                                     such function, the value itself
+//     bool read(json, value &) const  false, with nothing changed, for what it can't be
+//     std::string expected() const    what it can be, for messages
+#pragma once
+
+#include "sim/terms.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+namespace sim {
+
+using Json = nlohmann::ordered_json;
+
+template <class Rule, class Value> Json written(const Rule &rule, const Value &value)
+{
+    if constexpr (requires { rule.write(value); })
+        return rule.write(value);
+    else
+        return value;
+}
+
+// Words with commas between them, each with quotes of that kind around it.
+inline std::string joined(const std::vector<std::string_view> &words, const char *quote)
+{
+    std::string result;
+    for (const std::string_view word : words)
+        result.append(result.empty() ? "" : ", ").append(quote).append(word).append(quote);
+    return result;
+}
+
+struct Text {
+    size_t least = 0, most = SIZE_MAX; // bytes
+    bool isLine = false;               // without control characters
+
+    Json write(const std::string &value) const
+    {
+        return value.size() < least ? Json() : Json(value);
+    }
+    bool read(const Json &json, std::string &value) const
+    {
+        const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
+        const auto text = json.get_ptr<const std::string *>();
+        if (!text || text->size() < least || text->size() > most
+            || (isLine && std::ranges::any_of(*text, isControl)))
+            return false;
+        value = *text;
+        return true;
+    }
+    std::string expected() const
+    {
+        return "a text of " + std::to_string(least) + " to " + std::to_string(most) + " bytes"
+               + (isLine ? " without control characters" : "");
+    }
+};
+
+struct Flag {
+    bool read(const Json &json, bool &value) const
+    {
+        value = json.is_boolean() ? json.get<bool>() : value;
+        return json.is_boolean();
+    }
+    std::string expected() const
+    {
+        return "true or false";
+    }
+};
+
+// An integer.
+struct Number {
+    int64_t least = INT64_MIN, most = INT64_MAX;
+
+    template <class Value> bool read(const Json &json, Value &value) const
+    {
+        if (!json.is_number_integer() || json.get<int64_t>() < least || json.get<int64_t>() > most)
+            return false;
+        value = json.get<Value>();
+        return true;
+    }
+    std::string range() const
+    {
+        return "from " + std::to_string(least) + " to " + std::to_string(most);
+    }
+    std::string expected() const
+    {
+        return "a number " + range();
+    }
+};
+
+// A number from 0 of units; of a length of time, or how long ago things were, as a time before 0.
+struct Measure {
+    int most;
+    double unit = 1;
+
+    Json write(auto value) const
+    {
+        return std::abs(static_cast<double>(value) / unit);
+    }
+    template <class Value> bool read(const Json &json, Value &value) const
+    {
+        const double units = json.is_number() ? json.get<double>() : -1;
+        if (!(units >= 0 && units <= most)) // nan, too
+            return false;
+        if constexpr (std::is_same_v<Value, Time>)
+            value = std::llround(units * unit);
+        else
+            value = units * unit;
+        return true;
+    }
+    std::string range() const
+    {
+        return "from 0 to " + std::to_string(most);
+    }
+    std::string expected() const
+    {
+        return "a number " + range();
+    }
+};
+
+template <class Rule> struct List {
+    size_t least, most; // elements
+    Rule each;
+
+    template <class Value> Json write(const std::vector<Value> &values) const
+    {
+        Json json; // none when it is empty
+        for (const Value &value : values)
+            json.push_back(written(each, value));
+        return json;
+    }
+    template <class Value> bool read(const Json &json, std::vector<Value> &values) const
+    {
+        if (!json.is_array() || json.size() < least || json.size() > most)
+            return false;
+        std::vector<Value> found;
+        for (const Json &one : json)
+            if (!each.read(one, found.emplace_back()))
+                return false;
+        values = std::move(found);
+        return true;
+    }
+    std::string expected() const
+    {
+        return "a list of " + (least > 0 ? std::to_string(least) : "up") + " to "
+               + std::to_string(most) + " numbers " + each.range();
+    }
+};
+template <class Rule> List(size_t, size_t, Rule) -> List<Rule>;
+
+// The value of one of the words in a table of sim/terms.h.
+template <class Table> struct Word {
+    const Table &terms;
+
+    template <class Value> Json write(Value value) const
+    {
+        const auto row = rowOf(terms, value);
+        return row ? Json(row->word) : Json();
+    }
+    template <class Value> bool read(const Json &json, Value &value) const
+    {
+        const auto word = json.get_ptr<const std::string *>();
+        const auto found = word ? valueOf(terms, *word) : std::nullopt;
+        value = found.value_or(value);
+        return found.has_value();
+    }
+    std::string expected() const
+    {
+        std::vector<std::string_view> words;
+        for (const auto &term : terms)
+            words.push_back(term.word);
+        return "one of " + joined(words, "\"");
+    }
+};
+template <class Table> Word(const Table &) -> Word<Table>;
+
+// A list of words, a bit for the code of each.
+struct Codes {
+    std::span<const SupportCode> codes;
+
+    Json write(unsigned value) const
+    {
+        Json json = Json::array();
+        for (const SupportCode &each : codes)
+            if (value & 1u << each.code)
+                json.push_back(rowOf(verbs, each.verb)->support);
+        return json;
+    }
+    bool read(const Json &json, unsigned &value) const
+    {
+        unsigned bits = 0;
+        size_t known = 0;
+        for (const SupportCode &each : codes)
+            if (const auto count = std::ranges::count(json, Json(rowOf(verbs, each.verb)->support))) {
+                bits |= 1u << each.code;
+                known += static_cast<size_t>(count);
+            }
+        if (!json.is_array() || known != json.size())
+            return false;
+        value |= bits;
+        return true;
+    }
+    std::string expected() const
+    {
+        std::vector<std::string_view> words;
+        for (const SupportCode &each : codes)
+            words.push_back(rowOf(verbs, each.verb)->support);
+        return "a list of any of " + joined(words, "\"");
+    }
+};
+
+} // namespace sim
