@@ -151,13 +151,13 @@ int getSetting(const Machine &machine, int kind, int object, int index, int *val
     return 1;
 }
 
-Operation operationOf(Verb verb, const yat_device *device, int code, const char *argument)
+Order orderOf(Verb verb, const yat_device *device, int code, const char *argument)
 {
     return {
         .verb = verb, .device = idOf(device), .code = code, .argument = argument ? argument : ""};
 }
 
-Operation settingOperation(int kind, int object, int index, const int *value)
+Order settingOrder(int kind, int object, int index, const int *value)
 {
     return {.verb = Verb::putSetting,
             .device = {object, index},

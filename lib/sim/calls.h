@@ -1,7 +1,7 @@
 // The calls of yat/ft.h and yat/facts.h that only read, answered by a machine.
 #pragma once
 
-#include "sim/operations.h"
+#include "sim/orders.h"
 #include "yat/facts.h"
 #include "yat/ft.h"
 
@@ -19,7 +19,7 @@ int getSetting(const Machine &machine, int kind, int object, int index, int *val
 
 // The operation that the arguments of another call ask for. A null record stands for a device that
 // does not exist, so that it is refused as one.
-Operation operationOf(Verb verb, const yat_device *device, int code, const char *argument = "");
-Operation settingOperation(int kind, int object, int index, const int *value);
+Order orderOf(Verb verb, const yat_device *device, int code, const char *argument = "");
+Order settingOrder(int kind, int object, int index, const int *value);
 
 } // namespace sim

@@ -1,10 +1,139 @@
 #include "sim/course.h"
 
-#include "sim/transitions.h"
-
 #include <algorithm>
+#include <string_view>
 
 namespace sim {
+namespace {
+
+// Whether a BIOS version is older than another one. The numbers in them count as numbers, whatever
+// zeros they begin with.
+bool isOlder(std::string_view left, std::string_view right)
+{
+    const auto isDigit = [](char byte) { return byte >= '0' && byte <= '9'; };
+    const auto takeNumber = [&](std::string_view &text) {
+        const auto end = std::ranges::find_if_not(text, isDigit);
+        std::string_view number(text.begin(), end);
+        text.remove_prefix(number.size());
+        number.remove_prefix(std::min(number.find_first_not_of('0'), number.size()));
+        return number;
+    };
+    while (!left.empty() && !right.empty()) {
+        if (isDigit(left[0]) && isDigit(right[0])) {
+            const std::string_view one = takeNumber(left), other = takeNumber(right);
+            if (one != other)
+                return one.size() != other.size() ? one.size() < other.size() : one < other;
+        } else if (left[0] != right[0]) {
+            return left < right;
+        } else {
+            left.remove_prefix(1);
+            right.remove_prefix(1);
+        }
+    }
+    return left.empty() && !right.empty();
+}
+
+// The BIOS of a module that is about to start is brought up to that of the running one.
+bool needsFirmware(const Machine &machine, const Device &module)
+{
+    const Device *source = biosSource(machine, module);
+    if (!machine.automaticFirmwareUpdate || !source
+        || !supports(machine, Verb::burnFirmware, module.id.classCode))
+        return false;
+    return module.bios == Bios::invalid || isOlder(module.biosVersion, source->biosVersion);
+}
+
+// Whether it was done or not.
+void endFirmwareUpdate(Device &module)
+{
+    module.newBios.clear();
+    module.copies = false;
+    module.startsAfter = false;
+}
+
+} // namespace
+
+// ---- From one state into another
+
+void enter(Machine &machine, Device &device, State state)
+{
+    const int position = positionOf(machine, device);
+    const auto end = [&] {
+        return std::pair(device.since + durationOf(machine, device.state), position);
+    };
+    machine.index.underWay.erase(end());
+    device.state = state;
+    device.since = machine.now;
+    if (endsByItself(state))
+        machine.index.underWay.insert(end());
+    machine.index.changed.insert(position);
+}
+
+void countFailure(const Machine &machine, Device &device)
+{
+    device.failureCount = std::min(device.failureCount + 1, mostFailures);
+    device.failures.push_back(machine.now);
+    if (device.failures.size() > failuresKept)
+        device.failures.erase(device.failures.begin());
+}
+
+const Device *biosSource(const Machine &machine, const Device &device)
+{
+    const Device *partner = partnerOf(machine, device);
+    return partner && isRunning(partner->state) && partner->bios != Bios::invalid ? partner
+                                                                                  : nullptr;
+}
+
+bool canStart(const Machine &machine, const Device &module)
+{
+    return module.bios != Bios::invalid || needsFirmware(machine, module);
+}
+
+void start(Machine &machine, Device &module)
+{
+    if (!needsFirmware(machine, module)) {
+        enter(machine, module, State::starting);
+        return;
+    }
+    enter(machine, module, State::firmwareUpdate);
+    module.newBios = biosSource(machine, module)->biosVersion;
+    module.copies = true;
+    module.startsAfter = true;
+}
+
+void startIfAutomatic(Machine &machine, Device &module)
+{
+    if (machine.automaticModuleStart && module.state == State::stopped && canStart(machine, module))
+        start(machine, module);
+}
+
+void interrupt(Machine &machine, Device &module, State next)
+{
+    const bool ran = isRunning(module.state);
+    if (module.state == State::firmwareUpdate) {
+        endFirmwareUpdate(module);
+        module.bios = Bios::invalid;
+    }
+    enter(machine, module, next);
+    if (ran)
+        leavePartnerAlone(machine, module);
+}
+
+void leavePartnerAlone(Machine &machine, const Device &module)
+{
+    Device *partner = partnerOf(machine, module);
+    if (!partner)
+        return;
+    if (partner->state == State::duplex)
+        enter(machine, *partner, State::simplex);
+    else if (partner->state == State::synchronising)
+        enter(machine, *partner, State::starting); // there is nothing left to synchronise with
+    else if (partner->state == State::firmwareUpdate && partner->copies)
+        interrupt(machine, *partner, State::stopped);
+}
+
+// ---- By itself
+
 namespace {
 
 // What a module carries starts with it. It follows the module in the machine.

@@ -194,7 +194,8 @@ struct Codes {
         unsigned bits = 0;
         size_t known = 0;
         for (const SupportCode &each : codes)
-            if (const auto count = std::ranges::count(json, Json(rowOf(verbs, each.verb)->support))) {
+            if (const auto count =
+                    std::ranges::count(json, Json(rowOf(verbs, each.verb)->support))) {
                 bits |= 1u << each.code;
                 known += static_cast<size_t>(count);
             }

@@ -2,105 +2,90 @@
 
 #include "sim/course.h"
 #include "sim/numbers.h"
+#include "sim/values.h"
 #include "sim/words.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace sim {
 namespace {
 
+using Value = const std::string &;
+
 constexpr int longestStep = 315'360'000; // seconds
+constexpr Term<bool> switches[] = {{true, "on"}, {false, "off"}};
 
-// A length of time from 0 to the given number of units; nothing for any other text.
-std::optional<Time> timeOf(std::string_view text, Time unit, int most)
+bool setLength(Time &time, std::string_view value, const Measure &rule)
 {
-    const auto number = numberIn<double>(text);
-    if (!number || !(*number >= 0 && *number <= most))
-        return {};
-    return std::llround(*number * static_cast<double>(unit));
+    const auto number = numberIn<double>(value);
+    return number && rule.read(*number, time);
 }
 
-bool setSwitch(bool &setting, const std::string &value)
+bool setBiosStatus(Machine &, Device *device, Value value)
 {
-    if (value != "on" && value != "off")
-        return false;
-    setting = value == "on";
-    return true;
-}
-
-bool setText(std::string &text, const std::string &value)
-{
-    if (value.size() > longestVersion)
-        return false;
-    text = value;
-    return true;
-}
-
-bool setBios(const Device &device, std::string &text, const std::string &value)
-{
-    return device.id.classCode == YAT_CLASS_CPU_MODULE && !value.empty() && setText(text, value);
-}
-
-bool setBiosStatus(Machine &, Device *device, const std::string &value)
-{
-    if (!setBios(*device, device->biosStatus, value))
+    if (!version.read(value, device->biosStatus))
         return false;
     device->bios = Bios::described;
     return true;
 }
 
-bool setThreshold(Machine &machine, Device *, const std::string &value)
+bool letTimePass(Machine &machine, Device *, Value value)
 {
-    const auto threshold = timeOf(value, hour, longestMtbf);
-    machine.mtbfThreshold = threshold.value_or(machine.mtbfThreshold);
-    return threshold.has_value();
+    Time step = 0;
+    if (!value.starts_with('+')
+        || !setLength(step, std::string_view(value).substr(1),
+                      {.most = longestStep, .unit = second})
+        || machine.now > lastMoment - step)
+        return false;
+    advance(machine, machine.now + step);
+    return true;
 }
 
-bool letTimePass(Machine &machine, Device *, const std::string &value)
+bool isOwner(SetKey::Owner owner, const Device *device)
 {
-    if (!value.starts_with('+'))
-        return false;
-    const auto step = timeOf(std::string_view(value).substr(1), second, longestStep);
-    if (!step || machine.now > lastMoment - *step)
-        return false;
-    advance(machine, machine.now + *step);
-    return true;
+    switch (owner) {
+    case SetKey::machine: return !device;
+    case SetKey::module: return device && isModule(device->id);
+    case SetKey::cpuModule: return device && device->id.classCode == YAT_CLASS_CPU_MODULE;
+    }
+    return false;
 }
 
 } // namespace
 
 const std::vector<SetKey> &setKeys()
 {
-    using Value = const std::string &;
-    static const std::string version = std::to_string(longestVersion) + " bytes";
+    static const std::string bytes = std::to_string(longestVersion) + " bytes";
     static const std::vector<SetKey> keys = {
-        {"mtbf_type", true,
+        {"mtbf_type", SetKey::module,
          mtbfTypeText(stayDown) + ", " + mtbfTypeText(alwaysRestart) + " or "
              + mtbfTypeText(restartAboveThreshold) + ", of a module",
+         [](Machine &machine, Device *device, Value value) {
+             return setMtbfType(machine, *device, value) == Refusal::none;
+         }},
+        {"bios_version", SetKey::cpuModule, version.expected() + ", of a CPU module",
          [](Machine &, Device *device, Value value) {
-             return isModule(device->id) && setMtbfType(*device, value);
+             return version.read(value, device->biosVersion);
          }},
-        {"bios_version", true, "a text of 1 to " + version + ", of a CPU module",
-         [](Machine &, Device *device, Value value) {
-             return setBios(*device, device->biosVersion, value);
-         }},
-        {"bios_status", true, "a text of 1 to " + version + ", of a CPU module", setBiosStatus},
-        {"automatic_firmware_update", false, "on or off",
+        {"bios_status", SetKey::cpuModule, version.expected() + ", of a CPU module", setBiosStatus},
+        {"automatic_firmware_update", SetKey::machine, "on or off",
          [](Machine &machine, Device *, Value value) {
-             return setSwitch(machine.automaticFirmwareUpdate, value);
+             return Word{switches}.read(value, machine.automaticFirmwareUpdate);
          }},
-        {"automatic_module_start", false, "on or off",
+        {"automatic_module_start", SetKey::machine, "on or off",
          [](Machine &machine, Device *, Value value) {
-             return setSwitch(machine.automaticModuleStart, value);
+             return Word{switches}.read(value, machine.automaticModuleStart);
          }},
-        {"mtbf_threshold", false, "hours, 0 to " + std::to_string(longestMtbf), setThreshold},
-        {"data_file", false,
-         "the BIOS version in the firmware data file, a text of up to " + version,
+        {"mtbf_threshold", SetKey::machine, "hours, 0 to " + std::to_string(longestMtbf),
          [](Machine &machine, Device *, Value value) {
-             return setText(machine.dataFileVersion, value);
+             return setLength(machine.mtbfThreshold, value, {.most = longestMtbf, .unit = hour});
          }},
-        {"time", false,
+        {"data_file", SetKey::machine,
+         "the BIOS version in the firmware data file, a text of up to " + bytes,
+         [](Machine &machine, Device *, Value value) {
+             return Text{.most = longestVersion}.read(value, machine.dataFileVersion);
+         }},
+        {"time", SetKey::machine,
          "+SECONDS, 0 to " + std::to_string(longestStep) + ": lets that much time pass",
          letTimePass},
     };
@@ -111,20 +96,20 @@ Refusal set(Machine &machine, Device *device, const std::string &argument)
 {
     const size_t equals = std::min(argument.find('='), argument.size());
     for (const SetKey &each : setKeys())
-        if (each.ofDevice == (device != nullptr) && argument.compare(0, equals, each.key) == 0
+        if (isOwner(each.owner, device) && argument.compare(0, equals, each.key) == 0
             && equals < argument.size() && each.set(machine, device, argument.substr(equals + 1)))
             return Refusal::none;
     return Refusal::wrongArgument;
 }
 
-bool setMtbfType(Device &device, const std::string &type)
+Refusal setMtbfType(Machine &, Device &device, const std::string &type)
 {
     for (const auto &each : mtbfTypes)
         if (type == std::to_string(each.value)) {
             device.mtbfType = each.value;
-            return true;
+            return Refusal::none;
         }
-    return false;
+    return Refusal::wrongArgument;
 }
 
 } // namespace sim

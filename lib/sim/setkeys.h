@@ -10,10 +10,9 @@ namespace sim {
 
 struct SetKey {
     const char *key;
-    bool ofDevice;      // or of the machine
+    enum Owner { machine, module, cpuModule } owner;
     std::string values; // what they can be, for messages and manuals
-    // Sets it, of a device or else of the machine; false, with nothing changed, for a value that
-    // it can't have.
+    // Sets it, of its owner; false, with nothing changed, for a value that it can't have.
     bool (*set)(Machine &machine, Device *device, const std::string &value);
 };
 
@@ -23,6 +22,6 @@ const std::vector<SetKey> &setKeys();
 Refusal set(Machine &machine, Device *device, const std::string &argument);
 
 // Of a module or an adapter: "0", "1" or "2".
-bool setMtbfType(Device &device, const std::string &type);
+Refusal setMtbfType(Machine &machine, Device &device, const std::string &type);
 
 } // namespace sim

@@ -282,24 +282,24 @@ void write(Store &store, const std::function<void()> &work)
     transact(store, true, work);
 }
 
-Refusal perform(Store &store, const Operation &operation)
+Refusal perform(Store &store, const Order &order)
 {
     Refusal refusal = Refusal::none;
     write(store, [&] {
-        refusal = apply(store.state.machine, operation);
-        writeDown(store, rowOf(operation, refusal == Refusal::none
+        refusal = apply(store.state.machine, order);
+        writeDown(store, rowOf(order, refusal == Refusal::none
                                           ? "done"
                                           : "refused: " + std::string(nameOf(refusal))));
     });
     return refusal;
 }
 
-JournalRow rowOf(const Operation &operation, const std::string &result)
+JournalRow rowOf(const Order &order, const std::string &result)
 {
-    return {.device = nameOf(operation.device),
-            .operation = std::string(nameOf(operation.verb)),
-            .code = operation.code,
-            .argument = operation.argument,
+    return {.device = nameOf(order.device),
+            .operation = std::string(nameOf(order.verb)),
+            .code = order.code,
+            .argument = order.argument,
             .result = result};
 }
 

@@ -8,7 +8,7 @@
 
 #include "common/caller.h"
 #include "common/machine.h"
-#include "sim/operations.h"
+#include "sim/orders.h"
 #include "sim/tables.h"
 
 #include <functional>
@@ -65,13 +65,13 @@ const std::vector<Injection> &injections(Store &store);
 void write(Store &store, const std::function<void()> &work);
 
 // Carries an operation out and puts it into the journal. It is on the disk when this returns.
-Refusal perform(Store &store, const Operation &operation);
+Refusal perform(Store &store, const Order &order);
 
 // Puts a row into the journal, as a part of work that writes; who, and when, is filled in here.
 void writeDown(Store &store, JournalRow row);
 
 // The journal's row for an operation.
-JournalRow rowOf(const Operation &operation, const std::string &result);
+JournalRow rowOf(const Order &order, const std::string &result);
 
 // Puts an operation into the journal that was declined before the machine saw it. The row's result
 // is the reason.

@@ -158,15 +158,15 @@ int ifSupportAnswered(yat_device *device, int code, int *detail)
 }
 
 // An operation that is answered by its injection is written down and not carried out.
-int operateAnswered(const Operation &operation)
+int operateAnswered(const Order &order)
 {
     Store &store = openedStore();
     int result = 0;
-    withInjection(store, nameOf(operation.verb), [&](const std::optional<Injection> &injection) {
+    withInjection(store, nameOf(order.verb), [&](const std::optional<Injection> &injection) {
         const bool isAnswered = injection && injection->result;
-        result = isAnswered ? *injection->result : perform(store, operation) == Refusal::none;
+        result = isAnswered ? *injection->result : perform(store, order) == Refusal::none;
         if (isAnswered)
-            writeDown(store, rowOf(operation, "injected: " + std::to_string(result)));
+            writeDown(store, rowOf(order, "injected: " + std::to_string(result)));
     });
     return result;
 }
@@ -174,12 +174,12 @@ int operateAnswered(const Operation &operation)
 template <Verb verb, class... Argument>
 int operation(yat_device *device, int code, Argument... argument)
 {
-    return operateAnswered(operationOf(verb, device, code, argument...));
+    return operateAnswered(orderOf(verb, device, code, argument...));
 }
 
 int putSetting(int kind, int object, int index, int *value)
 {
-    return operateAnswered(settingOperation(kind, object, index, value));
+    return operateAnswered(settingOrder(kind, object, index, value));
 }
 
 // ---- Opening and closing

@@ -2,7 +2,7 @@
 #include "contradiction.h"
 #include "sim/course.h"
 #include "sim/description.h"
-#include "sim/operations.h"
+#include "sim/orders.h"
 #include "sim/words.h"
 #include "sim/writing.h"
 #include "support.h"
@@ -61,9 +61,9 @@ std::vector<std::string> argumentsFor(Verb verb)
     }
 }
 
-Operation anyOperation(const Machine &machine)
+Order anyOperation(const Machine &machine)
 {
-    Operation operation;
+    Order operation;
     operation.verb = *rc::gen::elementOf(std::vector<Verb>(std::begin(allVerbs), std::end(allVerbs)));
     operation.argument = *rc::gen::elementOf(argumentsFor(operation.verb));
     operation.device = *anyDevice(machine);
@@ -85,8 +85,7 @@ Time anyPause()
     return *rc::gen::elementOf(std::vector<Time>{0, second, 5 * second, 15 * second, hour});
 }
 
-void runHistory(const std::string &toml,
-                const std::function<void(Machine &, const Operation &)> &step)
+void runHistory(const std::string &toml, const std::function<void(Machine &, const Order &)> &step)
 {
     Machine machine = machineOf(toml);
     const int steps = *rc::gen::inRange(1, 60);
@@ -111,7 +110,7 @@ std::string anyMachine()
 TEST(Machine, NeverTakesAPairDownByAnOperationOfOurs)
 {
     EXPECT_TRUE(rc::check([] {
-        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+        runHistory(anyMachine(), [](Machine &machine, const Order &operation) {
             const Machine before = machine;
             apply(machine, operation);
             RC_ASSERT(!isCall(operation.verb) || !tookPairDown(before, machine));
@@ -122,7 +121,7 @@ TEST(Machine, NeverTakesAPairDownByAnOperationOfOurs)
 TEST(Machine, ChangesNothingWhenItRefuses)
 {
     EXPECT_TRUE(rc::check([] {
-        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+        runHistory(anyMachine(), [](Machine &machine, const Order &operation) {
             const Machine before = machine;
             if (apply(machine, operation) != Refusal::none)
                 RC_ASSERT(machine == before);
@@ -133,7 +132,7 @@ TEST(Machine, ChangesNothingWhenItRefuses)
 TEST(Machine, KeepsItsIndexAsItsDevicesAre)
 {
     EXPECT_TRUE(rc::check([] {
-        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+        runHistory(anyMachine(), [](Machine &machine, const Order &operation) {
             apply(machine, operation);
             Machine again = machine;
             makeIndex(again);
@@ -146,7 +145,7 @@ TEST(Machine, KeepsItsIndexAsItsDevicesAre)
 TEST(Machine, SaysWhichOfItsDevicesHaveChanged)
 {
     EXPECT_TRUE(rc::check([] {
-        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+        runHistory(anyMachine(), [](Machine &machine, const Order &operation) {
             const Machine before = machine;
             const bool isDue = isAnythingDue(machine, machine.now + 5 * second);
             machine.index.changed.clear();
@@ -163,7 +162,7 @@ TEST(Machine, SaysWhichOfItsDevicesHaveChanged)
 TEST(Machine, TakesWhatItSaysItTakes)
 {
     EXPECT_TRUE(rc::check([] {
-        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+        runHistory(anyMachine(), [](Machine &machine, const Order &operation) {
             const bool hasArgument =
                 operation.verb == Verb::setMtbfType || operation.verb == Verb::burnFirmware;
             const Refusal said = check(machine, operation.verb, operation.device, operation.code);
@@ -190,7 +189,7 @@ TEST(Machine, IsTheSameHoweverOftenItIsLookedAt)
             advance(often, until);
             advance(seldom, until);
             RC_ASSERT(often == seldom);
-            const Operation operation = anyOperation(seldom);
+            const Order operation = anyOperation(seldom);
             RC_ASSERT(apply(often, operation) == apply(seldom, operation));
             RC_ASSERT(often == seldom);
         }
@@ -212,7 +211,7 @@ TEST(Machine, ComesToRest)
 TEST(Machine, CanBeDescribedAtAnyTime)
 {
     EXPECT_TRUE(rc::check([] {
-        runHistory(anyMachine(), [](Machine &machine, const Operation &operation) {
+        runHistory(anyMachine(), [](Machine &machine, const Order &operation) {
             apply(machine, operation);
             const std::string toml = toToml(atRest(machine));
             const Machine again = parseDescription(toml, "F");

@@ -44,7 +44,7 @@ yat_device *anyRecordOf(yat_device *root, DeviceId id)
     return &stranger;
 }
 
-int callOf(yat_device *root, const Operation &operation)
+int callOf(yat_device *root, const Order &operation)
 {
     yat_device *device = anyRecordOf(root, operation.device);
     const char *argument = operation.argument.c_str();
@@ -258,7 +258,7 @@ Act anyCall(const Machine &machine, const std::function<int(int)> &below)
 {
     const Verb verbs[] = {Verb::bringUp,   Verb::bringDown,   Verb::bringUp,      Verb::bringDown,
                           Verb::clearMtbf, Verb::setMtbfType, Verb::burnFirmware, Verb::putSetting};
-    Operation operation = {.verb = verbs[below(8)], .device = anyModule(machine, below)};
+    Order operation = {.verb = verbs[below(8)], .device = anyModule(machine, below)};
     if (operation.verb == Verb::clearMtbf && below(3) == 0)
         operation.device = anyAdapter(below);
     if (operation.verb == Verb::burnFirmware)

@@ -13,7 +13,7 @@
 
 // Something to do to the machine: by a call of yat/ft.h, or from outside, as yatsim does it.
 struct Act {
-    sim::Operation operation;
+    sim::Order operation;
     std::optional<sim::Injection> injection{}; // then this, and no operation
     std::string another{};                     // "reset" or "import", from the machine's own file
 };

@@ -3,7 +3,7 @@
 #include "bigmachine.h"
 #include "common/records.h"
 #include "sim/course.h"
-#include "sim/operations.h"
+#include "sim/orders.h"
 #include "sim/records.h"
 
 #include <functional>

@@ -232,7 +232,7 @@ TEST(Journal, NeverGoesBackInTime)
     Stored stored;
     stored.sandbox.set("YAT_TIME_SCALE", "1");
     openStore(stored.store);
-    const Operation refused = {.verb = Verb::bringUp, .device = cpu2, .code = 6};
+    const Order refused = {.verb = Verb::bringUp, .device = cpu2, .code = 6};
     perform(stored.store, refused);
     tamper(stored.store, "UPDATE machine SET real = real + 3600000000");
     perform(stored.store, refused);

@@ -25,7 +25,7 @@ struct Stored {
 };
 
 constexpr sim::DeviceId cpu2 = {YAT_CLASS_CPU_MODULE, 2};
-inline const sim::Operation stopCpu2 = {.verb = sim::Verb::bringDown, .device = cpu2, .code = 8};
+inline const sim::Order stopCpu2 = {.verb = sim::Verb::bringDown, .device = cpu2, .code = 8};
 
 inline std::vector<sim::JournalRow> journalOf(sim::Store &store)
 {

@@ -44,8 +44,8 @@ std::string setHelp()
 {
     std::string result;
     for (const SetKey &key : setKeys())
-        result += "  " + std::string(key.ofDevice ? "DEVICE." : "") + key.key + "\n      "
-                  + key.values + "\n";
+        result += "  " + std::string(key.owner != SetKey::machine ? "DEVICE." : "") + key.key
+                  + "\n      " + key.values + "\n";
     return "Keys and their values:\n" + result + "\n" + aboutDevices;
 }
 

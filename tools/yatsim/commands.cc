@@ -51,12 +51,12 @@ DeviceId deviceFor(Store &store, JournalRow row)
     refuseAndFail(store, row, noDevice(machine, row.device));
 }
 
-void performOrFail(Store &store, const Operation &operation)
+void performOrFail(Store &store, const Order &order)
 {
-    const Refusal refusal = perform(store, operation);
+    const Refusal refusal = perform(store, order);
     if (refusal != Refusal::none)
-        throw yat::Problem(std::string(nameOf(operation.verb)) + " " + nameOf(operation.device)
-                           + ": " + std::string(nameOf(refusal)));
+        throw yat::Problem(std::string(nameOf(order.verb)) + " " + nameOf(order.device) + ": "
+                           + std::string(nameOf(refusal)));
 }
 
 void checkInjection(const Request &request)
@@ -178,12 +178,13 @@ void set(const Request &request)
                       .argument = key + "=" + value};
     Store store = simulatedStore();
     const auto known = std::ranges::find_if(setKeys(), [&](const SetKey &each) {
-        return each.key == key && each.ofDevice == ofDevice;
+        return each.key == key && (each.owner != SetKey::machine) == ofDevice;
     });
     if (known == setKeys().end()) {
         std::vector<std::string> keys;
         for (const SetKey &each : setKeys())
-            keys.push_back((each.ofDevice ? "DEVICE." : "") + std::string(each.key));
+            keys.push_back((each.owner != SetKey::machine ? "DEVICE." : "")
+                           + std::string(each.key));
         row.result = nameOf(Refusal::wrongArgument);
         refuseAndFail(store, row, "no key '" + name + "', expected one of " + list(keys));
     }

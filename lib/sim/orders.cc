@@ -1,7 +1,7 @@
-#include "sim/operations.h"
+#include "sim/orders.h"
 
+#include "sim/course.h"
 #include "sim/setkeys.h"
-#include "sim/transitions.h"
 
 namespace sim {
 namespace {
@@ -17,7 +17,7 @@ Refusal checkStart(const Machine &machine, const Device &device)
     return canStart(machine, device) ? Refusal::none : Refusal::biosInvalid;
 }
 
-Refusal checkStop(const Device &device)
+Refusal checkStop(const Machine &, const Device &device)
 {
     switch (device.state) {
     case State::duplex:
@@ -45,18 +45,9 @@ Refusal checkFailure(const Machine &machine, const Device &device)
                                                                             : Refusal::notRunning;
 }
 
-Refusal checkState(const Machine &machine, Verb verb, const Device &device)
+Refusal checkRepair(const Machine &, const Device &device)
 {
-    switch (verb) {
-    case Verb::bringUp: return checkStart(machine, device);
-    case Verb::bringDown: return checkStop(device);
-    case Verb::burnFirmware: return checkBurn(machine, device);
-    case Verb::fail: return checkFailure(machine, device);
-    case Verb::repair:
-        return device.state == State::broken || device.defective ? Refusal::none
-                                                                 : Refusal::notBroken;
-    default: return Refusal::none;
-    }
+    return device.state == State::broken || device.defective ? Refusal::none : Refusal::notBroken;
 }
 
 // ---- By the calls
@@ -82,20 +73,25 @@ void comeBack(Machine &machine, Device &device)
     }
 }
 
-void clearMtbf(Machine &machine, Device &device)
+Refusal clearMtbf(Machine &machine, Device &device, const std::string &)
 {
     device.failureCount = 0;
     device.failures.clear();
     if (device.state == State::broken)
         comeBack(machine, device);
+    return Refusal::none;
 }
 
-void bringDown(Machine &machine, Device &device)
+Refusal bringUp(Machine &machine, Device &device, const std::string &)
 {
-    const bool ran = isRunning(device.state);
-    enter(machine, device, State::stopping);
-    if (ran)
-        leavePartnerAlone(machine, device);
+    start(machine, device);
+    return Refusal::none;
+}
+
+Refusal bringDown(Machine &machine, Device &device, const std::string &)
+{
+    interrupt(machine, device, State::stopping);
+    return Refusal::none;
 }
 
 Refusal burnFirmware(Machine &machine, Device &device, const std::string &mode)
@@ -112,16 +108,16 @@ Refusal burnFirmware(Machine &machine, Device &device, const std::string &mode)
     return Refusal::none;
 }
 
-Refusal putSetting(Machine &machine, const Operation &operation)
+Refusal putSetting(Machine &machine, const Order &order)
 {
-    if (operation.device != wholeMachine)
+    if (order.device != wholeMachine)
         return Refusal::unknownDevice;
-    const auto setting = settingOf(operation.code);
+    const auto setting = settingOf(order.code);
     if (!setting)
         return Refusal::wrongCode;
-    if (operation.argument != "0" && operation.argument != "1")
+    if (order.argument != "0" && order.argument != "1")
         return Refusal::wrongArgument;
-    machine.*setting = operation.argument == "1";
+    machine.*setting = order.argument == "1";
     return Refusal::none;
 }
 
@@ -147,37 +143,52 @@ Refusal fail(Machine &machine, Device &device, const std::string &argument)
     return Refusal::none;
 }
 
-void repair(Machine &machine, Device &device)
+Refusal repair(Machine &machine, Device &device, const std::string &)
 {
     device.defective = false;
     if (device.state == State::broken)
         comeBack(machine, device);
+    return Refusal::none;
 }
 
-void insert(Machine &machine, Device &device)
+Refusal pull(Machine &machine, Device &device, const std::string &)
+{
+    interrupt(machine, device, State::empty);
+    return Refusal::none;
+}
+
+Refusal insert(Machine &machine, Device &device, const std::string &)
 {
     enter(machine, device, State::stopped);
     startIfAutomatic(machine, device);
-}
-
-Refusal applyToDevice(Machine &machine, Device &device, const Operation &operation)
-{
-    switch (operation.verb) {
-    case Verb::clearMtbf: clearMtbf(machine, device); break;
-    case Verb::bringUp: start(machine, device); break;
-    case Verb::bringDown: bringDown(machine, device); break;
-    case Verb::setMtbfType:
-        return setMtbfType(device, operation.argument) ? Refusal::none : Refusal::wrongArgument;
-    case Verb::burnFirmware: return burnFirmware(machine, device, operation.argument);
-    case Verb::fail: return fail(machine, device, operation.argument);
-    case Verb::repair: repair(machine, device); break;
-    case Verb::pull: interrupt(machine, device, State::empty); break;
-    case Verb::insert: insert(machine, device); break;
-    case Verb::set: return set(machine, &device, operation.argument);
-    case Verb::putSetting: return Refusal::wrongCode;
-    }
     return Refusal::none;
 }
+
+Refusal setKey(Machine &machine, Device &device, const std::string &argument)
+{
+    return set(machine, &device, argument);
+}
+
+// An operation on a device: why the state that this is in refuses it, and what it does.
+struct OnDevice {
+    Verb value;
+    Refusal (*apply)(Machine &, Device &, const std::string &argument);
+    Refusal (*check)(const Machine &, const Device &) = nullptr; // of one that is installed
+    bool isOfModules = false;
+};
+
+constexpr OnDevice onDevices[] = {
+    {Verb::clearMtbf, clearMtbf},
+    {Verb::bringUp, bringUp, checkStart},
+    {Verb::bringDown, bringDown, checkStop},
+    {Verb::setMtbfType, setMtbfType},
+    {Verb::burnFirmware, burnFirmware, checkBurn},
+    {Verb::fail, fail, checkFailure},
+    {Verb::repair, repair, checkRepair},
+    {Verb::pull, pull, nullptr, true},
+    {Verb::insert, insert, nullptr, true},
+    {Verb::set, setKey},
+};
 
 } // namespace
 
@@ -189,28 +200,27 @@ Refusal check(const Machine &machine, Verb verb, DeviceId id, int code)
     const Device *device = find(machine, id);
     if (!device)
         return Refusal::unknownDevice;
-    if (isCall(verb) && !supports(machine, verb, id.classCode))
-        return Refusal::unsupported;
-    const bool movesModule = verb == Verb::pull || verb == Verb::insert;
-    if (movesModule && !isModule(id))
+    const OnDevice &operation = *rowOf(onDevices, verb);
+    if (isCall(verb) ? !supports(machine, verb, id.classCode)
+                     : operation.isOfModules && !isModule(id))
         return Refusal::unsupported;
     const bool isInstalled = stateOf(machine, *device) != State::empty;
-    if (verb == Verb::insert)
-        return isInstalled ? Refusal::installed : Refusal::none;
-    return isInstalled ? checkState(machine, verb, *device) : Refusal::notInstalled;
+    if (isInstalled == (verb == Verb::insert))
+        return isInstalled ? Refusal::installed : Refusal::notInstalled;
+    return operation.check ? operation.check(machine, *device) : Refusal::none;
 }
 
-Refusal apply(Machine &machine, const Operation &operation)
+Refusal apply(Machine &machine, const Order &order)
 {
-    if (operation.verb == Verb::putSetting)
-        return putSetting(machine, operation);
-    if (operation.verb == Verb::set && operation.device == wholeMachine)
-        return set(machine, nullptr, operation.argument);
-    Refusal refusal = check(machine, operation.verb, operation.device, operation.code);
+    if (order.verb == Verb::putSetting)
+        return putSetting(machine, order);
+    if (order.verb == Verb::set && order.device == wholeMachine)
+        return set(machine, nullptr, order.argument);
+    Refusal refusal = check(machine, order.verb, order.device, order.code);
     if (refusal != Refusal::none)
         return refusal;
-    Device &device = *find(machine, operation.device);
-    refusal = applyToDevice(machine, device, operation);
+    Device &device = *find(machine, order.device);
+    refusal = rowOf(onDevices, order.verb)->apply(machine, device, order.argument);
     if (refusal == Refusal::none)
         machine.index.changed.insert(positionOf(machine, device));
     return refusal;

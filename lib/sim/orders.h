@@ -7,7 +7,8 @@
 
 namespace sim {
 
-struct Operation {
+// An operation that is asked for.
+struct Order {
     Verb verb = Verb::clearMtbf;
     DeviceId device = wholeMachine;
     int code = 0;           // the operation code of a call on a device, or the kind of a setting
@@ -24,6 +25,6 @@ Refusal check(const Machine &machine, Verb verb, DeviceId device, int code);
 //     putSetting    "1" or "0"
 //     fail          "" or "permanent": it fails again at each start until it is repaired
 //     set           "KEY=VALUE", see sim/setkeys.h
-Refusal apply(Machine &machine, const Operation &operation);
+Refusal apply(Machine &machine, const Order &order);
 
 } // namespace sim
