@@ -129,9 +129,11 @@ TEST(Failure, IsNoOtherResultOfTheStartThanTheOneThatSaysSo)
 {
     for (const char *machineType : {"4", "-2"}) {
         Session session(
-            {.script = std::string("initnewtlib -2\ninitslanglib 7\nFreeTreeViewData 0\n"
+            {.script = std::string("initnewtlib -2\ninitslanglib 7\nft_FunctionInit -3\n"
+                                   "CreateTreeViewData -1\nFreeTreeViewData 0\n"
                                    "ft_FunctionRelease -1\ncall_yat_is_ft ")
-                       + machineType});
+                       + machineType,
+             .tree = "0 1 2 1 0 module"});
         session.see("Exit");
         session.send(keys::ctrlO);
         session.expectExit(1);

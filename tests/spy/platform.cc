@@ -116,8 +116,10 @@ CALL(SetMtbfType, (yat_device * device, int code, const char *type), (device, co
 
 int ft_FunctionInit(void)
 {
-    const int result = answer("ft_FunctionInit", "",
-                              [] { return real<decltype(ft_FunctionInit)>("ft_FunctionInit")(); });
+    const auto open = real<decltype(ft_FunctionInit)>("ft_FunctionInit");
+    const int result = answer("ft_FunctionInit", "", open);
+    if (result != 0 && !yat_ft_func.handle)
+        open(); // for the result that is played
     realGetProperty = yat_ft_func.yat_ft_get_property;
     realConvert = yat_ft_func.Linux_ConvertDataToInt;
     yat_ft_func.yat_ft_get_property = isMissing("yat_ft_get_property") ? nullptr : getProperty;
@@ -129,12 +131,12 @@ int ft_FunctionInit(void)
 
 int CreateTreeViewData(yat_device **root)
 {
-    return answer("CreateTreeViewData", list(root), [&] {
-        if (!hasTree())
-            return real<decltype(CreateTreeViewData)>("CreateTreeViewData")(root);
-        *root = playedTree();
-        return 1;
+    const int result = answer("CreateTreeViewData", list(root), [&] {
+        return hasTree() ? 1 : real<decltype(CreateTreeViewData)>("CreateTreeViewData")(root);
     });
+    if (result != 0 && hasTree())
+        *root = playedTree();
+    return result;
 }
 
 int FreeTreeViewData(yat_device **root)
