@@ -458,6 +458,9 @@ TEST(SecondModule, IsTheOneThatIsReadAndWorkedOn)
         session.see("The operation was successful.");
         EXPECT_EQ(session.calls("IfSupport"), Calls{code});
         EXPECT_EQ(session.calls("SetMtbfType"), Calls{type});
+        const bool isCpu = device == &secondCpuModule;
+        expectInOrder(session.trace(), {isCpu ? "0 CpuSubWin number = 2 devName = 2"
+                                              : "0 PciSubWin number = 2 devName = 3"});
     }
 }
 
