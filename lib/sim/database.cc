@@ -44,8 +44,9 @@ std::string explanation(const SQLite::Exception &error, int systemError)
 
 } // namespace
 
+// A connection belongs to one thread, as the calls do: it needs no lock for each value it gives.
 Database::Database(const std::string &path, int flags)
-try : file(yat::fromDisplay(path)), connection(path, flags, longestWait) {
+try : file(yat::fromDisplay(path)), connection(path, flags | SQLite::OPEN_NOMUTEX, longestWait) {
 } catch (const SQLite::Exception &error) {
     throw yat::Problem(yat::fromDisplay(path) + " " + explanation(error, 0));
 }
