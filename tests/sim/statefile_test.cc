@@ -127,7 +127,7 @@ TEST(StateFile, OfAMachineThatIsGivenByItsPathHasAnOwnName)
 
 TEST(StateFile, IsReadByItsOwnerAndGroupOnly)
 {
-    for (const mode_t mask : {0, 077}) {
+    for (const mode_t mask : {0u, 077u}) {
         const mode_t before = umask(mask);
         Stored stored;
         perform(stored.store, stopCpu2);

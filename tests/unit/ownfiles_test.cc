@@ -57,7 +57,7 @@ struct OwnFiles : testing::Test {
 
 TEST_F(OwnFiles, HaveTheirPermissionsWhateverTheUmaskIs)
 {
-    for (const mode_t wanted : {0, 022, 077, 0777}) {
+    for (const mode_t wanted : {0u, 022u, 077u, 0777u}) {
         umask(wanted);
         const fs::path path = top / std::to_string(wanted);
         EXPECT_EQ(refusalOfDirectory(path / "b/c"), "");
