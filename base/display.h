@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Texts in the encoding of the locale, as a terminal shows them: how wide they are, where they can
 // be cut, and what of them must not reach a terminal.
 #pragma once

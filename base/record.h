@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Trace records with the place they are written from. A source file that traces names its module:
 //
 //     static constexpr char traceSource[] = "mrvmain";

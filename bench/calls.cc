@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a call of the platform costs on the simulated machine: transactions and steps of SQLite,
 // calls of the system, and time.
 #include "bigmachine.h"

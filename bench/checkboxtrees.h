@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The two checkbox trees that are measured beside each other, and a terminal for them.
 #pragma once
 

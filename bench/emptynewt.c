@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* What a newt program takes at least: a window with a button. Escape ends it. */
 #include <locale.h>
 #include <newt.h>

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* A platform that costs nothing: its machine is made of CPU modules that need no reading. It has
  * as many as BENCH_DEVICES says. */
 #include "yat/platform.h"

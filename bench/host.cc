@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The server that this runs on as a machine: mrvutil beside the programs that list its hardware,
 // where umockdev plays one with a thousand PCI functions.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The simulated machine as a value, with more and more devices.
 #include "bigmachine.h"
 #include "common/records.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the benchmarks share: repeated runs, told as a table with the least, the middle and the
 // greatest time.
 #pragma once

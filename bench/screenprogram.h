@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A full-screen program, started in a terminal until its first screen is there.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The start of mrvutil to its first screen, beside programs with a screen like it. They take turns
 // and are compared turn by turn.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The cost of a trace record.
 #include "report.h"
 #include "support/files.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The checkbox tree beside the one that newt has: the same calls in the same order.
 #include "checkboxtrees.h"
 #include "report.h"

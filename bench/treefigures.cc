@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the checkbox tree takes beside the one of newt: memory, time that grows, bytes to the
 // terminal. Both are measured in turns in one run.
 #include "checkboxtrees.h"

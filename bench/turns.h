@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Programs that take turns, so that what disturbs the machine meets them alike, and what is told
 // of them.
 #pragma once

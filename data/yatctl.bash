@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
 # Completion of yatctl for bash; the devices are those of the machine.
 _yatctl()
 {

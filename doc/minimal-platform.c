@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* minimal-platform.c - the smallest platform that mrvutil works with: a server of one CPU module,
  * whose MTBF count can be cleared. See yat-platform(7). To build it and to try it:
  *

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
 # Configuring; to be sourced by the commands, after they have gone to $top.
 
 # What is staged at build/root, and nothing else.

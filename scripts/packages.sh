@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
 # What the commands run and test need of Debian; to be sourced by them.
 
 # To build and run.

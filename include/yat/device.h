@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* device.h - the device record, the one record that crosses the whole product.
  *
  * The platform builds a tree of these records (CreateTreeViewData, yat/ft.h), owns

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* export.h - what the product's shared objects show of themselves.
  *
  * Everything is compiled with hidden visibility; a declaration marked YAT_API is

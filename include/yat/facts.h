@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* facts.h - what a platform may tell of a device besides texts for the user.
  *
  * Optional: a platform need not have these calls, and may know some facts only. Who asks

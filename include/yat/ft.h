@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* ft.h - the fault-tolerant platform: device data, properties, state, operations.
  *
  * All calls are made from one thread, one at a time, and may take as long as the

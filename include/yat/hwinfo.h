@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* hwinfo.h - the hardware information plug-in: <root>/lib/yathwinfo.dll.
  *
  * A shared object that a program loads when it needs it, asks, and unloads again.

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* platform.h - what a platform library is: <root>/lib/yatcore.dll.
  *
  * A platform is a shared object, whatever its name ends in, with one data symbol of

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* text.h - the text catalogue and the conversion of device names.
  *
  * Whatever the user reads is looked up by a key in a text catalogue, one file a

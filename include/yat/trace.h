@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* trace.h - the product's trace log.
  *
  * Every program of the product writes its progress and its failures here. The

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* winshim.h - the run-time services that the product's programs share across
  * systems: mode flag, language, loader, product root, screen libraries.
  */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The text catalogue: opening its file, and looking a key up in its bytes.
 //
 // A catalogue in memory carries no length, and what follows the file's bytes in its buffer is

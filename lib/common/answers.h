@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the calls of yat/ft.h put into the buffers of their callers.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Who asks for an operation, for the journal.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Libraries that are loaded by their path.
 #pragma once
 

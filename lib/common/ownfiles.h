@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The files and directories that the product makes for itself: its log, state and journals.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Device records, as CreateTreeViewData gives them.
 #pragma once
 

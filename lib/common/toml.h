@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Texts in TOML, read with toml++.
 //
 // The other readers in Debian 12 were tried beside it: toml11 3.7 takes ten times as long (1.7 s

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Which version of the product this is: CMakeLists.txt has it.
 #pragma once
 

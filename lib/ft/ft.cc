@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The platform behind its table: loading it, and the calls that go through it.
 #include "yat/ft.h"
 

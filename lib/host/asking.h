@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The operations of yat/ft.h on this server: each is looked at, carried out and written down.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What devices the kernel has, by libudev.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The PCI slots and functions of this server.
 #pragma once
 

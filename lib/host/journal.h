@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What was asked of this server, by whom, and what became of it: in host.journal of the state
 // directory, a line of JSON each, and in the system's log.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A Linux server as a value: its processor packages, its PCI slots, and the PCI functions that the
 // product has to do with. Nothing here reads anything.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the product remembers of this server, in host.json of the state directory.
 #pragma once
 

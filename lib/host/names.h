@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What PCI functions are called, by libpci and its list of names.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What can be done to this server, and what must not.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Files of the kernel below /sys and /proc: small texts, each of which may be absent, unreadable
 // or odd.
 #pragma once

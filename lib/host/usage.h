@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What keeps a slot from being powered off.
 #pragma once
 

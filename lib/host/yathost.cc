@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // This server as a platform, yathost.dll.
 #include "base/record.h"
 #include "common/answers.h"

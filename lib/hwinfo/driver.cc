@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The BMC behind the kernel's IPMI driver.
 #include "common/problem.h"
 #include "hwinfo/bmc.h"

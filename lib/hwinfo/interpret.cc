@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What an answer to Get Device ID is worth.
 #include "common/problem.h"
 #include "hwinfo/bmc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The BMC of a simulated machine.
 #include "common/problem.h"
 #include "hwinfo/bmc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The hardware information plug-in, yathwinfo.dll: the BMC's call, with the injection around it.
 #include "base/record.h"
 #include "common/guarded.h"

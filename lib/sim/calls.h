@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The calls of yat/ft.h and yat/facts.h that only read, answered by a machine.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The machine's clock. The process that looked at it last sets its pace. It never runs backwards,
 // whatever the processes want and whatever happens to the system's clock.
 #pragma once

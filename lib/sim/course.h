@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // How a device gets from one state into another, and what becomes of its partner then: by the
 // operations, and in the course of time.
 #pragma once

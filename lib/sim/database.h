@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The database that holds a machine's state: SQLiteCpp, and what that leaves to its users: keeping
 // prepared statements, saying what an error means, and noticing other writers.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The description of a machine, as a TOML file gives it. The format is in yat-machine(5).
 #pragma once
 

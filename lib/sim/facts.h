@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the calls of yat/facts.h tell of a device.
 #pragma once
 

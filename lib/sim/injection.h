@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Injections: what calls of yat/ft.h or yat/hwinfo.h are to answer instead of the truth.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The simulated machine as a value: its devices with what they are and what they do now. Nothing
 // in it needs a clock or a file; the caller says what time it is.
 #pragma once

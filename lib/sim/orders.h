@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The operations on a machine: those of yat/ft.h, and what happens to it from outside.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Reads the values of a description's tables by their rules, and says where one is broken.
 #pragma once
 

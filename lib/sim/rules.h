@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a value of a machine can be, and how it is written down, in a description or in the tables
 // of the state: as JSON. Each rule has
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What can be set from outside: the operation "set" of yatsim.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The file that holds the state of a machine: how it is made, and which files are accepted as
 // one.
 #pragma once

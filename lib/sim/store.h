@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The state of a simulated machine in its file, shared by all programs that work on the machine.
 //
 // What the file says stays in memory until another process writes; only then a look reads it again,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The tables of a state file: the machine, what its calls are to answer instead of the truth, and
 // the journal of what was asked of it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What there can be in a machine, and the word for it: all such tables are here, for
 // descriptions, for the state and its journal, for yatsim and for the windows of the product.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Time as the simulated machine counts it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The values of a machine, each with its key and its rule. Whatever reads or writes a machine goes
 // through them in this order: descriptions (sim/reader.h, sim/writing.h), which say what a machine
 // is, and the tables of the state (sim/tables.h), which also have what it does. It calls

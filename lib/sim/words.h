@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The words for the devices of a machine: what they are called, and what they show.
 #pragma once
 

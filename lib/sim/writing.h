@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // From a machine to its description, as TOML and as JSON.
 #pragma once
 

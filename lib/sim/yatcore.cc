@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The simulated machine as a platform, yatcore.dll: its calls, with injections around them.
 #include "base/record.h"
 #include "common/answers.h"

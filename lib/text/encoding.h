@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The character encoding of the locale, which is that of the terminal.
 #pragma once
 

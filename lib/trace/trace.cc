@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The trace log: one appended line a record, rotated by size.
 //
 // Several processes share a log, and any of them may rotate it. So a record is one write to a file

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The window of a CPU module, and the view of its BIOS data.
 #include "devices/cpusubwin.h"
 

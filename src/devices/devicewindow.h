@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The windows of the device classes. A kind of window is told as tables: its components, its rows,
 // the order of the Tab key, and what its buttons do. One function runs them all.
 #pragma once

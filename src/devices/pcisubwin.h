@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The window of a PCI module. It runs until it is closed; the result has no meaning.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The window of a SCSI adapter.
 #include "devices/scsiadapter.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The message boxes, choosers and field helpers that windows are made with.
 //
 // A box is modal and centred: a text with buttons under it. All texts belong to the caller and

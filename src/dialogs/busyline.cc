@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The line is written by an alarm's handler, which can't draw. So S-Lang draws it before, and what
 // was there again, into a file; the bytes reach the terminal when they are due. To S-Lang both or
 // neither are the same, because it begins and ends in the same place and colour.

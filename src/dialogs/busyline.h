@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The help line while the user waits for the machine.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The components that have a text. Made here, they can be shown on several lines where a window
 // has no room for the whole of it on one.
 #pragma once

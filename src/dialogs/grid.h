@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Grids told as tables of their cells: newt's grids are made of them, and where those are too wide
 // for the screen, narrower layouts.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The operations on a device, and the way that every window carries one out.
 #pragma once
 

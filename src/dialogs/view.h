@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What is to be seen of a form that a window can't show as newt places it: a part of its rows,
 // which follows the focus, with marks on the window's frame where there is more.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Windows: opening one around a grid, running its form, closing it; and what a change of the
 // terminal's size does to those that are open.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the programs read of a device record, which may have gaps.
 #pragma once
 

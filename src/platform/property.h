@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Reading properties of the platform's objects, with all the checks that this takes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The firmware of the baseboard management controller, by itself.
 #include "shell/program.h"
 #include "system/firmware.h"

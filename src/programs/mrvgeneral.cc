@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The general settings of the machine, by themselves.
 #include "dialogs/busyline.h"
 #include "shell/program.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The device tree.
 #include "shell/devicetree.h"
 #include "shell/program.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The device tree: its nodes from the platform's device data, its window, its dump.
 #pragma once
 

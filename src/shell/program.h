@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the programs differ in: each defines its own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The kernel's messages on the console, which would get between what newt draws.
 #pragma once
 

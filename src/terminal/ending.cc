@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A signal can come at any time, also while a platform operation takes its minutes. So its
 // handler does all by itself, with calls that are allowed in one, out of what was prepared before.
 #include "terminal/ending.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Whatever ends the program, the terminal is restored first.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // newt reads its keys with SLang_getkey, and the program's definition of that name comes before
 // S-Lang's. What is done here, newt leaves no other place for.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Writing to the terminal from an alarm's handler, while the program is busy with something else.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Lending the terminal to a child of the program.
 #pragma once
 

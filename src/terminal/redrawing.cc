@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // newt gives the terminal's modes back when it leaves the screen. For the moment until it comes
 // back Ctrl-C would end the program, Ctrl-Z stop it, and keys would be echoed.
 #include "terminal/redrawing.h"

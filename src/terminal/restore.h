@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The terminal as it was before newt had it: its modes, and the bytes that put its screen in order;
 // and as newt has it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The sequences of bytes that a terminal sends for keys, and for much else: reports of the mouse
 // and of the focus, answers to queries, pastes. All begin with Esc.
 #pragma once

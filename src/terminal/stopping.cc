@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 #include "terminal/stopping.h"
 
 #include "terminal/console.h"

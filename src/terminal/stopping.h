@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Being stopped and continued, by the shell's job control or by anybody else. A program that is
 // stopped leaves the terminal as it found it; one that goes on has its screen again, and stops at
 // once where it is in the background.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Device names and questions as texts of the terminal.
 #pragma once
 

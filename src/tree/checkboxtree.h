@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The checkbox tree: a newt component that shows a tree of items with tree lines and calls a
 // function for the item that is chosen with Enter.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The class naming tables. The program itself does not read them.
 #include "yat/device.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // newt's component record, which a widget of one's own needs and newt.h does not show.
 //
 // This is the layout of newt 0.52.9 and later. componentFault proves it against the newt that is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The checkbox tree as a component of newt: how it is drawn, placed and destroyed, what its keys
 // do.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The items of one sibling list in their order: a B+ tree by position, in which an item is found
 // and inserted without a walk along the list and within a few cache lines.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The items of the checkbox tree, apart from their drawing.
 #pragma once
 

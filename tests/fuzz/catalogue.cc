@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // CPGetText: a key, a line feed, the catalogue.
 #include "fuzz.h"
 

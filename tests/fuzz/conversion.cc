@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // CodeConvertFromEUC: a byte for the size of the destination, the source.
 #include "fuzz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Runs a fuzz target without libFuzzer: with each file of its corpus, then with mutations of them
 // that are the same in each run.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A trace record: the source module, the function, the text, with line feeds between them.
 #include "fuzz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The checkbox tree: each byte an operation, with its arguments behind it.
 #include "fuzz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the kernel of a played server answers to calls, where no file can play it.
 #pragma once
 

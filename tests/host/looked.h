@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A played server through the boundary, by a product of its own.
 #pragma once
 

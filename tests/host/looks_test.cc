@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What is shown of a server: whatever it has and whatever it lacks.
 #include "looked.h"
 

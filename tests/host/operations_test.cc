@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What is done to a server, and what is not: only what is allowed, can be and is asked for.
 #include "host/lock.h"
 #include "host/operations.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // mrvutil administers a played server: keys in, cells out.
 #include "navigation.h"
 #include "productroot.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A server that umockdev plays: what is written below its directory is what this process reads
 // below /sys, /proc and /dev. The paths given are those that are read.
 #pragma once

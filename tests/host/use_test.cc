@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A slot stays on while something below it is used; the reason says what it is.
 #include "kernel.h"
 #include "looked.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The question to the kernel's IPMI driver. The driver is played here: a FIFO is the device, and
 // the system calls on it are answered as each test wants it.
 #include "hwinfo/bmc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The plug-in as programs use it: loaded, asked, unloaded.
 #include "hwinfo/bmc.h"
 #include "support/files.h"

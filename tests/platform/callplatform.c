@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* Makes the calls that the minimal platform has answers to. */
 #include <yat/ft.h>
 

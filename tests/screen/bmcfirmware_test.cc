@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The BMC firmware window: the revision from the plug-in, and the update program around which the
 // terminal changes hands.
 #include "session.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The windows of the devices: what they read, when they are given up, what they trace.
 #include "navigation.h"
 

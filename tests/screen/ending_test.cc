@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // However the program ends, the terminal and the kernel's console level are as before, soon.
 #include "navigation.h"
 

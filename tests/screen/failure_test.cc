@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Every failure of the start-up and of the platform: what is traced, what is undone, what is told.
 #include "session.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The BIOS data view and the firmware update of a CPU module.
 #include "navigation.h"
 

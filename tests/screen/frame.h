@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A window as it is seen on a screen: found by its title, its frame followed cell by cell.
 #pragma once
 

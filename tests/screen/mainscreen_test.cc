@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The main screen: what it shows on each machine, how it is left.
 #include "session.h"
 

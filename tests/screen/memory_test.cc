@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Memory that comes to an end, at the start or in a window: the program says so once its screen is
 // gone.
 #include "session.h"

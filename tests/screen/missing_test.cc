@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the product can't work without: where it is missing or damaged, one line says so once the
 // screen is gone, with a screen and without one.
 #include "productroot.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Where the devices of the shipped machines stand in the tree, and where the buttons stand in
 // their windows.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the program asks newt for where the screen alone does not tell.
 #include "navigation.h"
 

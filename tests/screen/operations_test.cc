@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The buttons of the device windows, each in each outcome.
 #include "navigation.h"
 

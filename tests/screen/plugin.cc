@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A plug-in that answers as its compilation says: with nothing to call, with a failure, or with
 // a revision whose every bit shows.
 #include "yat/hwinfo.h"

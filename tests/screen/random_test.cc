@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Whatever is typed, whatever becomes of the terminal's size and of the job: the programs neither
 // crash nor hang, end by the keys that end them only, and leave the terminal's modes as they were.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a change of the terminal's size does to the windows that are open.
 #include "session.h"
 

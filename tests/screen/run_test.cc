@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // How the program is called, and what it does where it can't have a screen.
 #include "session.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a terminal sends for a key in more than one byte, and what it sends that is no key.
 #include "session.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A run of one of the product's programs in a terminal, with the spy between it and the product
 // services.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // mrvutil in one terminal and yatsim in another one, at the same simulated machine. Its clock
 // stands still in both, so that each state can be looked at; yatsim lets the time pass.
 #include "navigation.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Every window and box on terminals of every size, in both languages: what has to hold of each.
 #include "frame.h"
 #include "navigation.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The general settings window and the BMC firmware window, with the programs that open them.
 #include "session.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A terminal for a program under test: a pseudo-terminal whose output is drawn by a terminal
 // emulator.
 #pragma once

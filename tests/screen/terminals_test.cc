@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Terminals that are low, narrow, without colours, without line drawing, or in another encoding.
 #include "navigation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The dialog toolkit: the boxes, the choosers, the field helpers.
 #include "session.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The tour that README shows in pictures, which doc/pictures/draw makes of these screens.
 #include "navigation.h"
 

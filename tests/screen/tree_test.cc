@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The device tree: which records it shows where, and how it draws them.
 #include "session.h"
 

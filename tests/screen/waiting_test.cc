@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the user sees while the machine takes its time, and what becomes of what is typed then.
 #include "navigation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Every window: how it looks on each machine, in each language and size, and which keys it leaves
 // alone.
 #include "navigation.h"

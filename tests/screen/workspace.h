@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a run of a program under test has around it: an own directory with a state directory and a
 // script for the spy in it, an environment, and what the run leaves behind there.
 #pragma once

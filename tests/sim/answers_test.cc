@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // How the calls answer when they are told to.
 #include "scenario.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A machine of as many devices as wanted, for what must not grow with them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The calls themselves: what they refuse, and what they give.
 #include "scenario.h"
 #include "yat/trace.h"

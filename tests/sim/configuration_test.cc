@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The configuration that names the machine: with a mistake in it no machine is administered, or
 // it would be another one than was meant.
 #include "support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What can't be in a machine, whatever is done to it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Machines that are made like another one: by export and import, and by reset.
 #include "scenario.h"
 

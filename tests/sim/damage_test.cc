@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // State files that are refused, and what is told of them.
 #include "stored.h"
 #include "support/privileges.h"

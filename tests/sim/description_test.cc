@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Descriptions of machines: what is right, and what is told about what is not.
 #include "common/file.h"
 #include "sim/description.h"

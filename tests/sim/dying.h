@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What happens to a process in the middle of its work on a file: it is killed, or the disk is
 // full. SQLite's calls of the system are counted for it, so that each moment can be had again.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The facts about devices, and why an operation is not supported, as the calls of yat/facts.h tell
 // them.
 #include "scenario.h"

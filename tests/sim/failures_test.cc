@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What becomes of devices that fail: modules by their MTBF type, and adapters.
 #include "scenario.h"
 

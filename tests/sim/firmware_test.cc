@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Where the BIOS of a CPU module comes from.
 #include "scenario.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Random histories of the machine: operations, what happens to it from outside, calls that are
 // made to fail, processes that are killed and disks that are full.
 #include "dying.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Injections in the store: how often, when, and for whom they answer.
 #include "sim/injection.h"
 #include "stored.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The journal as everybody can read it: whatever is asked of the machine, and whatever becomes of
 // it, what stood there stays as it was, in its order, and only rows are added.
 #include "scenario.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Processes that are killed at any instant, and what the next one finds.
 #include "dying.h"
 #include "player.h"

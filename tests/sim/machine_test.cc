@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The machine by itself: random histories, and what must hold in each of them.
 #include "contradiction.h"
 #include "sim/course.h"

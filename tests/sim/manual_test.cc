@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The manual pages of yatsim and of the descriptions say all that the code takes: every
 // subcommand, option, call and key, with its limits and its allowed values.
 #include "sim/description.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the modules of a machine do: their pairs, their states, in the course of time.
 #include "scenario.h"
 

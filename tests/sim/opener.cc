@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A program with the platform that lies beside it: opens it as often as asked, and prints what
 // ft_FunctionInit gives. What is printed after that comes with the program's end.
 #include "yat/ft.h"

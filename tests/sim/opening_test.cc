@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Calls that open, close and ask the management controller, answered as they are told to.
 #include "scenario.h"
 #include "yat/hwinfo.h"

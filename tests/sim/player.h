@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A process that plays with the machine through the calls of yat/ft.h, at a terminal of its own,
 // until it is through or killed; and what is known of it then.
 #pragma once

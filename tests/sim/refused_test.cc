@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What there is no machine behind: descriptions with mistakes, and state files that are not taken.
 // The platform opens, each call fails by its convention, and nothing is written.
 #include "scenario.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The machine once more, as its journal tells what happened to it: each row is carried out on a
 // model of its own. A row without its change, or a change without its row, makes the two differ.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A scenario: a machine as its users meet it, through the calls of yat/ft.h alone; yatsim does
 // what happens to the machine from outside. Each is played twice, alone and while a second process
 // watches, which must not change anything and must see the same. Where there is no machine to look

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a start is made of, and what becomes of one that fails.
 #include "scenario.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The state file: how it comes to be.
 #include "sim/statefile.h"
 #include "stored.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // How the work on a machine grows with its devices: counted in steps, which the compiler puts into
 // the machine's code, so that no clock has to decide.
 #include "bigmachine.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The store: what a call costs, what of it is on the disk, the journal, and another description.
 #include "sim/injection.h"
 #include "sim/statefile.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A store for tests that need no interface: an own state, and what may be done to it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the tests of the simulated machine share: an own state directory for each, the machine's
 // calls, and yatsim as the one who does what operations can't.
 #pragma once

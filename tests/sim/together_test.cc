@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Two processes that work on the same machine at once.
 #include "player.h"
 #include "replay.h"

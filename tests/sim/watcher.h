@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A second process that looks at the machine all the time, through the same calls.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The command line of yatsim: its help, what it refuses, and how it ends.
 #include "yatsim.h"
 

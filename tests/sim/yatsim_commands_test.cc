@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What each subcommand of yatsim does and prints.
 #include "yatsim.h"
 

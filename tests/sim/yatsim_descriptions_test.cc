@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Descriptions that yatsim prints and makes machines from.
 #include "yatsim.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Texts that somebody else wrote, and the encoding of the locale.
 #include "yatsim.h"
 

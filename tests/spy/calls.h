@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the spy records: a line a call, "IfSupport(Ethernet adapter 1, 31, 0) = 1", in the file that
 // YAT_SPY_LOG names.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Memory that comes to an end: from the allocation on that YAT_LAST_ALLOCATION counts, there is
 // none any more. YAT_ALLOCATIONS names a file that takes how many there were.
 #include <cerrno>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // newt sleeps for a moment to show a pressed button; where thousands are pressed, that is left out.
 #include <ctime>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The calls of the product services that the program makes. Each is recorded, and answered by the
 // script's rule for it or by the real one.
 #include "calls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A disk that can't be read now: reading at a place, as SQLite does and nothing else here, fails
 // with the error that YAT_READING_FAILS has the number of.
 #include <cerrno>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the program asks newt for, recorded when YAT_SPY_MORE has "screen" in it.
 #include "calls.h"
 #include "script.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the spy plays. YAT_SPY_SCRIPT names the script, a line a rule:
 //
 //     CALL RESULT [delay=MS] [held] [at=N] [text=TEXT]

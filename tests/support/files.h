@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Files of tests: a directory for them, and what is in them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Tests of missing rights. Root has to lose what makes it pass over them; its files stay within
 // its reach wherever the directory for temporary files is.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a shared object defines for others, and what it wants of them.
 #pragma once
 

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: GPL-2.0-or-later */
 /* The boundary as a C program sees it: every header compiled, every name linked. */
 #include "yat/device.h"
 #include "yat/facts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The headers and what the shared objects export agree, both ways.
 #include "support/files.h"
 #include "support/symbols.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The checkbox tree as a component, without a screen.
 #include "tree/checkboxtree.h"
 #include "tree/operations.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Texts as the terminal shows them: columns, cutting, names in EUC.
 #include "text/display.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the product makes for itself: who may read it, and which paths it doesn't take.
 #include "common/library.h"
 #include "common/ownfiles.h"

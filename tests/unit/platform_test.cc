@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Loading a platform: each object that is none is refused and leaves nothing behind.
 #include "support/files.h"
 #include "yat/facts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Sibling lists of sizes at which their nodes are split, against a plain one.
 #include "tree/siblings.h"
 #include "tree/treemodel.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The sources of the windows: what they share stands once.
 #include "support/files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // How the sources are laid out: which folder stands on which, what a file is called, how long it
 // is.
 #include "support/files.h"
@@ -151,6 +152,13 @@ TEST(Structure, NoFileHasMoreThan400Lines)
 {
     for (const Source &source : sourcesBelow({"base", "src", "lib", "tools"}))
         EXPECT_LE(std::ranges::count(source.text, '\n'), 400) << source.path;
+}
+
+TEST(Structure, EveryFileNamesItsLicence)
+{
+    for (const Source &source :
+         sourcesBelow({"base", "bench", "doc", "include", "lib", "src", "tests", "tools"}))
+        EXPECT_EQ(source.text.find("SPDX-License-Identifier: GPL-2.0-or-later"), 3u) << source.path;
 }
 
 TEST(Structure, TheBoundaryIsDeclaredInItsHeadersOnly)

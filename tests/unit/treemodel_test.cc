@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The model of the checkbox tree against a simple one, with random operations.
 #include "tree/treemodel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // Asks the BMC through the plug-in, as the product's programs do:
 //
 //     askbmc NAME [USER]

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
 # What the tests in virtual machines share; to be sourced by them. They say what they are called
 # (name), and where the build is (build), its cache of the kernel (cache) and what they make (work).
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // How the played BMC answers Get Device ID, and the command that tells it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A BMC for a virtual machine, played over the machine's ipmi-bmc-extern device:
 //
 //     playbmc SECONDS SOCKET COMMAND...

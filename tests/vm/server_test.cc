@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // mrvutil administers a virtual machine from its serial console: see the script serverrun, which
 // makes the machine. Its environment names the script that starts the machine (MACHINE) and the
 // socket of the machine's monitor (MONITOR).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the commands of yatctl do, and how they end.
 #include "ctl.h"
 

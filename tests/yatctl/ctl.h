@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What the tests of yatctl share: the program, run on a machine of its own that yatsim steers.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What yatctl takes and prints: the command line, the layout of its JSON, hostile names, outputs
 // that can't be written, terminals.
 #include "ctl.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A platform that tells no facts and has what may come from foreign hardware: names that command
 // terminals, that others have as well, or that are missing; records of no device and of an unknown
 // class.

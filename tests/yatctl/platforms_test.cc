@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // yatctl with a platform that is not the simulated machine.
 #include "ctl.h"
 

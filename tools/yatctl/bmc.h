@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The management controller, asked by the plug-in for it.
 #pragma once
 

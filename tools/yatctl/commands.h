@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The commands that look, and the settings. The operations and watching have files of their own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatctl/machine.h"
 
 #include "base/display.h"

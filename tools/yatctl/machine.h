@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The machine as the calls of include/yat tell it. Texts are in UTF-8 and can be shown.
 #pragma once
 

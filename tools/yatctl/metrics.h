@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What a monitoring system collects of the machine.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What yatctl prints: tables for people, or JSON by data/yatctl.schema.json for programs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // yatctl: the operations of the product for scripts and for other programs.
 #include "base/locale.h"
 #include "shared/program.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // The subcommands. Each works on the machine that is configured, and throws yat::Problem when it
 // can't do what is asked for; what is refused is in the journal then.
 #pragma once

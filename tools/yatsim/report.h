@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // What yatsim prints: as text in the encoding of the locale, or as JSON.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
 // A platform with one fault, chosen when it is compiled.
 #include "yat/platform.h"
 
