@@ -192,16 +192,18 @@ struct Codes {
     }
     bool read(const Json &json, unsigned &value) const
     {
-        unsigned bits = 0;
-        size_t known = 0;
-        for (const SupportCode &each : codes)
-            if (const auto count =
-                    std::ranges::count(json, Json(rowOf(verbs, each.verb)->support))) {
-                bits |= 1u << each.code;
-                known += static_cast<size_t>(count);
-            }
-        if (!json.is_array() || known != json.size())
+        if (!json.is_array())
             return false;
+        unsigned bits = 0;
+        for (const Json &each : json) {
+            const auto word = each.get_ptr<const std::string *>();
+            const auto found = std::ranges::find_if(codes, [&](const SupportCode &code) {
+                return word && rowOf(verbs, code.verb)->support == *word;
+            });
+            if (found == codes.end())
+                return false;
+            bits |= 1u << found->code;
+        }
         value |= bits;
         return true;
     }
