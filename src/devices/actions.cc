@@ -24,7 +24,8 @@ TextKey labelOf(const DeviceWindow &window, const Button &button)
 
 // Carries the button's operation out under the button's own name. After a success the whole
 // terminal and the form are drawn anew, because the operation may have written on the screen.
-void carryOut(DeviceWindow &window, const Button &button, const char *argument)
+void carryOut(DeviceWindow &window, const Button &button,
+              const std::function<const char *()> &argument = {})
 {
     if (!carryOut(*button.operation, button.support, labelOf(window, button), window.device,
                   argument))
@@ -39,7 +40,7 @@ void carryOut(DeviceWindow &window, const Button &button, const char *argument)
 void operate(DeviceWindow &window, const Button &button)
 {
     if (confirm(window, window.questions[button.question].data()))
-        carryOut(window, button, nullptr);
+        carryOut(window, button);
 }
 
 void refuse(DeviceWindow &, const Button &button)
@@ -57,8 +58,10 @@ void setSelectedType(DeviceWindow &window, const Button &button)
         return;
     // The values written differ from those read: what is read as 2 is written as 0.
     const newtComponent *radios = window.parts + window.kind.mtbfType->firstRadio;
-    const newtComponent selected = newtRadioGetCurrent(radios[0]);
-    carryOut(window, button, selected == radios[0] ? "0" : selected == radios[1] ? "1" : "2");
+    carryOut(window, button, [&] {
+        const newtComponent selected = newtRadioGetCurrent(radios[0]);
+        return selected == radios[0] ? "0" : selected == radios[1] ? "1" : "2";
+    });
 }
 
 void openDialog(DeviceWindow &window, const Button &button)

@@ -45,12 +45,13 @@ newtComponent choose(newtComponent form, newtComponent content, const char *titl
                      newtComponent *buttons, int count)
 {
     Grid grid = {std::max(count, 1), 2, {{0, 0, content, NEWT_ANCHOR_LEFT}}};
-    newtFormAddComponent(form, content);
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i)
         grid.cells.push_back({i, 1, buttons[i], NEWT_ANCHOR_LEFT, {.top = 1}});
+    newtGrid newts = makeNewtGrid(grid);
+    newtFormAddComponent(form, content);
+    for (int i = 0; i < count; ++i)
         newtFormAddComponent(form, buttons[i]);
-    }
-    openWindow(form, grid, title ? title : " ");
+    openWindow(form, grid, newts, title ? title : " ");
     newtFormAddHotKey(form, hotKeyO);
     const newtComponent chosen = runForm(form);
     closeWindow(form);

@@ -9,9 +9,10 @@ void showNotice(newtComponent form, newtComponent content, newtComponent button,
     const Grid contentGrid = {1, 1, {{0, 0, content, NEWT_ANCHOR_TOP}}};
     const Grid buttonGrid = {1, 1, {{0, 0, button, NEWT_ANCHOR_TOP}}};
     const Grid grid = makeWindowGrid(contentGrid, buttonGrid);
+    newtGrid newts = makeNewtGrid(grid);
     newtFormAddComponent(form, content);
     newtFormAddComponent(form, button);
-    openWindow(form, grid, title);
+    openWindow(form, grid, newts, title);
     addHotKeys(form);
     while (runForm(form) != button)
         continue;
@@ -23,9 +24,10 @@ newtComponent showChoice(newtComponent form, newtComponent label, newtComponent 
 {
     const Grid labelGrid = {1, 1, {{0, 0, label, NEWT_ANCHOR_TOP}}};
     const Grid grid = makeWindowGrid(labelGrid, makeButtonRow(left, right));
+    newtGrid newts = makeNewtGrid(grid);
     newtFormAddComponent(form, label);
     newtFormAddComponents(form, left, right, nullptr);
-    openWindow(form, grid, title);
+    openWindow(form, grid, newts, title);
     addHotKeys(form);
     newtComponent answer;
     do

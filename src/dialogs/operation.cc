@@ -6,7 +6,7 @@
 #include "platform/device.h"
 
 bool carryOut(const Operation &operation, int support, TextKey name, yat_device *device,
-              const char *argument)
+              const std::function<const char *()> &argument)
 {
     bool isSupported, isDone = false;
     {
@@ -15,7 +15,7 @@ bool carryOut(const Operation &operation, int support, TextKey name, yat_device 
         isSupported = IfSupport(device, support, &detail) != 0;
         if (isSupported) {
             waiting.show();
-            isDone = operation.run(device, support + 1, argument) == 1;
+            isDone = operation.run(device, support + 1, argument ? argument() : nullptr) == 1;
         }
     }
     if (!isDone)

@@ -5,6 +5,8 @@
 #include "text/keys.h"
 #include "yat/ft.h"
 
+#include <functional>
+
 // One without a function is supported by no machine.
 struct Operation {
     TextKey notSupported, failed{};
@@ -29,8 +31,8 @@ constexpr Operation changeJumpSwitch = {"JUMPSWSUPPORT_ERR_ID"};
 constexpr Operation takeDump = {"HARVESTDUMPSUPPORT_ERR_ID"};
 
 // Asks whether the machine supports the operation, by the support code that it has for devices of
-// this class, and then for the operation, whose code is one more; with an argument where it takes
-// one. While it runs, the help line says so by this name; what is typed meanwhile is dropped.
-// Returns true for success; else an error box has told why not.
+// this class, and then for the operation, whose code is one more; where it takes an argument, with
+// the one that is told then. While it runs, the help line says so by this name; what is typed
+// meanwhile is dropped. Returns true for success; else an error box has told why not.
 bool carryOut(const Operation &operation, int support, TextKey name, yat_device *device,
-              const char *argument = nullptr);
+              const std::function<const char *()> &argument = {});

@@ -189,11 +189,16 @@ void fitScreen()
 
 } // namespace
 
-void openWindow(newtComponent form, const Grid &grid, const char *title, GridEnd end, Fit fit)
+void openWindow(newtComponent form, const Grid &grid, const char *title, GridEnd end)
+{
+    openWindow(form, grid, makeNewtGrid(grid), title, end);
+}
+
+void openWindow(newtComponent form, const Grid &grid, newtGrid newts, const char *title,
+                GridEnd end, Fit fit)
 {
     interruptWaiting();
     Window window{.form = form, .title = title, .grid = grid, .fit = fit};
-    newtGrid newts = makeNewtGrid(grid);
     newtGridGetSize(newts, &window.natural.columns, &window.natural.rows);
     const Place place = naturalPlace(window);
     window.isNatural = fits(place);

@@ -201,9 +201,10 @@ int mkTree(yat_device *treeDatap)
                        {{0, 0, checktree, NEWT_ANCHOR_TOP, {.bottom = treeGap}},
                         {0, 1, exitButton, NEWT_ANCHOR_TOP}}};
     newtComponent form = newtForm(nullptr, nullptr, 0);
+    newtGrid newts = makeNewtGrid(grid);
     newtFormAddComponent(form, checktree);
     newtFormAddComponent(form, exitButton);
-    openWindow(form, grid, text("WINDOW_TITLE_MRV_ID"), GridEnd::freed, fitTree);
+    openWindow(form, grid, newts, text("WINDOW_TITLE_MRV_ID"), GridEnd::freed, fitTree);
     addHotKeys(form);
 
     newtComponent left;

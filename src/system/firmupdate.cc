@@ -41,8 +41,10 @@ bool confirm(bool copies)
 bool update(yat_device *device, bool copies)
 {
     constexpr int support = 9;
-    return copies ? carryOut(burnFirmware, support, "TITTLE_UPDATECOPY_ID", device, "FWCOPY")
-                  : carryOut(burnFirmware, support, "TITTLE_FILEPATHUP_ID", device, "FWBURN");
+    return copies ? carryOut(burnFirmware, support, "TITTLE_UPDATECOPY_ID", device,
+                             [] { return "FWCOPY"; })
+                  : carryOut(burnFirmware, support, "TITTLE_FILEPATHUP_ID", device,
+                             [] { return "FWBURN"; });
 }
 
 } // namespace
@@ -60,7 +62,9 @@ int FirmUpdate(yat_device *datap)
     newtComponent file = makeLabel(text("BURN_FILE_DEFAULT"));
 
     const Grid methodGrid = {
-        1, 2, {{0, 0, heading, NEWT_ANCHOR_LEFT}, {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}}};
+        1,
+        2,
+        {{0, 0, heading, NEWT_ANCHOR_LEFT}, {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}}};
     const Grid pathGrid = {1,
                            3,
                            {{0, 0, fileMethod, NEWT_ANCHOR_LEFT, {.left = 1}},

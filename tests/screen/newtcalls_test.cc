@@ -99,12 +99,12 @@ TEST(FirmwareUpdateScreen, IsNotDrawnAnewAfterASuccessNorAtTheEnd)
     std::erase_if(calls, [](const std::string &call) { // of the help line
         return call.starts_with("newtPushHelpLine") || call == "newtRefresh()";
     });
-    EXPECT_EQ(calls, (Calls{"newtGridWrappedWindow(Firmware Update)",
-                            "newtGridFree(Firmware Update, 1)"}
-                      + box("Firmware Update")
-                      + Calls{"IfSupport(CPU module 1, 9, 0) = 1",
-                              "BurnFirmware(CPU module 1, 10, FWCOPY) = 1"}
-                      + box("CPU module 1") + Calls{"newtPopWindow()"}));
+    EXPECT_EQ(
+        calls,
+        (Calls{"newtGridWrappedWindow(Firmware Update)", "newtGridFree(Firmware Update, 1)"}
+         + box("Firmware Update")
+         + Calls{"IfSupport(CPU module 1, 9, 0) = 1", "BurnFirmware(CPU module 1, 10, FWCOPY) = 1"}
+         + box("CPU module 1") + Calls{"newtPopWindow()"}));
 }
 
 TEST(GeneralScreen, IsDrawnAnewAfterTheBoxesThatTellOfNoError)
@@ -148,10 +148,10 @@ TEST(Grids, OfWindowsAreFreedOnceAndWhole)
     Session session(watched({.script = "IfSupport 0"}));
     open(session, cpuModule);
     const std::string title = "CPU module 1 --FT Server Utility";
-    EXPECT_EQ(session.calls("newtGrid"),
-              (Calls{"newtGridWrappedWindow(FT Server Utility)",
-                     "newtGridFree(FT Server Utility, 1)", "newtGridWrappedWindow(" + title + ")",
-                     "newtGridFree(" + title + ", 1)"}));
+    EXPECT_EQ(
+        session.calls("newtGrid"),
+        (Calls{"newtGridWrappedWindow(FT Server Utility)", "newtGridFree(FT Server Utility, 1)",
+               "newtGridWrappedWindow(" + title + ")", "newtGridFree(" + title + ", 1)"}));
     press(session, 9);
     session.see("BIOS status:");
     session.send(enter);
@@ -207,6 +207,72 @@ TEST(Grids, OfBoxesStayAndThatOfTheAdapterUpdateDoesNot)
         EXPECT_EQ(session.calls("newtGridFree"),
                   (freed ? Calls{"newtGridFree(Firmware Update, 1)"} : Calls{}));
     }
+}
+
+// Grids in a grid are there before it, and all of them before the form has what they place.
+TEST(Grids, AreMadeBeforeTheFormGetsItsComponents)
+{
+    const auto callsOf = [](const char *piece) {
+        Session session({.program = "toolkit",
+                         .rows = 40,
+                         .environment = {{"YAT_SPY_MORE", "screen grids"},
+                                         {"TOOLKIT", piece},
+                                         {"TOOLKIT_TITLE", "Title"},
+                                         {"TOOLKIT_TEXT", "text"}}});
+        session.see("┤ ");
+        Calls calls = session.calls();
+        const auto isOther = [](const std::string &call) {
+            return !call.starts_with("newtCreateGrid") && !call.starts_with("newtGridSetField")
+                   && !call.starts_with("newtFormAddComponent")
+                   && !call.starts_with("newtGridWrappedWindow");
+        };
+        std::erase_if(calls, isOther);
+        session.send(enter);
+        session.expectExit(1);
+        return calls;
+    };
+    const Calls box = {"newtCreateGrid(1, 1)",
+                       "newtGridSetField(0, 0, component, 0, 0, 0, 0, 4, 0)",
+                       "newtCreateGrid(1, 1)",
+                       "newtGridSetField(0, 0, component, 0, 0, 0, 0, 4, 0)",
+                       "newtCreateGrid(1, 2)",
+                       "newtGridSetField(0, 0, grid, 0, 0, 0, 0, 4, 0)",
+                       "newtGridSetField(0, 1, grid, 0, 1, 0, 0, 4, 0)",
+                       "newtFormAddComponent()",
+                       "newtFormAddComponent()",
+                       "newtGridWrappedWindow(Title)"};
+    EXPECT_EQ(callsOf("msgWindow"), box);
+    EXPECT_EQ(callsOf("msgWindowEx"), box);
+    const Calls chooser = callsOf("SelectFromButtons");
+    ASSERT_GT(chooser.size(), 4u);
+    EXPECT_EQ(chooser[1], "newtGridSetField(0, 0, component, 0, 0, 0, 0, 1, 0)");
+    EXPECT_EQ(chooser[2], "newtGridSetField(0, 1, component, 0, 1, 0, 0, 1, 0)");
+    EXPECT_TRUE(std::ranges::is_partitioned(chooser, [](const std::string &call) {
+        return call.starts_with("newtCreateGrid") || call.starts_with("newtGridSetField");
+    }));
+    EXPECT_EQ(chooser.back(), "newtGridWrappedWindow(Title)");
+}
+
+TEST(Radios, AreAskedOnceTheOperationIsSupported)
+{
+    RunOptions options = watched();
+    options.environment["YAT_SPY_MORE"] += " grids";
+    Session session(options);
+    open(session, secondCpuModule);
+    const size_t opened = session.calls().size();
+    press(session, 4);
+    session.see("Change the MTBF type");
+    session.send(enter);
+    session.see("The operation was successful.");
+    Calls calls = callsSince(session, opened);
+    std::erase_if(calls, [](const std::string &call) {
+        return !call.starts_with("IfSupport") && !call.starts_with("newtRadio")
+               && !call.starts_with("SetMtbfType");
+    });
+    ASSERT_EQ(calls.size(), 3u);
+    EXPECT_TRUE(calls[0].starts_with("IfSupport(CPU module 2, 13")) << calls[0];
+    EXPECT_EQ(calls[1], "newtRadioGetCurrent()");
+    EXPECT_TRUE(calls[2].starts_with("SetMtbfType(CPU module 2, 14, 2")) << calls[2];
 }
 
 // ---- Titles
@@ -312,7 +378,7 @@ TEST(TreeDrawing, IsDoneTwiceForAKeyThatDoesSomethingAndOnceForAnother)
         session.send(key);
         return session.calls("newtTrashScreen").size() - before;
     };
-    EXPECT_EQ(drawings(up), 1u); // on the first item already
+    EXPECT_EQ(drawings(up), 1u);   // on the first item already
     EXPECT_EQ(drawings(down), 1u); // and the last
     EXPECT_EQ(drawings("x"), 1u);
     EXPECT_EQ(drawings(space), 2u);
@@ -364,12 +430,12 @@ TEST(Questions, AreFetchedAtTheOpeningButForTheMtbfType)
                          "CPGetText(QUERYWIN_PCISTART_ID)"};
     const Calls ofScsi = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_ADAPTERSTOP_ID)",
                           "CPGetText(QUERYWIN_ADAPTERSTART_ID)"};
-    const Calls ofEthernet = {"CPGetText(QUERYWIN_CLEAR_ID)",
-                              "CPGetText(QUERYWIN_ETHERNETSTOP_ID)",
+    const Calls ofEthernet = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_ETHERNETSTOP_ID)",
                               "CPGetText(QUERYWIN_ETHERNETSTART_ID)"};
-    for (const auto &[device, keys, isModule] :
-         {std::tuple{&cpuModule, ofCpu, true}, {&pciModule, ofPci, true},
-          {&scsiAdapter, ofScsi, false}, {&ethernetAdapter, ofEthernet, false}}) {
+    for (const auto &[device, keys, isModule] : {std::tuple{&cpuModule, ofCpu, true},
+                                                 {&pciModule, ofPci, true},
+                                                 {&scsiAdapter, ofScsi, false},
+                                                 {&ethernetAdapter, ofEthernet, false}}) {
         RunOptions options = watched();
         options.environment["YAT_SPY_MORE"] = "texts";
         Session session(options);

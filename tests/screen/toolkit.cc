@@ -122,7 +122,7 @@ void showTree()
     const Grid grid = {
         1, 2, {{0, 0, tree, NEWT_ANCHOR_TOP}, {0, 1, close, NEWT_ANCHOR_TOP, {.top = 1}}}};
     shownTree = tree;
-    openWindow(form, grid, "Tree", GridEnd::kept, fitTree);
+    openWindow(form, grid, makeNewtGrid(grid), "Tree", GridEnd::kept, fitTree);
     newtFormAddComponents(form, tree, close, nullptr);
     while (runForm(form) != close)
         continue;

@@ -5,6 +5,7 @@
 // YAT_SPY_MORE names, separated by blanks, what else is recorded:
 //
 //     screen  what the program asks newt for; windows, their forms and their grids by the title
+//     grids   the grids, what is put into them, and what forms get
 //     texts   the keys that are looked up
 //     trace   the trace log's opening and its records
 #pragma once

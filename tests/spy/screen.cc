@@ -33,6 +33,39 @@ bool isInNewt(void *address)
 #pragma GCC visibility push(default)
 extern "C" {
 
+newtGrid newtCreateGrid(int columns, int rows)
+{
+    if (records("grids"))
+        record("newtCreateGrid(" + list(columns, rows) + ")");
+    return real<decltype(newtCreateGrid)>("newtCreateGrid")(columns, rows);
+}
+
+void newtGridSetField(newtGrid grid, int column, int row, newtGridElement kind, void *content,
+                      int left, int top, int right, int bottom, int anchor, int flags)
+{
+    if (records("grids"))
+        record("newtGridSetField("
+               + list(column, row, kind == NEWT_GRID_SUBGRID ? "grid" : "component", left, top,
+                      right, bottom, anchor, flags)
+               + ")");
+    real<decltype(newtGridSetField)>("newtGridSetField")(grid, column, row, kind, content, left,
+                                                         top, right, bottom, anchor, flags);
+}
+
+void newtFormAddComponent(newtComponent form, newtComponent component)
+{
+    if (records("grids") && !isInNewt(__builtin_return_address(0)))
+        record("newtFormAddComponent()");
+    real<decltype(newtFormAddComponent)>("newtFormAddComponent")(form, component);
+}
+
+newtComponent newtRadioGetCurrent(newtComponent radio)
+{
+    if (records("grids"))
+        record("newtRadioGetCurrent()");
+    return real<decltype(newtRadioGetCurrent)>("newtRadioGetCurrent")(radio);
+}
+
 // The calls that are nothing but recorded.
 #define CALL(result, name, parameters, arguments)                                                  \
     result name parameters                                                                         \
