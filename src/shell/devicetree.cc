@@ -296,7 +296,7 @@ void tracetree(const yat_device *record)
 {
     if (!record)
         return;
-    printf("N:%-24s%-8dH:%-4d", record->lpszTreeName ? record->lpszTreeName : "",
+    printf("N:%-24s%-8dH:%-4d", showable(record->lpszTreeName ? record->lpszTreeName : "").c_str(),
            record->NextDevNum, record->Hierarchy);
     if (record->identity) {
         printf("I:%-4d", record->identity->Instance);
@@ -305,10 +305,10 @@ void tracetree(const yat_device *record)
             printf("%-3u ", byte);
     }
     if (record->parent)
-        printf("P:%-20s", traceNameOf(record->parent));
+        printf("P:%-20s", showable(traceNameOf(record->parent)).c_str());
     const std::span<yat_device *const> children = childrenOf(record);
     if (!children.empty())
-        printf("C:%-20s", traceNameOf(children[0]));
+        printf("C:%-20s", showable(traceNameOf(children[0])).c_str());
     printf("\n");
     for (const yat_device *child : children)
         tracetree(child);

@@ -3,6 +3,7 @@
 
 #include "base/locale.h"
 #include "base/record.h"
+#include "base/streams.h"
 #include "shell/devicetree.h"
 #include "shell/program.h"
 #include "terminal/check.h"
@@ -193,8 +194,9 @@ static bool hasPrinted()
 
 int main(int argc, char **argv)
 {
-    watchSignals();
+    holdStandardStreams();
     TraceLogInit(0, "YATmrvutil", 0, 5, 0);
+    watchSignals();
     TRACE(">");
     adoptLocale();
 

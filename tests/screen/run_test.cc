@@ -17,7 +17,8 @@ void expectUsage(const std::vector<std::string> &arguments)
     const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "Usage: " + workspace.command()[0] + " [-d]\n" + usageText);
-    EXPECT_EQ(workspace.trace(), (std::vector<std::string>{"0 main >", "1 main <missing argument."}));
+    EXPECT_EQ(workspace.trace(),
+              (std::vector<std::string>{"0 main >", "1 main <missing argument."}));
     EXPECT_TRUE(workspace.calls().empty()); // nothing was set up, so nothing is undone
 }
 
@@ -80,12 +81,12 @@ TEST(CommandLine, DumpModePrintsTheDeviceData)
               "P:PCI module 2        C:Ethernet adapter 2  \n"
               "N:Ethernet adapter 2      0       H:3   I:2   ID:3   1   1   0   0   0   0   0   "
               "P:SCSI adapter 2      \n");
-    EXPECT_EQ(workspace.calls(),
-              (std::vector<std::string>{
-                  "OpenStrFile(/data/E_mrvutil.rc) = stream", "initnewtlib() = 0",
-                  "initslanglib() = 0", "ft_FunctionInit() = 1", "CreateTreeViewData(null) = 1",
-                  "FreeTreeViewData(root) = 1", "ft_FunctionRelease() = 1", "freenewtlib()",
-                  "freeslanglib()"}));
+    EXPECT_EQ(
+        workspace.calls(),
+        (std::vector<std::string>{"OpenStrFile(/data/E_mrvutil.rc) = stream", "initnewtlib() = 0",
+                                  "initslanglib() = 0", "ft_FunctionInit() = 1",
+                                  "CreateTreeViewData(null) = 1", "FreeTreeViewData(root) = 1",
+                                  "ft_FunctionRelease() = 1", "freenewtlib()", "freeslanglib()"}));
 }
 
 // The command line has no room for a question.
@@ -123,6 +124,32 @@ TEST(CommandLine, DumpModeFailsWhenItCannotPrint)
     }
 }
 
+TEST(CommandLine, DumpModeWritesIntoNothingElseWhenItsOutputIsClosed)
+{
+    for (const int closed : {STDOUT_FILENO, STDERR_FILENO, STDIN_FILENO}) {
+        Workspace workspace({.arguments = {"-debug"}});
+        const Finished run = ::run(workspace.command(), {.environment = workspace.environment(),
+                                                         .prepare = [closed] { close(closed); }});
+        EXPECT_EQ(run.status, closed == STDOUT_FILENO ? 0 : 1);
+        const std::string log = readFile(workspace.stateDirectory() / "log" / "YATmrvutil.log");
+        EXPECT_NE(log.find("enter utility/main() of mrvutil."), log.npos);
+        EXPECT_EQ(log.find("N:CPU module 1"), log.npos);
+    }
+}
+
+TEST(CommandLine, DumpModePrintsNothingThatTurnsTheTerminalRound)
+{
+    Workspace workspace({.arguments = {"-debug"},
+                         .tree = "0 1 1 1 7 mo\xc2\x9b"
+                                 "dule\n1 2 8 1 255 \xe2\x80\xae\x1b"
+                                 "abc\n"});
+    const std::string output = runPlain(workspace).output;
+    EXPECT_NE(output.find("N:mo?dule"), output.npos) << output;
+    EXPECT_NE(output.find("N:??abc"), output.npos);
+    EXPECT_NE(output.find("P:mo?dule"), output.npos);
+    EXPECT_NE(output.find("C:??abc"), output.npos);
+}
+
 TEST(CommandLine, DumpModeShowsOddRecords)
 {
     Workspace workspace({.arguments = {"-debug"},
@@ -146,13 +173,13 @@ TEST(CommandLine, KernelMessagesAreOffWhileTheScreenIsInUse)
     EXPECT_EQ(session.calls("klogctl"), std::vector<std::string>{"klogctl(6, null, 0)"});
     session.send(keys::ctrlO);
     session.expectExit(1);
-    EXPECT_EQ(session.calls(),
-              (std::vector<std::string>{
-                  "OpenStrFile(/data/E_mrvutil.rc) = stream", "initnewtlib() = 0",
-                  "initslanglib() = 0", "klogctl(6, null, 0)", "ft_FunctionInit() = 1",
-                  "CreateTreeViewData(null) = 1", "call_yat_is_ft(0) = 3",
-                  "FreeTreeViewData(root) = 1", "klogctl(8, null, 6)", "ft_FunctionRelease() = 1",
-                  "freenewtlib()", "freeslanglib()"}));
+    EXPECT_EQ(
+        session.calls(),
+        (std::vector<std::string>{
+            "OpenStrFile(/data/E_mrvutil.rc) = stream", "initnewtlib() = 0", "initslanglib() = 0",
+            "klogctl(6, null, 0)", "ft_FunctionInit() = 1", "CreateTreeViewData(null) = 1",
+            "call_yat_is_ft(0) = 3", "FreeTreeViewData(root) = 1", "klogctl(8, null, 6)",
+            "ft_FunctionRelease() = 1", "freenewtlib()", "freeslanglib()"}));
 }
 
 TEST(CommandLine, OptionDLeavesKernelMessagesAlone)
@@ -206,12 +233,10 @@ TEST(Terminal, HasToBeKnown)
 
 TEST(Terminal, HasToHaveRoomForAWindow)
 {
-    expectRefusalInTerminal(
-        {.rows = 11, .columns = 40},
-        "the terminal has 40 columns and 11 rows; make it at least 40 by 12");
-    expectRefusalInTerminal(
-        {.rows = 12, .columns = 39},
-        "the terminal has 39 columns and 12 rows; make it at least 40 by 12");
+    expectRefusalInTerminal({.rows = 11, .columns = 40},
+                            "the terminal has 40 columns and 11 rows; make it at least 40 by 12");
+    expectRefusalInTerminal({.rows = 12, .columns = 39},
+                            "the terminal has 39 columns and 12 rows; make it at least 40 by 12");
 }
 
 TEST(Terminal, HasToHaveCharactersThatCanBeDrawnWhole)
@@ -270,9 +295,9 @@ TEST(Programs, OfTheOtherWindowsHaveTheSameOptions)
         EXPECT_EQ(run.output, "Usage: " + wrong.command()[0] + " [-d]\n" + usageText);
         EXPECT_TRUE(wrong.calls().empty());
         for (const bool quiet : {true, false}) {
-            Session session({.program = program,
-                             .arguments = quiet ? std::vector<std::string>{}
-                                                : std::vector<std::string>{"-d"}});
+            Session session(
+                {.program = program,
+                 .arguments = quiet ? std::vector<std::string>{} : std::vector<std::string>{"-d"}});
             session.see("Close");
             session.send(keys::backTab + keys::enter);
             session.expectExit(1);

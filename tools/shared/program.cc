@@ -12,13 +12,6 @@
 #include <sstream>
 #include <unistd.h>
 
-void holdStandardStreams()
-{
-    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
-        if (fcntl(stream, F_GETFD) == -1)
-            open("/dev/null", O_RDONLY); // which gets the lowest number, and can't be written to
-}
-
 void printProblem(const std::string &program, const std::string &utf8)
 {
     std::istringstream lines(utf8);

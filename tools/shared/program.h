@@ -4,10 +4,6 @@
 
 #include <string>
 
-// Takes the places of standard streams that are closed. Else the next file that is opened, a log or
-// a database, would get the output.
-void holdStandardStreams();
-
 // Prints what is wrong on standard error, each line after the program's name.
 void printProblem(const std::string &program, const std::string &utf8);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // yatctl: the operations of the product for scripts and for other programs.
 #include "base/locale.h"
+#include "base/streams.h"
 #include "shared/program.h"
 #include "yat/trace.h"
 #include "yatctl/commandline.h"

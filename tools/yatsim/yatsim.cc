@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // yatsim: looks at a simulated machine, and does to it what operations of the product can't.
 #include "base/locale.h"
+#include "base/streams.h"
 #include "shared/program.h"
 #include "yatsim/commandline.h"
 
