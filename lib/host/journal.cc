@@ -5,6 +5,7 @@
 #include "common/file.h"
 #include "common/paths.h"
 #include "text/encoding.h"
+#include "text/json.h"
 
 #include <ctime>
 #include <nlohmann/json.hpp>
@@ -37,9 +38,7 @@ void writeDown(const JournalEntry &entry)
         {"time", timeNow()},      {"user", caller.user},          {"terminal", caller.terminal},
         {"device", entry.device}, {"operation", entry.operation}, {"result", entry.result},
         {"reason", entry.reason}};
-    const std::string text =
-        line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
-    yat::appendToFile(yat::stateDirectory() + "/host.journal", text);
+    yat::appendToFile(yat::stateDirectory() + "/host.journal", yat::jsonText(line) + "\n");
 }
 
 } // namespace host

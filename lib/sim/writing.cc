@@ -2,6 +2,7 @@
 #include "sim/writing.h"
 
 #include "sim/values.h"
+#include "text/json.h"
 
 #include <utility>
 
@@ -55,25 +56,17 @@ Json tablesOf(Machine machine)
 
 // ---- As text
 
-std::string jsonText(const Json &json, int indentation)
-{
-    return json.dump(indentation, ' ', false, Json::error_handler_t::replace);
-}
-
 bool isTables(const Json &value)
 {
     return value.is_object() || (value.is_array() && !value.empty() && value[0].is_object());
 }
 
-// TOML has the strings and numbers of JSON, but for one character.
+// TOML has the strings and numbers of JSON.
 std::string valueText(const Json &value)
 {
+    if (!value.is_array())
+        return yat::jsonText(value);
     std::string result;
-    if (!value.is_array()) {
-        for (const char byte : jsonText(value, -1))
-            result.append(byte == '\x7F' ? "\\u007F" : std::string(1, byte));
-        return result;
-    }
     for (const Json &each : value)
         result += (result.empty() ? "" : ", ") + valueText(each);
     return "[" + result + "]";
@@ -109,7 +102,7 @@ std::string toToml(const Machine &machine)
 
 std::string toJson(const Machine &machine)
 {
-    return jsonText(tablesOf(machine), 2) + "\n";
+    return yat::jsonText(tablesOf(machine), 2) + "\n";
 }
 
 } // namespace sim

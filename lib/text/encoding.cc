@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cwchar>
 #include <iconv.h>
 #include <langinfo.h>
@@ -116,6 +117,27 @@ std::string fromDisplay(std::string_view text)
         if (!isCharacter || !conversion.append(result, text.substr(0, length)))
             result += replacementCharacter;
         text.remove_prefix(length);
+    }
+    return result;
+}
+
+std::string escapedJson(std::string_view json)
+{
+    std::string result;
+    while (!json.empty()) {
+        const size_t length = std::max<size_t>(utf8Length(json), 1);
+        const std::string_view sequence = json.substr(0, length);
+        const char32_t character =
+            length > 1 ? utf8Character(sequence) : static_cast<unsigned char>(json[0]);
+        char escape[8];
+        if (character < 0x7F || isShowable(character)) {
+            result += sequence;
+        } else {
+            snprintf(escape, sizeof escape, "\\u%04X",
+                     static_cast<unsigned>(character)); // none is beyond
+            result += escape;
+        }
+        json.remove_prefix(length);
     }
     return result;
 }

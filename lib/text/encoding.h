@@ -21,6 +21,9 @@ std::string fromDisplay(std::string_view text);
 // base/display.h.
 std::string printable(std::string_view utf8);
 
+// JSON in UTF-8 with what is not showable escaped, which in JSON stands in strings only.
+std::string escapedJson(std::string_view json);
+
 // From EUC-JP to UTF-8; what is no EUC-JP becomes U+FFFD.
 std::string fromEuc(std::string_view euc);
 

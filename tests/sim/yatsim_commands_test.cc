@@ -51,6 +51,24 @@ TEST_F(Yatsim, ListAsJsonSaysWhatShowSays)
     EXPECT_EQ(names, devicesOfCedar);
 }
 
+// What turns a terminal round reaches none, whatever the form.
+TEST_F(Yatsim, EscapesWhatIsNotToBeShown)
+{
+    const std::string file =
+        write("odd.toml", shipped("CEDAR", "\"CPU module 2\"", "\"A\\u009b31m\\u202eB\""));
+    for (const char *arguments :
+         {"list", "list --json", "show cpu2", "show cpu2 --json", "export", "journal --json"}) {
+        const Finished result = yatsim("--machine " + file + " " + arguments);
+        EXPECT_EQ(result.status, 0) << arguments << result.errors;
+        for (const char *raw : {"\u009b", "\u202e"})
+            EXPECT_EQ(result.output.find(raw), std::string::npos) << arguments;
+    }
+    const Json device = Json::parse(yatsim("--machine " + file + " show cpu2 --json").output);
+    EXPECT_EQ(device.at("name"), "A\u009b31m\u202eB");
+    EXPECT_NE(yatsim("--machine " + file + " export").output.find("\"A\\u009B31m\\u202EB\""),
+              std::string::npos);
+}
+
 TEST_F(Yatsim, ShowsADevice)
 {
     steer("set time +0"); // makes the machine
@@ -322,4 +340,3 @@ TEST_F(Yatsim, WritesDownWhatItRefusesByItself)
     }
     EXPECT_EQ(Json::parse(steer("journal --json")).size(), 1 + std::size(cases));
 }
-

@@ -2,6 +2,7 @@
 #include "yatctl/report.h"
 
 #include "shared/table.h"
+#include "text/json.h"
 
 #include <cstdio>
 
@@ -80,7 +81,7 @@ Json devicesJson(const std::vector<Device> &devices)
 
 void print(const Json &json, int indentation)
 {
-    printf("%s\n", json.dump(indentation, ' ', false, Json::error_handler_t::replace).c_str());
+    printf("%s\n", yat::jsonText(json, indentation).c_str());
 }
 
 void printDevices(const std::vector<Device> &devices)

@@ -6,6 +6,7 @@
 #include "sim/injection.h"
 #include "sim/words.h"
 #include "text/encoding.h"
+#include "text/json.h"
 #include "yat/ft.h"
 
 #include <cstdio>
@@ -125,7 +126,7 @@ std::string injectionText(const Injection &injection)
 
 void print(const Json &json)
 {
-    printf("%s\n", json.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+    printf("%s\n", yat::jsonText(json, 2).c_str());
 }
 
 Json journalJson(const JournalRow &row)
@@ -256,8 +257,7 @@ void reportJournal(Store &store, int64_t last, Form form)
     if (form == Form::json) {
         const char *before = "[\n";
         readJournal(store, last, [&](const JournalRow &row) {
-            printf("%s%s", before,
-                   journalJson(row).dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+            printf("%s%s", before, yat::jsonText(journalJson(row)).c_str());
             before = ",\n";
         });
         printf("%s]\n", *before == '[' ? before : "\n");

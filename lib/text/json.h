@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// JSON as text that can be shown.
+#pragma once
+
+#include "text/encoding.h"
+
+namespace yat {
+
+// A value of nlohmann-json as text in UTF-8, in one line without an indentation. What is not
+// showable is escaped, and what is no UTF-8 becomes U+FFFD.
+template <class Json> std::string jsonText(const Json &json, int indentation = -1)
+{
+    return escapedJson(json.dump(indentation, ' ', false, Json::error_handler_t::replace));
+}
+
+} // namespace yat
