@@ -58,16 +58,14 @@ void makePart(const std::string &directory, const std::string &part)
         refuse(directory, part + why);
 }
 
-void requireOwn(const std::string &file, const struct stat &status)
+// What keeps a file from being taken for one of the product's own; empty for nothing.
+std::string whyNotOwn(const struct stat &file)
 {
-    if (S_ISLNK(status.st_mode))
-        refuse(file, "it is a symbolic link");
-    if (!S_ISREG(status.st_mode))
-        refuse(file, "it is no regular file");
-    if (status.st_nlink > 1)
-        refuse(file, "it has a second name (a hard link)");
-    if (isRoot() && status.st_uid != 0)
-        refuse(file, "it belongs to another user");
+    return S_ISLNK(file.st_mode)          ? "it is a symbolic link"
+           : !S_ISREG(file.st_mode)       ? "it is no regular file"
+           : file.st_nlink > 1            ? "it has a second name (a hard link)"
+           : isRoot() && file.st_uid != 0 ? "it belongs to another user"
+                                          : "";
 }
 
 } // namespace
@@ -88,25 +86,32 @@ void makeOwnDirectory(const std::string &directory)
 void requireOwnFile(const std::string &file)
 {
     struct stat status;
-    if (lstat(file.c_str(), &status) == 0)
-        requireOwn(file, status);
+    if (lstat(file.c_str(), &status) != 0)
+        return;
+    if (const std::string why = whyNotOwn(status); !why.empty())
+        refuse(file, why);
 }
 
-int openOwnFile(const std::string &file, int flags)
+int openOwnFile(const std::string &file, int flags, mode_t permissions)
 {
     requireOwnFile(file);
     flags |= O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK; // or a FIFO of this name would hold us up
     int descriptor = -1;
     for (const int making : {0, O_CREAT | O_EXCL, 0}) { // another program may make it meanwhile
-        descriptor = open(file.c_str(), flags | making, 0640);
+        descriptor = open(file.c_str(), flags | making, permissions);
         if (descriptor >= 0 && making != 0)
-            fchmod(descriptor, 0640);
+            fchmod(descriptor, permissions);
         if (descriptor >= 0 || (errno != ENOENT && errno != EEXIST))
             break;
     }
     if (descriptor < 0)
         refuse(file, reason(errno));
-    return descriptor;
+    // Where others have a say, it may be another file by now.
+    struct stat status;
+    if (fstat(descriptor, &status) == 0 && whyNotOwn(status).empty())
+        return descriptor;
+    close(descriptor);
+    refuse(file, "it is another file by now");
 }
 
 } // namespace yat

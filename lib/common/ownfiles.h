@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 
 namespace yat {
 
@@ -17,8 +18,8 @@ void makeOwnDirectory(const std::string &directory);
 // there is fine.
 void requireOwnFile(const std::string &file);
 
-// Opens a file, made with the permissions 0640 whatever the umask is, and returns its descriptor,
+// Opens a file, made with these permissions whatever the umask is, and returns its descriptor,
 // which the caller closes. The flags are those of open() that tell what for. Throws as above.
-int openOwnFile(const std::string &file, int flags);
+int openOwnFile(const std::string &file, int flags, mode_t permissions = 0640);
 
 } // namespace yat

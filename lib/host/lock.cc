@@ -13,7 +13,7 @@ namespace host {
 
 Lock::Lock(const std::string &name, bool waits)
 {
-    descriptor = yat::openOwnFile(yat::stateDirectory() + "/" + name, O_RDWR);
+    descriptor = yat::openOwnFile(yat::stateDirectory() + "/" + name, O_RDWR, 0600);
     int result;
     while ((result = flock(descriptor, waits ? LOCK_EX : LOCK_EX | LOCK_NB)) != 0
            && errno == EINTR) {

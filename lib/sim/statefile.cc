@@ -122,7 +122,8 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
 
 std::unique_ptr<Database> openStateFile(const std::string &file)
 {
-    yat::requireOwnFile(file);
+    for (const char *ending : {"", "-wal", "-shm", "-journal"})
+        yat::requireOwnFile(file + ending);
     auto database = std::make_unique<Database>(file, SQLite::OPEN_READWRITE);
     sqlite3 *handle = database->connection.getHandle();
     // Until it is known to be sound, closing it must not write it.

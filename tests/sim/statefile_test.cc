@@ -156,6 +156,20 @@ TEST(StateFile, IsNoLink)
     expectRefusal(" can't be written: it is a symbolic link");
 }
 
+TEST(StateFile, HasNothingStrangeBesideIt)
+{
+    for (const char *ending : {"-wal", "-shm", "-journal"}) {
+        Stored stored;
+        look(stored.store);
+        stored.store.database.reset();
+        const std::string beside = stored.store.file + ending;
+        fs::remove(beside);
+        ASSERT_EQ(mkfifo(beside.c_str(), 0600), 0);
+        EXPECT_EQ(problemOf([&] { look(stored.store); }),
+                  beside + " can't be written: it is no regular file");
+    }
+}
+
 TEST(StateFile, ThatCantBeMadeSaysSo)
 {
     Stored stored;

@@ -161,6 +161,18 @@ TEST(Structure, EveryFileNamesItsLicence)
         EXPECT_EQ(source.text.find("SPDX-License-Identifier: GPL-2.0-or-later"), 3u) << source.path;
 }
 
+// Of a program with another one's rights, the environment is not to be trusted.
+TEST(Structure, TheEnvironmentIsReadSecurely)
+{
+    static const std::regex call("[^_](getenv\\()");
+    size_t count = 0;
+    for (const Source &source : sourcesBelow({"base", "lib", "src", "tools"})) {
+        EXPECT_FALSE(std::regex_search(source.text, call)) << source.path;
+        count += source.text.find("secure_getenv(") != std::string::npos;
+    }
+    EXPECT_GT(count, 5u);
+}
+
 TEST(Structure, TheBoundaryIsDeclaredInItsHeadersOnly)
 {
     const auto declares = [](const Source &source) {
