@@ -52,11 +52,31 @@ Finished atTerminal(const std::string &arguments, const std::string &answer)
 
 TEST_F(Output, OfAWrongCommandLineIsUsage)
 {
-    for (const char *arguments :
-         {"", "nonsense", "--nonsense", "list extra", "show", "show \"\"", "start", "stop --json",
-          "set-type cpu1", "set-type cpu1 3", "update cpu1", "update cpu1 burn",
-          "start cpu1 --wait=0", "start cpu1 --wait=x", "clear cpu1 --wait", "watch --interval 0",
-          "settings nonsense", "settings automatic_module_start=2", "metrics --json"}) {
+    for (const char *arguments : {"",
+                                  "nonsense",
+                                  "--nonsense",
+                                  "list extra",
+                                  "show",
+                                  "show \"\"",
+                                  "start",
+                                  "stop --json",
+                                  "set-type cpu1",
+                                  "set-type cpu1 3",
+                                  "update cpu1",
+                                  "update cpu1 burn",
+                                  "start cpu1 --wait=0",
+                                  "start cpu1 --wait=x",
+                                  "start cpu1 --wait=nan",
+                                  "start cpu1 --wait=1e3",
+                                  "start cpu1 --wait=0x10",
+                                  "watch --interval nan",
+                                  "watch --interval 1e1",
+                                  "watch --interval .",
+                                  "clear cpu1 --wait",
+                                  "watch --interval 0",
+                                  "settings nonsense",
+                                  "settings automatic_module_start=2",
+                                  "metrics --json"}) {
         const Finished result = yatctl(arguments);
         EXPECT_EQ(result.status, 2) << arguments;
         EXPECT_EQ(result.output, "") << arguments;
@@ -154,6 +174,14 @@ TEST_F(Output, IsAlignedByColumns)
 }
 
 // ---- Outputs and terminals
+
+TEST_F(Output, AsJsonEscapesWhatIsNotToBeShown)
+{
+    const Finished result = yatctl("show --json \u009b31m\u202e");
+    EXPECT_EQ(result.status, 4);
+    EXPECT_NE(result.output.find("\\u009B31m\\u202E"), std::string::npos) << result.output;
+    EXPECT_EQ(result.output.find("\u009b"), std::string::npos);
+}
 
 TEST_F(Output, ThatCantBeWrittenIsAFailure)
 {

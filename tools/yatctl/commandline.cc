@@ -9,6 +9,9 @@
 #include "yatctl/watch.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 namespace yatctl {
 namespace {
@@ -54,9 +57,19 @@ std::string emptiness(const std::string &argument)
     return argument.empty() ? "is empty" : "";
 }
 
-CLI::Validator between(double least, double most)
+// A number of seconds in digits, with a fraction where that is allowed; not 1e3, 0x10 or nan.
+CLI::Validator between(double least, double most, const char *signs)
 {
-    return CLI::Range(least, most).description("");
+    return CLI::Validator(
+        [=](const std::string &text) -> std::string {
+            const bool isNumber = text.find_first_not_of(signs) == std::string::npos
+                                  && std::ranges::count(text, '.') <= 1;
+            const double value = isNumber ? strtod(text.c_str(), nullptr) : -1;
+            char expected[64];
+            snprintf(expected, sizeof expected, "expected seconds from %g to %g", least, most);
+            return value >= least && value <= most ? "" : "'" + text + "': " + expected;
+        },
+        "");
 }
 
 void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
@@ -82,7 +95,7 @@ void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
     if (name == "watch")
         app.add_option("--interval", request.interval, "Seconds between two looks, 2 by default")
             ->type_name("SECONDS")
-            ->check(between(0.1, 86400));
+            ->check(between(0.1, 86400, "0123456789."));
     if (name == "metrics")
         app.add_option("--output", request.output,
                        "Write the file in one step, not to be read half")
@@ -104,7 +117,7 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
     }
     if (command.takes & waits)
         app.add_flag("--wait{600}", request.wait, "Wait until it is done, 600 seconds by default")
-            ->check(between(1, 86400));
+            ->check(between(1, 86400, "0123456789"));
     if (command.takes & json)
         app.add_flag("--json", request.json, "Print JSON");
 }
