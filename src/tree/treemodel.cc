@@ -24,6 +24,8 @@ bool isLast(const TreeModel &model, const Item *item)
     return lastSibling(item->parent ? item->parent->children : model.items) == item;
 }
 
+static constexpr int append = -1; // NEWT_ARG_APPEND
+
 bool insertItem(TreeModel &model, Item *item, std::span<const int> path)
 {
     if (path.empty())
@@ -31,14 +33,14 @@ bool insertItem(TreeModel &model, Item *item, std::span<const int> path)
     Siblings *list = &model.items;
     Item *parent = nullptr;
     for (const int position : path.first(path.size() - 1)) {
-        parent = position < 0 ? nullptr : siblingAt(*list, position);
+        parent = position == append ? nullptr : siblingAt(*list, std::max(position, 0));
         if (!parent)
             return false;
         list = &parent->children;
     }
     item->parent = parent;
     item->depth = static_cast<unsigned>(path.size() - 1) & 0xFFFFFF;
-    insertSibling(*list, path.back() < 0 ? INT_MAX : path.back(), item);
+    insertSibling(*list, path.back() == append ? INT_MAX : std::max(path.back(), 0), item);
     return true;
 }
 

@@ -131,8 +131,8 @@ public:
         const std::vector<const Simple *> before = simple.items(false);
         auto *item = const_cast<Simple *>(before[static_cast<size_t>(simple.current)]);
         const Simple *first = before[static_cast<size_t>(simple.first)];
-        item->selected = item->children.empty() ? (item->selected + 1) % simple.states
-                                                : !item->selected;
+        item->selected =
+            item->children.empty() ? (item->selected + 1) % simple.states : !item->selected;
         setItem(model, currentItem(model), SetMode::toggle);
         const std::vector<const Simple *> after = simple.items(false);
         simple.current = static_cast<int>(std::ranges::find(after, item) - after.begin());
@@ -221,10 +221,10 @@ private:
 
 rc::Gen<std::vector<int>> paths()
 {
-    const auto position = rc::gen::weightedOneOf<int>(
-        {{6, rc::gen::inRange(0, 4)},
-         {1, rc::gen::inRange(0, 30)},
-         {3, rc::gen::just(static_cast<int>(NEWT_ARG_APPEND))}});
+    const auto position =
+        rc::gen::weightedOneOf<int>({{6, rc::gen::inRange(0, 4)},
+                                     {1, rc::gen::inRange(0, 30)},
+                                     {3, rc::gen::just(static_cast<int>(NEWT_ARG_APPEND))}});
     return rc::gen::resize(4, rc::gen::container<std::vector<int>>(position));
 }
 
@@ -310,4 +310,21 @@ TEST(TreeModel, CollapsingABranchMakesItCurrentInThePlaceOfWhatItHides)
     setItem(model, &items[1], SetMode::reset);
     EXPECT_EQ(currentItem(model), &items[0]);
     EXPECT_EQ(model.flatCount, 2);
+}
+
+// As many steps along the list as the number says, which is none for a negative one.
+TEST(TreeModel, TakesNoStepForANegativePosition)
+{
+    TreeModel model;
+    std::array<Item, 4> items;
+    for (Item &item : items)
+        item.data = &item - items.data();
+    insertItem(model, &items[0], std::vector{-1});
+    insertItem(model, &items[1], std::vector{-2});
+    insertItem(model, &items[2], std::vector{-1});
+    EXPECT_TRUE(insertItem(model, &items[3], std::vector{-7, -1}));
+    EXPECT_EQ(siblingAt(model.items, 0), &items[1]);
+    EXPECT_EQ(siblingAt(model.items, 2), &items[2]);
+    EXPECT_EQ(items[3].parent, &items[1]);
+    EXPECT_FALSE(insertItem(model, &items[3], std::vector{-1, -1}));
 }
