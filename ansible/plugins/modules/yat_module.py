@@ -78,7 +78,7 @@ from ansible_collections.kiv.yatkit.plugins.module_utils.yatctl import Yatctl
 # What is there, what is on the way there, and how to get there.
 STATES = {
     "started": (("running",), ("starting", "synchronising"), "start"),
-    "stopped": (("stopped", "not_installed"), ("stopping",), "stop"),
+    "stopped": (("stopped", "not_installed"), ("stopping", "updating"), "stop"),
 }
 
 
