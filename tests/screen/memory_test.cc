@@ -27,7 +27,7 @@ struct Visit {
     std::map<std::string, std::string> environment(long lastAllocation) const
     {
         auto result = workspace.environment();
-        result["LD_PRELOAD"] = SHORT_MEMORY;
+        result["LD_PRELOAD"] = workspace.preloadable(SHORT_MEMORY);
         result["YAT_LAST_ALLOCATION"] = std::to_string(lastAllocation);
         result["YAT_ALLOCATIONS"] = (workspace.directory() / "allocations").string();
         result["ESCDELAY"] = "10";
@@ -55,8 +55,10 @@ TEST(Memory, ThatComesToAnEndIsToldOnceTheScreenIsGone)
         const std::string output = visit.terminal.output();
         EXPECT_TRUE(output.ends_with("mrvutil: out of memory\r\n")) << last << " of " << all << "\n"
                                                                     << output;
-        EXPECT_FALSE(visit.terminal.inAlternateScreen());
-        EXPECT_TRUE(visit.terminal.cursorIsVisible());
-        EXPECT_TRUE(visit.terminal.modesAreAsBefore());
+        EXPECT_FALSE(visit.terminal.inAlternateScreen()) << last;
+        // A screen that is left without having been entered looks to the emulator as if it hid it.
+        EXPECT_TRUE(visit.terminal.cursorIsVisible() || output.find("\x1b[?25l") == output.npos)
+            << last;
+        EXPECT_TRUE(visit.terminal.modesAreAsBefore()) << last;
     }
 }

@@ -147,7 +147,7 @@ struct Started {
     std::map<std::string, std::string> environment() const
     {
         auto result = workspace.environment();
-        result["LD_PRELOAD"] = NO_PAUSES;
+        result["LD_PRELOAD"] = workspace.preloadable(NO_PAUSES);
         result["ESCDELAY"] = "20";
         // To look for leaks takes time after the screen is gone, in which Ctrl-C ends it.
         result["ASAN_OPTIONS"] += ":detect_leaks=0";

@@ -15,12 +15,17 @@ Workspace::Workspace(const RunOptions &given)
     : options(given), state(given.state.empty() ? directory() / "state" : fs::path(given.state))
 {
     const fs::path tree = directory() / "tree";
-    // The loader takes blanks and colons in LD_PRELOAD for the ends of names, and the path of the
-    // sources may have some.
-    fs::create_symlink(SPY, directory() / "libspy.so");
     writeFile(tree, options.tree);
     writeFile(directory() / "script",
               options.script + "\n" + (options.tree.empty() ? "" : "tree " + tree.string() + "\n"));
+}
+
+std::string Workspace::preloadable(const fs::path &library) const
+{
+    const fs::path link = directory() / library.filename();
+    if (!fs::exists(link))
+        fs::create_symlink(library, link);
+    return link.string();
 }
 
 Workspace::~Workspace()
@@ -58,7 +63,7 @@ std::map<std::string, std::string> Workspace::environment() const
         {"YAT_TIME_SCALE", "0"},
         {"YAT_SPY_SCRIPT", (directory() / "script").string()},
         {"YAT_SPY_LOG", (directory() / "calls").string()},
-        {"LD_PRELOAD", (directory() / "libspy.so").string()},
+        {"LD_PRELOAD", preloadable(SPY)},
         // The spy comes before the sanitizers' library, which does no harm.
         {"ASAN_OPTIONS", "verify_asan_link_order=0:" + log},
         {"UBSAN_OPTIONS", "print_stacktrace=1:" + log},

@@ -18,10 +18,10 @@ struct RunOptions {
     std::string language = "en_US.UTF-8";
     std::string term = "xterm-256color";
     int rows = 24, columns = 80;
-    std::string script{}; // for the spy, see tests/spy/script.cc
-    std::string tree{};   // records for the spy
+    std::string script{};                             // for the spy, see tests/spy/script.cc
+    std::string tree{};                               // records for the spy
     std::map<std::string, std::string> environment{}; // beside what every run has; "(unset)" takes
-                                                    // a variable out
+                                                      // a variable out
     std::string encoding = "UTF-8";
     bool ignoreHangup = false;
     std::string state{}; // a state directory to share; empty: an own one
@@ -40,7 +40,14 @@ public:
     {
         return own.path;
     }
-    const std::filesystem::path &stateDirectory() const { return state; }
+    const std::filesystem::path &stateDirectory() const
+    {
+        return state;
+    }
+
+    // A name for LD_PRELOAD, in which the loader takes blanks and colons for the ends of names: the
+    // path of the sources may have some.
+    std::string preloadable(const std::filesystem::path &library) const;
 
     // Lets the calls go on that the script has as held.
     void letGo() const;
