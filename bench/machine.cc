@@ -47,9 +47,11 @@ void copy(benchmark::State &state)
 void recordsOf(benchmark::State &state)
 {
     const Machine machine = machineOf(state);
-    for (auto _ : state)
-        if (!yat::freeRecords(makeRecords(machine)))
+    for (auto _ : state) {
+        yat_device *root = makeRecords(machine);
+        if (yat::freeTree(&root) != 1)
             return state.SkipWithError("there are no records");
+    }
     state.SetComplexityN(state.range(0));
 }
 
