@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <fcntl.h>
 #include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -300,6 +301,34 @@ TEST_F(Operations, AreLookedAtAgainWhenTheyAreCarriedOut)
     EXPECT_EQ(CALL(InitBringDown)(record(3, 1), stopPci + 1), 0);
     EXPECT_EQ(server.read("/sys/bus/pci/slots/1/power"), "1\n");
     EXPECT_EQ(journal(), (Lines{"PCI module 1 (slot 1) stop refused sdplay is mounted on /srv"}));
+}
+
+// What is read by who reads logs says what was done; only root holds up what others do.
+TEST_F(Operations, LeaveFilesForTheirReadersOnly)
+{
+    addPackages(2, 1);
+    server.write("/proc/interrupts", "       CPU0 CPU1\nMCE:  1 1 Machine check exceptions\n");
+    EXPECT_EQ(CALL(ClearMTBF)(record(2, 1), clearCpu + 1), 1) << trace();
+    const std::map<std::string, int> expected = {{"host.journal", 0640},
+                                                 {"host.json", 0640},
+                                                 {"host.json.lock", 0600},
+                                                 {"host.operation.lock", 0600}};
+    for (const auto &[name, permissions] : expected)
+        EXPECT_EQ(std::filesystem::status(state.path / name).permissions(),
+                  std::filesystem::perms(permissions))
+            << name;
+}
+
+// Whoever may mount chooses the name of the place.
+TEST_F(Operations, WriteNothingIntoTheJournalThatTurnsATerminalRound)
+{
+    server.addProcessor(0, 0);
+    server.addDisk(server.addFunction("0000:02:00.0", scsi, "virtio-pci"), "sdplay", 1);
+    server.addSlot("1", "0000:02:00", true, true);
+    server.write("/proc/self/mountinfo", "23 22 8:16 / /\u009bA\u202e rw - ext4 /dev/sdplay rw\n");
+    EXPECT_EQ(CALL(InitBringDown)(record(3, 1), stopPci + 1), 0);
+    const std::string text = readFile(state.path / "host.journal");
+    EXPECT_NE(text.find("is mounted on /\\u009BA\\u202E"), text.npos) << text;
 }
 
 TEST_F(Operations, OneAtATime)
