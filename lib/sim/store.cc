@@ -13,7 +13,6 @@
 
 #include <SQLiteCpp/Transaction.h>
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <sqlite3.h>

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <new>
+#include <newt.h>
 
 Item *makeItem(std::string_view text)
 {
@@ -24,8 +25,6 @@ bool isLast(const TreeModel &model, const Item *item)
     return lastSibling(item->parent ? item->parent->children : model.items) == item;
 }
 
-static constexpr int append = -1; // NEWT_ARG_APPEND
-
 bool insertItem(TreeModel &model, Item *item, std::span<const int> path)
 {
     if (path.empty())
@@ -33,14 +32,14 @@ bool insertItem(TreeModel &model, Item *item, std::span<const int> path)
     Siblings *list = &model.items;
     Item *parent = nullptr;
     for (const int position : path.first(path.size() - 1)) {
-        parent = position == append ? nullptr : siblingAt(*list, std::max(position, 0));
+        parent = position == NEWT_ARG_APPEND ? nullptr : siblingAt(*list, std::max(position, 0));
         if (!parent)
             return false;
         list = &parent->children;
     }
     item->parent = parent;
     item->depth = static_cast<unsigned>(path.size() - 1) & 0xFFFFFF;
-    insertSibling(*list, path.back() == append ? INT_MAX : std::max(path.back(), 0), item);
+    insertSibling(*list, path.back() == NEWT_ARG_APPEND ? INT_MAX : std::max(path.back(), 0), item);
     return true;
 }
 

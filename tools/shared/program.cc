@@ -7,10 +7,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <langinfo.h>
 #include <sstream>
-#include <unistd.h>
 
 void printProblem(const std::string &program, const std::string &utf8)
 {
