@@ -11,6 +11,7 @@
 #include "yat/trace.h"
 
 #include "base/display.h"
+#include "base/record.h"
 #include "common/complaints.h"
 #include "common/ownfiles.h"
 #include "common/paths.h"
@@ -128,11 +129,12 @@ void rotate(Log &log)
     openFile(log); // closing gives the lock back
 }
 
-// Makes the file under the log's name the open one, rotated when it is full.
-void followFile(Log &log, const Moment &now)
+// Makes the file under the log's name the open one, rotated when it is full. False where it could
+// not be opened shortly before.
+bool followFile(Log &log, const Moment &now)
 {
-    if (log.file >= 0 && now == log.looked && log.size < log.limit)
-        return;
+    if (now == log.looked && (log.file < 0 || log.size < log.limit))
+        return log.file >= 0;
     log.looked = now;
     struct stat status;
     const bool isOurs =
@@ -143,6 +145,7 @@ void followFile(Log &log, const Moment &now)
         openFile(log);
     if (log.size >= log.limit)
         rotate(log);
+    return true;
 }
 
 // Room for the longest record: every byte of the text escaped, and what stands before it.
@@ -237,7 +240,7 @@ bool takeBack(Log &log, ssize_t count)
     return isTaken;
 }
 
-void writeRecord(Log &log, std::string_view record)
+void writeWhole(Log &log, std::string_view record)
 {
     for (int tries = 0; tries < 2;) {
         const ssize_t count = write(log.file, record.data(), record.size());
@@ -255,6 +258,23 @@ void writeRecord(Log &log, std::string_view record)
         ++tries;
     }
     refuse(log, ENOSPC); // which a file that takes a part of it doesn't say
+}
+
+void writeRecord(Log &log, const Moment &now, int level, const TraceOrigin &origin,
+                 std::string_view text)
+{
+    Record record;
+    if (log.torn)
+        record.append("\n");
+    appendTime(record, log, now);
+    appendNumber(record, currentProcess());
+    appendNumber(record, level);
+    appendWord(record, origin.source);
+    appendWord(record, origin.function);
+    appendNumber(record, origin.line);
+    appendWord(record, text);
+    record.bytes[record.length++] = '\n';
+    writeWhole(log, {record.bytes, record.length});
 }
 
 // The user is told that records are missing, once.
@@ -327,20 +347,11 @@ int TraceLog(int level, const char *source, const char *function, int line, cons
     int isWritten = 0;
     try {
         const Moment now = currentMoment();
-        followFile(traceLog, now);
-        Record record;
-        if (traceLog.torn)
-            record.append("\n");
-        appendTime(record, traceLog, now);
-        appendNumber(record, currentProcess());
-        appendNumber(record, level);
-        appendWord(record, source);
-        appendWord(record, function);
-        appendNumber(record, line);
-        appendWord(record, length > 0 ? text : "");
-        record.bytes[record.length++] = '\n';
-        writeRecord(traceLog, {record.bytes, record.length});
-        isWritten = 1;
+        if (followFile(traceLog, now)) {
+            const std::string_view said = length > 0 ? text : "";
+            writeRecord(traceLog, now, level, {source, function, line}, said);
+            isWritten = 1;
+        }
     } catch (const yat::Problem &problem) {
         complainOfLog(problem);
     } catch (const std::exception &) {

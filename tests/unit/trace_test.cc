@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/files.h"
+#include "system.h"
 #include "yat/trace.h"
 
 #include <cerrno>
@@ -231,6 +232,30 @@ TEST_F(Trace, GoesOnInANewFileWhenTheOldOneIsTakenAway)
         ASSERT_EQ(TraceLog(0, "s", "f", ++after, "after"), 1);
     EXPECT_EQ(lines("moved.log").size(), 1u);
     EXPECT_EQ(lines("elsewhere").size(), static_cast<size_t>(after)); // "before" is one of them
+}
+
+TEST_F(Trace, TriesAFileThatCannotBeOpenedOnceAMillisecond)
+{
+    ASSERT_EQ(TraceLogInit(0, "lost", 0, 0, 0), 1);
+    int openings = 0;
+    beforeOpening = [&](const std::string &file) { openings += file.ends_with("/lost.log"); };
+    fs::rename(directory.path / "log", directory.path / "elsewhere");
+    stoppedAt = 1'000'000'000'001;
+    EXPECT_EQ(TraceLog(0, "s", "f", 1, "dropped"), 0);
+    const int once = openings;
+    EXPECT_GT(once, 0);
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(TraceLog(0, "s", "f", 1, "dropped"), 0);
+    EXPECT_EQ(openings, once);
+    ++stoppedAt;
+    EXPECT_EQ(TraceLog(0, "s", "f", 1, "dropped"), 0);
+    EXPECT_EQ(openings, 2 * once);
+    fs::rename(directory.path / "elsewhere", directory.path / "log");
+    ++stoppedAt;
+    EXPECT_EQ(TraceLog(0, "s", "f", 1, "written"), 1);
+    stoppedAt = 0;
+    beforeOpening = {};
+    EXPECT_EQ(lines("lost.log").size(), 1u);
 }
 
 TEST_F(Trace, TellsTheProcessThatWrites)
