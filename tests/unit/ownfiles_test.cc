@@ -4,6 +4,7 @@
 #include "common/ownfiles.h"
 #include "common/problem.h"
 #include "support/files.h"
+#include "system.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -102,6 +103,42 @@ TEST_F(OwnFiles, AreRegular)
     ASSERT_EQ(mkfifo((top / "fifo").c_str(), 0600), 0);
     EXPECT_EQ(refusalOfFile(top / "fifo"), "it is no regular file");
     EXPECT_EQ(refusalOfFile(top), "it is no regular file");
+}
+
+TEST_F(OwnFiles, AreStillWhatTheyWereOnceTheyAreOpen)
+{
+    const fs::path file = top / "file", victim = top / "victim";
+    writeFile(victim, "precious");
+    const auto refusalAfter = [&](const std::function<void()> &swap) {
+        fs::remove(file);
+        writeFile(file, "");
+        beforeOpening = [&](const std::string &name) {
+            if (name == file)
+                swap();
+        };
+        const std::string refusal = refusalOfFile(file);
+        beforeOpening = {};
+        return refusal;
+    };
+    const size_t open = countOpenFiles();
+    EXPECT_EQ(refusalAfter([] {}), "");
+    EXPECT_EQ(refusalAfter([&] {
+                  fs::remove(file);
+                  fs::create_hard_link(victim, file);
+              }),
+              "it is another file by now");
+    EXPECT_EQ(refusalAfter([&] {
+                  fs::remove(file);
+                  fs::create_symlink(victim, file);
+              }),
+              "Too many levels of symbolic links");
+    EXPECT_EQ(refusalAfter([&] {
+                  fs::remove(file);
+                  fs::create_directory(file);
+              }),
+              "Is a directory");
+    EXPECT_EQ(countOpenFiles(), open);
+    EXPECT_EQ(readFile(victim), "precious");
 }
 
 TEST_F(OwnFiles, SayWhyTheyCantBeMade)
