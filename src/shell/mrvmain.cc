@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "shell/mrvmain.h"
 
+#include "base/display.h"
 #include "base/locale.h"
+#include "base/name.h"
 #include "base/record.h"
 #include "base/streams.h"
 #include "shell/devicetree.h"
@@ -63,7 +65,7 @@ void usage(const char *program)
 {
     if (!program)
         return;
-    printf("Usage: %s [-d]\n", program);
+    printf("Usage: %s [-d]\n", showable(program).c_str());
     printf("       -d : display driver message\n");
 }
 
@@ -199,6 +201,7 @@ int main(int argc, char **argv)
     watchSignals();
     TRACE(">");
     adoptLocale();
+    adoptName();
 
     bool kernelLogOff = true;
     debug_flag = 0;

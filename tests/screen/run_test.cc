@@ -89,6 +89,25 @@ TEST(CommandLine, DumpModePrintsTheDeviceData)
                                   "ft_FunctionRelease() = 1", "freenewtlib()", "freeslanglib()"}));
 }
 
+TEST(CommandLine, NamesTheProgramAsATerminalCanShowIt)
+{
+    const TemporaryDirectory directory;
+    const fs::path link = directory.path / "mrv\x1b]0;\autil\xc2\x9b";
+    fs::create_symlink(PROGRAMS "/mrvutil", link);
+    const std::string name = "mrv?]0;?util?";
+    const std::string usage = "Usage: " + (directory.path / name).string() + " [-d]\n" + usageText;
+    const std::string noTerminal = name + ": standard input is not a terminal; run";
+    const std::string noPlatform = name + ": /no.so can't be used: No such file or directory";
+    for (const auto &[argument, said] :
+         {std::pair{"-x", usage}, {"-d", noTerminal}, {"-debug", noPlatform}}) {
+        Workspace workspace({.machine = "/no.so"});
+        const Finished run =
+            ::run({link.string(), argument}, {.environment = workspace.environment()});
+        EXPECT_NE((run.output + run.errors).find(said), std::string::npos) << argument;
+        EXPECT_EQ((run.output + run.errors).find('\x1b'), std::string::npos) << argument;
+    }
+}
+
 // The command line has no room for a question.
 TEST(CommandLine, TheTraceTellsTheVersionOfEachProgram)
 {

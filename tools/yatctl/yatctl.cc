@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // yatctl: the operations of the product for scripts and for other programs.
 #include "base/locale.h"
+#include "base/name.h"
 #include "base/streams.h"
 #include "shared/program.h"
 #include "yat/trace.h"
@@ -36,6 +37,7 @@ int main(int argc, char **argv)
     try {
         holdStandardStreams();
         adoptLocale();
+        adoptName();
         TraceLogInit(0, "yatctl", 0, 5, 0);
         request = yatctl::parseCommandLine(argc, argv);
         if (request)
