@@ -69,20 +69,6 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
 
 // ---- Which files are taken for a state
 
-// The journal is not looked through: it only grows, and a program that starts has no use for it.
-// Where it is damaged, SQLite says so to whoever reads or writes it.
-void checkValues(Database &database)
-{
-    for (const char *check : {"PRAGMA quick_check(machine)", "PRAGMA quick_check(device)",
-                              "PRAGMA quick_check(injection)"})
-        database.each(check, [&](const QueryRow &row) {
-            const std::string found = row.getColumn(0).getString();
-            if (found != "ok") // a heading comes before what was found
-                throw database.problem(
-                    SQLite::Exception(found.substr(found.rfind('\n') + 1), SQLITE_CORRUPT));
-        });
-}
-
 void check(Database &database)
 {
     if (database.number("PRAGMA application_id") != applicationId)
@@ -93,7 +79,6 @@ void check(Database &database)
         throw yat::Problem(database.file
                            + " was made by another version of this program and was left alone; use "
                              "that version, or move the file away to start afresh");
-    checkValues(database);
 }
 
 } // namespace
