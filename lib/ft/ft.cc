@@ -4,8 +4,8 @@
 
 #include "base/record.h"
 #include "common/complaints.h"
+#include "common/configuration.h"
 #include "common/library.h"
-#include "common/machine.h"
 #include "common/paths.h"
 #include "common/problem.h"
 #include "text/encoding.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/operations.h"
 
-#include "common/machine.h"
+#include "common/configuration.h"
 #include "common/paths.h"
 #include "common/problem.h"
 #include "host/functions.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The hardware information plug-in, yathwinfo.dll: the BMC's call, with the injection around it.
 #include "base/record.h"
+#include "common/configuration.h"
 #include "common/guarded.h"
-#include "common/machine.h"
 #include "common/problem.h"
 #include "hwinfo/bmc.h"
 #include "sim/injection.h"

@@ -8,7 +8,7 @@
 #pragma once
 
 #include "common/caller.h"
-#include "common/machine.h"
+#include "common/configuration.h"
 #include "sim/orders.h"
 #include "sim/tables.h"
 

@@ -2,7 +2,7 @@
 // The configuration file yatkit.toml.
 #include "fuzz.h"
 
-#include "common/machine.h"
+#include "common/configuration.h"
 #include "common/problem.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)

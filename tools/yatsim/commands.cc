@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatsim/commands.h"
 
-#include "common/machine.h"
+#include "common/configuration.h"
 #include "common/problem.h"
 #include "sim/injection.h"
 #include "sim/numbers.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatsim/report.h"
 
-#include "common/machine.h"
+#include "common/configuration.h"
 #include "shared/table.h"
 #include "sim/injection.h"
 #include "sim/words.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "common/machine.h"
+#include "common/configuration.h"
 
 #include "common/file.h"
 #include "common/paths.h"

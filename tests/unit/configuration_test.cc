@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Which machine the configuration names.
-#include "common/machine.h"
+#include "common/configuration.h"
 #include "support/files.h"
 #include "support/problem.h"
 
