@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/enumeration.h"
 
+#include "common/problem.h"
+
+#include <cerrno>
 #include <libudev.h>
 #include <memory>
 
@@ -30,9 +33,14 @@ std::vector<KernelDevice> kernelDevices(const char *subsystem)
 {
     const Udev udev(udev_new());
     const Enumeration enumeration(udev ? udev_enumerate_new(udev.get()) : nullptr);
-    if (!enumeration || udev_enumerate_add_match_subsystem(enumeration.get(), subsystem) < 0
-        || udev_enumerate_scan_devices(enumeration.get()) < 0)
-        return {};
+    int error = enumeration ? 0 : -ENOMEM;
+    if (error >= 0)
+        error = udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
+    if (error >= 0)
+        error = udev_enumerate_scan_devices(enumeration.get());
+    if (error < 0) // "none" would let a slot go whose use can't be seen
+        throw yat::Problem(std::string("the devices of the subsystem ") + subsystem
+                           + " can't be listed: " + yat::reason(-error));
     std::vector<KernelDevice> result;
     udev_list_entry *entry;
     udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(enumeration.get()))

@@ -13,7 +13,7 @@ struct KernelDevice {
 };
 
 // The devices of a subsystem, in the order of their paths. One that goes away meanwhile is left
-// out.
+// out. Throws Problem when they can't be listed.
 std::vector<KernelDevice> kernelDevices(const char *subsystem);
 
 } // namespace host

@@ -38,7 +38,10 @@ using Cache = std::unique_ptr<nl_cache, Free>;
 void addInterface(Interfaces &interfaces, const std::string &path)
 {
     const auto index = readNumber(path + "/ifindex");
-    if (!index || !interfaces.emplace(static_cast<int>(*index), lastName(path)).second)
+    if (!index)
+        throw yat::Problem("the index of the interface " + lastName(path)
+                           + " can't be read, so its use can't be told");
+    if (!interfaces.emplace(static_cast<int>(*index), lastName(path)).second)
         return;
     for (const std::string &name : namesIn(path))
         if (name.starts_with("upper_"))

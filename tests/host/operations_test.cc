@@ -3,15 +3,11 @@
 #include "host/lock.h"
 #include "host/operations.h"
 #include "host/sysfs.h"
-#include "looked.h"
+#include "operated.h"
 #include "support/problem.h"
-#include "support/process.h"
 
-#include <cstdarg>
 #include <fcntl.h>
-#include <functional>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -20,120 +16,11 @@
 
 namespace {
 
-using Lines = std::vector<std::string>;
 using std::chrono::milliseconds;
 
-constexpr int clearCpu = 1, startCpu = 5, stopCpu = 7, startPci = 19, stopPci = 21;
-
-std::vector<std::pair<int, std::string>> logged;
-
-class Operations : public Looked {
-protected:
-    Operations()
-    {
-        logged.clear();
-        configure("operations = true\n");
-    }
-
-    // Whether it is supported; else the reason why not.
-    std::string support(int classCode, int number, int code)
-    {
-        yat_device *device = record(classCode, number);
-        int detail = -1;
-        if (CALL(IfSupport)(device, code, &detail) != 0) {
-            EXPECT_EQ(detail, 0);
-            return "";
-        }
-        const std::string japanese = whyNot(device, code, detail, "ja_JP.UTF-8");
-        EXPECT_TRUE(japanese.ends_with("ません") || japanese.ends_with("ています")
-                    || japanese.ends_with("です") || japanese.ends_with("とします"))
-            << japanese;
-        return std::to_string(detail) + " " + whyNot(device, code, detail, "en_US.UTF-8");
-    }
-
-    // What the journal has, each as "DEVICE OPERATION RESULT REASON".
-    Lines journal() const
-    {
-        Lines lines;
-        for (const std::string &line : linesOf(readFile(state.path / "host.journal"))) {
-            const auto entry = nlohmann::json::parse(line);
-            EXPECT_TRUE(entry.contains("time") && entry.contains("user")
-                        && entry.contains("terminal"));
-            lines.push_back(entry.at("device").get<std::string>());
-            for (const char *key : {"operation", "result", "reason"})
-                lines.back() += " " + entry.at(key).get<std::string>();
-        }
-        return lines;
-    }
-
-    std::string online(int processor) const
-    {
-        const auto file = "/sys/devices/system/cpu/cpu" + std::to_string(processor) + "/online";
-        return server.read(file).substr(0, 1);
-    }
-
-    void addPackages(int packages, int processors)
-    {
-        for (int number = 0; number < packages * processors; ++number)
-            server.addProcessor(number, number / processors, number != 0);
-    }
-};
-
-// What the kernel does meanwhile, in a process of its own: something, as soon as a file holds what
-// is awaited.
-class Meanwhile {
-public:
-    Meanwhile(const std::filesystem::path &file, char awaited, const std::function<void()> &work)
-        : process(fork())
-    {
-        if (process != 0)
-            return;
-        alarm(static_cast<unsigned>(deadline.count()));
-        while (readFile(file).substr(0, 1) != std::string(1, awaited))
-            usleep(2000);
-        work();
-        _exit(0);
-    }
-    ~Meanwhile()
-    {
-        int status = -1;
-        waitpid(process, &status, 0);
-        EXPECT_EQ(status, 0);
-    }
-    Meanwhile(const Meanwhile &) = delete;
-    Meanwhile &operator=(const Meanwhile &) = delete;
-
-private:
-    const pid_t process;
-};
+class Operations : public Operated {};
 
 } // namespace
-
-static void keep(int priority, const char *format, va_list arguments)
-{
-    char text[1024];
-    vsnprintf(text, sizeof text, format, arguments);
-    logged.emplace_back(priority, text);
-}
-
-// In the place of the C library's; the second is what it is called in a fortified build.
-extern "C" {
-[[gnu::visibility("default")]] void syslog(int priority, const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    keep(priority, format, arguments);
-    va_end(arguments);
-}
-
-[[gnu::visibility("default")]] void __syslog_chk(int priority, int, const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    keep(priority, format, arguments);
-    va_end(arguments);
-}
-}
 
 TEST_F(Operations, ArePossibleOnlyWhereTheConfigurationAllowsThem)
 {
