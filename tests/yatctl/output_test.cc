@@ -208,11 +208,13 @@ TEST_F(Output, AsksAtATerminalBeforeItChangesAnything)
     EXPECT_NE(no.output.find("Stop CPU module 1 (cpu1)? [y/N] "), std::string::npos) << no.output;
     EXPECT_NE(no.output.find("yatctl: not confirmed, so nothing is done"), std::string::npos);
     EXPECT_EQ(atTerminal("stop cpu1", "\n").status, 1);
-    EXPECT_EQ(atTerminal("stop cpu1", "\x04").status, 1);
+    for (const char *answer : {"\x04", "yno\n", "yep\n", "ye\n", " y\n", "はい\n", "y\x04\x04"})
+        EXPECT_EQ(atTerminal("stop cpu1", answer).status, 1) << answer;
     EXPECT_EQ(shows("cpu1")["state"], "running");
     EXPECT_EQ(atTerminal("settings automatic_module_start=on", "n\n").status, 1);
     EXPECT_EQ(atTerminal("stop cpu1", "y\n").status, 0);
     EXPECT_EQ(shows("cpu1")["state"], "stopping");
+    EXPECT_EQ(atTerminal("clear cpu1", "Yes\n").status, 0);
 }
 
 TEST_F(Output, NeedsYesWithoutATerminal)

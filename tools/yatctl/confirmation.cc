@@ -5,6 +5,7 @@
 #include "text/encoding.h"
 #include "yatctl/failure.h"
 
+#include <cctype>
 #include <cstdio>
 #include <unistd.h>
 
@@ -17,10 +18,11 @@ void confirm(const Request &request, const std::string &what)
     if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
         throw Failure(usage, "there is no terminal to ask at; --yes says that it is to be done");
     fprintf(stderr, "%s? [y/N] ", showable(yat::toDisplay(what)).c_str());
-    const int answer = getchar();
-    for (int rest = answer; rest != '\n' && rest != EOF;)
-        rest = getchar();
-    if (answer != 'y' && answer != 'Y')
+    std::string answer;
+    int typed;
+    while ((typed = getchar()) != '\n' && typed != EOF)
+        answer += static_cast<char>(tolower(typed));
+    if (typed == EOF || (answer != "y" && answer != "yes"))
         throw Failure(failed, "not confirmed, so nothing is done");
 }
 
