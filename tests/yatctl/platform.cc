@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A platform that tells no facts and has what may come from foreign hardware: names that command
-// terminals, that others have as well, or that are missing; records of no device and of an unknown
-// class.
+// terminals, that others have as well, or that are missing; records of no device, and of an unknown
+// class and without a number. With SLOW it tells facts and does what it is asked, but at its own
+// pace: what a module is doing at the next look is the next letter of YAT_COURSE, see factsAt.
 #include "yat/platform.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -61,18 +64,42 @@ int state(int, int, int, char *text)
     strcpy(text, "on\x1b]0;fire\x07");
     return 0;
 }
+#ifdef SLOW
+constexpr int does = 1;
+
+int factsAt(yat_device *, yat_facts *facts)
+{
+    static size_t looks;
+    const char *course = getenv("YAT_COURSE");
+    const char letter = course[std::min(looks++, strlen(course) - 1)];
+    facts->known = YAT_KNOWS_STATE | YAT_KNOWS_BIOS;
+    facts->state = letter == 's' || letter == 'i' ? YAT_DEVICE_STOPPED
+                   : letter == 'r'                ? YAT_DEVICE_RUNNING
+                   : letter == 'b'                ? YAT_DEVICE_BROKEN
+                   : letter == 't'                ? YAT_DEVICE_STARTING
+                   : letter == 'u'                ? YAT_DEVICE_UPDATING
+                                                  : 42;
+    facts->bios = letter == 'i' ? YAT_BIOS_INVALID : YAT_BIOS_VALID;
+    return 1;
+}
+#else
+constexpr int does = 0;
+
+constexpr int (*factsAt)(yat_device *, yat_facts *) = nullptr;
+#endif
+
 int support(yat_device *, int, int *detail)
 {
-    *detail = 99;
-    return 0;
+    *detail = does ? 0 : 99;
+    return does;
 }
 int operate(yat_device *, int)
 {
-    return 0;
+    return does;
 }
 int operateWith(yat_device *, int, const char *)
 {
-    return 0;
+    return does;
 }
 int convert(char *, int *)
 {
@@ -106,6 +133,6 @@ const yat_platform YatPlatform = {
                   .burn_firmware = operateWith,
                   .get_setting = setting,
                   .put_setting = setting},
-    .get_facts = nullptr,
+    .get_facts = factsAt,
     .get_reason = nullptr,
 };

@@ -9,13 +9,13 @@ namespace {
 // A product root of its own with that platform.
 class Foreign : public testing::Test {
 protected:
-    Foreign()
+    explicit Foreign(const char *platform = FOREIGN)
     {
         fs::create_directories(root.path / "bin");
         fs::create_directories(root.path / "lib");
         fs::copy_file(YATCTL, root.path / "bin/yatctl");
         fs::copy_file(PROGRAMS "/../lib/libyat.so", root.path / "lib/libyat.so");
-        fs::copy_file(FOREIGN, root.path / "lib/yatcore.dll");
+        fs::copy_file(platform, root.path / "lib/yatcore.dll");
     }
 
     Finished yatctl(const std::string &arguments)
@@ -27,6 +27,19 @@ protected:
 
     Sandbox sandbox;
     TemporaryDirectory root;
+};
+
+// The same that takes its time.
+class Slow : public Foreign {
+protected:
+    Slow() : Foreign(SLOW) {}
+
+    // What becomes of a command when the module goes this way, the look before it first.
+    Finished on(const std::string &course, const std::string &arguments)
+    {
+        sandbox.set("YAT_COURSE", course);
+        return yatctl(arguments + " --yes");
+    }
 };
 
 const char hostile[] = "?[31mred?back??2J";
@@ -89,6 +102,34 @@ TEST_F(Foreign, SaysWhatItKnowsOfANo)
     EXPECT_EQ(yatctl("stop device7 --yes").status, 3);
     EXPECT_EQ(yatctl("settings automatic_module_start=on --yes").status, 1);
     EXPECT_EQ(yatctl("bmc").status, 5);
+}
+
+TEST_F(Slow, IsWaitedForUntilItHasBegunAndEnded)
+{
+    for (const auto &[course, command] : {std::pair{"ssstttr", "start cpu2"},
+                                          {"bbbttr", "start cpu2"},
+                                          {"sxxxxr", "start cpu2"},
+                                          {"rrrs", "stop cpu2"},
+                                          {"sssuus", "update cpu2 file"},
+                                          {"iiis", "update cpu2 copy"}}) {
+        const Finished result = on(course, std::string(command) + " --wait=30 --json");
+        EXPECT_EQ(result.status, 0) << course << ": " << result.errors;
+        const Json device = Json::parse(result.output)["devices"][0];
+        const char last = std::string(course).back();
+        EXPECT_EQ(device["state"], last == 'r' ? "running" : "stopped") << course;
+        EXPECT_EQ(device["bios_state"], "valid") << course;
+    }
+}
+
+TEST_F(Slow, IsSeenToFailOnceItHasBegun)
+{
+    EXPECT_EQ(on("sstb", "start cpu2 --wait=30").errors,
+              "yatctl: cpu2 is not what it was to be, but: on?]0;fire?\n");
+    EXPECT_EQ(on("sb", "start cpu2 --wait=30").status, 1);
+    EXPECT_EQ(on("ssuui", "update cpu2 file --wait=30").errors,
+              "yatctl: cpu2 has no valid BIOS after the update\n");
+    EXPECT_EQ(on("ss", "update cpu2 file --wait=1").errors,
+              "yatctl: cpu2 has not arrived after 1 s: on?]0;fire?\n");
 }
 
 // The library of a machine's maker may be older than these calls.

@@ -16,10 +16,21 @@ namespace {
 
 constexpr double betweenLooks = 0.25; // seconds
 
-bool endsByItself(int64_t state)
+// After which what leads back to where it began, and was not seen, counts as done.
+constexpr std::chrono::seconds unseen{30};
+
+// Another platform may have further states, which may end by themselves.
+bool isSettled(int64_t state)
 {
-    return state == YAT_DEVICE_STARTING || state == YAT_DEVICE_SYNCHRONISING
-           || state == YAT_DEVICE_STOPPING || state == YAT_DEVICE_UPDATING;
+    return state == YAT_DEVICE_NOT_INSTALLED || state == YAT_DEVICE_STOPPED
+           || state == YAT_DEVICE_RUNNING || state == YAT_DEVICE_BROKEN;
+}
+
+bool isUnchanged(const Device &device, const Device &before)
+{
+    return device.facts.state == before.facts.state && device.facts.bios == before.facts.bios
+           && device.facts.failures == before.facts.failures
+           && device.biosVersion == before.biosVersion && device.biosStatus == before.biosStatus;
 }
 
 // The line at a terminal; gone when this is.
@@ -49,23 +60,23 @@ void sleepFor(double seconds)
 void waitFor(Device &device, int state, int seconds)
 {
     using Clock = std::chrono::steady_clock;
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(seconds);
+    const Clock::time_point begin = Clock::now(), end = begin + std::chrono::seconds(seconds);
+    const Device before = device;
     ProgressLine line;
     for (bool hasBegun = false;; sleepFor(betweenLooks)) {
         read(device);
         const auto now = fact(device, YAT_KNOWS_STATE, device.facts.state);
-        if (now && *now == state && biosWord(device) != "updating")
+        // One that is as it was may only be slow.
+        hasBegun = hasBegun || (now && !isUnchanged(device, before));
+        const bool isThere = now && *now == state && biosWord(device) != "updating";
+        if (isThere && (hasBegun || Clock::now() >= begin + unseen))
             return;
         line.show(device.shortName + ": " + shownState(device));
-        const bool isUnderWay = now && endsByItself(*now);
-        // One that does not move yet may only be slow.
-        const bool isOver =
-            now && !isUnderWay
-            && (hasBegun || *now == YAT_DEVICE_BROKEN || *now == YAT_DEVICE_NOT_INSTALLED);
+        const bool isOver = now && *now != state && isSettled(*now)
+                            && (hasBegun || *now == YAT_DEVICE_NOT_INSTALLED);
         if (isOver)
             throw Failure(failed, device.shortName
                                       + " is not what it was to be, but: " + shownState(device));
-        hasBegun = hasBegun || isUnderWay;
         if (Clock::now() >= end)
             throw Failure(failed, device.shortName + " has not arrived after "
                                       + std::to_string(seconds) + " s: " + shownState(device));
