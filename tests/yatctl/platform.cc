@@ -23,15 +23,23 @@ yat_identity identities[] = {
     {1, YAT_CLASS_PCI_MODULE, {9}},
     {2, YAT_CLASS_PCI_MODULE, {10}},
     {7, 99, {10, 255}},
+    {0, YAT_CLASS_UNKNOWN, {10, 1}},
+    {0, YAT_CLASS_UNKNOWN, {10, 2}},
+    {0, YAT_CLASS_UNKNOWN, {10, 2}},
 };
 
-yat_device unknown = {0, nullptr, nullptr, {}, 2, nullptr, &identities[4]};
-yat_device *below[] = {&unknown, nullptr};
+yat_device unknown[] = {
+    {0, nullptr, nullptr, {}, 2, nullptr, &identities[4]},
+    {0, nullptr, nullptr, {}, 2, nullptr, &identities[5]},
+    {0, nullptr, nullptr, {}, 2, nullptr, &identities[6]},
+    {0, nullptr, nullptr, {}, 2, nullptr, &identities[7]},
+};
+yat_device *below[] = {&unknown[0], nullptr, &unknown[1], &unknown[2], &unknown[3]};
 yat_device devices[] = {
     {0, nullptr, nullptr, {}, 1, hostile, &identities[0]},
     {0, nullptr, nullptr, {}, 1, likeAnother, &identities[1]},
     {0, nullptr, nullptr, {}, 1, twin, &identities[2]},
-    {2, below, nullptr, {}, 1, twin, &identities[3]},
+    {5, below, nullptr, {}, 1, twin, &identities[3]},
     {0, nullptr, nullptr, {}, 1, twin, nullptr},
 };
 yat_device *top[] = {&devices[0], &devices[1], &devices[2], &devices[3], &devices[4]};

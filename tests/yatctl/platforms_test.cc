@@ -48,12 +48,16 @@ const char hostile[] = "?[31mred?back??2J";
 
 TEST_F(Foreign, SendsNothingToTheTerminalThatCommandsIt)
 {
-    EXPECT_EQ(yatctl("list").output, "DEVICE   NAME               STATE        FAILURES  MTBF\n"
-                                     "cpu1     ?[31mred?back??2J  on?]0;fire?  -         -\n"
-                                     "cpu2     cpu1               on?]0;fire?  -         -\n"
-                                     "pci1     Twin               on?]0;fire?  -         -\n"
-                                     "pci2     Twin               on?]0;fire?  -         -\n"
-                                     "device7  -                  -            -         -\n");
+    EXPECT_EQ(yatctl("list").output,
+              "DEVICE          NAME               STATE        FAILURES  MTBF\n"
+              "cpu1            ?[31mred?back??2J  on?]0;fire?  -         -\n"
+              "cpu2            cpu1               on?]0;fire?  -         -\n"
+              "pci1            Twin               on?]0;fire?  -         -\n"
+              "pci2            Twin               on?]0;fire?  -         -\n"
+              "device7         -                  -            -         -\n"
+              "device0.10/1    -                  -            -         -\n"
+              "device0.10/2.7  -                  -            -         -\n"
+              "device0.10/2.8  -                  -            -         -\n");
     const Json list = Json::parse(yatctl("list --json").output);
     EXPECT_EQ(list["machine"]["type"], "unknown");
     EXPECT_EQ(list["devices"][0]["name"], hostile);
@@ -92,6 +96,22 @@ TEST_F(Foreign, ListsTheDevicesThatAnAmbiguousNameHas)
     EXPECT_EQ(first.errors, std::string("yatctl: more than one device 'cpu1': cpu1 (") + hostile
                                 + ", 0), cpu2 (cpu1, 1)\n");
     EXPECT_EQ(yatctl("show 0").status, 0);
+}
+
+TEST_F(Foreign, NamesDevicesWithoutNumbersApart)
+{
+    for (const std::string name : {"device0.10/1", "device0.10/2.7", "device0.10/2.8"}) {
+        const Json shown = Json::parse(yatctl("show --json " + name).output);
+        EXPECT_EQ(shown["devices"][0]["device"], name);
+        EXPECT_EQ(shown["devices"][0]["module"], "pci2");
+    }
+    const Finished shared = yatctl("show device0");
+    EXPECT_EQ(shared.status, 4);
+    EXPECT_EQ(shared.errors, "yatctl: more than one device 'device0': device0.10/1 (10/1), "
+                             "device0.10/2.7 (10/2), device0.10/2.8 (10/2)\n");
+    std::set<std::string> series;
+    for (const std::string &line : linesOf(yatctl("metrics").output))
+        EXPECT_TRUE(series.insert(line.substr(0, line.rfind(' '))).second) << line;
 }
 
 TEST_F(Foreign, SaysWhatItKnowsOfANo)

@@ -60,29 +60,53 @@ std::string pathOf(const yat_device &record)
     return path;
 }
 
-// A record without an identity stands for no device.
-void addDevices(std::vector<Device> &devices, const yat_device &above, const std::string &module)
+std::string numberedName(std::string_view kind, int number)
+{
+    return std::string(kind) + std::to_string(number);
+}
+
+constexpr size_t noCarrier = SIZE_MAX;
+
+// A record without an identity stands for no device. The carrier is the module above, by its place
+// in the list.
+void addDevices(std::vector<Device> &devices, const yat_device &above, size_t carrier)
 {
     if (!above.children || above.NextDevNum <= 0)
         return;
     for (yat_device *record : std::span(above.children, static_cast<size_t>(above.NextDevNum))) {
-        std::string carrier = module;
+        size_t carrierBelow = carrier;
         if (record && record->identity) {
             const int code = record->identity->ClassCode, number = record->identity->Instance;
-            devices.push_back(
-                {.record = record,
-                 .classCode = code,
-                 .number = number,
-                 .shortName = std::string(termOf(code).shortName) + std::to_string(number),
-                 .name = shownName(record->lpszTreeName),
-                 .path = pathOf(*record),
-                 .module = module});
+            devices.push_back({.record = record,
+                               .classCode = code,
+                               .number = number,
+                               .shortName = numberedName(termOf(code).shortName, number),
+                               .name = shownName(record->lpszTreeName),
+                               .path = pathOf(*record),
+                               .carrier = carrier});
             if (isModule(devices.back()))
-                carrier = devices.back().shortName;
+                carrierBelow = devices.size() - 1;
         }
         if (record)
-            addDevices(devices, *record, carrier);
+            addDevices(devices, *record, carrierBelow);
     }
+}
+
+// Devices of an unknown class have no numbers. Their paths tell them apart, and where these are the
+// same, their places in the list do.
+void makeShortNamesUnique(std::vector<Device> &devices)
+{
+    for (const bool isByPath : {true, false}) {
+        std::map<std::string, int> users;
+        for (const Device &device : devices)
+            ++users[device.shortName];
+        for (size_t i = 0; i < devices.size(); ++i)
+            if (users[devices[i].shortName] > 1)
+                devices[i].shortName += "." + (isByPath ? devices[i].path : std::to_string(i + 1));
+    }
+    for (Device &device : devices)
+        if (device.carrier != noCarrier)
+            device.module = devices[device.carrier].shortName;
 }
 
 std::string propertyOf(int kind, int number, int property)
@@ -141,9 +165,10 @@ bool equals(std::string_view left, std::string_view right)
 
 bool isCalled(const Device &device, std::string_view name)
 {
-    const std::string alias(termOf(device.classCode).alias);
-    return equals(name, device.shortName) || equals(name, alias + std::to_string(device.number))
-           || equals(name, device.name) || name == device.path;
+    const ClassTerm &term = termOf(device.classCode);
+    return equals(name, device.shortName) || equals(name, device.name) || name == device.path
+           || equals(name, numberedName(term.shortName, device.number))
+           || equals(name, numberedName(term.alias, device.number));
 }
 
 } // namespace
@@ -178,7 +203,8 @@ void findDevices(Machine &machine)
     machine.root = nullptr;
     if (CreateTreeViewData(&machine.root) == 0 || !machine.root)
         throw Failure(unreachable, "the platform does not tell the devices");
-    addDevices(machine.devices, *machine.root, "");
+    addDevices(machine.devices, *machine.root, noCarrier);
+    makeShortNamesUnique(machine.devices);
 }
 
 void read(Device &device)
@@ -204,9 +230,11 @@ Device &deviceNamed(Machine &machine, const std::string &name)
         return *found[0];
     std::string known;
     for (const Device &device : machine.devices)
-        if (found.empty() || isCalled(device, name))
+        if (found.empty() || isCalled(device, name)) {
+            const std::string more = (device.name.empty() ? "" : device.name + ", ") + device.path;
             known += (known.empty() ? "" : ", ") + device.shortName
-                     + (found.empty() ? "" : " (" + device.name + ", " + device.path + ")");
+                     + (found.empty() ? "" : " (" + more + ")");
+        }
     throw Failure(noDevice, found.empty() ? "no device '" + name + "', expected one of " + known
                                           : "more than one device '" + name + "': " + known);
 }
@@ -260,7 +288,7 @@ std::string partnerOf(const Device &device)
 {
     const auto partner = fact(device, YAT_KNOWS_PARTNER, device.facts.partner);
     return partner && *partner > 0
-               ? std::string(termOf(device.classCode).shortName) + std::to_string(*partner)
+               ? numberedName(termOf(device.classCode).shortName, static_cast<int>(*partner))
                : "";
 }
 

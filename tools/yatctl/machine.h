@@ -16,8 +16,9 @@ namespace yatctl {
 struct Device {
     yat_device *record = nullptr;
     int classCode = YAT_CLASS_NONE, number = 0;
-    std::string shortName, name, path; // "cpu1"; as shown; "10/2", a number a level
-    std::string module;                // short name of the one that carries an adapter
+    std::string shortName, name, path; // "cpu1", of no other; as shown; "10/2", a number a level
+    size_t carrier = SIZE_MAX;         // of an adapter: the place of its module in the list
+    std::string module{};              // its short name
 
     // As they were when they were read last.
     bool tellsFacts = false;
