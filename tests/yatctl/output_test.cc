@@ -161,16 +161,44 @@ TEST_F(Output, AsJsonHasTheErrorAsWell)
 
 // ---- Texts
 
-TEST_F(Output, IsAlignedByColumns)
+class WideNames : public Output {
+protected:
+    WideNames()
+    {
+        writeFile(sandbox.directory() / "wide.toml",
+                  shipped("CEDAR", "name = \"CPU module 1\"", "name = \"計算モジュール一号機\""));
+        sandbox.set("YAT_MACHINE", (sandbox.directory() / "wide.toml").string());
+    }
+};
+
+TEST_F(WideNames, AreAlignedByColumns)
 {
-    writeFile(sandbox.directory() / "wide.toml",
-              shipped("CEDAR", "name = \"CPU module 1\"", "name = \"計算モジュール一号機\""));
-    sandbox.set("YAT_MACHINE", (sandbox.directory() / "wide.toml").string());
     sandbox.set("LC_ALL", "ja_JP.UTF-8");
     const std::vector<std::string> lines = linesOf(does("list"));
     ASSERT_EQ(lines.size(), 12u);
     EXPECT_EQ(lines[1], "cpu1       計算モジュール一号機  稼働中(二重化)   0         -");
     EXPECT_EQ(lines[2], "cpu2       CPU module 2          稼働中(二重化)   0         -");
+}
+
+// What the locale can't show, programs get whole.
+TEST_F(WideNames, ReachProgramsInAnyLocale)
+{
+    sandbox.set("LOCPATH", LOCALES);
+    const char *const euc = "ja_JP.EUC-JP";
+    for (const char *locale : {"C", "POSIX", "en_US.ISO-8859-1", "C.UTF-8", euc}) {
+        sandbox.set("LC_ALL", locale);
+        const Json device = Json::parse(does("list --json"))["devices"][0];
+        EXPECT_EQ(device["name"], "計算モジュール一号機") << locale;
+        EXPECT_EQ(device["state_text"], locale == euc ? "稼働中(二重化)" : "Running, duplex");
+        EXPECT_NE(does("metrics").find("name=\"計算モジュール一号機\""), std::string::npos)
+            << locale;
+    }
+    EXPECT_NE(does("list").find("\xB7\xD7\xBB\xBB\xA5\xE2"), std::string::npos);
+    EXPECT_EQ(Json::parse(does("show --json \xB7\xD7\xBB\xBB\xA5\xE2\xA5\xB8\xA5\xE5\xA1\xBC"
+                               "\xA5\xEB\xB0\xEC\xB9\xE6\xB5\xA1"))["devices"][0]["device"],
+              "cpu1");
+    sandbox.set("LC_ALL", "C");
+    EXPECT_TRUE(linesOf(does("list")).at(1).starts_with("cpu1       ?????????? ")) << does("list");
 }
 
 // ---- Outputs and terminals

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <clocale>
+#include <map>
 #include <span>
 #include <strings.h>
 
@@ -42,6 +44,23 @@ const ClassTerm &termOf(int classCode)
     const auto *found = std::ranges::find(classes, classCode, &ClassTerm::code);
     return found != std::end(classes) ? *found : *std::prev(std::end(classes));
 }
+
+// Has the platform's texts in UTF-8 while it lives. Programs get names whole then, also those that
+// the locale can't show.
+struct TextsInUtf8 {
+    TextsInUtf8()
+    {
+        setlocale(LC_CTYPE, "C.UTF-8");
+    }
+    ~TextsInUtf8()
+    {
+        setlocale(LC_CTYPE, before.c_str());
+    }
+    TextsInUtf8(const TextsInUtf8 &) = delete;
+    TextsInUtf8 &operator=(const TextsInUtf8 &) = delete;
+
+    const std::string before = setlocale(LC_CTYPE, nullptr);
+};
 
 std::string shownName(const char *name)
 {
@@ -197,6 +216,7 @@ Machine::~Machine()
 
 void findDevices(Machine &machine)
 {
+    const TextsInUtf8 texts;
     machine.devices.clear();
     if (machine.root)
         FreeTreeViewData(&machine.root);
@@ -209,6 +229,7 @@ void findDevices(Machine &machine)
 
 void read(Device &device)
 {
+    const TextsInUtf8 texts;
     device.facts = {};
     device.facts.size = sizeof device.facts;
     device.tellsFacts = GetDeviceFacts && GetDeviceFacts(device.record, &device.facts) == 1;
@@ -309,6 +330,7 @@ std::string shownState(const Device &device)
 
 std::string reasonFor(const Device &device, int code, int detail)
 {
+    const TextsInUtf8 texts;
     std::array<char, 1025> text{};
     if (GetSupportReason && GetSupportReason(device.record, code, detail, text.data()) == 1)
         return yat::printable(yat::fromDisplay(text.data()));
