@@ -76,13 +76,22 @@ TEST_F(Output, OfAWrongCommandLineIsUsage)
                                   "watch --interval 0",
                                   "settings nonsense",
                                   "settings automatic_module_start=2",
+                                  "--json",
+                                  "watch --interval 0 --json",
                                   "metrics --json"}) {
         const Finished result = yatctl(arguments);
         EXPECT_EQ(result.status, 2) << arguments;
-        EXPECT_EQ(result.output, "") << arguments;
         EXPECT_TRUE(result.errors.starts_with("yatctl: ")) << arguments;
         EXPECT_EQ(linesOf(result.errors).size(), 1u) << result.errors;
+        if (!std::string_view(arguments).ends_with("--json")) {
+            EXPECT_EQ(result.output, "") << arguments;
+            continue;
+        }
+        const Json told = Json::parse(result.output);
+        EXPECT_EQ(told["error"]["status"], 2) << arguments;
+        EXPECT_EQ("yatctl: " + told["error"]["message"].get<std::string>() + "\n", result.errors);
     }
+    EXPECT_EQ(yatctl("show -- --json").output, ""); // a device of that name
     expectFailure("stop cpu1 --nonsense", 2,
                   "The following argument was not expected: --nonsense; 'yatctl stop --help' says "
                   "more");
@@ -128,6 +137,7 @@ TEST_F(Output, AsJsonFollowsItsSchema)
         "start pci1 --yes --json",
         "show cpu9 --json",
         "settings nonsense --json",
+        "nonsense --json",
     };
     std::vector<std::string> check = {"/usr/bin/python3", "-m", "jsonschema"};
     int number = 0;

@@ -8,22 +8,31 @@
 #include "yatctl/commandline.h"
 #include "yatctl/failure.h"
 #include "yatctl/report.h"
-#include "yatctl/watch.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <span>
+#include <string_view>
 
 namespace {
 
-int fail(const std::optional<yatctl::Request> &request, const std::exception &problem)
+// Whether a command line that was not understood asks for JSON.
+bool namesJson(std::span<char *> arguments)
+{
+    const auto end = std::ranges::find(arguments, std::string_view("--"));
+    return std::find(arguments.begin(), end, std::string_view("--json")) != end;
+}
+
+int fail(bool isJson, const std::exception &problem)
 {
     const auto *failure = dynamic_cast<const yatctl::Failure *>(&problem);
     const int status = failure ? failure->status : yatctl::failed;
     printProblem("yatctl", problem.what());
-    if (request && request->json) {
+    if (isJson) {
         yatctl::Json json = yatctl::beginJson();
         json["error"] = {{"status", status}, {"message", problem.what()}};
-        yatctl::print(json, request->command == yatctl::watch ? -1 : 2);
+        yatctl::print(json, -1); // of a line, as those of watch are
         fflush(stdout);
     }
     return status;
@@ -45,6 +54,7 @@ int main(int argc, char **argv)
         finishOutput();
         return yatctl::done;
     } catch (const std::exception &problem) {
-        return fail(request, problem);
+        const std::span arguments(argv, static_cast<size_t>(argc));
+        return fail(request ? request->json : namesJson(arguments), problem);
     }
 }
