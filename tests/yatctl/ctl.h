@@ -38,3 +38,16 @@ inline void expectFailure(const std::string &arguments, int status, const std::s
     EXPECT_EQ(result.errors, "yatctl: " + line + "\n") << "yatctl " << arguments;
     EXPECT_EQ(result.output, "") << "yatctl " << arguments;
 }
+
+// What the schema says to these JSON texts; its status is 0 when they follow it.
+inline Finished checkedBySchema(const std::vector<std::string> &texts)
+{
+    const TemporaryDirectory place;
+    std::vector<std::string> check = {"/usr/bin/python3", "-m", "jsonschema"};
+    for (const std::string &text : texts) {
+        check.insert(check.end(), {"-i", place.path / std::to_string(check.size())});
+        writeFile(check.back(), text);
+    }
+    check.push_back(SOURCES "/data/yatctl.schema.json");
+    return run(check);
+}

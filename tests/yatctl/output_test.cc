@@ -3,12 +3,10 @@
 // that can't be written, terminals.
 #include "ctl.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <pty.h>
 #include <regex>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -139,25 +137,17 @@ TEST_F(Output, AsJsonFollowsItsSchema)
         "settings nonsense --json",
         "nonsense --json",
     };
-    std::vector<std::string> check = {"/usr/bin/python3", "-m", "jsonschema"};
-    int number = 0;
-    const auto add = [&](const std::string &text) {
-        const fs::path file = sandbox.directory() / (std::to_string(++number) + ".json");
-        writeFile(file, text);
-        check.insert(check.end(), {"-i", file.string()});
-    };
+    std::vector<std::string> texts;
     for (const char *command : commands)
-        add(yatctl(command).output);
+        texts.push_back(yatctl(command).output);
     sandbox.set("YAT_MACHINE", "PLAIN");
-    add(yatctl("list --json").output);
+    texts.push_back(yatctl("list --json").output);
     steer("inject GetDeviceFacts 0 --times 0");
-    add(yatctl("list --json").output);
-    add(yatctl("stop cpu1 --yes --json").output);
-    check.push_back(SOURCES "/data/yatctl.schema.json");
-    const Finished valid = run(check);
+    texts.push_back(yatctl("list --json").output);
+    texts.push_back(yatctl("stop cpu1 --yes --json").output);
+    const Finished valid = checkedBySchema(texts);
     EXPECT_EQ(valid.status, 0) << valid.errors << valid.output;
-    writeFile(sandbox.directory() / "1.json", "{\"format\": 1, \"devices\": [{}]}");
-    EXPECT_NE(run(check).status, 0);
+    EXPECT_NE(checkedBySchema({"{\"format\": 1, \"devices\": [{}]}"}).status, 0);
 }
 
 TEST_F(Output, AsJsonHasTheErrorAsWell)
@@ -271,51 +261,6 @@ TEST_F(Output, ShowsProgressAtATerminalOnly)
     EXPECT_NE(seen.output.find("\rcpu1: Stopping "), std::string::npos) << seen.output;
     EXPECT_TRUE(seen.output.ends_with("\r\x1b[K")) << seen.output;
     EXPECT_EQ(does("start cpu1 --yes --wait"), "");
-}
-
-// ---- Watching
-
-TEST_F(Output, OfWatchHasALineForEachChange)
-{
-    for (const std::string json : {"", " --json"}) {
-        const fs::path file = sandbox.directory() / "changes";
-        writeFile(file, "");
-        const pid_t watcher = start(commandOf(YATCTL, "watch --interval 0.1" + json),
-                                    {.environment = {}, .prepare = [&] {
-                                         dup2(open(file.c_str(), O_WRONLY), STDOUT_FILENO);
-                                     }});
-        // It sees a change as soon as it has looked once; nothing tells when that is.
-        const auto end = std::chrono::steady_clock::now() + deadline;
-        std::string seen;
-        for (bool isOut = false; seen.empty() && std::chrono::steady_clock::now() < end;
-             isOut = !isOut) {
-            steer(isOut ? "insert pci3" : "pull pci2");
-            steer(isOut ? "pull pci3" : "insert pci2");
-            std::this_thread::sleep_for(std::chrono::milliseconds(300));
-            seen = readFile(file);
-        }
-        kill(watcher, SIGTERM);
-        waitpid(watcher, nullptr, 0);
-        ASSERT_FALSE(seen.empty());
-        const std::string first = linesOf(seen)[0];
-        if (json.empty()) {
-            const std::regex line("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\+0000 [a-z]+\\d: "
-                                  "[A-Z][a-z, ]+ -> [A-Z][a-z, ]+");
-            for (const std::string &each : linesOf(seen))
-                EXPECT_TRUE(std::regex_match(each, line)) << each;
-            continue;
-        }
-        const Json change = Json::parse(first).at("change");
-        EXPECT_TRUE(change.contains("time"));
-        EXPECT_NE(change.at("from"), change.at("to"));
-    }
-}
-
-TEST_F(Output, OfWatchEndsWhenThePlatformDoes)
-{
-    steer("inject CreateTreeViewData real");
-    steer("inject CreateTreeViewData 0");
-    expectFailure("watch --interval 0.1", 5, "the platform does not tell the devices");
 }
 
 // ---- Completion

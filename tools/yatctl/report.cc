@@ -44,11 +44,21 @@ Json beginJson()
     return {{"format", jsonFormat}};
 }
 
+Json stateJson(const Device &device)
+{
+    const auto duplex = fact(device, YAT_KNOWS_DUPLEX, device.facts.duplex);
+    return {
+        {"state", orNull(stateWord(device))},
+        {"state_text", orNull(device.stateText)},
+        {"progress", orNull(fact(device, YAT_KNOWS_PROGRESS, device.facts.progress))},
+        {"duplex", duplex ? Json(*duplex == 1) : Json()},
+    };
+}
+
 Json toJson(const Device &device)
 {
     const yat_facts &facts = device.facts;
-    const auto duplex = fact(device, YAT_KNOWS_DUPLEX, facts.duplex);
-    return {
+    Json json = {
         {"device", device.shortName},
         {"name", device.name},
         {"class", classWord(device.classCode)},
@@ -56,10 +66,9 @@ Json toJson(const Device &device)
         {"path", device.path},
         {"module", orNull(device.module)},
         {"partner", orNull(partnerOf(device))},
-        {"state", orNull(stateWord(device))},
-        {"state_text", orNull(device.stateText)},
-        {"progress", orNull(fact(device, YAT_KNOWS_PROGRESS, facts.progress))},
-        {"duplex", duplex ? Json(*duplex == 1) : Json()},
+    };
+    json.update(stateJson(device));
+    json.update(Json{
         {"failures", orNull(fact(device, YAT_KNOWS_FAILURES, facts.failures))},
         {"mtbf_seconds", orNull(fact(device, YAT_KNOWS_MTBF, facts.mtbf))},
         {"mtbf_threshold_seconds",
@@ -68,7 +77,8 @@ Json toJson(const Device &device)
         {"bios_version", orNull(device.biosVersion)},
         {"bios_state", orNull(biosWord(device))},
         {"bios_status_text", orNull(device.biosStatus)},
-    };
+    });
+    return json;
 }
 
 Json devicesJson(const std::vector<Device> &devices)

@@ -14,6 +14,7 @@ constexpr int jsonFormat = 1; // goes up when a program that reads the layout wo
 
 // What every JSON text begins with.
 Json beginJson();
+Json stateJson(const Device &device); // what there is to say of its state, part of the next one
 Json toJson(const Device &device);
 Json devicesJson(const std::vector<Device> &devices);
 void print(const Json &json, int indentation = 2);

@@ -14,16 +14,22 @@
 namespace yatctl {
 namespace {
 
-// The states by short names. One that gets on has not changed.
-using States = std::map<std::string, std::string>;
+struct Seen {
+    std::string shown;
+    Json json;
+};
 
-std::string stateOf(Device device)
+using States = std::map<std::string, Seen>; // by short names
+
+// One that gets on has not changed, so what is shown leaves out how far it is.
+Seen seen(Device device)
 {
+    Json json = stateJson(device);
     if (!stateWord(device).empty()) {
         device.stateText.clear();
         device.facts.known &= ~YAT_KNOWS_PROGRESS;
     }
-    return shownState(device);
+    return {shownState(device), json};
 }
 
 States look(Machine &machine)
@@ -32,7 +38,7 @@ States look(Machine &machine)
     findDevices(machine);
     for (Device &device : machine.devices) {
         read(device);
-        states[device.shortName] = stateOf(device);
+        states[device.shortName] = seen(device);
     }
     return states;
 }
@@ -43,18 +49,19 @@ std::string timeNow()
     tm parts{};
     localtime_r(&now, &parts);
     char text[64];
-    return std::string(text, strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &parts));
+    std::string zoned(text, strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &parts));
+    return zoned.insert(zoned.size() - 2, ":");
 }
 
-void tell(const Request &request, const std::string &device, const std::string &from,
-          const std::string &to)
+void tell(const Request &request, const std::string &device, const Seen &from, const Seen &to)
 {
     if (request.json) {
         Json json = beginJson();
-        json["change"] = {{"device", device}, {"from", from}, {"to", to}, {"time", timeNow()}};
+        json["change"] = {
+            {"device", device}, {"from", from.json}, {"to", to.json}, {"time", timeNow()}};
         print(json, -1);
     } else {
-        const std::string line = timeNow() + " " + device + ": " + from + " -> " + to;
+        const std::string line = timeNow() + " " + device + ": " + from.shown + " -> " + to.shown;
         printf("%s\n", showable(yat::toDisplay(line)).c_str());
     }
     finishOutput();
@@ -64,15 +71,15 @@ void tell(const Request &request, const std::string &device, const std::string &
 
 void watch(const Request &request)
 {
-    constexpr char absent[] = "-";
+    const Seen absent = {"-", Json()};
     Machine machine;
     for (States before = look(machine);;) {
         sleepFor(request.interval);
         States now = look(machine);
         for (const auto &[device, state] : now) {
             const auto known = before.find(device);
-            const std::string from = known == before.end() ? absent : known->second;
-            if (from != state)
+            const Seen &from = known == before.end() ? absent : known->second;
+            if (from.shown != state.shown)
                 tell(request, device, from, state);
         }
         for (const auto &[device, state] : before)
