@@ -3,7 +3,6 @@
 
 #include "common/answers.h"
 #include "common/records.h"
-#include "host/memory.h"
 #include "host/names.h"
 #include "host/reading.h"
 #include "host/words.h"
@@ -49,7 +48,7 @@ std::optional<int32_t> toldState(const Machine &machine, const Device &device)
 
 Counts countsSinceCleared(const Machine &machine, const Device &device)
 {
-    const Memory memory = readMemory();
+    const Memory memory = recall();
     const auto baseline = memory.baselines.find(keyOf(device));
     const Counts counts = countsOf(machine, device);
     return baseline == memory.baselines.end() ? counts : since(baseline->second, counts);
@@ -135,7 +134,7 @@ int getFacts(yat_device *record, yat_facts *facts)
     }
     if (counts.isKnown) {
         told.known |= YAT_KNOWS_FAILURES;
-        told.failures = static_cast<int64_t>(counts.corrected + counts.uncorrected);
+        told.failures = static_cast<int64_t>(sumOfErrors(counts.corrected, counts.uncorrected));
     }
     if (device->kind == Kind::package) {
         told.known |= YAT_KNOWS_BIOS;

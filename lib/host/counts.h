@@ -2,9 +2,17 @@
 // Counts of hardware errors.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 namespace host {
+
+constexpr uint64_t mostErrors = INT64_MAX; // that can be told; sums end there
+
+constexpr uint64_t sumOfErrors(uint64_t one, uint64_t other)
+{
+    return std::min(std::min(one, mostErrors) + std::min(other, mostErrors), mostErrors);
+}
 
 struct Counts {
     bool isKnown = false; // the machine counts them
@@ -15,8 +23,8 @@ struct Counts {
 inline Counts &operator+=(Counts &sum, const Counts &more)
 {
     sum.isKnown = sum.isKnown || more.isKnown;
-    sum.corrected += more.corrected;
-    sum.uncorrected += more.uncorrected;
+    sum.corrected = sumOfErrors(sum.corrected, more.corrected);
+    sum.uncorrected = sumOfErrors(sum.uncorrected, more.uncorrected);
     return sum;
 }
 

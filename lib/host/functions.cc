@@ -40,7 +40,7 @@ Counts readReportedErrors(const Function &function)
     const auto fatal = reportedErrors(function, "fatal", "TOTAL_ERR_FATAL");
     return {.isKnown = corrected || nonfatal || fatal,
             .corrected = corrected.value_or(0),
-            .uncorrected = nonfatal.value_or(0) + fatal.value_or(0)};
+            .uncorrected = sumOfErrors(nonfatal.value_or(0), fatal.value_or(0))};
 }
 
 Function functionOf(const KernelDevice &device)
@@ -91,7 +91,7 @@ void addInterfaces(const ByPath &functions)
             const auto in = readNumber(device.path + "/statistics/rx_errors");
             const auto out = readNumber(device.path + "/statistics/tx_errors");
             function->interfaces.push_back(lastName(device.path));
-            function->ofDevices += {in || out, 0, in.value_or(0) + out.value_or(0)};
+            function->ofDevices += {in || out, 0, sumOfErrors(in.value_or(0), out.value_or(0))};
         }
 }
 

@@ -2,11 +2,18 @@
 #include "host/memory.h"
 
 #include "common/file.h"
+#include "common/ownfiles.h"
 #include "common/paths.h"
+#include "common/problem.h"
 #include "host/lock.h"
 #include "host/sysfs.h"
 
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <filesystem>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 namespace host {
 namespace {
@@ -24,15 +31,75 @@ std::string thisBoot()
     return readAttribute("/proc/sys/kernel/random/boot_id").value_or("");
 }
 
+// What a member of the file has to be; throws Problem.
+const json &member(const json &object, const std::string &name, json::value_t type)
+{
+    if (!object.is_object() || !object.contains(name) || object.at(name).type() != type)
+        throw yat::Problem("it has no fitting \"" + name + "\"");
+    return object.at(name);
+}
+
+uint64_t checked(uint64_t number, const std::string &name, uint64_t most)
+{
+    if (number > most)
+        throw yat::Problem("the number of \"" + name + "\" is too large");
+    return number;
+}
+
+uint64_t numberOf(const json &object, const std::string &name, uint64_t most)
+{
+    return checked(member(object, name, json::value_t::number_unsigned).get<uint64_t>(), name,
+                   most);
+}
+
+int processorNamed(const std::string &name)
+{
+    uint64_t number = 0;
+    const char *end = name.data() + name.size();
+    const auto result = std::from_chars(name.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end)
+        throw yat::Problem("\"" + name + "\" is no processor");
+    return static_cast<int>(checked(number, name, INT_MAX));
+}
+
 Memory fromJson(const json &text)
 {
     Memory memory;
-    for (const auto &[processor, package] : text.at("packages").items())
-        memory.packages[std::stoi(processor)] = package.get<int>();
-    for (const auto &[device, counts] : text.at("baselines").items())
-        memory.baselines[device] = {true, counts.at("corrected").get<uint64_t>(),
-                                    counts.at("uncorrected").get<uint64_t>()};
+    const json &packages = member(text, "packages", json::value_t::object);
+    for (const auto &[processor, package] : packages.items())
+        memory.packages[processorNamed(processor)] =
+            static_cast<int>(numberOf(packages, processor, INT_MAX));
+    for (const auto &[device, counts] : member(text, "baselines", json::value_t::object).items())
+        memory.baselines[device] = {true, numberOf(counts, "corrected", mostErrors),
+                                    numberOf(counts, "uncorrected", mostErrors)};
     return memory;
+}
+
+// The file's text, empty when there is no file. Another one's, or what stands in for it, is not
+// read.
+std::string textOf(const std::string &file)
+{
+    struct stat status;
+    if (lstat(file.c_str(), &status) != 0 && errno == ENOENT)
+        return {};
+    yat::requireOwnFile(file);
+    if (status.st_size > 1 << 20) // a thousand devices take 100 kB
+        throw yat::Problem("it is too large");
+    return yat::readFile(file);
+}
+
+Memory memoryIn(const std::string &file)
+try {
+    const std::string text = textOf(file);
+    if (text.empty() && !std::filesystem::exists(file))
+        return {};
+    const json parsed = json::parse(text, nullptr, false);
+    const bool isOfThisBoot =
+        member(parsed, "boot", json::value_t::string).get<std::string>() == thisBoot();
+    return isOfThisBoot ? fromJson(parsed) : Memory();
+} catch (const yat::Problem &problem) {
+    throw yat::Problem(
+        file + " can't be used and was left alone; move it away to start anew: " + problem.what());
 }
 
 json toJson(const Memory &memory)
@@ -49,21 +116,19 @@ json toJson(const Memory &memory)
 } // namespace
 
 Memory readMemory()
-try {
-    const json text = json::parse(readAttribute(fileName()).value_or("{}"));
-    return text.value("boot", "") == thisBoot() ? fromJson(text) : Memory();
-} catch (const std::exception &) {
-    return {};
+{
+    return memoryIn(fileName());
 }
 
 void changeMemory(const std::function<void(Memory &)> &change)
 {
     const Lock lock("host.json.lock", true);
-    const Memory before = readMemory();
+    const std::string file = fileName();
+    const Memory before = memoryIn(file);
     Memory memory = before;
     change(memory);
     if (memory != before)
-        yat::replaceFile(fileName(), toJson(memory).dump(2) + "\n", 0640);
+        yat::replaceFile(file, toJson(memory).dump(2) + "\n", 0640);
 }
 
 } // namespace host

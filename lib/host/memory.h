@@ -17,10 +17,12 @@ struct Memory {
     bool operator==(const Memory &) const = default;
 };
 
-// What is remembered since this server was started; a file that is missing or damaged says nothing.
+// What is remembered since this server was started; nothing when there is no file. Throws Problem
+// when there is one that can't be used.
 Memory readMemory();
 
-// Changes it, alone among all programs that do. Throws Problem when it can't be written.
+// Changes it, alone among all programs that do. Throws Problem when it can't be written, and as
+// above, with the file as it was.
 void changeMemory(const std::function<void(Memory &)> &change);
 
 } // namespace host

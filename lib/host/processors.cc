@@ -95,7 +95,7 @@ void addMachineChecks(std::vector<Package> &packages)
             continue;
         if (!package.counts.isKnown)
             for (const uint64_t count : ofPackage(corrected, package))
-                package.counts.corrected += count;
+                package.counts += {false, count, 0};
         package.counts += {true, 0, *std::ranges::max_element(stops)};
     }
 }

@@ -4,7 +4,6 @@
 #include "base/record.h"
 #include "common/problem.h"
 #include "host/functions.h"
-#include "host/memory.h"
 #include "host/processors.h"
 #include "host/sysfs.h"
 
@@ -13,16 +12,25 @@ namespace {
 
 constexpr char traceSource[] = "yathost";
 
+// Each look and each device of a large server would tell it again.
+void traceOnce(const yat::Problem &problem)
+{
+    static std::string told;
+    if (told != problem.what())
+        TRACE_ERROR("%s", problem.what());
+    told = problem.what();
+}
+
 std::vector<Package> readAndRemember()
 {
-    PackageOf known = readMemory().packages;
+    PackageOf known = recall().packages;
     const PackageOf before = known;
     std::vector<Package> packages = readPackages(known);
     if (known != before)
         try {
             changeMemory([&](Memory &memory) { memory.packages = known; });
-        } catch (const yat::Problem &problem) { // that matters when a package is stopped only
-            TRACE_ERROR("%s", problem.what());
+        } catch (const yat::Problem &problem) { // which matters when a package is stopped only
+            traceOnce(problem);
         }
     return packages;
 }
@@ -37,6 +45,14 @@ std::string readBiosVersion()
 }
 
 } // namespace
+
+Memory recall()
+try {
+    return readMemory();
+} catch (const yat::Problem &problem) {
+    traceOnce(problem);
+    return {};
+}
 
 Machine readMachine()
 {

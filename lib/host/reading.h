@@ -3,10 +3,14 @@
 #pragma once
 
 #include "host/machine.h"
+#include "host/memory.h"
 
 namespace host {
 
 // Reads it anew. Throws Problem when the kernel tells nothing of its processors.
 Machine readMachine();
+
+// What is remembered of it. A file that can't be used is traced, and says nothing.
+Memory recall();
 
 } // namespace host
