@@ -3,6 +3,7 @@
 
 #include "base/record.h"
 #include "common/answers.h"
+#include "common/complaints.h"
 #include "common/problem.h"
 #include "host/calls.h"
 #include "host/journal.h"
@@ -92,9 +93,17 @@ void carryOut(const Machine &machine, const Device &device, Verb verb)
         switchSlot(*slotOf(machine, device), verb == Verb::start);
 }
 
-int operate(yat_device *record, int code, const char *name)
+// The operation has been done; that nobody can read of it changes no more.
+void noteDone(const Asked &asked, const char *name)
+try {
+    note(asked, name, "done", "");
+} catch (const yat::Problem &problem) {
+    TRACE_ERROR("%s", problem.what());
+    yat::complain(problem.what());
+}
+
+int tryTo(const Asked &asked, const char *name)
 {
-    const Asked asked = askedFor(record, code - 1);
     const Lock lock("host.operation.lock", false);
     const Machine machine = readMachine();
     Refusal refusal = checkAsked(machine, asked);
@@ -108,14 +117,21 @@ int operate(yat_device *record, int code, const char *name)
         return 0;
     }
     note(asked, name, "begun", "");
+    carryOut(machine, *asked.device, *asked.code->verb);
+    noteDone(asked, name);
+    return 1;
+}
+
+// What can't be written down is not done.
+int operate(yat_device *record, int code, const char *name)
+{
+    const Asked asked = askedFor(record, code - 1);
     try {
-        carryOut(machine, *asked.device, *asked.code->verb);
-    } catch (const yat::Problem &problem) {
+        return tryTo(asked, name);
+    } catch (const std::exception &problem) {
         note(asked, name, "failed", problem.what());
         return 0;
     }
-    note(asked, name, "done", "");
-    return 1;
 }
 
 } // namespace
