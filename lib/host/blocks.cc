@@ -78,11 +78,18 @@ struct Unref {
 };
 using Table = std::unique_ptr<libmnt_table, Unref>;
 
+// A line that can't be understood would be passed over; it may tell of the very disk.
+int refuseLine(libmnt_table *, const char *, int)
+{
+    return -EINVAL;
+}
+
 void eachOf(int (*parse)(libmnt_table *, const char *), const char *file,
             const std::function<void(libmnt_fs *)> &work)
 {
     const Table table(mnt_new_table());
-    if (!table || parse(table.get(), file) != 0)
+    if (!table || mnt_table_set_parser_errcb(table.get(), refuseLine) != 0
+        || parse(table.get(), file) != 0)
         throw yat::Problem(std::string(file) + " can't be read");
     const std::unique_ptr<libmnt_iter, Unref> iterator(mnt_new_iter(MNT_ITER_FORWARD));
     libmnt_fs *entry;
@@ -102,12 +109,16 @@ std::string deviceOf(libmnt_fs *entry)
 MaybeReason useByMounts(const Paths &disks)
 {
     MaybeReason use;
+    bool hasAny = false;
     eachOf(mnt_table_parse_file, "/proc/self/mountinfo", [&](libmnt_fs *entry) {
+        hasAny = true;
         const std::string device = deviceOf(entry);
         if (!use && disks.contains(device))
             use = {lastName(device) + " is mounted on " + mnt_fs_get_target(entry),
                    lastName(device) + "は" + mnt_fs_get_target(entry) + "にマウントされています"};
     });
+    if (!hasAny) // not even the root
+        throw yat::Problem("/proc/self/mountinfo tells nothing");
     return use;
 }
 

@@ -2,18 +2,27 @@
 #include "host/usage.h"
 
 #include "common/caller.h"
+#include "common/problem.h"
 #include "host/blocks.h"
 #include "host/network.h"
 #include "host/sysfs.h"
 
+#include <algorithm>
+
 namespace host {
 namespace {
+
+// In the names of drivers that let a program or another system have a function: vfio-pci,
+// mlx5_vfio_pci, uio_pci_generic, igb_uio, pciback.
+constexpr const char *handingOut[] = {"vfio", "uio", "pciback"};
 
 // A function whose driver hands it to a program, or whose interface another network namespace has:
 // what it is used for can't be seen from here.
 MaybeReason useOutOfSight(const Function &function)
 {
-    if (function.driver == "vfio-pci" || function.driver.starts_with("uio"))
+    if (std::ranges::any_of(handingOut, [&](const char *part) {
+            return function.driver.find(part) != std::string::npos;
+        }))
         return Reason{function.address + " is handed to a program by the driver " + function.driver,
                       function.address + "はドライバ" + function.driver
                           + "でプログラムに渡されています"};
@@ -37,12 +46,10 @@ MaybeReason useByTerminal(const std::vector<std::string> &paths)
     return {};
 }
 
-} // namespace
-
-MaybeReason useOf(const Machine &machine, const Slot &slot)
+MaybeReason useBelow(const std::vector<const Function *> &functions)
 {
     std::vector<std::string> paths;
-    for (const Function *function : functionsBelow(machine, slot)) {
+    for (const Function *function : functions) {
         if (MaybeReason use = useOutOfSight(*function))
             return use;
         paths.push_back(function->path);
@@ -51,6 +58,16 @@ MaybeReason useOf(const Machine &machine, const Slot &slot)
         if (MaybeReason found = use(paths))
             return found;
     return {};
+}
+
+} // namespace
+
+MaybeReason useOf(const Machine &machine, const Slot &slot)
+try {
+    return useBelow(functionsBelow(machine, slot));
+} catch (const yat::Problem &problem) {
+    const std::string why = problem.what();
+    return Reason{"what uses it can't be told: " + why, "使用状況を確認できません: " + why};
 }
 
 } // namespace host

@@ -7,8 +7,8 @@
 
 namespace host {
 
-// Why the functions in a slot have to stay, as somebody uses what hangs below them; nothing when
-// nobody is known to.
+// Why the functions in a slot have to stay, as somebody uses what hangs below them, or the
+// kernel does not tell whether; nothing when nobody does.
 MaybeReason useOf(const Machine &machine, const Slot &slot);
 
 } // namespace host

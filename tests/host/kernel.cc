@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <dlfcn.h>
+#include <libudev.h>
 #include <linux/fcntl.h> // the C library's may define open itself
 #include <netlink/route/nexthop.h>
 #include <netlink/route/route.h>
@@ -59,6 +60,14 @@ int rtnl_route_alloc_cache(nl_sock *socket, int family, int flags, nl_cache **ca
     if (error == 0)
         addRoute(*cache);
     return error;
+}
+
+int udev_enumerate_add_match_subsystem(udev_enumerate *enumeration, const char *subsystem)
+{
+    return subsystem == kernel.untoldKind
+               ? -EIO
+               : next<decltype(udev_enumerate_add_match_subsystem)>(
+                   "udev_enumerate_add_match_subsystem")(enumeration, subsystem);
 }
 
 } // extern "C"

@@ -5,9 +5,10 @@
 #include <string>
 
 struct Kernel {
-    std::string heldDisk{};  // the node of a disk that it holds for a reason of its own
-    int routedInterface = 0; // the index of one that has a route to 192.0.2.0/24; 0 for this
-                             // machine's own routes
+    std::string heldDisk{};   // the node of a disk that it holds for a reason of its own
+    std::string untoldKind{}; // of devices that it doesn't list
+    int routedInterface = 0;  // the index of one that has a route to 192.0.2.0/24; 0 for this
+                              // machine's own routes
 };
 
 extern Kernel kernel;

@@ -50,6 +50,23 @@ std::string addPartition(const Server &server, const std::string &disk)
     return path;
 }
 
+// An NVMe namespace that has several controllers, one of them in the slot. Returns its path.
+std::string addShared(const Parts &parts)
+{
+    const std::string group = "/sys/devices/virtual/nvme-subsystem/nvme-subsys0";
+    parts.server.write(parts.inside + "/nvme/nvme0/state", "live\n");
+    parts.server.addDevice(group + "/nvme0n1", "block", true, "DEVNAME=nvme0n1\n");
+    parts.server.link("/sys/dev/block/259:0", group + "/nvme0n1");
+    parts.server.link(group + "/nvme0", parts.inside + "/nvme/nvme0");
+    return group + "/nvme0n1";
+}
+
+void drive(const Parts &parts, const std::string &driver)
+{
+    parts.server.write(parts.inside + "/uevent",
+                       "DRIVER=" + driver + "\nPCI_CLASS=30000\nPCI_ID=8086:1\n");
+}
+
 void beOutside(const Parts &parts)
 {
     parts.server.addDisk(parts.outside, "sdother", 2);
@@ -68,6 +85,8 @@ void askOnALine(const Parts &parts)
     parts.server.write(parts.inside + "/tty/ttyS4/dev", "4:68\n");
     parts.server.link("/sys/class/tty" + node.substr(node.rfind('/')), parts.inside + "/tty/ttyS4");
 }
+
+#define UNTOLD(why) "what uses it can't be told: " why, "使用状況を確認できません: " why
 
 const Use uses[] = {
     {"Nothing", [](const Parts &) {}, ""},
@@ -102,19 +121,24 @@ const Use uses[] = {
      "sdplay is mounted on /srv/data", "sdplayは/srv/dataにマウントされています"},
     {"NamespaceOfSeveralControllers",
      [](const Parts &parts) {
-         const std::string group = "/sys/devices/virtual/nvme-subsystem/nvme-subsys0";
-         parts.server.write(parts.inside + "/nvme/nvme0/state", "live\n");
-         parts.server.addDevice(group + "/nvme0n1", "block", true, "DEVNAME=nvme0n1\n");
-         parts.server.link("/sys/dev/block/259:0", group + "/nvme0n1");
-         parts.server.link(group + "/nvme0", parts.inside + "/nvme/nvme0");
+         addShared(parts);
          mount(parts.server, "259:0", "/dev/nvme0n1");
      },
      "nvme0n1 is mounted on /srv/data", "nvme0n1は/srv/dataにマウントされています"},
+    {"PartitionOfSuchANamespace",
+     [](const Parts &parts) {
+         const std::string path = addShared(parts) + "/nvme0n1p1";
+         parts.server.addDevice(path, "block", true, "DEVNAME=nvme0n1p1\n");
+         parts.server.write(path + "/partition", "1\n");
+         parts.server.link("/sys/dev/block/259:1", path);
+         mount(parts.server, "259:1", "/dev/nvme0n1p1");
+     },
+     "nvme0n1p1 is mounted on /srv/data", "nvme0n1p1は/srv/dataにマウントされています"},
     {"Swap",
      [](const Parts &parts) {
          parts.server.addDisk(parts.inside, "sdplay", 1);
          parts.server.write("/dev/sdplay", "");
-         parts.server.write("/proc/swaps", "Filename Type Size Used Priority\n"
+         parts.server.write("/proc/swaps", "Filename\tType\tSize\tUsed\tPriority\n"
                                            "/dev/sdplay partition 1000 0 -2\n");
      },
      "sdplay is used for swap", "sdplayはスワップに使われています"},
@@ -184,13 +208,18 @@ const Use uses[] = {
      "br0 has the address 127.0.0.1", "br0にアドレス127.0.0.1があります"},
     {"LineOfTheTerminal", askOnALine, "this terminal, TERMINAL, is connected to it",
      "この端末TERMINALが接続されています"},
-    {"FunctionOfAVirtualMachine",
-     [](const Parts &parts) {
-         parts.server.write(parts.inside + "/uevent",
-                            "DRIVER=vfio-pci\nPCI_CLASS=30000\nPCI_ID=8086:1\n");
-     },
+    {"FunctionOfAVirtualMachine", [](const Parts &parts) { drive(parts, "vfio-pci"); },
      "0000:02:00.0 is handed to a program by the driver vfio-pci",
      "0000:02:00.0はドライバvfio-pciでプログラムに渡されています"},
+    {"FunctionOfAVendorsVirtualMachine", [](const Parts &parts) { drive(parts, "mlx5_vfio_pci"); },
+     "0000:02:00.0 is handed to a program by the driver mlx5_vfio_pci",
+     "0000:02:00.0はドライバmlx5_vfio_pciでプログラムに渡されています"},
+    {"FunctionOfAProgram", [](const Parts &parts) { drive(parts, "uio_pci_generic"); },
+     "0000:02:00.0 is handed to a program by the driver uio_pci_generic",
+     "0000:02:00.0はドライバuio_pci_genericでプログラムに渡されています"},
+    {"FunctionOfAnotherSystem", [](const Parts &parts) { drive(parts, "pciback"); },
+     "0000:02:00.0 is handed to a program by the driver pciback",
+     "0000:02:00.0はドライバpcibackでプログラムに渡されています"},
     {"InterfaceOutOfSight",
      [](const Parts &parts) {
          parts.server.write(parts.inside + "/uevent",
@@ -198,6 +227,30 @@ const Use uses[] = {
      },
      "the interface of 0000:02:00.0 may be in another network namespace",
      "0000:02:00.0のインタフェースは別のネットワーク名前空間にあるかもしれません"},
+    // What the kernel does not tell may be a use.
+    {"MountsThatCannotBeRead",
+     [](const Parts &parts) {
+         parts.server.remove("/proc/self/mountinfo");
+         parts.server.write("/proc/self/mountinfo/not", "a file\n");
+     },
+     UNTOLD("/proc/self/mountinfo can't be read")},
+    {"NoMounts", [](const Parts &parts) { parts.server.write("/proc/self/mountinfo", ""); },
+     UNTOLD("/proc/self/mountinfo tells nothing")},
+    {"OddMounts", [](const Parts &parts) { mount(parts.server, "8:?", "/dev/sdplay"); },
+     UNTOLD("/proc/self/mountinfo can't be read")},
+    {"OddSwaps",
+     [](const Parts &parts) {
+         parts.server.write("/proc/swaps", "Filename\tType\tSize\tUsed\tPriority\n/dev/sdplay\n");
+     },
+     UNTOLD("/proc/swaps can't be read")},
+    {"DisksThatAreNotListed", [](const Parts &) { kernel.untoldKind = "block"; },
+     UNTOLD("the devices of the subsystem block can't be listed: Input/output error")},
+    {"InterfaceWithoutNumber",
+     [](const Parts &parts) {
+         const std::string path = parts.server.addInterface(parts.inside, "ens3");
+         parts.server.write(path + "/ifindex", "1x\n");
+     },
+     UNTOLD("the index of the interface ens3 can't be read, so its use can't be told")},
 };
 
 std::string withTerminal(std::string text)
