@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The manual pages of yatsim and of the descriptions say all that the code takes: every
-// subcommand, option, call and key, with its limits and its allowed values.
+// The manual pages say all that the code takes: every subcommand, option, call, variable and key,
+// with its limits and its allowed values; in Japanese as in English.
 #include "sim/description.h"
 #include "support.h"
 #include "support/problem.h"
@@ -169,8 +169,8 @@ namespace {
 std::set<std::string> variablesReadIn(const std::string &directory)
 {
     std::set<std::string> found;
-    for (const auto &file :
-         std::filesystem::recursive_directory_iterator(std::filesystem::path(SOURCES) / directory)) {
+    for (const auto &file : std::filesystem::recursive_directory_iterator(
+             std::filesystem::path(SOURCES) / directory)) {
         const std::string text = file.is_directory() ? "" : readFile(file);
         for (const std::string &name : matches(text, "getenv\\((.*?)\\)")) {
             const Words literal = name == "name" ? matches(text, "\"([A-Z_]+)\"[,}]")
@@ -205,6 +205,23 @@ TEST_F(Manual, TellsTheEnvironmentThatIsRead)
                      {"LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LANG", "TZ", "NEWT_MONO"});
     expectToldOf("yatsim.1", {"tools/yatsim", "lib/common", "lib/sim"},
                  {"LC_ALL", "LC_CTYPE", "LANG", "TZ"});
+    expectToldOf("yatctl.1", {"tools/yatctl", "lib"},
+                 {"LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LANG", "TZ"});
+}
+
+// ---- The configuration
+
+TEST_F(Manual, OfTheConfigurationDescribesEverySetting)
+{
+    const Words lines = matches(section(page("yatkit.toml.5"), ".Ss Keys"), "^\\.It Li (\\w+)$");
+    const std::set<std::string> told(lines.begin(), lines.end());
+    const auto source = std::filesystem::path(SOURCES) / "lib/common/machine.cc";
+    const Words read = matches(readFile(source), "configuration\\.get\\(\"(\\w+)\"\\)");
+    EXPECT_EQ(told, std::set<std::string>(read.begin(), read.end()));
+    const Words shipped =
+        matches(readFile(std::filesystem::path(SOURCES) / "etc/yatkit.toml"), "^(\\w+) = ");
+    EXPECT_EQ(told, std::set<std::string>(shipped.begin(), shipped.end()));
+    EXPECT_EQ(told.size(), 2u);
 }
 
 // ---- yat-machine.5
@@ -220,8 +237,7 @@ Complaint ofUnknownKey(const std::string &toml)
 {
     const std::string problem = problemOf([&] { sim::parseDescription(toml, "F"); });
     std::smatch parts;
-    if (std::regex_search(problem, parts,
-                          std::regex("unknown key 'zzz' in (.*), expected (.*)")))
+    if (std::regex_search(problem, parts, std::regex("unknown key 'zzz' in (.*), expected (.*)")))
         return {.where = parts[1], .expected = parts[2]};
     return {};
 }
