@@ -215,13 +215,49 @@ TEST_F(Manual, OfTheConfigurationDescribesEverySetting)
 {
     const Words lines = matches(section(page("yatkit.toml.5"), ".Ss Keys"), "^\\.It Li (\\w+)$");
     const std::set<std::string> told(lines.begin(), lines.end());
-    const auto source = std::filesystem::path(SOURCES) / "lib/common/machine.cc";
+    const auto source = std::filesystem::path(SOURCES) / "lib/common/configuration.cc";
     const Words read = matches(readFile(source), "configuration\\.get\\(\"(\\w+)\"\\)");
     EXPECT_EQ(told, std::set<std::string>(read.begin(), read.end()));
     const Words shipped =
         matches(readFile(std::filesystem::path(SOURCES) / "etc/yatkit.toml"), "^(\\w+) = ");
     EXPECT_EQ(told, std::set<std::string>(shipped.begin(), shipped.end()));
     EXPECT_EQ(told.size(), 2u);
+}
+
+// ---- The languages
+
+namespace {
+
+// What a part of a page has of the macros that name something to be typed or looked up.
+std::set<std::string> namesIn(const std::string &part)
+{
+    const Words lines = matches(part, "^\\.((?:It|Ev|Fl|Ic|Li|Nm|Pa|Xr|Dl)\\b.*?)[ ,.:;)]*$");
+    return {lines.begin(), lines.end()};
+}
+
+} // namespace
+
+TEST_F(Manual, InJapaneseHasWhatTheEnglishOneHas)
+{
+    const std::string english = page("mrvutil.1"), japanese = page("ja/mrvutil.1");
+    const std::pair<const char *, const char *> sections[] = {
+        {"NAME", "NAME"},        {"SYNOPSIS", "SYNOPSIS"},          {"DESCRIPTION", "説明"},
+        {"KEYS", "キー"},        {"THE MACHINE", "管理するサーバ"}, {"ENVIRONMENT", "環境変数"},
+        {"FILES", "ファイル"},   {"EXIT STATUS", "終了ステータス"}, {"DIAGNOSTICS", "診断"},
+        {"SEE ALSO", "関連項目"}};
+    Words inEnglish, inJapanese;
+    for (const auto &[one, other] : sections) {
+        inEnglish.emplace_back(one);
+        inJapanese.emplace_back(other);
+        const std::string part = section(english, std::string(".Sh ") + one),
+                          translated = section(japanese, std::string(".Sh ") + other);
+        for (const char *list : {"^(\\.It .*)$", "^(\\.Bd.*)$"})
+            EXPECT_EQ(matches(translated, list), matches(part, list)) << one;
+        EXPECT_EQ(matches(translated, "^(\\.Ss)").size(), matches(part, "^(\\.Ss)").size()) << one;
+        EXPECT_EQ(namesIn(translated), namesIn(part)) << one;
+    }
+    EXPECT_EQ(matches(english, "^\\.Sh (.*)$"), inEnglish);
+    EXPECT_EQ(matches(japanese, "^\\.Sh (.*)$"), inJapanese);
 }
 
 // ---- yat-machine.5
