@@ -60,8 +60,16 @@ Asked askedFor(const yat_device *record, int supportCode)
     return asked;
 }
 
-Refusal checkAsked(const Machine &machine, const Asked &asked)
+// Of what nobody can look at, nothing is done.
+Refusal refusalOf(const yat::Problem &problem)
 {
+    const std::string why = problem.what();
+    return {YAT_DETAIL_STATE, {why, "サーバの状態を調べられません: " + why}};
+}
+
+// Reads the machine and looks at everything that could be broken.
+Refusal checkAsked(Machine &machine, const Asked &asked)
+try {
     if (!asked.device)
         return {YAT_DETAIL_NO_DEVICE, {"there is no such device", "この装置はありません"}};
     if (!asked.code)
@@ -71,7 +79,20 @@ Refusal checkAsked(const Machine &machine, const Asked &asked)
     if (!asked.code->verb)
         return {YAT_DETAIL_UNSUPPORTED,
                 {"this server has no such operation", "このサーバにこの操作はありません"}};
+    machine = readMachine();
     return check(machine, *asked.device, *asked.code->verb);
+} catch (const yat::Problem &problem) {
+    return refusalOf(problem);
+}
+
+Refusal lockOthersOut(std::optional<Lock> &lock)
+try {
+    lock.emplace("host.operation.lock", false);
+    return lock->isHeld ? Refusal{}
+                        : Refusal{YAT_DETAIL_STATE,
+                                  {"another operation is under way", "別の操作を実行中です"}};
+} catch (const yat::Problem &problem) {
+    return refusalOf(problem);
 }
 
 void note(const Asked &asked, const char *name, const char *result, const std::string &reason)
@@ -104,14 +125,15 @@ try {
 
 int tryTo(const Asked &asked, const char *name)
 {
-    const Lock lock("host.operation.lock", false);
-    const Machine machine = readMachine();
+    std::optional<Lock> lock;
+    const Refusal others = lockOthersOut(lock);
+    Machine machine;
     Refusal refusal = checkAsked(machine, asked);
     if (refusal.detail == 0 && std::string_view(asked.code->name) != name)
         refusal = {YAT_DETAIL_UNSUPPORTED,
                    {"the code is that of another operation", "別の操作のコードです"}};
-    if (refusal.detail == 0 && !lock.isHeld)
-        refusal = {YAT_DETAIL_STATE, {"another operation is under way", "別の操作を実行中です"}};
+    if (refusal.detail == 0)
+        refusal = others;
     if (refusal.detail != 0) {
         note(asked, name, "refused", refusal.why.english);
         return 0;
@@ -139,7 +161,8 @@ int operate(yat_device *record, int code, const char *name)
 int ifSupport(yat_device *device, int code, int *detail)
 {
     const Asked asked = askedFor(device, code);
-    const Refusal refusal = checkAsked(readMachine(), asked);
+    Machine machine;
+    const Refusal refusal = checkAsked(machine, asked);
     if (detail)
         *detail = refusal.detail;
     if (refusal.detail == 0)
@@ -187,7 +210,8 @@ int putSetting(int, int, int, int *)
 
 int getReason(yat_device *device, int code, int, char *text)
 {
-    const Refusal refusal = checkAsked(readMachine(), askedFor(device, code));
+    Machine machine;
+    const Refusal refusal = checkAsked(machine, askedFor(device, code));
     if (refusal.detail == 0)
         return 0;
     yat::putState(isJapanese() ? refusal.why.japanese : refusal.why.english, text);

@@ -107,6 +107,10 @@ Refusal checkSlot(const Machine &machine, const Slot &slot, Verb verb)
     const Refusal refusal = checkRights({slot.directory + "/power"});
     if (refusal.detail != 0 || verb == Verb::start)
         return refusal;
+    if (functionsBelow(machine, slot).empty())
+        return {YAT_DETAIL_STATE,
+                {"the kernel shows no function in it, so its use can't be told",
+                 "カーネルがこのスロットの装置を示さないため、使用中かどうか分かりません"}};
     const MaybeReason use = useOf(machine, slot);
     return use ? Refusal{YAT_DETAIL_IN_USE, *use} : Refusal{};
 }

@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <libudev.h>
 #include <linux/fcntl.h> // the C library's may define open itself
+#include <netlink/errno.h>
 #include <netlink/route/nexthop.h>
 #include <netlink/route/route.h>
 
@@ -53,6 +54,8 @@ int open(const char *file, int flags, ...)
 
 int rtnl_route_alloc_cache(nl_sock *socket, int family, int flags, nl_cache **cache)
 {
+    if (kernel.hidesRoutes)
+        return -NLE_PERM;
     if (kernel.routedInterface == 0)
         return next<decltype(rtnl_route_alloc_cache)>("rtnl_route_alloc_cache")(socket, family,
                                                                                 flags, cache);
