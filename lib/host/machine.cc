@@ -12,7 +12,7 @@ namespace host {
 namespace {
 
 constexpr unsigned baseClass = 16, storageBaseClass = 0x01;
-constexpr uint8_t noSlot = 255, noPackage = 255;
+constexpr uint8_t noSlot = 255;
 
 std::optional<Kind> adapterKind(const Function &function)
 {
@@ -75,11 +75,10 @@ struct Listing {
 
 void addPackage(Listing &listing, const Package &package)
 {
-    const bool isKnown = package.number != unknownPackage;
-    listing.add({.kind = Kind::package,
-                 .key = std::to_string(package.number),
-                 .path = {isKnown ? static_cast<uint8_t>(package.number) : noPackage}},
-                "CPU module", "CPUモジュール", "");
+    Device device{.kind = Kind::package, .key = std::to_string(package.number)};
+    for (size_t i = 0; i < sizeof package.number; ++i)
+        device.path[i] = static_cast<uint8_t>(package.number >> 8 * i);
+    listing.add(std::move(device), "CPU module", "CPUモジュール", "");
 }
 
 void addAdapters(Listing &listing, const std::string &slot, uint8_t slotNumber)

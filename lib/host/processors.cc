@@ -5,6 +5,7 @@
 #include "host/sysfs.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -19,6 +20,16 @@ Processor readProcessor(int number, const std::string &directory)
     const auto online = readNumber(directory + "/online");
     // Without a switch it is always there.
     return {.number = number, .isOnline = online.value_or(1) != 0, .canGo = online.has_value()};
+}
+
+// The package that the kernel tells; nothing for garbage, or of a processor that is offline.
+std::optional<int> toldPackage(const std::string &directory)
+{
+    const std::string file = directory + "/topology/physical_package_id";
+    if (const auto number = readNumber(file); number && *number <= INT_MAX)
+        return static_cast<int>(*number);
+    // On some machines it reads so for the only package there is.
+    return readAttribute(file) == "-1" ? std::optional(0) : std::nullopt;
 }
 
 Package &packageNumbered(std::vector<Package> &packages, int number)
@@ -107,9 +118,8 @@ std::vector<Package> readPackages(PackageOf &known)
     std::vector<Package> packages;
     for (const KernelDevice &device : kernelDevices("cpu")) {
         const int number = atoi(lastName(device.path).c_str() + strlen("cpu"));
-        // On some machines it reads as -1 for the only package there is.
-        if (const auto told = readAttribute(device.path + "/topology/physical_package_id"))
-            known[number] = std::max(atoi(told->c_str()), 0);
+        if (const auto told = toldPackage(device.path))
+            known[number] = *told;
         const auto place = known.find(number);
         packageNumbered(packages, place == known.end() ? unknownPackage : place->second)
             .processors.push_back(readProcessor(number, device.path));

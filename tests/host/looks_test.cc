@@ -3,6 +3,7 @@
 #include "looked.h"
 
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 using Lines = std::vector<std::string>;
@@ -40,6 +41,50 @@ TEST_F(Looks, PackagesAreInTheOrderOfTheirNumbers)
     EXPECT_EQ(cpu(8), "1 of 2 running");
 }
 
+// Some machines number them by where they are.
+TEST_F(Looks, LargeNumbersOfPackagesAreNotMistakenForOthers)
+{
+    const int numbers[] = {36, 255, 292, 16777216};
+    for (int i = 0; i < 4; ++i)
+        server.addProcessor(i, numbers[i]);
+    server.setOnline(1, 255, false);
+    server.addProcessor(4, 0);
+    server.setOnline(4, 0, false);
+    EXPECT_EQ(tree(),
+              (Lines{"2 1 36.0.0.0.0.0.0.0 CPU module 1", "2 2 36.1.0.0.0.0.0.0 CPU module 2",
+                     "2 3 0.0.0.1.0.0.0.0 CPU module 3",
+                     "2 4 255.255.255.255.0.0.0.0 CPU module 4"}));
+    server.setOnline(1, 255, true);
+    EXPECT_EQ(tree().at(1), "2 2 255.0.0.0.0.0.0.0 CPU module 2");
+    server.setOnline(2, 292, false);
+    EXPECT_EQ(cpu(1) + ", " + cpu(3), "1 of 1 running, Stopped");
+}
+
+TEST_F(Looks, OnlyPackageMayHaveNoNumber)
+{
+    for (int number = 0; number < 2; ++number)
+        server.addProcessor(number, -1);
+    EXPECT_EQ(tree(), (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1"}));
+    EXPECT_EQ(cpu(1), "2 of 2 running");
+}
+
+TEST_F(Looks, NumberThatIsNoneIsNoPackage)
+{
+    server.addProcessor(0, 0);
+    const char *odd[] = {"", "x", "1x", "-2", " ", "\xff\xfe", "2147483648"};
+    for (int number = 1; number <= 7; ++number) {
+        server.addProcessor(number, 0);
+        server.write("/sys/devices/system/cpu/cpu" + std::to_string(number)
+                         + "/topology/physical_package_id",
+                     std::string(odd[number - 1]) + "\n");
+    }
+    EXPECT_EQ(tree().size(), 2u);
+    EXPECT_EQ(cpu(1), "1 of 1 running");
+    EXPECT_EQ(cpu(2), "7 of 7 running");
+    EXPECT_EQ(nlohmann::json::parse(readFile(state.path / "host.json")).at("packages").dump(),
+              R"({"0":0})");
+}
+
 TEST_F(Looks, ProcessorsOfAStoppedPackageAreRemembered)
 {
     server.addProcessor(0, 0, false);
@@ -59,7 +104,7 @@ TEST_F(Looks, ProcessorsThatWereNeverOnlineAreAModule)
     server.addProcessor(1, 1);
     server.setOnline(1, 1, false);
     EXPECT_EQ(tree(),
-              (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1", "2 2 255.0.0.0.0.0.0.0 CPU module 2"}));
+              (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1", "2 2 255.255.255.255.0.0.0.0 CPU module 2"}));
     EXPECT_EQ(cpu(2), "Stopped");
     server.setOnline(1, 1, true);
     EXPECT_EQ(tree().at(1), "2 2 1.0.0.0.0.0.0.0 CPU module 2");
@@ -174,7 +219,13 @@ TEST_F(Looks, GarbageIsPassedOver)
     ASSERT_GE(lines.size(), 3u);
     for (const std::string &line : lines)
         EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
-    EXPECT_EQ(pci(2), "(unreadable)"); // neither on nor off
+    EXPECT_EQ(cpu(1), "1 of 1 running");
+    EXPECT_EQ(cpu(2), "1 of 1 running"); // whose package nobody knows
+    EXPECT_EQ(pci(1), "Not installed");  // the one whose name would turn the terminal round
+    EXPECT_EQ(pci(2), "(unreadable)");   // neither on nor off
+    server.write(card + "/aer_dev_nonfatal", "TOTAL_ERR_NONFATAL 3\n");
+    server.write("/sys/bus/pci/slots/1/power", "1\n");
+    EXPECT_EQ(pci(2), "Running,\nCE 0, UE 3"); // those that can be read
 }
 
 TEST_F(Looks, FilesThatWouldKeepTheReaderWaitingAreNotThere)

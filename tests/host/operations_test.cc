@@ -64,6 +64,14 @@ TEST_F(Operations, PackageIsStoppedAndStarted)
                                 "CPU module 2 start begun ", "CPU module 2 start done "}));
 }
 
+TEST_F(Operations, TakeThePackageThatWasChosen)
+{
+    server.addProcessor(0, 36);
+    server.addProcessor(1, 292); // the same in one byte
+    EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 1) << trace();
+    EXPECT_EQ(online(0) + online(1), "10");
+}
+
 TEST_F(Operations, GoToTheSystemsLog)
 {
     addPackages(2, 1);
