@@ -3,6 +3,7 @@
 
 #include "text/encoding.h"
 
+#include <cerrno>
 #include <cstring>
 #include <sqlite3.h>
 
@@ -48,8 +49,8 @@ std::string explanation(const SQLite::Exception &error, int systemError)
 // A connection belongs to one thread, as the calls do: it needs no lock for each value it gives.
 Database::Database(const std::string &path, int flags)
 try : file(yat::fromDisplay(path)), connection(path, flags | SQLite::OPEN_NOMUTEX, longestWait) {
-} catch (const SQLite::Exception &error) {
-    throw yat::Problem(yat::fromDisplay(path) + " " + explanation(error, 0));
+} catch (const SQLite::Exception &error) { // there is no handle to ask, but nothing else has failed
+    throw yat::Problem(yat::fromDisplay(path) + " " + explanation(error, errno));
 }
 
 SQLite::Statement &Database::prepared(const char *sql)

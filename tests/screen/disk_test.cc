@@ -3,6 +3,7 @@
 #include "session.h"
 
 #include <cerrno>
+#include <cstring>
 
 // Whoever is told that the state is damaged moves it away, and has lost a good one.
 TEST(Failure, ToReadTheDiskNowIsNotTakenForADamagedState)
@@ -26,7 +27,9 @@ TEST(Failure, ToReadTheDiskNowIsNotTakenForADamagedState)
         session.send(keys::enter);
         session.expectExit(0);
         const std::string output = session.terminal().output();
-        EXPECT_NE(output.find("mrvutil: " + file + " can't be used: "), output.npos) << output;
+        EXPECT_NE(output.find("mrvutil: " + file + " can't be used: " + strerror(error)),
+                  output.npos)
+            << output;
         EXPECT_EQ(output.find("damaged"), output.npos);
     }
     EXPECT_EQ(readFile(file), before);

@@ -42,6 +42,8 @@ const Reading readings[] = {
      "mrvgeneral"},
     {"settings", "GetBBDriverSettings real held", "  General Settings ...", "Execute",
      "mrvgeneral"},
+    {"written settings", "PutBBDriverSettings real held", "  System Settings ...",
+     "The settings were changed.", "mrvgeneral", nullptr, space + tab + tab + enter, true},
     {"BMC", "LoadLibrary real held", "  BMC Firmware ...", "Close", "mrvfirmware"},
 };
 
@@ -51,12 +53,12 @@ protected:
 
     void ask(Session &session) const
     {
-        if (!reading.device)
-            return;
-        session.see("Exit");
-        session.send(reading.device->path + enter);
+        if (reading.device) {
+            session.see("Exit");
+            session.send(reading.device->path + enter);
+        }
         if (!reading.keysSent.empty()) {
-            session.see("MTBF");
+            session.see(reading.device ? "MTBF" : "Execute");
             session.send(reading.keysSent);
         }
         if (reading.hasBox) {
