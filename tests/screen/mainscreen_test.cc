@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The main screen: what it shows on each machine, how it is left.
+#include "frame.h"
 #include "session.h"
 
 #include <algorithm>
@@ -45,9 +46,9 @@ TEST_P(EveryMachine, ShowsItsDevices)
 }
 
 const Case cases[] = {
-    {"ALDER", "en_US.UTF-8", "Exit", 80, 24}, {"ALDER", "ja_JP.UTF-8", "終了", 80, 24},
-    {"BIRCH", "en_US.UTF-8", "Exit", 80, 24}, {"BIRCH", "ja_JP.UTF-8", "終了", 80, 24},
-    {"CEDAR", "en_US.UTF-8", "Exit", 80, 24}, {"CEDAR", "ja_JP.UTF-8", "終了", 80, 24},
+    {"ALDER", "en_US.UTF-8", "Exit", 80, 24},  {"ALDER", "ja_JP.UTF-8", "終了", 80, 24},
+    {"BIRCH", "en_US.UTF-8", "Exit", 80, 24},  {"BIRCH", "ja_JP.UTF-8", "終了", 80, 24},
+    {"CEDAR", "en_US.UTF-8", "Exit", 80, 24},  {"CEDAR", "ja_JP.UTF-8", "終了", 80, 24},
     {"CEDAR", "en_US.UTF-8", "Exit", 100, 40}, {"CEDAR", "ja_JP.UTF-8", "終了", 100, 40},
 };
 
@@ -57,6 +58,41 @@ INSTANTIATE_TEST_SUITE_P(MainScreen, EveryMachine, testing::ValuesIn(cases), [](
     return result;
 });
 
+// What the row with the focus shows, without the lines of the tree. It is in the frame, which has a
+// scroll bar with its thumb.
+std::string currentRow(Session &session, const std::string &title)
+{
+    session.stillPicture();
+    const std::optional<Frame> frame = findFrame(session.terminal(), title);
+    const VTermPos cursor = session.terminal().cursor();
+    if (!frame || !frame->encloses(cursor))
+        throw std::runtime_error("the focus is out of sight\n" + session.terminal().picture());
+    EXPECT_EQ(std::ranges::count_if(frame->rows,
+                                    [](const std::string &row) { return row.ends_with("▮ "); }),
+              1)
+        << session.terminal().picture();
+    const std::string &row = frame->rows.at(static_cast<size_t>(cursor.row - frame->top - 1));
+    const size_t end = row.find_last_not_of(' ', row.find_last_of(' ', row.size() - 2));
+    const size_t begin = row.find_first_not_of(" |`-");
+    return row.substr(begin, end + 1 - begin);
+}
+
+// Opens whatever can be opened on the way down, and returns the rows that had the focus.
+std::vector<std::string> walkDown(int columns, int rows, const std::string &language)
+{
+    Session session({.language = language, .rows = rows, .columns = columns});
+    const bool isEnglish = language == "en_US.UTF-8";
+    session.see(isEnglish ? "Exit" : "終了");
+    const std::string title = isEnglish ? "FT Server Utility" : "FTサーバユーティリティ";
+    std::vector<std::string> texts;
+    for (std::string text = currentRow(session, title); texts.empty() || text != texts.back();
+         text = currentRow(session, title)) {
+        texts.push_back(text);
+        session.send(text.find("[+]") != text.npos ? keys::space + keys::down : keys::down);
+    }
+    return texts;
+}
+
 } // namespace
 
 TEST(MainScreen, IsNotShownOnAMachineThatIsNoFtServer)
@@ -64,8 +100,8 @@ TEST(MainScreen, IsNotShownOnAMachineThatIsNoFtServer)
     Session session({.machine = "PLAIN"});
     session.expectExit(1);
     EXPECT_EQ(session.terminal().output().find("FT Server Utility"), std::string::npos);
-    expectInOrder(session.trace(), {"0 EditParameter this is not ft server.", "0 EditParameter <",
-                                    "0 main <"});
+    expectInOrder(session.trace(),
+                  {"0 EditParameter this is not ft server.", "0 EditParameter <", "0 main <"});
 }
 
 TEST(MainScreen, EndsWithTheHotKeys)
@@ -96,4 +132,13 @@ TEST(MainScreen, LeavesTheTreeWithTabAndComesBack)
     session.expectScreen("main/exit-focused");
     session.send(keys::tab + keys::space);
     session.see("[-] FT server");
+}
+
+TEST(MainScreen, LeadsToEveryDeviceWhereItScrolls)
+{
+    for (const std::string language : {"en_US.UTF-8", "ja_JP.UTF-8"}) {
+        const std::vector<std::string> texts = walkDown(40, 12, language);
+        EXPECT_EQ(texts.size(), 13u);
+        EXPECT_EQ(texts, walkDown(132, 43, language));
+    }
 }

@@ -382,7 +382,8 @@ void EverySize::expectSlice(const Frame &step, const std::vector<std::string> &c
     const auto matches = [&](size_t from, size_t offset, size_t count) {
         for (size_t i = 0; i < count; ++i) {
             const bool isAtEdge = i < 3 || i + 3 >= count;
-            const bool isLeftOut = isAtEdge && isBlank(rows[offset + i]) && isOfButton(content, from + i);
+            const bool isLeftOut =
+                isAtEdge && isBlank(rows[offset + i]) && isOfButton(content, from + i);
             if (rows[offset + i] != content[from + i] && !isLeftOut)
                 return false;
         }
