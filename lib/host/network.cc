@@ -130,20 +130,39 @@ MaybeReason useByRoutes(const Socket &socket, const Interfaces &interfaces)
     return use;
 }
 
+// Neither this server's addresses nor its routes tell of a bridge that serves virtual machines
+// only.
+MaybeReason useByUpper(const std::vector<std::string> &ownPaths)
+{
+    const std::string_view upper = "upper_";
+    for (const std::string &path : ownPaths)
+        for (const std::string &name : namesIn(path))
+            if (name.starts_with(upper)) {
+                const std::string one = lastName(path), other = name.substr(upper.size());
+                return Reason{other + " stands on " + one, other + "が" + one + "を使っています"};
+            }
+    return {};
+}
+
 } // namespace
 
 MaybeReason useOfInterfaces(const std::vector<std::string> &paths)
 {
     Interfaces interfaces;
+    std::vector<std::string> ownPaths;
     for (const KernelDevice &device : kernelDevices("net"))
         if (std::ranges::any_of(
-                paths, [&](const std::string &path) { return isBelow(device.path, path); }))
+                paths, [&](const std::string &path) { return isBelow(device.path, path); })) {
+            ownPaths.push_back(device.path);
             addInterface(interfaces, device.path);
+        }
     if (interfaces.empty())
         return {};
     const Socket socket = connect();
-    const MaybeReason use = useByAddresses(socket, interfaces);
-    return use ? use : useByRoutes(socket, interfaces);
+    if (MaybeReason use = useByAddresses(socket, interfaces))
+        return use;
+    const MaybeReason use = useByRoutes(socket, interfaces);
+    return use ? use : useByUpper(ownPaths);
 }
 
 } // namespace host

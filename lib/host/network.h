@@ -10,7 +10,7 @@
 namespace host {
 
 // Why what hangs below these paths has to stay: an interface there, or one that stands on it, has
-// an address or a route. Nothing when none has.
+// an address or a route, or another one stands on it at all. Nothing otherwise.
 MaybeReason useOfInterfaces(const std::vector<std::string> &paths);
 
 } // namespace host

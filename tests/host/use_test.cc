@@ -206,6 +206,14 @@ const Use uses[] = {
          parts.server.link(path + "/upper_br0", "/sys/devices/virtual/net/br0");
      },
      "br0 has the address 127.0.0.1", "br0にアドレス127.0.0.1があります"},
+    {"InterfaceInABridgeForOthers",
+     [](const Parts &parts) {
+         const std::string path = parts.server.addInterface(parts.inside, "ens3");
+         parts.server.write(path + "/ifindex", "987654\n");
+         parts.server.write("/sys/devices/virtual/net/br0/ifindex", "987655\n");
+         parts.server.link(path + "/upper_br0", "/sys/devices/virtual/net/br0");
+     },
+     "br0 stands on ens3", "br0がens3を使っています"},
     {"LineOfTheTerminal", askOnALine, "this terminal, TERMINAL, is connected to it",
      "この端末TERMINALが接続されています"},
     {"FunctionOfAVirtualMachine", [](const Parts &parts) { drive(parts, "vfio-pci"); },
@@ -227,6 +235,29 @@ const Use uses[] = {
      },
      "the interface of 0000:02:00.0 may be in another network namespace",
      "0000:02:00.0のインタフェースは別のネットワーク名前空間にあるかもしれません"},
+    {"DiskInASlotBelow",
+     [](const Parts &parts) {
+         const std::string below =
+             parts.server.addFunction("0000:03:00.0", scsi, "some", parts.inside);
+         parts.server.addSlot("1-1", "0000:03:00", true, true);
+         parts.server.addDisk(below, "sdplay", 1);
+         mount(parts.server, "8:16", "/dev/sdplay");
+     },
+     "sdplay is mounted on /srv/data", "sdplayは/srv/dataにマウントされています"},
+    {"FunctionOfAVirtualMachineInASlotBelow",
+     [](const Parts &parts) {
+         parts.server.addFunction("0000:03:00.0", scsi, "vfio-pci", parts.inside);
+         parts.server.addSlot("1-1", "0000:03:00", true, true);
+     },
+     "0000:03:00.0 is handed to a program by the driver vfio-pci",
+     "0000:03:00.0はドライバvfio-pciでプログラムに渡されています"},
+    {"VirtualFunction",
+     [](const Parts &parts) {
+         const std::string function = parts.server.addFunction("0000:02:10.0", ethernet, "some");
+         parts.server.link(function + "/physfn", parts.inside);
+         parts.server.write(parts.server.addInterface(function, "ens4") + "/ifindex", "1\n");
+     },
+     "ens4 has the address 127.0.0.1", "ens4にアドレス127.0.0.1があります"},
     // What the kernel does not tell may be a use.
     {"MountsThatCannotBeRead",
      [](const Parts &parts) {
