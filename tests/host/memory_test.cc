@@ -170,8 +170,8 @@ TEST_F(Kept, CountersBeyondAllAreTheLargest)
 {
     const std::string card = server.addFunction("0000:02:00.0", ethernet);
     server.write(card + "/aer_dev_correctable", "TOTAL_ERR_COR 18446744073709551615\n");
-    server.write(card + "/aer_dev_fatal", "TOTAL_ERR_FATAL 18446744073709551615\n");
-    server.write(card + "/aer_dev_nonfatal", "TOTAL_ERR_NONFATAL 18446744073709551615\n");
+    server.write(card + "/aer_dev_fatal", "TOTAL_ERR_FATAL 9223372036854775808\n");
+    server.write(card + "/aer_dev_nonfatal", "TOTAL_ERR_NONFATAL 9223372036854775808\n");
     const std::string path = server.addInterface(card, "ens3");
     for (const char *way : {"rx", "tx"})
         server.write(path + "/statistics/" + way + "_errors", "18446744073709551615\n");
