@@ -94,7 +94,7 @@ TEST(LongMessageBox, CanBeEmpty)
 TEST(Question, LooksLikeItsPicture)
 {
     for (const auto &[language, ok, name] :
-         {std::tuple{"en_US.UTF-8", "OK", "en"}, {"ja_JP.UTF-8", "取消し", "ja"}}) {
+         {std::tuple{"en_US.UTF-8", "OK", "en"}, {"ja_JP.UTF-8", "取り消し", "ja"}}) {
         Session session(toolkit("Message", "CPU module 1", "Shall it be?", language));
         session.see(ok);
         session.expectScreen(std::string("boxes/question-") + name);
