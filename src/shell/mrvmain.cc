@@ -99,6 +99,7 @@ static void tearDown()
         unmarkPastes();
         newtCls();
         newtFinished();
+        showCursor();
         undisguiseTerminal();
         restoreConsole();
         releaseTerminal();
@@ -118,12 +119,13 @@ static bool startScreen(bool silencesConsole)
     if (const char *difference = fault.empty() ? componentFault() : nullptr)
         fault = std::string("the installed newt lays its components out differently (") + difference
                 + "); install newt 0.52.9 or a later 0.52";
+    if (fault.empty() && !awaitForeground())
+        fault = neverInForeground;
     if (!fault.empty()) {
         say(fault.c_str());
         TRACE_AS(YAT_TRACE_ERROR, "main", "No screen: %s.", fault.c_str());
         return false;
     }
-    awaitForeground();
     guardTerminal(tearDown);
     if (silencesConsole)
         silenceConsole();

@@ -42,13 +42,14 @@ void leaveTerminal()
 void say(std::string_view text)
 {
     for (const std::string_view part :
-         {std::string_view(program_invocation_short_name), std::string_view(": "), text}) {
+         {std::string_view(program_invocation_short_name), std::string_view(": "), text,
+          std::string_view("\n")}) {
         const ssize_t ignored = write(STDERR_FILENO, part.data(), part.size());
         static_cast<void>(ignored);
     }
 }
 
-constexpr std::string_view outOfMemory = "out of memory\n";
+constexpr std::string_view outOfMemory = "out of memory";
 
 // newt does not look whether it got the memory that it asked for, and meets a fault then.
 bool hasMemory()
@@ -61,9 +62,7 @@ bool hasMemory()
 
 void endWithoutMemory()
 {
-    leaveTerminal();
-    say(outOfMemory);
-    _exit(0);
+    endAtOnce(outOfMemory);
 }
 
 // All signals are blocked in here. When it returns, the former disposition meets the same signal
@@ -152,6 +151,13 @@ void releaseTerminal()
         if (isHandled(signal) && signal != SIGXFSZ)
             sigaction(signal, &former[signal], nullptr);
     watching = false;
+}
+
+void endAtOnce(std::string_view why)
+{
+    leaveTerminal();
+    say(why);
+    _exit(0);
 }
 
 void endWithoutTerminal()

@@ -2,6 +2,8 @@
 // Whatever ends the program, the terminal is restored first.
 #pragma once
 
+#include <string_view>
+
 // From here on until releaseTerminal the program says so when it ends for want of memory.
 void watchSignals();
 
@@ -13,3 +15,6 @@ void releaseTerminal();
 
 // Ends the program in order because its terminal is gone.
 [[noreturn]] void endWithoutTerminal();
+
+// Ends the program as it is, and says why on standard error. Allowed in a signal handler.
+[[noreturn]] void endAtOnce(std::string_view why);

@@ -5,7 +5,7 @@
 #include <csignal>
 
 // Leaves the terminal to a child as it was before newt had it, and takes it back whatever the
-// child has made of it.
+// child has made of it; in the background not before the shell gives it back.
 void lendTerminal();
 void reclaimTerminal();
 

@@ -2,6 +2,7 @@
 #include "terminal/restore.h"
 
 #include <csignal>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <initializer_list>
 #include <poll.h>
@@ -27,9 +28,11 @@ struct Sequence {
 Sequence restoring;           // leaves the screen
 Sequence entering, preparing; // the screen, and what newt has on there
 Sequence marking, unmarking;
+Sequence hidingCursor, showingCursor;
 Sequence initialising; // undoes what a program may have left set
 
 volatile sig_atomic_t hasLeft; // the screen
+volatile sig_atomic_t cursorIsHidden;
 
 void append(Sequence &sequence, std::string_view bytes)
 {
@@ -80,14 +83,16 @@ void writeToTerminal(std::string_view bytes)
 void rememberTerminal()
 {
     tcgetattr(STDIN_FILENO, &modes);
-    // Attributes and line drawing off, screen cleared, keypad off, cursor on, screen left.
-    restoring = capabilities({"me", "ae", "cl", "ke", "ve", "te"});
+    // Attributes and line drawing off, screen cleared, keypad off, screen left, cursor on.
+    restoring = capabilities({"me", "ae", "cl", "ke", "te", "ve"});
     entering = capabilities({"ti"});
     preparing = capabilities({"ks", "eA"}); // keypad and line drawing
     appendMarking(restoring, false);
     appendMarking(preparing, true);
     appendMarking(marking, true);
     appendMarking(unmarking, false);
+    hidingCursor = capabilities({"vi"});
+    showingCursor = capabilities({"ve"});
     // Attributes and line drawing off, the terminal's own initialisation.
     initialising = capabilities({"me", "ae", "is"});
     append(initialising, "\x0f"); // the first character set, which terminfo does not tell of
@@ -108,6 +113,11 @@ void unmarkPastes()
     writeToTerminal(unmarking);
 }
 
+void showCursor()
+{
+    writeToTerminal(showingCursor);
+}
+
 void enterScreen()
 {
     tcsetattr(STDIN_FILENO, TCSANOW, &modesOfNewt);
@@ -115,6 +125,8 @@ void enterScreen()
         writeToTerminal(entering);
     hasLeft = 0;
     writeToTerminal(preparing);
+    if (cursorIsHidden)
+        writeToTerminal(hidingCursor);
 }
 
 void restoreTerminal()
@@ -138,4 +150,15 @@ void resetTerminal()
     sigprocmask(SIG_SETMASK, &before, nullptr);
     tcflush(STDIN_FILENO, TCIFLUSH);
     writeToTerminal(initialising);
+}
+
+// newt shows and hides the cursor with this, and does not tell. The program's definition comes
+// before S-Lang's.
+extern "C" __attribute__((visibility("default"))) int SLtt_set_cursor_visibility(int show)
+{
+    using Set = int(int);
+    static Set *const original =
+        reinterpret_cast<Set *>(dlsym(RTLD_NEXT, "SLtt_set_cursor_visibility"));
+    cursorIsHidden = !show;
+    return original(show);
 }

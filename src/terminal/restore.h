@@ -15,6 +15,10 @@ void rememberScreen();
 void markPastes();
 void unmarkPastes();
 
+// Shows the cursor when newt has left the screen: some terminals hide it again with that where it
+// was hidden when the screen was entered, as it is when newt comes back.
+void showCursor();
+
 // Leaves the screen, and drops what was typed for it. Allowed in a signal handler.
 void restoreTerminal();
 

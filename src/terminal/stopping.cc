@@ -2,70 +2,77 @@
 #include "terminal/stopping.h"
 
 #include "terminal/console.h"
+#include "terminal/ending.h"
 #include "terminal/lending.h"
 #include "terminal/restore.h"
 #include "terminal/size.h"
 
 #include <cerrno>
 #include <csignal>
+#include <iterator>
 #include <unistd.h>
 
 namespace {
 
-struct sigaction formerStop, formerContinue;
 bool consoleWasSilent;
 
-// Does what the system does by itself at this signal. Returns when the program is continued.
-void stopBy(int signal)
+// Does what the system does by itself at this signal, and returns when the program is continued.
+// False at once where the system lets nothing stop it, because no shell could continue it.
+bool stopBy(int signal)
 {
     struct sigaction usual = {}, former;
     usual.sa_handler = SIG_DFL;
     sigaction(signal, &usual, &former);
-    sigset_t unblocked, blocked;
-    sigemptyset(&unblocked);
-    sigaddset(&unblocked, signal);
-    sigprocmask(SIG_UNBLOCK, &unblocked, &blocked);
-    raise(signal);
-    sigprocmask(SIG_SETMASK, &blocked, nullptr);
+    sigset_t stopping, continuing, before, pending;
+    sigemptyset(&stopping);
+    sigaddset(&stopping, signal);
+    sigemptyset(&continuing);
+    sigaddset(&continuing, SIGCONT);
+    sigprocmask(SIG_BLOCK, &continuing, &before);
+    raise(signal); // and no SIGCONT of before is pending any more
+    sigprocmask(SIG_UNBLOCK, &stopping, nullptr);
+    sigpending(&pending);
     sigaction(signal, &former, nullptr);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return sigismember(&pending, SIGCONT) == 1;
 }
 
 // All signals are blocked in the two handlers. When the first one ends, the second one runs.
-void stop(int signal)
-{
-    const int savedErrno = errno;
-    if (!terminalIsLent && isInForeground())
-        restoreTerminal();
-    consoleWasSilent = restoreConsole();
-    stopBy(signal);
-    errno = savedErrno;
-}
-
 void goOn(int)
 {
     const int savedErrno = errno;
-    if (!isInForeground() && !terminalIsLent)
-        stopBy(SIGTTIN);
-    if (consoleWasSilent)
+    const bool mayStay = isInForeground() || terminalIsLent || stopBy(SIGTTIN);
+    const bool isThere = isInForeground();
+    if (!isThere && !mayStay)
+        endAtOnce(neverInForeground);
+    if ((isThere || terminalIsLent) && consoleWasSilent) {
         silenceConsole();
-    consoleWasSilent = false;
-    if (isInForeground() && !terminalIsLent) {
+        consoleWasSilent = false;
+    }
+    if (isThere && !terminalIsLent) {
         enterScreen();
         requestDrawing();
     }
     errno = savedErrno;
 }
 
-void handle(int signal, void (*handler)(int), struct sigaction *former)
+void stop(int signal)
 {
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    sigfillset(&action.sa_mask);
-    sigaction(signal, nullptr, former);
-    if (former->sa_handler != SIG_IGN)
-        sigaction(signal, &action, nullptr);
+    const int savedErrno = errno;
+    if (!terminalIsLent && isInForeground())
+        restoreTerminal();
+    consoleWasSilent = restoreConsole() || consoleWasSilent;
+    if (!stopBy(signal))
+        goOn(SIGCONT); // which nobody sends
+    errno = savedErrno;
 }
+
+struct Handled {
+    int signal;
+    void (*handler)(int);
+};
+constexpr Handled handled[] = {{SIGTSTP, stop}, {SIGTTIN, stop}, {SIGTTOU, stop}, {SIGCONT, goOn}};
+struct sigaction former[std::size(handled)];
 
 } // namespace
 
@@ -75,21 +82,30 @@ bool isInForeground()
     return foreground < 0 || foreground == getpgrp();
 }
 
-void awaitForeground()
+bool awaitForeground()
 {
     while (!isInForeground())
-        stopBy(SIGTTIN);
+        if (!stopBy(SIGTTIN) && !isInForeground())
+            return false;
+    return true;
 }
 
 void watchStops()
 {
     rememberScreen();
-    handle(SIGTSTP, stop, &formerStop);
-    handle(SIGCONT, goOn, &formerContinue);
+    for (size_t i = 0; i < std::size(handled); ++i) {
+        struct sigaction action = {};
+        action.sa_handler = handled[i].handler;
+        action.sa_flags = SA_RESTART;
+        sigfillset(&action.sa_mask);
+        sigaction(handled[i].signal, nullptr, &former[i]);
+        if (former[i].sa_handler != SIG_IGN)
+            sigaction(handled[i].signal, &action, nullptr);
+    }
 }
 
 void forgetStops()
 {
-    sigaction(SIGTSTP, &formerStop, nullptr);
-    sigaction(SIGCONT, &formerContinue, nullptr);
+    for (size_t i = 0; i < std::size(handled); ++i)
+        sigaction(handled[i].signal, &former[i], nullptr);
 }

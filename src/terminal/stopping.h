@@ -7,8 +7,13 @@
 // Where it is not the program's controlling terminal, there is no background either.
 bool isInForeground();
 
-// Stops as often as it takes until the program is in the foreground.
-void awaitForeground();
+// Stops as often as it takes until the program is in the foreground. False where it can't be stopped
+// there, because no shell is left that could bring it back.
+bool awaitForeground();
+
+// What is said of that.
+constexpr char neverInForeground[] = "the program is in the background, and no shell can bring it "
+                                     "to the foreground; start it in the foreground";
 
 // From here on until forgetStops, and while the terminal is not lent. newt has the terminal.
 void watchStops();

@@ -65,7 +65,7 @@ struct Update : Session {
             << terminal().picture();
         send(tab + enter);
         expectExit(1);
-        EXPECT_TRUE(terminal().modes().canonical && terminal().modes().echo);
+        EXPECT_TRUE(terminal().cursorIsVisible());
     }
 
     void expectNotice(const std::string &text)

@@ -12,10 +12,12 @@ namespace {
 // A shell in a terminal that runs mrvutil by itself, without the spy; -d leaves the console of the
 // system that runs the tests alone.
 struct Shell {
-    Workspace workspace{RunOptions{}};
+    Workspace workspace;
     Terminal terminal;
 
-    Shell() : terminal({.command = {"/bin/dash", "-i"}, .environment = environment()})
+    explicit Shell(const RunOptions &options = {})
+        : workspace(options),
+          terminal({.command = {"/bin/dash", "-i"}, .environment = environment()})
     {
         see("ready:");
     }
@@ -46,14 +48,24 @@ struct Shell {
         type(PROGRAMS "/mrvutil -d" + end);
     }
 
-    // The process, 0 for none.
-    pid_t job() const
+    void runSpied()
     {
-        const std::string shell = std::to_string(terminal.pid());
-        std::ifstream file("/proc/" + shell + "/task/" + shell + "/children");
+        type("LD_PRELOAD=" + workspace.preloadable(SPY) + " " + workspace.command()[0]);
+    }
+
+    static pid_t childOf(pid_t process)
+    {
+        const std::string parent = std::to_string(process);
+        std::ifstream file("/proc/" + parent + "/task/" + parent + "/children");
         pid_t child = 0;
         file >> child;
         return child;
+    }
+
+    // The process, 0 for none.
+    pid_t job() const
+    {
+        return childOf(terminal.pid());
     }
 
     void kill(int signal) const
@@ -118,8 +130,8 @@ TEST(Stopping, LeavesTheTerminalAndComesBackWhole)
     Shell shell;
     shell.run();
     shell.expectScreen();
-    for (int i = 0; i < 3; ++i) {
-        shell.kill(SIGTSTP);
+    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU, SIGTSTP}) {
+        shell.kill(signal);
         shell.expectPrompt();
         EXPECT_TRUE(shell.jobIs('T'));
         shell.type("fg");
@@ -239,20 +251,119 @@ TEST(Stopping, KeepsAWindowAndItsChanges)
 
 TEST(Stopping, LetsTheConsoleSpeakMeanwhile)
 {
+    Shell shell;
+    shell.runSpied();
+    shell.expectScreen();
+    const auto calls = [&] {
+        Calls result = shell.workspace.calls();
+        std::erase_if(result, [](const auto &call) { return !call.starts_with("klogctl"); });
+        return result;
+    };
+    const Calls off = {"klogctl(6, null, 0)"}, on = {"klogctl(8, null, 6)"};
+    EXPECT_EQ(calls(), off);
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    EXPECT_EQ(calls(), off + on);
+    shell.type("bg");
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    EXPECT_EQ(calls(), off + on);
+    shell.type("fg");
+    shell.expectScreen();
+    EXPECT_EQ(calls(), off + on + off);
+    shell.expectEnd();
+    EXPECT_EQ(calls(), off + on + off + on);
+}
+
+// Nobody could continue the leader of a session, so the system does not stop it.
+TEST(Stopping, OfWhatNoShellHasStartedLeavesItAsItIs)
+{
     Session session;
+    Terminal &terminal = session.terminal();
     session.see("Exit");
-    session.terminal().waitUntilIdle();
-    session.terminal().kill(SIGTSTP);
-    ASSERT_TRUE(session.terminal().waitUntil([&] { return session.calls("klogctl").size() == 2; }));
-    session.terminal().kill(SIGCONT);
-    ASSERT_TRUE(session.terminal().waitUntil([&] { return session.calls("klogctl").size() == 3; }));
-    EXPECT_EQ(session.calls("klogctl"),
-              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)",
-                                        "klogctl(6, null, 0)"}));
-    session.see("Exit");
+    terminal.waitUntilIdle();
+    const std::string before = terminal.picture();
+    size_t calls = 1;
+    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU}) {
+        terminal.kill(signal);
+        calls += 2; // it can't know before
+        EXPECT_TRUE(terminal.waitUntil([&] { return session.calls("klogctl").size() == calls; }));
+        EXPECT_TRUE(terminal.waitUntil([&] {
+            return terminal.inAlternateScreen() && terminal.picture() == before;
+        })) << terminal.picture();
+        EXPECT_FALSE(terminal.modes().canonical || terminal.modes().echo);
+        EXPECT_EQ(session.calls("klogctl").back(), "klogctl(6, null, 0)");
+    }
     session.send(ctrlO);
     session.expectExit(1);
-    EXPECT_EQ(session.calls("klogctl").back(), "klogctl(8, null, 6)");
+}
+
+namespace {
+const std::string neverInForeground =
+    "mrvutil: the program is in the background, and no shell can bring it to the foreground; start "
+    "it in the foreground";
+} // namespace
+
+TEST(Stopping, IsNotToBeHadInABackgroundThatNoShellLooksAfter)
+{
+    Shell shell;
+    // In the group of a shell that has ended.
+    shell.type("sh -c '(while kill -0 $$; do :; done; exec " PROGRAMS
+               "/mrvutil -d </dev/tty) 2>/dev/tty &'");
+    shell.see("mrvutil: the program is in the background, and no shell");
+    shell.expectPrompt();
+    EXPECT_FALSE(shell.terminal.output().find("FT Server Utility") != std::string::npos);
+}
+
+TEST(Stopping, ThatNoShellLooksAfterAnyMoreIsTheEnd)
+{
+    Shell shell({.ignoreHangup = true});
+    shell.type("sh -c 'trap \"\" HUP; " PROGRAMS "/mrvutil -d; true'");
+    shell.expectScreen();
+    const pid_t around = shell.job(), program = Shell::childOf(around);
+    ASSERT_NE(program, 0);
+    ::kill(program, SIGTSTP);
+    EXPECT_TRUE(shell.terminal.waitUntil([&] { return !shell.terminal.inAlternateScreen(); }));
+    ::kill(around, SIGTSTP);
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    ::kill(around, SIGKILL); // and the system continues what it leaves behind
+    shell.see("the program is in the background, and no shell");
+    EXPECT_TRUE(shell.terminal.waitUntil([&] { return ::kill(program, 0) != 0; }));
+    shell.expectPrompt();
+}
+
+TEST(Stopping, WhileTheTerminalIsLentLeavesItToTheShellThen)
+{
+    Shell shell({.program = "mrvfirmware",
+                 .script = "system 0 text=echo READY; until test -e $HOME/script.go; do sleep 0.01; "
+                           "done"});
+    shell.runSpied();
+    shell.see("04.17");
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(enter);
+    shell.see("READY");
+    shell.terminal.send(ctrlZ);
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.type("bg; echo go\"\"ing");
+    shell.see("going");
+    EXPECT_TRUE(shell.jobIs('S'));
+    const size_t written = shell.terminal.output().size();
+    shell.workspace.letGo();
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.expectPrompt();
+    EXPECT_EQ(shell.terminal.output().substr(written).find('\x1b'), std::string::npos);
+    shell.type("fg");
+    shell.see("Close");
+    EXPECT_TRUE(shell.terminal.waitUntil([&] {
+        return shell.terminal.inAlternateScreen() && !shell.terminal.modes().canonical
+               && shell.terminal.contains("04.17");
+    })) << shell.terminal.picture();
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(tab + enter);
+    shell.expectPrompt();
 }
 
 TEST(TypingAhead, IsNoneOfTheShellsWhileTheProgramEnds)
