@@ -7,6 +7,7 @@
 #include "terminal/keys.h"
 #include "terminal/later.h"
 #include "terminal/restore.h"
+#include "terminal/size.h"
 #include "yat/winshim.h"
 
 #include <algorithm>
@@ -76,6 +77,7 @@ void Waiting::begin(std::chrono::milliseconds time)
     const auto columns = static_cast<unsigned>(SLtt_Screen_Cols);
     std::vector<SLsmg_Char_Type> covered(columns);
     settle();
+    screen = bytesOf(SLsmg_touch_screen);
     SLsmg_gotorc(bottom, 0);
     SLsmg_read_raw(covered.data(), columns);
     showing = bytesOf([&] {
@@ -88,7 +90,7 @@ void Waiting::begin(std::chrono::milliseconds time)
         SLsmg_write_raw(covered.data(), columns);
         SLsmg_gotorc(row, column);
     });
-    writeLater(showing, time);
+    writeLater(showing, screen, time);
 }
 
 void Waiting::end()
@@ -96,19 +98,15 @@ void Waiting::end()
     if (!isActive)
         return;
     isActive = false;
-    if (!takeBack() || isShown)
-        writeToTerminal(hiding);
-    isShown = false;
+    if (!takeBack() && !writeToTerminal(hiding))
+        requestDrawing(); // the terminal's output is stopped
     dropKeys();
 }
 
 void Waiting::show()
 {
-    if (!isActive || isShown)
-        return;
-    if (takeBack())
-        writeToTerminal(showing);
-    isShown = true;
+    if (isActive)
+        writeNow();
 }
 
 void interruptWaiting()

@@ -26,9 +26,9 @@ private:
     void end();
 
     std::string line;
-    std::string showing, hiding; // bytes for the terminal
+    std::string screen, showing, hiding; // bytes for the terminal
     Waiting *outer;
-    bool isActive = false, isShown = false;
+    bool isActive = false;
 };
 
 // Around a window.

@@ -2,12 +2,12 @@
 #include "terminal/later.h"
 
 #include "terminal/restore.h"
+#include "terminal/size.h"
 #include "terminal/stopping.h"
 
 #include <cerrno>
 #include <csignal>
 #include <ctime>
-#include <utility>
 
 namespace {
 
@@ -16,18 +16,23 @@ const int alarmSignal = SIGRTMAX - 1;
 
 timer_t timer;
 struct sigaction former;
-std::string_view waiting;
+std::string_view waiting, around;
 volatile sig_atomic_t isWaiting, isWritten;
+
+void writeWaiting()
+{
+    isWritten = 1;
+    if (!writeToTerminal(waiting))
+        requestDrawing();
+}
 
 void handle(int signal, siginfo_t *info, void *context)
 {
     const int savedErrno = errno;
     if (info->si_code != SI_TIMER && (former.sa_flags & SA_SIGINFO)) {
         former.sa_sigaction(signal, info, context); // not ours
-    } else if (isWaiting && isInForeground()) {
-        writeToTerminal(waiting);
-        isWaiting = 0;
-        isWritten = 1;
+    } else if (isWaiting && !isWritten && isInForeground()) {
+        writeWaiting();
     }
     errno = savedErrno;
 }
@@ -53,13 +58,14 @@ void setTimer(std::chrono::milliseconds time)
 
 } // namespace
 
-void writeLater(std::string_view bytes, std::chrono::milliseconds time)
+void writeLater(std::string_view bytes, std::string_view screen, std::chrono::milliseconds time)
 {
+    waiting = bytes;
+    around = screen;
     isWritten = 0;
+    isWaiting = 1;
     if (!makeTimer())
         return;
-    waiting = bytes;
-    isWaiting = 1;
     struct sigaction action = {};
     action.sa_sigaction = handle;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
@@ -68,12 +74,29 @@ void writeLater(std::string_view bytes, std::chrono::milliseconds time)
     setTimer(time);
 }
 
+void writeNow()
+{
+    if (makeTimer())
+        setTimer({}); // what it has sent by now arrives before this returns
+    if (isWaiting && !isWritten)
+        writeWaiting();
+}
+
+void writeAgain()
+{
+    if (!isWaiting || terminalHasShrunk())
+        return;
+    writeToTerminal(around);
+    if (isWritten)
+        writeToTerminal(waiting);
+}
+
 bool takeBack()
 {
-    if (!makeTimer())
-        return true;
     isWaiting = 0;
-    setTimer({}); // what it has sent by now arrives before this returns
-    sigaction(alarmSignal, &former, nullptr);
-    return !std::exchange(isWritten, 0);
+    if (makeTimer()) {
+        setTimer({});
+        sigaction(alarmSignal, &former, nullptr);
+    }
+    return !isWritten;
 }

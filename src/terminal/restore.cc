@@ -66,7 +66,7 @@ void appendMarking(Sequence &sequence, bool wanted)
 
 } // namespace
 
-void writeToTerminal(std::string_view bytes)
+bool writeToTerminal(std::string_view bytes)
 {
     const int flags = fcntl(STDOUT_FILENO, F_GETFL);
     fcntl(STDOUT_FILENO, F_SETFL, flags | O_NONBLOCK);
@@ -78,6 +78,7 @@ void writeToTerminal(std::string_view bytes)
         bytes.remove_prefix(static_cast<size_t>(written));
     }
     fcntl(STDOUT_FILENO, F_SETFL, flags);
+    return bytes.empty();
 }
 
 void rememberTerminal()

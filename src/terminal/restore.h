@@ -25,9 +25,9 @@ void restoreTerminal();
 // Comes back to the screen, which has to be drawn then. Allowed in a signal handler.
 void enterScreen();
 
-// Writes without waiting for ever for a terminal that takes nothing any more. Allowed in a signal
-// handler.
-void writeToTerminal(std::string_view bytes);
+// Writes without waiting for ever for a terminal that takes nothing any more; false when it has not
+// taken all. Allowed in a signal handler.
+bool writeToTerminal(std::string_view bytes);
 
 // Undoes what another program may have left set, and drops what was typed for it.
 void resetTerminal();

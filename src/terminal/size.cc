@@ -56,6 +56,12 @@ int resizeDescriptor()
     return wakePipe[0];
 }
 
+bool terminalHasShrunk()
+{
+    const winsize now = terminalSize();
+    return now.ws_row < size.ws_row || now.ws_col < size.ws_col;
+}
+
 bool resizePending()
 {
     char bytes[64];

@@ -14,5 +14,8 @@ int resizeDescriptor();
 // Lets what waits for a change of the size draw everything anew. Allowed in a signal handler.
 void requestDrawing();
 
+// Whether what was drawn last has no room any more. Allowed in a signal handler.
+bool terminalHasShrunk();
+
 // True once after each change of the size.
 bool resizePending();

@@ -3,6 +3,7 @@
 
 #include "terminal/console.h"
 #include "terminal/ending.h"
+#include "terminal/later.h"
 #include "terminal/lending.h"
 #include "terminal/restore.h"
 #include "terminal/size.h"
@@ -52,6 +53,7 @@ void goOn(int)
     if (isThere && !terminalIsLent) {
         enterScreen();
         requestDrawing();
+        writeAgain(); // nothing draws while the machine is asked
     }
     errno = savedErrno;
 }

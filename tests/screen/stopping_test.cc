@@ -366,6 +366,29 @@ TEST(Stopping, WhileTheTerminalIsLentLeavesItToTheShellThen)
     shell.expectPrompt();
 }
 
+TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
+{
+    Shell shell({.script = "StatusChange real held"});
+    shell.runSpied();
+    shell.expectScreen();
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(down + down + space + down + enter);
+    shell.see("PCI module 1 ...");
+    const auto before = shell.terminal.rows();
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.type("fg");
+    EXPECT_TRUE(shell.terminal.waitUntil([&] {
+        return shell.terminal.inAlternateScreen() && shell.terminal.rows() == before;
+    })) << shell.terminal.picture();
+    shell.workspace.letGo();
+    shell.see("PCI module 1 --FT Server Utility");
+    shell.see("Close");
+    shell.see("Esc: leave");
+    EXPECT_FALSE(shell.terminal.contains("..."));
+}
+
 TEST(TypingAhead, IsNoneOfTheShellsWhileTheProgramEnds)
 {
     for (const std::string &keysSent :
