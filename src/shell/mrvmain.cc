@@ -94,6 +94,7 @@ void suspend(void *)
 // What is done after the windows, whether they ended by themselves or with their terminal.
 static void tearDown()
 {
+    const bool hadScreen = screenOn;
     if (screenOn) {
         forgetStops();
         unmarkPastes();
@@ -107,6 +108,8 @@ static void tearDown()
     }
     if ((program.alwaysReleases || yat_ft_func.handle) && ft_FunctionRelease() == 0)
         TRACE_AS(YAT_TRACE_ERROR, "main", "Release keldor I/F by ft_release failed.");
+    if (hadScreen)
+        dropTyped(); // while the release took its time
     freenewtlib();
     freeslanglib();
     TRACE_AS(YAT_TRACE_PROGRESS, "main", "<");

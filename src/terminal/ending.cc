@@ -41,9 +41,8 @@ void leaveTerminal()
 
 void say(std::string_view text)
 {
-    for (const std::string_view part :
-         {std::string_view(program_invocation_short_name), std::string_view(": "), text,
-          std::string_view("\n")}) {
+    for (const std::string_view part : {std::string_view(program_invocation_short_name),
+                                        std::string_view(": "), text, std::string_view("\n")}) {
         const ssize_t ignored = write(STDERR_FILENO, part.data(), part.size());
         static_cast<void>(ignored);
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "terminal/restore.h"
 
+#include "terminal/stopping.h"
+
 #include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -136,6 +138,12 @@ void restoreTerminal()
     tcsetattr(STDIN_FILENO, TCSANOW, &modes);
     writeToTerminal(restoring);
     hasLeft = 1;
+}
+
+void dropTyped()
+{
+    if (isInForeground())
+        tcflush(STDIN_FILENO, TCIFLUSH);
 }
 
 void resetTerminal()

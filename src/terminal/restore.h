@@ -22,6 +22,9 @@ void showCursor();
 // Leaves the screen, and drops what was typed for it. Allowed in a signal handler.
 void restoreTerminal();
 
+// Drops what was typed, where the terminal is the program's.
+void dropTyped();
+
 // Comes back to the screen, which has to be drawn then. Allowed in a signal handler.
 void enterScreen();
 

@@ -7,8 +7,8 @@
 // Where it is not the program's controlling terminal, there is no background either.
 bool isInForeground();
 
-// Stops as often as it takes until the program is in the foreground. False where it can't be stopped
-// there, because no shell is left that could bring it back.
+// Stops as often as it takes until the program is in the foreground. False where it can't be
+// stopped there, because no shell is left that could bring it back.
 bool awaitForeground();
 
 // What is said of that.

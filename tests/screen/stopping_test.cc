@@ -337,8 +337,9 @@ TEST(Stopping, ThatNoShellLooksAfterAnyMoreIsTheEnd)
 TEST(Stopping, WhileTheTerminalIsLentLeavesItToTheShellThen)
 {
     Shell shell({.program = "mrvfirmware",
-                 .script = "system 0 text=echo READY; until test -e $HOME/script.go; do sleep 0.01; "
-                           "done"});
+                 .script =
+                     "system 0 text=echo READY; until test -e $HOME/script.go; do sleep 0.01; "
+                     "done"});
     shell.runSpied();
     shell.see("04.17");
     shell.terminal.waitUntilIdle();
@@ -410,4 +411,20 @@ TEST(TypingAhead, IsTheShellsWhereTheProgramHasNoScreen)
     Shell shell;
     shell.type(PROGRAMS "/mrvutil -debug\necho kept \"\"typing");
     shell.see("kept typing");
+}
+
+TEST(TypingAhead, IsNoneOfTheShellsWhileTheMachineIsReleased)
+{
+    Shell shell({.script = "ft_FunctionRelease real held"});
+    shell.runSpied();
+    shell.expectScreen();
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(ctrlO);
+    EXPECT_TRUE(shell.terminal.waitUntil([&] { return !shell.terminal.inAlternateScreen(); }));
+    shell.terminal.send("echo o''ops\n");
+    shell.see("echo o''ops");
+    shell.workspace.letGo();
+    shell.type("echo status $?");
+    shell.see("status 1");
+    EXPECT_FALSE(shell.terminal.contains("oops")) << shell.terminal.picture();
 }
