@@ -262,22 +262,3 @@ TEST_F(Output, ShowsProgressAtATerminalOnly)
     EXPECT_TRUE(seen.output.ends_with("\r\x1b[K")) << seen.output;
     EXPECT_EQ(does("start cpu1 --yes --wait"), "");
 }
-
-// ---- Completion
-
-TEST_F(Output, IsCompletedByBash)
-{
-    const auto complete = [&](const std::string &words, int at) {
-        const Finished result =
-            run({"/bin/bash", "-c",
-                 "cd \"$1\" && . \"$2\" && COMP_WORDS=($3) && COMP_CWORD=$4 && _yatctl && "
-                 "echo \"${COMPREPLY[@]}\"",
-                 "bash", PROGRAMS, SOURCES "/data/yatctl.bash", words, std::to_string(at)});
-        EXPECT_EQ(result.errors, "");
-        return result.output;
-    };
-    EXPECT_EQ(complete("./yatctl set", 1), "set-type settings\n");
-    EXPECT_EQ(complete("./yatctl show eth", 2), "ethernet1 ethernet2 ethernet3 ethernet4\n");
-    EXPECT_EQ(complete("./yatctl update cpu1 c", 3), "copy\n");
-    EXPECT_EQ(complete("./yatctl list --j", 2), "--json\n");
-}
