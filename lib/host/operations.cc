@@ -6,6 +6,7 @@
 #include "common/problem.h"
 #include "host/functions.h"
 #include "host/memory.h"
+#include "host/processors.h"
 #include "host/sysfs.h"
 #include "host/usage.h"
 #include "yat/ft.h"
@@ -22,12 +23,6 @@ using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds betweenLooks{100};
-constexpr std::chrono::seconds forDrivers{5}; // a function may have none
-
-std::string onlineFile(const Processor &processor)
-{
-    return "/sys/devices/system/cpu/cpu" + std::to_string(processor.number) + "/online";
-}
 
 std::string nameOf(const Processor &processor)
 {
@@ -90,7 +85,7 @@ Refusal checkPackage(const Machine &machine, const Package &package, Verb verb)
     std::vector<std::string> files;
     for (const Processor &processor : package.processors)
         if (processor.isOnline == (verb == Verb::stop))
-            files.push_back(onlineFile(processor));
+            files.push_back(onlineFile(processor.number));
     return checkRights(files);
 }
 
@@ -128,12 +123,20 @@ Refusal checkClear(const Machine &machine, const Device &device)
 // Returns why a processor does not do it; empty when it did.
 std::string setProcessor(const Processor &processor, bool online, Clock::time_point deadline)
 {
-    const std::string file = onlineFile(processor);
     const std::string why =
-        writeAttribute(file, online ? "1" : "0",
+        writeAttribute(onlineFile(processor.number), online ? "1" : "0",
                        std::chrono::duration_cast<milliseconds>(deadline - Clock::now()));
-    const bool follows = readNumber(file) == (online ? 1u : 0u);
+    const bool follows = why.empty() && isOnline(readOnline(), processor.number) == online;
     return why.empty() && !follows ? "the kernel took it and did not follow" : why;
+}
+
+std::string describe(const Package &package)
+{
+    const Online online = readOnline();
+    return std::to_string(std::ranges::count_if(
+               package.processors,
+               [&](const Processor &each) { return isOnline(online, each.number); }))
+           + " of " + std::to_string(package.processors.size()) + " are online";
 }
 
 // Where a slot is on its way.
@@ -161,11 +164,10 @@ Progress progressOf(const std::string &label)
 
 std::string describe(const Progress &progress)
 {
-    return "power reads "
-           + std::string(!progress.isOn   ? "nothing"
-                         : *progress.isOn ? "1"
-                                          : "0")
-           + ", " + std::to_string(progress.functions) + " functions are there, "
+    if (!progress.isOn)
+        return "power reads nothing";
+    return std::string("power reads ") + (*progress.isOn ? "1" : "0") + ", "
+           + std::to_string(progress.functions) + " functions are there, "
            + std::to_string(progress.withoutDriver) + " of them without a driver";
 }
 
@@ -200,16 +202,16 @@ void switchPackage(const Package &package, bool on, milliseconds limit)
             if (const std::string further = setProcessor(changing[i], !on, Clock::now() + limit);
                 !further.empty())
                 why += "; " + nameOf(changing[i]) + " can't be set back: " + further;
-        throw yat::Problem(why);
+        throw yat::Problem(why + "; " + describe(package));
     }
 }
 
-void switchSlot(const Slot &slot, bool on, milliseconds limit)
+void switchSlot(const Slot &slot, bool on, milliseconds limit, milliseconds forDrivers)
 {
     const auto deadline = Clock::now() + limit;
     const std::string file = slot.directory + "/power";
     if (const std::string why = writeAttribute(file, on ? "1" : "0", limit); !why.empty())
-        throw yat::Problem("the slot refuses: " + why);
+        throw yat::Problem("the slot refuses: " + why + "; " + describe(progressOf(slot.label)));
     std::optional<Clock::time_point> complete; // but for drivers
     for (;;) {
         const Progress progress = progressOf(slot.label);

@@ -27,8 +27,10 @@ constexpr std::chrono::seconds longest{30}; // an operation may take
 // Processors go or come the last one first. When one refuses, those before it are set back.
 void switchPackage(const Package &package, bool on, std::chrono::milliseconds limit = longest);
 
-// Comes back when the functions of the slot have gone, or are there with their drivers.
-void switchSlot(const Slot &slot, bool on, std::chrono::milliseconds limit = longest);
+// Comes back when the functions of the slot have gone, or are there with their drivers. As there
+// may be none for a function, only so long is waited for that.
+void switchSlot(const Slot &slot, bool on, std::chrono::milliseconds limit = longest,
+                std::chrono::milliseconds forDrivers = std::chrono::seconds(5));
 
 // Has errors counted from now on.
 void setBaseline(const Device &device, const Counts &counts);

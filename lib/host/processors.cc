@@ -5,21 +5,49 @@
 #include "host/sysfs.h"
 
 #include <algorithm>
+#include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
+#include <unistd.h>
 
 namespace host {
 namespace {
 
 const std::string memoryControllers = "/sys/devices/system/edac/mc";
 
-Processor readProcessor(int number, const std::string &directory)
+const std::string allProcessors = "/sys/devices/system/cpu";
+constexpr unsigned mostProcessors = 1 << 16; // Linux has 8192 at most
+
+// The numbers in a list as 0-3,8; nothing for garbage.
+std::optional<std::set<int>> numbersOf(const std::string &list)
 {
-    const auto online = readNumber(directory + "/online");
-    // Without a switch it is always there.
-    return {.number = number, .isOnline = online.value_or(1) != 0, .canGo = online.has_value()};
+    std::set<int> numbers;
+    const char *at = list.data(), *const end = at + list.size();
+    for (;;) {
+        unsigned first = 0;
+        auto read = std::from_chars(at, end, first);
+        unsigned last = first;
+        if (read.ec == std::errc() && read.ptr != end && *read.ptr == '-')
+            read = std::from_chars(read.ptr + 1, end, last);
+        if (read.ec != std::errc() || last < first || last >= mostProcessors)
+            return {};
+        for (; first <= last; ++first)
+            numbers.insert(static_cast<int>(first));
+        if (read.ptr == end)
+            return numbers;
+        if (*read.ptr != ',')
+            return {};
+        at = read.ptr + 1;
+    }
+}
+
+Processor readProcessor(const Online &online, int number)
+{
+    return {.number = number,
+            .isOnline = isOnline(online, number),
+            .canGo = access(onlineFile(number).c_str(), F_OK) == 0};
 }
 
 // The package that the kernel tells; nothing for garbage, or of a processor that is offline.
@@ -113,8 +141,26 @@ void addMachineChecks(std::vector<Package> &packages)
 
 } // namespace
 
+std::string onlineFile(int processor)
+{
+    return allProcessors + "/cpu" + std::to_string(processor) + "/online";
+}
+
+Online readOnline()
+{
+    return numbersOf(readAttribute(allProcessors + "/online").value_or(""));
+}
+
+bool isOnline(const Online &online, int processor)
+{
+    // Without a switch it is always there.
+    return online ? online->contains(processor)
+                  : readNumber(onlineFile(processor)).value_or(1) != 0;
+}
+
 std::vector<Package> readPackages(PackageOf &known)
 {
+    const Online online = readOnline();
     std::vector<Package> packages;
     for (const KernelDevice &device : kernelDevices("cpu")) {
         const int number = atoi(lastName(device.path).c_str() + strlen("cpu"));
@@ -122,7 +168,7 @@ std::vector<Package> readPackages(PackageOf &known)
             known[number] = *told;
         const auto place = known.find(number);
         packageNumbered(packages, place == known.end() ? unknownPackage : place->second)
-            .processors.push_back(readProcessor(number, device.path));
+            .processors.push_back(readProcessor(online, number));
     }
     for (Package &package : packages)
         std::ranges::sort(package.processors, {}, &Processor::number);

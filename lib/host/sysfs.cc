@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <charconv>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
@@ -136,8 +137,10 @@ std::string writeAttribute(const std::string &file, const std::string &value,
     if (writer < 0)
         return yat::reason(errno);
     int status = 0;
-    if (!awaitEnd(writer, limit))
+    if (!awaitEnd(writer, limit)) {
+        kill(writer, SIGKILL); // in time, it may keep the kernel from doing it later
         return "the kernel has not taken \"" + value + "\" for " + file + " in time";
+    }
     while (waitpid(writer, &status, 0) < 0 && errno == EINTR) {
     }
     return status == 0         ? ""

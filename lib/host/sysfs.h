@@ -35,8 +35,8 @@ std::string lastName(const std::string &path);
 bool isBelow(const std::string &path, const std::string &directory);
 
 // Writes an attribute. The kernel returns from that when it is done, which may take long: another
-// process writes, which is left to itself when the time is up. Returns the reason of a failure;
-// empty when it is written.
+// process writes, which is killed when the time is up; the kernel may go on all the same. Returns
+// the reason of a failure; empty when it is written.
 std::string writeAttribute(const std::string &file, const std::string &value,
                            std::chrono::milliseconds limit);
 

@@ -41,6 +41,24 @@ TEST_F(Looks, PackagesAreInTheOrderOfTheirNumbers)
     EXPECT_EQ(cpu(8), "1 of 2 running");
 }
 
+// Asked one by one, one that is on its way would keep the reader waiting.
+TEST_F(Looks, ProcessorsOnlineAreThoseThatTheKernelTellsTogether)
+{
+    const std::string all = "/sys/devices/system/cpu/online";
+    for (int number = 0; number < 12; ++number)
+        server.addProcessor(number, 0);
+    tree();
+    server.setOnline(3, 0, false);
+    server.write(all, "0-2,4,9-11\n");
+    EXPECT_EQ(cpu(1), "7 of 12 running");
+    server.write(all, "3\n");
+    EXPECT_EQ(cpu(1), "1 of 12 running");
+    for (const char *odd : {"", "\n", "0-", "-3", "0,", "0-2x", "2-1", "0-4294967296", "0-65536"}) {
+        server.write(all, odd);
+        EXPECT_EQ(cpu(1), "11 of 12 running") << odd; // by the files of each
+    }
+}
+
 // Some machines number them by where they are.
 TEST_F(Looks, LargeNumbersOfPackagesAreNotMistakenForOthers)
 {
@@ -50,10 +68,10 @@ TEST_F(Looks, LargeNumbersOfPackagesAreNotMistakenForOthers)
     server.setOnline(1, 255, false);
     server.addProcessor(4, 0);
     server.setOnline(4, 0, false);
-    EXPECT_EQ(tree(),
-              (Lines{"2 1 36.0.0.0.0.0.0.0 CPU module 1", "2 2 36.1.0.0.0.0.0.0 CPU module 2",
-                     "2 3 0.0.0.1.0.0.0.0 CPU module 3",
-                     "2 4 255.255.255.255.0.0.0.0 CPU module 4"}));
+    EXPECT_EQ(
+        tree(),
+        (Lines{"2 1 36.0.0.0.0.0.0.0 CPU module 1", "2 2 36.1.0.0.0.0.0.0 CPU module 2",
+               "2 3 0.0.0.1.0.0.0.0 CPU module 3", "2 4 255.255.255.255.0.0.0.0 CPU module 4"}));
     server.setOnline(1, 255, true);
     EXPECT_EQ(tree().at(1), "2 2 255.0.0.0.0.0.0.0 CPU module 2");
     server.setOnline(2, 292, false);
@@ -103,8 +121,8 @@ TEST_F(Looks, ProcessorsThatWereNeverOnlineAreAModule)
     server.addProcessor(0, 0, false);
     server.addProcessor(1, 1);
     server.setOnline(1, 1, false);
-    EXPECT_EQ(tree(),
-              (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1", "2 2 255.255.255.255.0.0.0.0 CPU module 2"}));
+    EXPECT_EQ(tree(), (Lines{"2 1 0.0.0.0.0.0.0.0 CPU module 1",
+                             "2 2 255.255.255.255.0.0.0.0 CPU module 2"}));
     EXPECT_EQ(cpu(2), "Stopped");
     server.setOnline(1, 1, true);
     EXPECT_EQ(tree().at(1), "2 2 1.0.0.0.0.0.0.0 CPU module 2");

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Operations that do not come to their end: they have failed, with what the machine says then.
+#include "host/operations.h"
+#include "host/processors.h"
+#include "host/sysfs.h"
+#include "operated.h"
+#include "support/problem.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+class Ends : public Operated {
+protected:
+    // Has whatever writes to a file wait.
+    void block(const std::string &file) const
+    {
+        server.remove(file);
+        ASSERT_EQ(mkfifo(server.at(file).c_str(), 0600), 0);
+    }
+
+    const host::Slot slot{.label = "1",
+                          .directory = "/sys/bus/pci/slots/1",
+                          .address = "0000:02:00",
+                          .isOn = true,
+                          .hasCard = true};
+};
+
+} // namespace
+
+TEST_F(Ends, SlotThatDoesNotFollowInTimeHasFailed)
+{
+    server.addProcessor(0, 0);
+    server.addFunction("0000:02:00.0", display, "some");
+    server.addFunction("0000:02:00.1", display);
+    server.addSlot("1", "0000:02:00", true, true);
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+              "it did not come to its end in time: power reads 0, 2 functions are there, 1 of them "
+              "without a driver");
+    EXPECT_EQ(pci(1), "Stopped"); // as it is
+    server.remove("/sys/bus/pci/devices/0000:02:00.1");
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+              "it did not come to its end in time: power reads 0, 1 functions are there, 0 of them "
+              "without a driver");
+    server.remove("/sys/bus/pci/devices/0000:02:00.0");
+    server.write("/sys/bus/pci/slots/1/power", "11"); // "0" written here changes nothing
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+              "it did not come to its end in time: power reads 1, 0 functions are there, 0 of them "
+              "without a driver");
+    server.remove("/sys/bus/pci/slots/1");
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, true, milliseconds(250)); }),
+              "the slot refuses: No such file or directory; power reads nothing");
+}
+
+TEST_F(Ends, SlotThatKeepsItsWriterWaitingHasFailed)
+{
+    server.addProcessor(0, 0);
+    server.addFunction("0000:02:00.0", display, "some");
+    server.addSlot("1", "0000:02:00", true, true);
+    block("/sys/bus/pci/slots/1/power");
+    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(50)); }),
+              "the slot refuses: the kernel has not taken \"0\" for /sys/bus/pci/slots/1/power in "
+              "time; power reads nothing");
+    int status = 0;
+    EXPECT_GT(wait(&status), 0); // the writer, which does nothing later
+    EXPECT_TRUE(WIFSIGNALED(status));
+}
+
+// A function may have no driver.
+TEST_F(Ends, SlotIsOnWhenNoDriverComesForAWhile)
+{
+    server.addProcessor(0, 0);
+    server.addFunction("0000:02:00.0", display, "some");
+    server.addFunction("0000:02:00.1", display);
+    server.addSlot("1", "0000:02:00", false, true);
+    EXPECT_EQ(
+        problemOf([&] { host::switchSlot(slot, true, milliseconds(10000), milliseconds(150)); }),
+        "");
+    EXPECT_EQ(
+        problemOf([&] { host::switchSlot(slot, true, milliseconds(150), milliseconds(10000)); }),
+        "it did not come to its end in time: power reads 1, 2 functions are there, 1 of them "
+        "without a driver");
+}
+
+TEST_F(Ends, ProcessorThatKeepsItsWriterWaitingHasFailed)
+{
+    addPackages(2, 3);
+    block("/sys/devices/system/cpu/cpu4/online");
+    host::PackageOf known;
+    const auto packages = host::readPackages(known);
+    ASSERT_EQ(packages.size(), 2u);
+    EXPECT_EQ(problemOf([&] { host::switchPackage(packages[1], false, milliseconds(50)); }),
+              "processor 4 refuses: the kernel has not taken \"0\" for "
+              "/sys/devices/system/cpu/cpu4/online in time; 3 of 3 are online");
+    EXPECT_EQ(online(3) + online(5), "11"); // the one that went is back
+    int status = 0;
+    EXPECT_GT(waitpid(-1, &status, 0), 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+}
+
+// What the kernel tells of all is believed rather than the file that was written.
+TEST_F(Ends, ProcessorIsWhereTheKernelHasItAmongAll)
+{
+    addPackages(2, 2);
+    server.write("/sys/devices/system/cpu/online", "0-3\n");
+    EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
+    EXPECT_EQ(journal().back(), "CPU module 2 stop failed processor 3 refuses: the kernel took it "
+                                "and did not follow; 2 of 2 are online");
+    server.write("/sys/devices/system/cpu/online", "0\n");
+    EXPECT_EQ(CALL(InitBringUp)(record(2, 2), startCpu + 1), 0);
+    EXPECT_EQ(journal().back(), "CPU module 2 start failed processor 3 refuses: the kernel took it "
+                                "and did not follow; 0 of 2 are online");
+}
+
+// ---- Writing
+
+TEST(Attribute, ThatTakesNothingIsGivenUp)
+{
+    TemporaryDirectory directory;
+    const std::string file = directory.path / "power";
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0); // without a reader
+    EXPECT_EQ(host::writeAttribute(file, "1", milliseconds(50)),
+              "the kernel has not taken \"1\" for " + file + " in time");
+    int status = 0;
+    EXPECT_GT(wait(&status), 0);
+    EXPECT_TRUE(WIFSIGNALED(status)); // so it does nothing later
+    EXPECT_EQ(host::writeAttribute(directory.path, "1", milliseconds(5000)), "Is a directory");
+}
