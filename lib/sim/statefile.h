@@ -19,4 +19,8 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
 // one, is refused and left as it is.
 std::unique_ptr<Database> openStateFile(const std::string &file);
 
+// Reads a file that this user may read and not write: work is called with it, and once more when
+// others have written it meanwhile. Nothing is left beside it.
+void readStateFile(const std::string &file, const std::function<void(Database &)> &work);
+
 } // namespace sim

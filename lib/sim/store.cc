@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <sqlite3.h>
+#include <unistd.h>
 
 namespace sim {
 namespace {
@@ -202,15 +203,27 @@ void refuseBareFileName(const yat::ConfiguredMachine &machine)
 
 } // namespace
 
+// The state directory that the environment names; empty when it names none.
+static std::string wantedDirectory()
+{
+    const char *wanted = secure_getenv("YAT_STATE_DIR");
+    return wanted ? wanted : "";
+}
+
+static std::string fileIn(const std::string &directory, const yat::ConfiguredMachine &machine)
+{
+    const std::string name = machine.isPath ? nameOfPath(machine.name) : machine.name;
+    return directory + "/machines/" + name + ".db";
+}
+
 Store configuredStore(const yat::ConfiguredMachine &machine)
 {
     refuseBareFileName(machine);
     wantedScale();
     // Another directory would have another machine in it.
-    if (const char *wanted = secure_getenv("YAT_STATE_DIR"); wanted && *wanted)
+    if (const std::string wanted = wantedDirectory(); !wanted.empty())
         yat::makeOwnDirectory(wanted);
-    const std::string name = machine.isPath ? nameOfPath(machine.name) : machine.name;
-    return {.file = yat::stateDirectory() + "/machines/" + name + ".db",
+    return {.file = fileIn(yat::stateDirectory(), machine),
             .descriptionFile = machine.descriptionFile};
 }
 
@@ -341,9 +354,25 @@ std::string descriptionNote(Store &store)
     return {};
 }
 
-void readJournal(Store &store, int64_t last, const std::function<void(const JournalRow &)> &work)
+void readJournal(Store &store, int64_t last, const OnRow &work)
 {
     withFile(store, [&](Database &database) { readJournal(database, last, work); });
+}
+
+void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRow &work)
+{
+    const std::string directory = wantedDirectory(), file = fileIn(directory, machine);
+    const std::string folder = file.substr(0, file.rfind('/'));
+    if (directory.empty() || access(file.c_str(), R_OK) != 0 || access(folder.c_str(), W_OK) == 0) {
+        Store store = configuredStore(machine);
+        return readJournal(store, last, work);
+    }
+    std::vector<JournalRow> rows;
+    readStateFile(file, [&](Database &database) {
+        rows.clear();
+        readJournal(database, last, [&](const JournalRow &row) { rows.push_back(row); });
+    });
+    std::ranges::for_each(rows, work);
 }
 
 } // namespace sim

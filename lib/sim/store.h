@@ -90,6 +90,11 @@ std::string descriptionNote(Store &store);
 Clock clockOf(Store &store);
 
 // Calls work for the last rows of the journal, 0 for all, the oldest first.
-void readJournal(Store &store, int64_t last, const std::function<void(const JournalRow &)> &work);
+using OnRow = std::function<void(const JournalRow &)>;
+void readJournal(Store &store, int64_t last, const OnRow &work);
+
+// The same of a configured machine. Whoever may read the state directory that YAT_STATE_DIR names,
+// but not write it, reads what is in it, and changes nothing.
+void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRow &work);
 
 } // namespace sim

@@ -181,3 +181,117 @@ TEST(StateFile, ThatCantBeMadeSaysSo)
     fs::permissions(stored.sandbox.directory(), fs::perms(0755));
     EXPECT_FALSE(fs::exists(fs::path(stored.store.file).parent_path()));
 }
+
+// ---- Read by who may do no more
+
+namespace {
+
+// Lets everybody read what is in the state directory, and nobody write it.
+void makeReadOnly(const Stored &stored, fs::perms more = fs::perms::none)
+{
+    const fs::path folder = fs::path(stored.store.file).parent_path();
+    for (const auto &file : fs::directory_iterator(folder))
+        fs::permissions(file, fs::perms(0444) | more);
+    fs::permissions(folder, fs::perms(0555) | more);
+    fs::permissions(stored.sandbox.directory(), fs::perms(0555) | more);
+}
+
+std::vector<std::string> namesBeside(const Stored &stored)
+{
+    std::vector<std::string> names;
+    for (const auto &file : fs::directory_iterator(fs::path(stored.store.file).parent_path()))
+        names.push_back(file.path().filename());
+    std::ranges::sort(names);
+    return names;
+}
+
+std::vector<std::string> operationsRead()
+{
+    std::vector<std::string> operations;
+    readJournal(yat::configuredMachine(), 0,
+                [&](const JournalRow &row) { operations.push_back(row.operation); });
+    return operations;
+}
+
+using Operations = std::vector<std::string>;
+
+} // namespace
+
+TEST(StateFile, IsReadByWhoMayNotWriteIt)
+{
+    Stored stored;
+    perform(stored.store, stopCpu2);
+    stored.store.database.reset();
+    makeReadOnly(stored);
+    {
+        const AsSomebodyElse now;
+        EXPECT_EQ(operationsRead(), (Operations{"init", "InitBringDown"}));
+        EXPECT_EQ(namesBeside(stored), (Operations{"CEDAR.db"}));
+    }
+    makeReadOnly(stored, fs::perms::owner_all);
+}
+
+TEST(StateFile, IsReadWithItsLogWhileAProgramWorksOnIt)
+{
+    Stored stored;
+    perform(stored.store, stopCpu2);
+    const auto before = namesBeside(stored);
+    ASSERT_EQ(before.size(), 3u);
+    makeReadOnly(stored);
+    {
+        const AsSomebodyElse now;
+        EXPECT_EQ(operationsRead(), (Operations{"init", "InitBringDown"}));
+        EXPECT_EQ(namesBeside(stored), before);
+    }
+    makeReadOnly(stored, fs::perms::owner_all);
+}
+
+TEST(StateFile, WithALogOfNobodyIsNotReadAndSaysWhy)
+{
+    Stored stored;
+    look(stored.store);
+    stored.store.database.reset();
+    writeFile(stored.store.file + "-wal", "");
+    makeReadOnly(stored);
+    {
+        const AsSomebodyElse now;
+        EXPECT_EQ(problemOf([] { operationsRead(); }),
+                  stored.store.file
+                      + " can't be read: a program was killed while it worked on it; whoever may "
+                        "write it has to look at the machine first");
+    }
+    makeReadOnly(stored, fs::perms::owner_all);
+}
+
+TEST(StateFile, OfAnotherProgramIsNotRead)
+{
+    Stored stored;
+    look(stored.store);
+    stored.store.database.reset();
+    tamper(stored.store, "PRAGMA application_id = 7");
+    fs::remove(stored.store.file + "-wal");
+    makeReadOnly(stored);
+    {
+        const AsSomebodyElse now;
+        const std::string problem = problemOf([] { operationsRead(); });
+        EXPECT_TRUE(problem.starts_with(stored.store.file + " is damaged or belongs to"))
+            << problem;
+    }
+    makeReadOnly(stored, fs::perms::owner_all);
+}
+
+TEST(StateFile, IsReadAnewWhenItIsWrittenMeanwhile)
+{
+    Stored stored;
+    look(stored.store);
+    stored.store.database.reset();
+    std::vector<int64_t> counts;
+    readStateFile(stored.store.file, [&](Database &database) {
+        counts.push_back(database.number("SELECT count(*) FROM journal"));
+        if (counts.size() > 1)
+            return;
+        perform(stored.store, stopCpu2);
+        stored.store.database.reset(); // which writes the log into the file
+    });
+    EXPECT_EQ(counts, (std::vector<int64_t>{1, 2}));
+}

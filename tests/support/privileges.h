@@ -9,8 +9,7 @@
 #include <unistd.h>
 
 // While it lives, this thread has no more rights than the owner of a file has.
-class WithoutPrivileges
-{
+class WithoutPrivileges {
 public:
     WithoutPrivileges()
     {
@@ -32,4 +31,24 @@ private:
     using Sets = __user_cap_data_struct[2];
     __user_cap_header_struct header = {.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
     Sets before;
+};
+
+// While it lives, this thread is of a user who owns nothing, if it was root's.
+class AsSomebodyElse {
+public:
+    AsSomebodyElse()
+    {
+        if (wasRoot && syscall(SYS_setresuid, 65534, 65534, 0) != 0)
+            throw std::runtime_error("setresuid");
+    }
+    ~AsSomebodyElse()
+    {
+        if (wasRoot)
+            syscall(SYS_setresuid, 0, 0, 0);
+    }
+    AsSomebodyElse(const AsSomebodyElse &) = delete;
+    AsSomebodyElse &operator=(const AsSomebodyElse &) = delete;
+
+private:
+    const bool wasRoot = geteuid() == 0;
 };

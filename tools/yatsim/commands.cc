@@ -16,14 +16,19 @@
 namespace sim {
 namespace {
 
-Store simulatedStore()
+yat::ConfiguredMachine simulatedMachine()
 {
     const yat::ConfiguredMachine machine = yat::configuredMachine();
     if (machine.isHardware)
         throw yat::Problem("the configuration names \"" + machine.name
                            + "\", which is not simulated; choose a machine with --machine or "
                              "YAT_MACHINE");
-    return configuredStore(machine);
+    return machine;
+}
+
+Store simulatedStore()
+{
+    return configuredStore(simulatedMachine());
 }
 
 std::string noDevice(const Machine &machine, const std::string &name)
@@ -201,8 +206,9 @@ void set(const Request &request)
 
 void journal(const Request &request)
 {
-    Store store = simulatedStore();
-    reportJournal(store, request.last, request.form());
+    const yat::ConfiguredMachine machine = simulatedMachine();
+    reportJournal([&](const OnRow &work) { readJournal(machine, request.last, work); },
+                  request.form());
 }
 
 void exportDescription(const Request &request)

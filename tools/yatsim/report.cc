@@ -252,11 +252,11 @@ void reportMachine(Store &store, Form form)
     printTable(rows);
 }
 
-void reportJournal(Store &store, int64_t last, Form form)
+void reportJournal(const std::function<void(const OnRow &)> &readRows, Form form)
 {
     if (form == Form::json) {
         const char *before = "[\n";
-        readJournal(store, last, [&](const JournalRow &row) {
+        readRows([&](const JournalRow &row) {
             printf("%s%s", before, yat::jsonText(journalJson(row)).c_str());
             before = ",\n";
         });
@@ -265,7 +265,7 @@ void reportJournal(Store &store, int64_t last, Form form)
     }
     std::vector<Row> rows = {
         {"ID", "TIME", "USER", "TERMINAL", "DEVICE", "OPERATION", "ARGUMENT", "RESULT"}};
-    readJournal(store, last, [&](const JournalRow &row) { rows.push_back(journalLine(row)); });
+    readRows([&](const JournalRow &row) { rows.push_back(journalLine(row)); });
     printTable(rows);
 }
 

@@ -11,6 +11,6 @@ enum class Form { text, json };
 void reportDevices(const Machine &machine, Form form);
 void reportDevice(const Machine &machine, const Device &device, Form form);
 void reportMachine(Store &store, Form form);
-void reportJournal(Store &store, int64_t last, Form form);
+void reportJournal(const std::function<void(const OnRow &)> &readRows, Form form);
 
 } // namespace sim
