@@ -131,7 +131,7 @@ int tryTo(const Asked &asked, const char *name)
     Refusal refusal = checkAsked(machine, asked);
     if (refusal.detail == 0 && std::string_view(asked.code->name) != name)
         refusal = {YAT_DETAIL_UNSUPPORTED,
-                   {"the code is that of another operation", "別の操作のコードです"}};
+                   {"the code is that of another operation", "別の操作の操作コードです"}};
     if (refusal.detail == 0)
         refusal = others;
     if (refusal.detail != 0) {

@@ -66,7 +66,8 @@ Refusal checkStop(const Machine &machine, const Package &package)
         if (processor.isOnline && !processor.canGo)
             return {YAT_DETAIL_UNSUPPORTED,
                     {"the kernel can't do without " + nameOf(processor),
-                     "カーネルがプロセッサ" + std::to_string(processor.number) + "を必要とします"}};
+                     "プロセッサ" + std::to_string(processor.number)
+                         + "はカーネルが使用しているため停止できません"}};
     return {};
 }
 
@@ -114,7 +115,7 @@ Refusal checkClear(const Machine &machine, const Device &device)
 {
     if (!countsOf(machine, device).isKnown)
         return {YAT_DETAIL_UNSUPPORTED,
-                {"the machine counts no errors of it", "このサーバは装置のエラーを数えていません"}};
+                {"the machine counts no errors of it", "この装置のエラー数は記録されていません"}};
     return checkRights({});
 }
 

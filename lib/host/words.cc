@@ -15,12 +15,11 @@ std::string wordOf(State state, bool japanese)
     return {};
 }
 
-std::string countText(const Counts &counts, bool japanese)
+std::string countText(const Counts &counts)
 {
-    return !counts.isKnown
-               ? ""
-               : (japanese ? ",\n訂正 " : ",\nCE ") + std::to_string(counts.corrected)
-                     + (japanese ? ", 不能 " : ", UE ") + std::to_string(counts.uncorrected);
+    return counts.isKnown ? ",\nCE " + std::to_string(counts.corrected) + ", UE "
+                                + std::to_string(counts.uncorrected)
+                          : "";
 }
 
 std::string packageText(const Package &package, bool japanese)
@@ -46,7 +45,7 @@ std::optional<std::string> stateText(const Machine &machine, const Device &devic
         text = wordOf(stateOf(machine, *slot), japanese);
     else if (device.kind == Kind::unslotted)
         text = wordOf(State::running, japanese);
-    return text.empty() ? std::nullopt : std::optional(text + countText(counts, japanese));
+    return text.empty() ? std::nullopt : std::optional(text + countText(counts));
 }
 
 std::string biosStatusText(bool japanese)

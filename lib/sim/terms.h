@@ -178,7 +178,7 @@ struct BiosTerm {
 inline constexpr BiosTerm biosTerms[] = {
     {Bios::described, "described", "", ""},
     {Bios::copied, "copied", "Valid, copied from the running module",
-     "正常(稼働中モジュールから複写)"},
+     "正常(稼働中のモジュールからコピー)"},
     {Bios::burnt, "burnt", "Valid, updated from the data file", "正常(データファイルから更新)"},
     {Bios::invalid, "invalid", "Invalid, an update was interrupted", "無効(更新が中断されました)"},
 };
@@ -261,7 +261,7 @@ inline constexpr RefusalTerm refusals[] = {
     {Refusal::unknownDevice, "the machine has no such device", "この装置はありません",
      YAT_DETAIL_NO_DEVICE},
     {Refusal::wrongCode, "the code does not match the operation and the device",
-     "コードが操作と装置に合っていません", YAT_DETAIL_UNSUPPORTED},
+     "操作コードが操作と装置に合っていません", YAT_DETAIL_UNSUPPORTED},
     {Refusal::unsupported, "this operation is not supported on this device",
      "この装置ではこの操作を行えません", YAT_DETAIL_UNSUPPORTED},
     {Refusal::wrongArgument, "wrong value", "値が正しくありません"},
@@ -277,7 +277,7 @@ inline constexpr RefusalTerm refusals[] = {
     {Refusal::biosInvalid, "the module has no valid BIOS", "モジュールに有効なBIOSがありません",
      YAT_DETAIL_NO_BIOS},
     {Refusal::noBiosSource, "there is no BIOS to install: no running partner, or no data file",
-     "導入できるBIOSがありません。稼働中の相手モジュールまたはデータファイルが必要です",
+     "書き込めるBIOSがありません。稼働中の相手モジュールまたはデータファイルが必要です",
      YAT_DETAIL_NO_BIOS},
 };
 

@@ -15,7 +15,7 @@ const Words languages[] = {
     {"en_US.UTF-8", "en", "Exit", "CPU module 2", "Stop this CPU module?",
      "This device cannot be stopped now.", "The operation was successful.", "Stopped"},
     {"ja_JP.UTF-8", "ja", "終了", "CPUモジュール 2", "CPUモジュールを停止します。",
-     "この装置は現在停止できません。", "正常に終了しました。", "停止中"},
+     "この装置は停止できません。", "正常に終了しました。", "停止中"},
 };
 
 void PrintTo(const Words &words, std::ostream *stream)

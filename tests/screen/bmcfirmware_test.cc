@@ -25,7 +25,7 @@ struct Language {
 const Language languages[] = {
     {"en_US.UTF-8", "Close", "The update program could not be run.",
      "/usr/bmcfwupd/bmcfwupm is missing or ended with an error."},
-    {"ja_JP.UTF-8", "閉じる", "更新プログラムを実行できませんでした。",
+    {"ja_JP.UTF-8", "  閉じる  ", "更新プログラムを実行できませんでした。",
      "/usr/bmcfwupd/bmcfwupmがないか、異常終了しました。"},
 };
 
@@ -134,10 +134,10 @@ TEST(BmcFirmware, TellsOfEachFailureAndOpensNevertheless)
             Session session(firmware(plugin(name), language));
             session.see(message);
             session.see("┤ Error ├");
-            EXPECT_FALSE(session.terminal().contains(japanese ? "閉じる" : "Close"));
+            EXPECT_FALSE(session.terminal().contains(japanese ? "  閉じる  " : "Close"));
             session.send(enter);
             session.see(japanese ? "ファームウェアリビジョン: 不明" : "Firmware revision: Unknown");
-            session.see(japanese ? "閉じる" : "Close");
+            session.see(japanese ? "  閉じる  " : "Close");
             const std::vector<std::string> trace = session.trace("firmware");
             ASSERT_EQ(trace.size(), 5u); // both entries, the destination, the failure, the return
             // Between stars stands what the loader says in its own words.

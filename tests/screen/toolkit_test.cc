@@ -142,7 +142,7 @@ TEST(SuccessBox, LooksLikeItsPicture)
     session.expectScreen("boxes/success-en");
     expectOnlyItsButtonToEndIt(session, "successful");
     Session japanese(toolkit("Success", "CPU module 1", "", "ja_JP.UTF-8"));
-    japanese.see("閉じる");
+    japanese.see("  閉じる  ");
     japanese.expectScreen("boxes/success-ja");
 }
 
