@@ -55,14 +55,22 @@ class Yatctl:
     def device(self, name):
         return self.ask("show", name)["devices"][0]
 
-    def operate(self, command, device, *arguments):
-        """Has an operation done; in check mode, asks only whether the machine supports it."""
-        last = "--check" if self.check_mode else "--yes"
-        return self.ask(command, device, *(list(arguments) + [last]))
+    def operate(self, command, device, *arguments, **options):
+        """Has an operation done, and with wait, a number of seconds, until the device has arrived.
+        Returns the device. In check mode, asks only whether the machine supports it."""
+        words = list(arguments) + ["--check" if self.check_mode else "--yes"]
+        if options.get("wait") is not None and not self.check_mode:
+            words.append("--wait=%d" % options["wait"])
+        return self.ask(command, device, *words)["devices"][0]
+
+    def expect_state(self, device):
+        """Without a state, nobody knows whether there is anything to do."""
+        if device["state"] is None:
+            self.fail("the platform does not tell the state of %s" % device["device"], device=device)
 
     def wait_for(self, name, states, seconds):
-        """Waits until a device is in one of the states, and returns it. One that is lost before
-        is not waited for."""
+        """Waits for what somebody else began, until a device is in one of the states, and returns
+        it. One that is lost before is not waited for."""
         end = time.monotonic() + seconds
         while True:
             device = self.device(name)

@@ -77,15 +77,18 @@ def main():
     wanted = yatctl.parameters
     before = yatctl.device(wanted["device"])
     name = before["device"]
+    yatctl.expect_state(before)
     if before["state"] == "updating" and not yatctl.check_mode:
         before = yatctl.wait_for(name, ("stopped",), wanted["wait_timeout"])
     after = dict(before)
     changed = not is_current(before, wanted["version"])
     if changed:
-        yatctl.operate("update", name, wanted["source"])
+        updated = yatctl.operate(
+            "update", name, wanted["source"], wait=wanted["wait_timeout"]
+        )
         after["bios_version"] = wanted["version"]
     if changed and not yatctl.check_mode:
-        after = yatctl.wait_for(name, ("stopped",), wanted["wait_timeout"])
+        after = updated
         if not is_current(after, wanted["version"]):
             yatctl.fail(
                 "the BIOS of %s has version %s (%s) after the update, expected %s"

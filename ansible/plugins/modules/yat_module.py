@@ -110,13 +110,15 @@ def main():
         changed = True
     after = None
     if wanted["state"]:
+        yatctl.expect_state(before)
         arrived, moving, command = STATES[wanted["state"]]
+        seconds = wanted["wait_timeout"] if wanted["wait"] else None
         if before["state"] not in arrived + moving:
-            yatctl.operate(command, name)
+            after = yatctl.operate(command, name, wait=seconds)
             expected["state"] = arrived[0]
             changed = True
-        if wanted["wait"] and not yatctl.check_mode:
-            after = yatctl.wait_for(name, arrived, wanted["wait_timeout"])
+        elif wanted["wait"] and not yatctl.check_mode:
+            after = yatctl.wait_for(name, arrived, seconds)
     if yatctl.check_mode:
         after = expected
     elif after is None:
