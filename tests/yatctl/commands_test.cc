@@ -2,6 +2,10 @@
 // What the commands of yatctl do, and how they end.
 #include "ctl.h"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 
 class Yatctl : public testing::Test {
@@ -262,6 +266,37 @@ TEST_F(Yatctl, SaysThatThePlatformCantBeReached)
 }
 
 // ---- Together
+
+TEST_F(Yatctl, RunsBesideTheOtherProgramsAtOnce)
+{
+    steer("list"); // which makes the machine
+    constexpr int rounds = 8;
+    const std::vector<std::vector<std::string>> commands = {
+        commandOf(YATCTL, "set-type cpu1 1 --yes"),
+        commandOf(YATCTL, "list --json"),
+        commandOf(YATSIM, "set cpu2.mtbf_type 0"),
+        {PROGRAMS "/mrvutil", "-debug"}};
+    std::vector<std::pair<pid_t, size_t>> running;
+    for (int round = 0; round < rounds; ++round)
+        for (size_t i = 0; i < commands.size(); ++i)
+            running.emplace_back(
+                start(commands[i],
+                      {.environment = {},
+                       .prepare = [] { dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO); }}),
+                i);
+    for (const auto &[process, command] : running) {
+        int status = 0;
+        waitpid(process, &status, 0);
+        const int done = command == 3 ? 1 : 0; // mrvutil's own idea
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == done) << command << " " << status;
+    }
+    int types = 0;
+    for (const Json &row : Json::parse(steer("journal --json")))
+        types += row["operation"] == "SetMtbfType" && row["result"] == "done";
+    EXPECT_EQ(types, rounds);
+    EXPECT_EQ(shows("cpu1")["mtbf_type"], 1);
+    EXPECT_EQ(shows("cpu2")["mtbf_type"], 0);
+}
 
 TEST_F(Yatctl, SharesTheMachineWithTheOtherPrograms)
 {
