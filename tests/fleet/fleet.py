@@ -35,8 +35,11 @@ class Fleet:
         self.stage, self.work = stage, work
         self.healthy = [f"machine-{i:02}" for i in range(1, healthy + 1)]
         self.names = self.healthy + others
-        collection = work / "collections/ansible_collections/kiv/yatkit"
-        shutil.copytree(project / "ansible", collection)
+        subprocess.run(["ansible-galaxy", "collection", "install", "--offline", project / "ansible",
+                        "-p", work / "collections"], check=True, stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL,
+                       env={**os.environ, "HOME": str(work),
+                            "ANSIBLE_COLLECTIONS_PATH": str(work / "collections")})
         self.stub = work / "stub"
         self.stub.mkdir()
         (self.stub / "yatctl").write_text(hangingYatctl.replace("STAGE", str(stage)))
