@@ -46,12 +46,25 @@ std::optional<int32_t> toldState(const Machine &machine, const Device &device)
     return {};
 }
 
+// Those of processors that are offline are not counted, and are again once they are back.
+bool countsAllOf(const Machine &machine, const Device &device)
+{
+    const Package *package = packageOf(machine, device);
+    return countsOf(machine, device).isKnown
+           && (!package || onlineOf(*package) == static_cast<int>(package->processors.size()));
+}
+
 Counts countsSinceCleared(const Machine &machine, const Device &device)
 {
     const Memory memory = recall();
-    const auto baseline = memory.baselines.find(keyOf(device));
+    const auto found = memory.baselines.find(keyOf(device));
     const Counts counts = countsOf(machine, device);
-    return baseline == memory.baselines.end() ? counts : since(baseline->second, counts);
+    if (found == memory.baselines.end())
+        return counts;
+    const Counts baseline = begunAnew(found->second, counts);
+    if (baseline != found->second && countsAllOf(machine, device))
+        rememberBaseline(keyOf(device), found->second, baseline);
+    return since(baseline, counts);
 }
 
 } // namespace

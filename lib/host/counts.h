@@ -28,13 +28,21 @@ inline Counts &operator+=(Counts &sum, const Counts &more)
     return sum;
 }
 
-// What has been counted since a baseline. A counter below its baseline went back to 0 since.
+// The baseline with 0 for each counter that is below it: that one went back to 0 since.
+inline Counts begunAnew(Counts baseline, const Counts &now)
+{
+    if (now.corrected < baseline.corrected)
+        baseline.corrected = 0;
+    if (now.uncorrected < baseline.uncorrected)
+        baseline.uncorrected = 0;
+    return baseline;
+}
+
+// What has been counted since a baseline that is not above it.
 inline Counts since(const Counts &baseline, Counts now)
 {
-    if (now.corrected >= baseline.corrected)
-        now.corrected -= baseline.corrected;
-    if (now.uncorrected >= baseline.uncorrected)
-        now.uncorrected -= baseline.uncorrected;
+    now.corrected -= baseline.corrected;
+    now.uncorrected -= baseline.uncorrected;
     return now;
 }
 

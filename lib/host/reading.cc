@@ -54,6 +54,17 @@ try {
     return {};
 }
 
+void rememberBaseline(const std::string &key, const Counts &before, const Counts &now)
+try {
+    changeMemory([&](Memory &memory) {
+        if (const auto found = memory.baselines.find(key);
+            found != memory.baselines.end() && found->second == before)
+            found->second = now;
+    });
+} catch (const yat::Problem &problem) {
+    traceOnce(problem);
+}
+
 Machine readMachine()
 {
     Machine machine;

@@ -267,10 +267,36 @@ TEST_F(Operations, ClearedCountsBeginAnew)
     EXPECT_EQ(facts.state, YAT_DEVICE_RUNNING);
 
     server.write(controller + "/ce_count", "3\n"); // its driver was loaded again
-    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 3, UE 0");
-    server.write(controller + "/ce_count", "20\n");
+    for (const char *count : {"3", "6", "7", "9"}) {
+        server.write(controller + "/ce_count", std::string(count) + "\n");
+        EXPECT_EQ(cpu(1), std::string("1 of 1 running,\nCE ") + count + ", UE 0");
+    }
+    server.write(controller + "/ue_count", "0\n");
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 9, UE 0");
+    server.write(controller + "/ue_count", "1\n");
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 9, UE 1");
+    EXPECT_EQ(CALL(ClearMTBF)(record(2, 1), clearCpu + 1), 1) << trace();
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 0, UE 0");
     server.write("/proc/sys/kernel/random/boot_id", "another\n"); // since this start, all are new
-    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 20, UE 1");
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 9, UE 1");
+}
+
+// The kernel shows no counts of processors that are offline, and has them again later.
+TEST_F(Operations, ClearedCountsOfProcessorsThatWereOfflineStayCleared)
+{
+    addPackages(2, 1);
+    server.write("/sys/devices/system/edac/mc/mc0/ce_count", "4\n");
+    server.write("/sys/devices/system/edac/mc/mc0/device/numa_node", "1\n");
+    server.link("/sys/devices/system/node/node1/cpu1", "/sys/devices/system/cpu/cpu1");
+    const std::string both = "       CPU0 CPU1\nMCE:  0 2 Machine check exceptions\n";
+    server.write("/proc/interrupts", both);
+    EXPECT_EQ(CALL(ClearMTBF)(record(2, 2), clearCpu + 1), 1) << trace();
+    server.setOnline(1, 1, false);
+    server.write("/proc/interrupts", "       CPU0\nMCE:  0 Machine check exceptions\n");
+    EXPECT_EQ(cpu(2), "Stopped,\nCE 0, UE 0");
+    server.setOnline(1, 1, true);
+    server.write("/proc/interrupts", both);
+    EXPECT_EQ(cpu(2), "1 of 1 running,\nCE 0, UE 0");
 }
 
 TEST_F(Operations, CountsOfAdaptersAreThoseOfWhatTheyHave)
