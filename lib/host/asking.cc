@@ -97,10 +97,14 @@ try {
 
 void note(const Asked &asked, const char *name, const char *result, const std::string &reason)
 {
-    const std::string device = asked.device ? asked.device->name : "an unknown device";
+    const std::string device = asked.device ? asked.device->english : "an unknown device";
     if (!reason.empty())
         TRACE_ERROR("%s of %s %s: %s", name, device.c_str(), result, reason.c_str());
-    writeDown({.device = device, .operation = name, .result = result, .reason = reason});
+    writeDown({.device = device,
+               .key = asked.device ? keyOf(*asked.device) : "",
+               .operation = name,
+               .result = result,
+               .reason = reason});
 }
 
 void carryOut(const Machine &machine, const Device &device, Verb verb)

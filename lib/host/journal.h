@@ -8,7 +8,9 @@
 namespace host {
 
 struct JournalEntry {
-    std::string device, operation;
+    std::string device; // its name in English; the number in it may be another's tomorrow
+    std::string key;    // what it is remembered by
+    std::string operation;
     std::string result; // "begun", "done", "failed" or "refused"
     std::string reason{};
 };

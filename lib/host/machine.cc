@@ -54,6 +54,10 @@ uint8_t numberOf(const std::string &label)
     return static_cast<uint8_t>(strtoul(label.c_str(), nullptr, 10));
 }
 
+struct Words {
+    std::string english, japanese;
+};
+
 // What makes a list of devices: how many there are of each class.
 struct Listing {
     const Machine &machine;
@@ -62,13 +66,15 @@ struct Listing {
     std::vector<Device> devices{};
     std::map<int, int> counts{};
 
-    Device &add(Device device, const std::string &english, const std::string &translated,
-                const std::string &detail)
+    Device &add(Device device, const Words &name, const Words &detail)
     {
         device.instance = ++counts[classOf(device.kind)];
-        device.name =
-            yat::printable((japanese ? translated : english) + " " + std::to_string(device.instance)
-                           + (detail.empty() ? "" : " (" + detail + ")"));
+        const auto named = [&](std::string Words::*words) {
+            return yat::printable(name.*words + " " + std::to_string(device.instance)
+                                  + (detail.*words == "" ? "" : " (" + detail.*words + ")"));
+        };
+        device.english = named(&Words::english);
+        device.name = named(japanese ? &Words::japanese : &Words::english);
         return devices.emplace_back(std::move(device));
     }
 };
@@ -78,7 +84,7 @@ void addPackage(Listing &listing, const Package &package)
     Device device{.kind = Kind::package, .key = std::to_string(package.number)};
     for (size_t i = 0; i < sizeof package.number; ++i)
         device.path[i] = static_cast<uint8_t>(package.number >> 8 * i);
-    listing.add(std::move(device), "CPU module", "CPUモジュール", "");
+    listing.add(std::move(device), {"CPU module", "CPUモジュール"}, {});
 }
 
 void addAdapters(Listing &listing, const std::string &slot, uint8_t slotNumber)
@@ -96,9 +102,10 @@ void addAdapters(Listing &listing, const std::string &slot, uint8_t slotNumber)
                       .parent = module,
                       .path = pathOf(slotNumber, placeOf(function.address))};
         if (*kind == Kind::storage)
-            listing.add(std::move(device), "SCSI adapter", "SCSIアダプタ", detail);
+            listing.add(std::move(device), {"SCSI adapter", "SCSIアダプタ"}, {detail, detail});
         else
-            listing.add(std::move(device), "Ethernet adapter", "Ethernetアダプタ", detail);
+            listing.add(std::move(device), {"Ethernet adapter", "Ethernetアダプタ"},
+                        {detail, detail});
     }
 }
 
@@ -107,8 +114,7 @@ void addSlot(Listing &listing, const Slot &slot)
     listing.add({.kind = Kind::slot,
                  .key = slot.label,
                  .path = pathOf(numberOf(slot.label), placeOf(slot.address))},
-                "PCI module", "PCIモジュール",
-                (listing.japanese ? "スロット " : "slot ") + slot.label);
+                {"PCI module", "PCIモジュール"}, {"slot " + slot.label, "スロット " + slot.label});
     addAdapters(listing, slot.label, numberOf(slot.label));
 }
 
@@ -117,8 +123,8 @@ void addUnslotted(Listing &listing)
     if (std::ranges::all_of(listing.machine.functions,
                             [](const Function &function) { return !function.slot.empty(); }))
         return;
-    listing.add({.kind = Kind::unslotted, .path = {noSlot}}, "PCI module", "PCIモジュール",
-                listing.japanese ? "スロット外" : "not in a slot");
+    listing.add({.kind = Kind::unslotted, .path = {noSlot}}, {"PCI module", "PCIモジュール"},
+                {"not in a slot", "スロット外"});
     addAdapters(listing, "", noSlot);
 }
 

@@ -65,10 +65,10 @@ enum class Kind { package, slot, unslotted, storage, ethernet };
 
 struct Device {
     Kind kind = Kind::package;
-    std::string key{}; // what it is found again by: its package, label or address
-    int instance = 0;  // within its class
-    int parent = -1;   // of an adapter: the position of its module
-    std::string name{};
+    std::string key{};             // what it is found again by: its package, label or address
+    int instance = 0;              // within its class
+    int parent = -1;               // of an adapter: the position of its module
+    std::string name{}, english{}; // the latter for logs
     std::array<uint8_t, 8> path{};
 };
 

@@ -11,7 +11,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <syslog.h>
 #include <unistd.h>
 
 namespace {
@@ -70,17 +69,6 @@ TEST_F(Operations, TakeThePackageThatWasChosen)
     server.addProcessor(1, 292); // the same in one byte
     EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 1) << trace();
     EXPECT_EQ(online(0) + online(1), "10");
-}
-
-TEST_F(Operations, GoToTheSystemsLog)
-{
-    addPackages(2, 1);
-    CALL(InitBringDown)(record(2, 2), stopCpu + 1);
-    ASSERT_EQ(logged.size(), 2u);
-    EXPECT_EQ(logged[0].first, LOG_AUTHPRIV | LOG_NOTICE);
-    EXPECT_TRUE(logged[0].second.starts_with("stop of CPU module 2 asked by ")
-                && logged[0].second.ends_with(": begun"))
-        << logged[0].second;
 }
 
 TEST_F(Operations, PackageComesBackWhenOneOfItsProcessorsRefuses)
@@ -183,18 +171,6 @@ TEST_F(Operations, LeaveFilesForTheirReadersOnly)
         EXPECT_EQ(std::filesystem::status(state.path / name).permissions(),
                   std::filesystem::perms(permissions))
             << name;
-}
-
-// Whoever may mount chooses the name of the place.
-TEST_F(Operations, WriteNothingIntoTheJournalThatTurnsATerminalRound)
-{
-    server.addProcessor(0, 0);
-    server.addDisk(server.addFunction("0000:02:00.0", scsi, "virtio-pci"), "sdplay", 1);
-    server.addSlot("1", "0000:02:00", true, true);
-    server.write("/proc/self/mountinfo", "23 22 8:16 / /\u009bA\u202e rw - ext4 /dev/sdplay rw\n");
-    EXPECT_EQ(CALL(InitBringDown)(record(3, 1), stopPci + 1), 0);
-    const std::string text = readFile(state.path / "host.journal");
-    EXPECT_NE(text.find("is mounted on /\\u009BA\\u202E"), text.npos) << text;
 }
 
 TEST_F(Operations, OneAtATime)

@@ -333,7 +333,9 @@ TEST_P(EveryUse, KeepsTheSlotOn)
     EXPECT_NE(trace().find("stop of PCI module 1 (slot 1) refused: " + reason), std::string::npos);
     EXPECT_EQ(CALL(InitBringDown)(slot, 22), 0); // it looks for itself
     EXPECT_EQ(server.read("/sys/bus/pci/slots/1/power"), "1\n");
-    for (const std::string &line : linesOf(readFile(state.path / "host.journal"))) {
+    const auto lines = linesOf(readFile(state.path / "host.journal"));
+    EXPECT_EQ(lines.size(), 2u); // of the question and of the operation
+    for (const std::string &line : lines) {
         const auto entry = nlohmann::json::parse(line);
         EXPECT_EQ(entry.at("result"), "refused");
         EXPECT_EQ(entry.at("reason"), reason);
