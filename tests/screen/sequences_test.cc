@@ -2,6 +2,7 @@
 // What a terminal sends for a key in more than one byte, and what it sends that is no key.
 #include "session.h"
 
+#include <set>
 #include <thread>
 
 using namespace keys;
@@ -151,39 +152,83 @@ TEST_P(EveryTerminalType, HasUnknownSequencesLoseNoChangedSetting)
     session.see("[*] Update the firmware");
 }
 
-// Sends a key and expects another picture, which it returns.
-std::string pictureAfter(Session &session, const std::string &key)
+// The keys as the description of the terminal has them, and the arrows in both of their forms.
+std::vector<std::string> knownKeys(const std::string &term)
 {
-    Terminal &terminal = session.terminal();
-    terminal.waitUntilIdle();
-    const std::string before = terminal.picture();
-    terminal.send(key);
-    EXPECT_TRUE(terminal.waitUntil([&] { return terminal.picture() != before; }));
-    terminal.settle(std::chrono::milliseconds(100));
-    return terminal.picture();
+    std::vector<std::string> result;
+    for (const char letter : {'A', 'B', 'C', 'D'})
+        for (const char *before : {"\x1b[", "\x1bO"})
+            result.push_back(std::string(before) + letter);
+    const std::set<std::string> names = {"kcuu1", "kcud1", "kcub1", "kcuf1", "khome", "kend", "kpp",
+                                         "knp",   "kcbt",  "kich1", "kdch1", "kf1",   "kf2",  "kf3",
+                                         "kf4",   "kf5",   "kf6",   "kf7",   "kf8",   "kf9",  "kf10",
+                                         "kf11",  "kf12"};
+    for (const std::string &line : linesOf(::run({"/usr/bin/infocmp", "-1", term}).output)) {
+        const size_t begin = line.find_first_not_of("\t "), is = line.find("=\\E");
+        if (is == line.npos || !names.contains(line.substr(begin, is - begin)))
+            continue;
+        std::string key = "\x1b" + line.substr(is + 3, line.rfind(',') - is - 3);
+        if (const size_t control = key.find("^I"); control != key.npos)
+            key.replace(control, 2, "\t");
+        result.push_back(key);
+    }
+    EXPECT_GE(result.size(), 20u) << term;
+    return result;
 }
 
-// The forms in which terminals send the keys of the tree.
-TEST_P(EveryTerminalType, HasTheKeysOfTheTreeInAllTheirForms)
+// Sends each key whole and divided at each place, from the same picture on, to which other keys
+// lead back; expects the same picture each time.
+void expectOneKey(Session &session, const std::function<void()> &goBack)
 {
-    Session session({.term = GetParam()});
-    session.see("FT server");
-    session.send(space);
-    session.see("CPU modules");
-    const std::string above = pictureAfter(session, down), below = pictureAfter(session, down);
     Terminal &terminal = session.terminal();
-    const auto isShown = [&](const std::string &picture) {
-        return terminal.waitUntil([&] { return terminal.picture() == picture; });
+    const auto picture = [&] {
+        terminal.waitUntilIdle();
+        terminal.settle(std::chrono::milliseconds(2));
+        return terminal.picture();
     };
-    for (const char *letterBefore : {"\x1b[", "\x1bO"})
-        for (size_t split = 1; split <= 3; ++split)
-            for (const auto &[letter, wanted] : {std::pair{"A", above}, {"B", below}}) {
-                const std::string form = std::string(letterBefore) + letter;
-                sendPart(terminal, form.substr(0, split));
-                sendPart(terminal, form.substr(split));
-                ASSERT_TRUE(isShown(wanted))
-                    << testing::PrintToString(form) << " after byte " << split;
-            }
+    goBack();
+    const std::string start = picture();
+    std::set<std::string> pictures;
+    for (const std::string &key : knownKeys(session.files().environment().at("TERM"))) {
+        std::string whole;
+        for (size_t split = key.size(); split > 0; --split) {
+            ASSERT_EQ(picture(), start);
+            sendPart(terminal, key.substr(0, split));
+            if (split < key.size())
+                sendPart(terminal, key.substr(split));
+            if (split == key.size())
+                whole = picture();
+            ASSERT_EQ(picture(), whole)
+                << testing::PrintToString(key) << " after byte " << split;
+            goBack();
+        }
+        pictures.insert(whole);
+    }
+    EXPECT_GE(pictures.size(), 3u); // some of them do something
+}
+
+TEST_P(EveryTerminalType, HasItsOwnKeysActAsOneInTheTree)
+{
+    Session session({.term = GetParam(), .rows = 12});
+    session.see("FT server");
+    session.send(space + down + space); // more than there is room for
+    session.see("CPU module 1");
+    expectOneKey(session, [&] {
+        session.send(pageUp);
+        session.send(up + up + down);
+    });
+}
+
+TEST_P(EveryTerminalType, HasItsOwnKeysActAsOneAndLoseNoChangedSetting)
+{
+    Session session({.program = "mrvgeneral", .term = GetParam()});
+    session.see("[*] Update the firmware");
+    session.send(space);
+    session.see("[ ] Update the firmware");
+    expectOneKey(session, [&] {
+        session.send("\x1b[A\x1b[A\x1b[A\x1b[A\x1b[A"); // as far as it goes
+    });
+    EXPECT_TRUE(session.terminal().contains("[ ] Update the firmware"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sequences, EveryTerminalType,
@@ -232,4 +277,29 @@ TEST(Sequences, LeaveALoneEscToCloseAWindow)
     session.see("Execute");
     session.send("\x1b");
     session.expectExit(1);
+}
+
+// What comes before the delay is over belongs to the Esc, and what comes after that does not.
+TEST(Sequences, AreOneKeyWithinTheDelayAndTwoBeyondIt)
+{
+    for (const bool isWithin : {true, false}) {
+        Session session({.environment = {{"ESCDELAY", isWithin ? "10000" : "0"}}});
+        session.see("Exit");
+        session.send(space + down + down + space + down + enter);
+        session.see("┤ PCI module 1 --");
+        session.terminal().waitUntilIdle();
+        const std::string before = session.stillPicture();
+        sendPart(session.terminal(), "\x1b");
+        if (!isWithin)
+            session.seeNot("┤ PCI module 1 --");
+        const std::string after = session.stillPicture();
+        session.send("[B");
+        if (isWithin) {
+            EXPECT_TRUE(session.terminal().waitUntil(
+                [&] { return session.terminal().picture() != before; }));
+        } else {
+            EXPECT_EQ(session.stillPicture(), after);
+        }
+        EXPECT_EQ(session.terminal().contains("┤ PCI module 1 --"), isWithin);
+    }
 }
