@@ -52,7 +52,8 @@ class Fleet:
     def environment(self, name):
         return {"YAT_STATE_DIR": str(self.work / name), "YAT_MACHINE": "CEDAR",
                 "YAT_TIME_SCALE": "200",
-                "PATH": f"{self.stub}:{self.stage}/bin:/usr/sbin:/usr/bin:/sbin:/bin"}
+                "PATH": (f"{self.stub}:" if name.startswith("killed-after") else "")
+                        + f"{self.stage}/bin:/usr/sbin:/usr/bin:/sbin:/bin"}
 
     def ask(self, program, name, *arguments):
         done = subprocess.run([self.stage / "bin" / program, *arguments], stdin=subprocess.DEVNULL,
