@@ -16,6 +16,8 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <unistd.h>
+#include <utility>
 
 yat_ft_functions yat_ft_func;
 
@@ -42,12 +44,24 @@ std::string platformLibrary()
     return machine.isMakers ? yat::fileOfRoot(machine.platform) : machine.platform;
 }
 
+// What to do about a platform that can't be loaded. Each of ours is in a package of its own, which
+// may be the one that was left out.
+std::string advice(const std::string &path)
+{
+    const bool isMissing = access(path.c_str(), F_OK) != 0;
+    for (const auto &[name, package] : {std::pair{"/yathost.dll", "mrvutil-host"},
+                                        std::pair{"/yatcore.dll", "mrvutil-simulator"}})
+        if (isMissing && path.ends_with(name))
+            return std::string("install the package ") + package + ", or the product again";
+    return "install the product again";
+}
+
 Library load(const std::string &path)
 {
     Library library(yat::openLibrary(path.c_str()));
     if (!library)
-        throw yat::Problem("the platform can't be loaded: " + yat::fromDisplay(dlerror())
-                           + "; install the product again");
+        throw yat::Problem("the platform can't be loaded: " + yat::fromDisplay(dlerror()) + "; "
+                           + advice(path));
     return library;
 }
 

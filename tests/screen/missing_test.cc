@@ -52,7 +52,7 @@ const Missing missing[] = {
      keys::backTab + keys::enter},
     {"platform", [](const ProductRoot &root) { fs::remove(root.library() / "yatcore.dll"); },
      "the platform can't be loaded: ROOT/lib/yatcore.dll: cannot open shared object file: No such "
-     "file or directory; install the product again",
+     "file or directory; install the package mrvutil-simulator, or the product again",
      0},
     {"platformIsDamaged",
      [](const ProductRoot &root) { replace(root.library() / "yatcore.dll", "not an object"); },
@@ -70,7 +70,7 @@ const Missing missing[] = {
     {"platformOfTheHardware",
      [](const ProductRoot &root) { fs::remove(root.library() / "yathost.dll"); },
      "the platform can't be loaded: ROOT/lib/yathost.dll: cannot open shared object file: No such "
-     "file or directory; install the product again",
+     "file or directory; install the package mrvutil-host, or the product again",
      0, "hardware"},
     {"platformRefuses",
      [](const ProductRoot &root) {
