@@ -5,11 +5,11 @@
  *     cc -std=c11 -shared -fPIC -I INCLUDE -o minimal.so minimal-platform.c
  *     sudo install -D minimal.so /opt/maker/minimal.so
  *     sudo YAT_MACHINE=/opt/maker/minimal.so mrvutil
- *
- * SPDX-License-Identifier: GPL-2.0-or-later
  */
+#include <yat/facts.h>
 #include <yat/platform.h>
 
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -123,6 +123,29 @@ static int noSetting(int kind, int object, int index, int *value)
     return 0;
 }
 
+/* ---- What a platform may leave out */
+
+static int getFacts(struct yat_device *device, struct yat_facts *facts)
+{
+    if (device != &module)
+        return 0;
+    const struct yat_facts told = {.size = facts->size,
+                                   .known = YAT_KNOWS_STATE | YAT_KNOWS_FAILURES,
+                                   .state = YAT_DEVICE_RUNNING,
+                                   .failures = clears == 0 ? 1 : 0};
+    memcpy(facts, &told, sizeof told); /* those of later versions of it stay as they were */
+    return 1;
+}
+
+static int getReason(struct yat_device *device, int code, int detail, char *text)
+{
+    (void)device, (void)code;
+    if (detail != YAT_DETAIL_UNSUPPORTED)
+        return 0;
+    snprintf(text, 1024, "the only CPU module is not stopped");
+    return 1;
+}
+
 /* ---- The platform */
 
 static int openMachine(void)
@@ -155,4 +178,6 @@ YAT_API const struct yat_platform YatPlatform = {
                   .burn_firmware = refuseWith,
                   .get_setting = noSetting,
                   .put_setting = noSetting},
+    .get_facts = getFacts,
+    .get_reason = getReason,
 };

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
 /* Makes the calls that the minimal platform has answers to. */
+#include <yat/facts.h>
 #include <yat/ft.h>
 
 #include <stdio.h>
@@ -47,6 +48,13 @@ int main(void)
     expect(IfSupport(module, 5, &detail) == 0 && detail == YAT_DETAIL_UNSUPPORTED,
            "support of starting");
     expect(InitBringUp(module, 6) == 0, "starting");
+    expect(GetSupportReason(module, 5, detail, text) == 1 && strlen(text) > 0, "reason");
+
+    struct yat_facts facts = {.size = sizeof facts};
+    expect(GetDeviceFacts(module, &facts) == 1 && facts.size == sizeof facts
+               && facts.known == (YAT_KNOWS_STATE | YAT_KNOWS_FAILURES)
+               && facts.state == YAT_DEVICE_RUNNING && facts.failures == 0,
+           "facts");
 
     expect(FreeTreeViewData(&root) == 1 && !root, "freeing the tree");
     expect(ft_FunctionRelease() == 1, "closing");
