@@ -143,6 +143,7 @@ int tryTo(const Asked &asked, const char *name)
         return 0;
     }
     note(asked, name, "begun", "");
+    lookAnew();
     carryOut(machine, *asked.device, *asked.code->verb);
     noteDone(asked, name);
     return 1;

@@ -9,7 +9,10 @@
 #include "yat/winshim.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <optional>
+#include <set>
 
 namespace host {
 namespace {
@@ -21,6 +24,37 @@ void list(const Machine &machine)
 {
     listed = devicesOf(machine, nameOf, isJapanese());
     forgetNames();
+}
+
+// One look at the server for all questions of a listing, as a look at a large one takes long. It
+// answers each question once and for a moment only: who asks again wants to know what it is now.
+struct Look {
+    Machine machine;
+    std::chrono::steady_clock::time_point until;
+    std::set<std::string> answered{};
+};
+std::optional<Look> lastLook;
+
+bool canAnswer(const std::string &question)
+{
+    return lastLook && std::chrono::steady_clock::now() < lastLook->until
+           && lastLook->answered.insert(question).second;
+}
+
+// The answers to what is asked after facts may come from their look.
+const Machine &lookForFacts(const std::string &question)
+{
+    if (!canAnswer(question))
+        lastLook = {
+            readMachine(), std::chrono::steady_clock::now() + std::chrono::seconds(1), {question}};
+    return lastLook->machine;
+}
+
+Machine lookFor(int kind, int number, int what)
+{
+    const std::string question =
+        std::to_string(kind) + " " + std::to_string(number) + " " + std::to_string(what);
+    return canAnswer(question) ? lastLook->machine : readMachine();
 }
 
 const Device *deviceNumbered(int classCode, int instance)
@@ -73,6 +107,7 @@ Counts countsSinceCleared(const Machine &machine, const Device &device)
 
 int createTree(yat_device **root)
 {
+    lookAnew();
     list(readMachine());
     std::vector<yat::DeviceRow> rows;
     for (const Device &device : listed) {
@@ -110,7 +145,7 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
 {
     if (!buffer || !size)
         return -1;
-    const auto value = propertyOf(readMachine(), kind, number, property);
+    const auto value = propertyOf(lookFor(kind, number, property), kind, number, property);
     return value && yat::putProperty(*value, buffer, size) ? 0 : -1;
 }
 
@@ -121,7 +156,7 @@ int statusChange(int kind, int number, int code, char *text)
     const Device *device = isKnown ? deviceNumbered(kind, number) : nullptr;
     if (!device)
         return -1;
-    const Machine machine = readMachine();
+    const Machine machine = lookFor(kind, number, -code);
     const auto state =
         stateText(machine, *device, countsSinceCleared(machine, *device), isJapanese());
     if (!state)
@@ -137,7 +172,7 @@ int getFacts(yat_device *record, yat_facts *facts)
     const Device *device = listedDevice(record);
     if (!device)
         return 0;
-    const Machine machine = readMachine();
+    const Machine &machine = lookForFacts(keyOf(*device));
     const Counts counts = countsSinceCleared(machine, *device);
     yat_facts told{};
     told.size = facts->size;
@@ -172,8 +207,14 @@ bool isJapanese()
     return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
 }
 
+void lookAnew()
+{
+    lastLook.reset();
+}
+
 void forget()
 {
+    lookAnew();
     listed.clear();
     forgetNames();
 }

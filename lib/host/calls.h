@@ -21,6 +21,9 @@ const Device *listedDevice(const yat_device *record);
 // Whether the texts are to be Japanese.
 bool isJapanese();
 
+// Has no question answered by what was read before.
+void lookAnew();
+
 // Forgets what was read.
 void forget();
 

@@ -67,6 +67,7 @@ int rtnl_route_alloc_cache(nl_sock *socket, int family, int flags, nl_cache **ca
 
 int udev_enumerate_add_match_subsystem(udev_enumerate *enumeration, const char *subsystem)
 {
+    kernel.looksAtFunctions += subsystem == std::string_view("pci") ? 1 : 0;
     return subsystem == kernel.untoldKind
                ? -EIO
                : next<decltype(udev_enumerate_add_match_subsystem)>(

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What is shown of a server: whatever it has and whatever it lacks.
+#include "kernel.h"
 #include "looked.h"
 
 #include <fcntl.h>
@@ -216,6 +217,34 @@ TEST_F(Looks, ErrorsOfFunctionsAreCountedForTheirModule)
     server.write(one + "/aer_dev_nonfatal", "Undefined 0\nTOTAL_ERR_NONFATAL 2\n");
     server.write(other + "/aer_dev_fatal", "TOTAL_ERR_FATAL 1\n");
     EXPECT_EQ(pci(1), "Running,\nCE 4, UE 3");
+}
+
+TEST_F(Looks, OneAnswersForAllDevicesOnceEach)
+{
+    addThousandFunctions(server);
+    server.addProcessor(0, 0);
+    const std::string card = server.addFunction("0000:41:00.0", ethernet);
+    server.addSlot("65", "0000:41:00", true, true);
+    yat_device *tree = nullptr;
+    ASSERT_EQ(CALL(CreateTreeViewData)(&tree), 1);
+    const auto failures = [&](yat_device *device) {
+        yat_facts facts{};
+        facts.size = sizeof facts;
+        EXPECT_EQ(CALL(GetDeviceFacts)(device, &facts), 1);
+        return facts.failures;
+    };
+    const int before = kernel.looksAtFunctions;
+    for (int number = 1; number <= 65; ++number) {
+        failures(record(YAT_CLASS_PCI_MODULE, number));
+        EXPECT_EQ(pci(number), "Running");
+    }
+    EXPECT_LE(kernel.looksAtFunctions - before, 15); // of 130 questions, if the machine is slow
+    server.write(card + "/aer_dev_fatal", "TOTAL_ERR_FATAL 1\n");
+    EXPECT_EQ(failures(record(YAT_CLASS_PCI_MODULE, 65)), 1); // asked again, it is as it is now
+    EXPECT_EQ(pci(65), "Running,\nCE 0, UE 1");
+    server.write(card + "/aer_dev_fatal", "TOTAL_ERR_FATAL 2\n");
+    EXPECT_EQ(pci(65), "Running,\nCE 0, UE 2");
+    CALL(FreeTreeViewData)(&tree);
 }
 
 // ---- Odd files

@@ -241,6 +241,7 @@ TEST_F(Operations, ClearedCountsBeginAnew)
     EXPECT_EQ(facts.known, YAT_KNOWS_STATE | YAT_KNOWS_FAILURES | YAT_KNOWS_BIOS);
     EXPECT_EQ(facts.failures, 2);
     EXPECT_EQ(facts.state, YAT_DEVICE_RUNNING);
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 2, UE 0"); // from the same look
 
     server.write(controller + "/ce_count", "3\n"); // its driver was loaded again
     for (const char *count : {"3", "6", "7", "9"}) {
