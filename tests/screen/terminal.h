@@ -94,6 +94,7 @@ public:
 
 private:
     bool pump(std::chrono::milliseconds limit);
+    void letCountsBeWritten();
     static int propertySet(VTermProp property, VTermValue *value, void *self);
 
     int descriptor = -1;

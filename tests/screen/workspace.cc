@@ -69,6 +69,8 @@ std::map<std::string, std::string> Workspace::environment() const
         {"UBSAN_OPTIONS", "print_stacktrace=1:" + log},
         {"LSAN_OPTIONS", std::string("print_suppressions=0:suppressions='") + SUPPRESSIONS + "'"},
     };
+    if (const char *counts = getenv("YAT_COUNTS"))
+        result["YAT_COUNTS"] = counts;
     for (const auto &[name, value] : options.environment) {
         if (value == "(unset)")
             result.erase(name);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 #include <newt.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -80,7 +81,20 @@ CALL(void, newtPushHelpLine, (const char *text), (text))
 CALL(void, newtRefresh, (), ())
 CALL(int, newtResume, (), ())
 CALL(void, newtTrashScreen, (), ())
-CALL(int, raise, (int signal), (signal))
+
+// A program that a test has seen enough of would leave no counts of the lines that ran. While these
+// are wanted, the test makes a file of its number and sends SIGTERM: here it ends by itself
+// instead.
+int raise(int signal)
+{
+    if (IS_OF_THE_PROGRAM)
+        record("raise(" + shown(signal) + ")");
+    const char *counts = getenv("YAT_COUNTS");
+    if (counts && signal == SIGTERM
+        && access((std::string(counts) + "/" + std::to_string(getpid())).c_str(), F_OK) == 0)
+        exit(0);
+    return real<decltype(raise)>("raise")(signal);
+}
 
 // A rule for it holds the program while the screen is left.
 void newtSuspend(void)
