@@ -16,19 +16,6 @@ project = pathlib.Path(__file__).resolve().parent.parent.parent
 version = "4.2.0001"  # in the data file of each machine
 calls = {"stop": "InitBringDown", "update": "BurnFirmware", "start": "InitBringUp"}
 
-# Stands between the collection and yatctl: once the operation that the machine's file names is done,
-# it says so in another file, and does not end.
-hangingYatctl = """#!/bin/sh
-STAGE/bin/yatctl "$@" || exit $?
-case "$*" in
-"$(cat "$YAT_STATE_DIR/hang-after" 2>/dev/null || echo nothing)"*)
-    rm "$YAT_STATE_DIR/hang-after"
-    echo >"$YAT_STATE_DIR/hangs"
-    exec sleep 600
-    ;;
-esac
-"""
-
 
 class Fleet:
     def __init__(self, stage, work, healthy, others):
@@ -40,10 +27,6 @@ class Fleet:
                        stdout=subprocess.DEVNULL,
                        env={**os.environ, "HOME": str(work),
                             "ANSIBLE_COLLECTIONS_PATH": str(work / "collections")})
-        self.stub = work / "stub"
-        self.stub.mkdir()
-        (self.stub / "yatctl").write_text(hangingYatctl.replace("STAGE", str(stage)))
-        (self.stub / "yatctl").chmod(0o755)
         for name in self.names:
             (work / name).mkdir()
             self.yatsim(name, "set", "data_file", version)
@@ -52,8 +35,14 @@ class Fleet:
     def environment(self, name):
         return {"YAT_STATE_DIR": str(self.work / name), "YAT_MACHINE": "CEDAR",
                 "YAT_TIME_SCALE": "200",
-                "PATH": (f"{self.stub}:" if name.startswith("killed-after") else "")
-                        + f"{self.stage}/bin:/usr/sbin:/usr/bin:/sbin:/bin"}
+                "PATH": f"{self.work / name}/bin:{self.stage}/bin:/usr/sbin:/usr/bin:/sbin:/bin"}
+
+    def standBetween(self, name, script):
+        """Has a shell script take the place of a machine's yatctl, which is $yatctl to it."""
+        stub = self.work / name / "bin/yatctl"
+        stub.parent.mkdir()
+        stub.write_text(f"#!/bin/sh\nyatctl={self.stage}/bin/yatctl\n{script}")
+        stub.chmod(0o755)
 
     def ask(self, program, name, *arguments):
         done = subprocess.run([self.stage / "bin" / program, *arguments], stdin=subprocess.DEVNULL,
