@@ -5,8 +5,10 @@
 #include "host/sysfs.h"
 #include "operated.h"
 #include "support/problem.h"
+#include "support/process.h"
 
-#include <fcntl.h>
+#include <chrono>
+#include <csignal>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -117,17 +119,29 @@ TEST_F(Ends, ProcessorIsWhereTheKernelHasItAmongAll)
                                 "and did not follow; 0 of 2 are online");
 }
 
-// ---- Writing
-
-TEST(Attribute, ThatTakesNothingIsGivenUp)
+// Its process is killed while the slot is on its way.
+TEST_F(Ends, OperationThatWasKilledIsSeenAsItIs)
 {
-    TemporaryDirectory directory;
-    const std::string file = directory.path / "power";
-    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0); // without a reader
-    EXPECT_EQ(host::writeAttribute(file, "1", milliseconds(50)),
-              "the kernel has not taken \"1\" for " + file + " in time");
+    server.addProcessor(0, 0);
+    const std::string card = server.addFunction("0000:02:00.0", display, "some");
+    server.addSlot("1", "0000:02:00", true, true);
+    yat_device *module = record(YAT_CLASS_PCI_MODULE, 1);
+    const pid_t program = fork();
+    if (program == 0) {
+        CALL(InitBringDown)(module, stopPci + 1); // which waits for the function to go
+        _exit(0);
+    }
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (server.read("/sys/bus/pci/slots/1/power").substr(0, 1) != "0"
+           && std::chrono::steady_clock::now() < end)
+        usleep(2000);
+    EXPECT_EQ(kill(program, SIGKILL), 0);
     int status = 0;
-    EXPECT_GT(wait(&status), 0);
-    EXPECT_TRUE(WIFSIGNALED(status)); // so it does nothing later
-    EXPECT_EQ(host::writeAttribute(directory.path, "1", milliseconds(5000)), "Is a directory");
+    EXPECT_EQ(waitpid(program, &status, 0), program);
+    EXPECT_TRUE(WIFSIGNALED(status)); // it was in the middle
+    EXPECT_EQ(journal(), (Lines{"PCI module 1 (slot 1) stop begun "}));
+    EXPECT_EQ(pci(1), "Stopped");
+    EXPECT_EQ(CALL(InitBringUp)(module, startPci + 1), 1) << trace(); // nothing stands in its way
+    EXPECT_EQ(pci(1), "Running");
+    EXPECT_EQ(journal().back(), "PCI module 1 (slot 1) start done ");
 }

@@ -187,6 +187,32 @@ TEST_F(Looks, AdaptersAreBelowTheirSlots)
     EXPECT_EQ(pci(4), "Running");
 }
 
+TEST_F(Looks, SlotWithoutASwitchIsNone)
+{
+    server.addProcessor(0, 0);
+    server.addFunction("0000:01:00.0", ethernet);
+    server.addSlot("1", "0000:01:00", true, true);
+    server.addSlot("2", "0000:02:00", true, false);
+    server.remove("/sys/bus/pci/slots/1/power");
+    const Lines lines = tree();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[1], "3 1 2.2.0.0.0.0.0.0 PCI module 1 (slot 2)");
+    EXPECT_EQ(lines[2], "3 2 255.0.0.0.0.0.0.0 PCI module 2 (not in a slot)");
+    EXPECT_EQ(lines[3].substr(0, 26), "  13 1 255.1.0.0.0.0.0.0 E");
+}
+
+TEST_F(Looks, FunctionsAreInTheOrderOfTheirAddresses)
+{
+    server.addProcessor(0, 0);
+    const std::string port = server.addFunction("0000:00:01.0", bridge);
+    server.addFunction("0000:03:00.0", nvme, "", port); // before the next one by its path
+    server.addFunction("0000:00:02.0", nvme);
+    const Lines lines = tree();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[2].substr(0, 26), "  8 1 255.0.2.0.0.0.0.0 SC");
+    EXPECT_EQ(lines[3].substr(0, 26), "  8 2 255.3.0.0.0.0.0.0 SC");
+}
+
 TEST_F(Looks, SlotsBelowSlotsAndVirtualFunctionsHaveTheirPlaces)
 {
     server.addProcessor(0, 0);
@@ -290,7 +316,9 @@ TEST_F(Looks, FilesThatWouldKeepTheReaderWaitingAreNotThere)
         server.remove(file);
         ASSERT_EQ(mkfifo(server.at(file).c_str(), 0600), 0);
     }
-    EXPECT_EQ(tree().at(1), "3 1 1.1.0.0.0.0.0.0 PCI module 1 (slot 1)");
+    const Lines lines = tree();
+    ASSERT_EQ(lines.size(), 3u); // without slot 2, whose switch is none
+    EXPECT_EQ(lines[1], "3 1 1.1.0.0.0.0.0.0 PCI module 1 (slot 1)");
     EXPECT_EQ(cpu(1), "2 of 2 running");
     EXPECT_EQ(pci(1), "Running");
     EXPECT_EQ(property(1, YAT_PROPERTY_BIOS_VERSION), "(unreadable)");

@@ -281,7 +281,9 @@ TEST_F(Operations, CountsOfAdaptersAreThoseOfWhatTheyHave)
     server.addProcessor(0, 0);
     const std::string card = server.addFunction("0000:02:00.0", ethernet);
     const std::string disks = server.addFunction("0000:03:00.0", scsi);
-    server.write(server.addInterface(card, "ens3") + "/statistics/rx_errors", "5\n");
+    const std::string interface = server.addInterface(card, "ens3");
+    server.write(interface + "/statistics/rx_errors", "5\n");
+    server.write(interface + "/statistics/tx_errors", "40\n");
     server.write(card + "/aer_dev_correctable", "TOTAL_ERR_COR 2\n");
     server.write(disks + "/host1/target1:0:0/1:0:0:0/x", "");
     server.addDisk(disks, "sdplay", 1);
@@ -292,9 +294,28 @@ TEST_F(Operations, CountsOfAdaptersAreThoseOfWhatTheyHave)
         EXPECT_EQ(CALL(GetDeviceFacts)(record(classCode, 1), &facts), 1);
         return facts.failures;
     };
-    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER), 7);
+    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER), 47);
+    EXPECT_EQ(pci(1), "Running,\nCE 2, UE 0"); // what PCI Express reports only
     EXPECT_EQ(failures(YAT_CLASS_SCSI_ADAPTER), 31);
     EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_SCSI_ADAPTER, 1), 26), 1) << trace();
     EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_ETHERNET_ADAPTER, 1), 32), 1) << trace();
     EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER) + failures(YAT_CLASS_SCSI_ADAPTER), 0);
+}
+
+TEST_F(Operations, ClearTheCountOfOneDeviceOnly)
+{
+    addPackages(2, 1);
+    server.write("/proc/interrupts", "       CPU0 CPU1\nMCE:  0 4 Machine check exceptions\n");
+    const std::string card = server.addFunction("0000:02:00.0", display);
+    server.write(card + "/aer_dev_fatal", "TOTAL_ERR_FATAL 4\n");
+    server.addSlot("1", "0000:02:00", true, true);
+    EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_PCI_MODULE, 1), 16), 1) << trace();
+    EXPECT_EQ(pci(1), "Running,\nCE 0, UE 0");
+    EXPECT_EQ(cpu(2), "1 of 1 running,\nCE 0, UE 4"); // package 1 is not slot 1
+
+    const auto written = std::filesystem::last_write_time(state.path / "host.json");
+    std::filesystem::last_write_time(state.path / "host.json", written - std::chrono::hours(1));
+    EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_PCI_MODULE, 1), 16), 1) << trace();
+    EXPECT_EQ(std::filesystem::last_write_time(state.path / "host.json"),
+              written - std::chrono::hours(1)); // nothing new was to be remembered
 }
