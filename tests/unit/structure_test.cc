@@ -154,13 +154,6 @@ TEST(Structure, NoFileHasMoreThan400Lines)
         EXPECT_LE(std::ranges::count(source.text, '\n'), 400) << source.path;
 }
 
-TEST(Structure, EveryFileNamesItsLicence)
-{
-    for (const Source &source :
-         sourcesBelow({"base", "bench", "doc", "include", "lib", "src", "tests", "tools"}))
-        EXPECT_EQ(source.text.find("SPDX-License-Identifier: GPL-2.0-or-later"), 3u) << source.path;
-}
-
 // Of a program with another one's rights, the environment is not to be trusted.
 TEST(Structure, TheEnvironmentIsReadSecurely)
 {
