@@ -178,7 +178,7 @@ TEST_F(PluginTest, TellsEveryMistakeOfADescription)
 TEST_F(PluginTest, TakesNoAnswerFromADescriptionWithAMistakeElsewhere)
 {
     const std::string file = describe("response = [0, 1, 2, 3, 4]\nanswer = 7");
-    expectFailure(file, file + ":11: unknown key 'answer' in [bmc], expected response");
+    expectFailure(file, file + ":12: unknown key 'answer' in [bmc], expected response");
 }
 
 TEST_F(PluginTest, FailsWithoutADescription)
