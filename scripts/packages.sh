@@ -12,7 +12,7 @@ mandoc dpkg-dev umockdev python3-jsonschema codespell cppcheck"
 fullPackages="clang-14 libclang-rt-14-dev llvm-14 qemu-system-x86 busybox-static freeipmi-tools \
 prometheus prometheus-node-exporter ansible-core ansible-lint yamllint openssh-server debootstrap"
 # To build packages, and to look them through.
-packagePackages="debhelper dpkg-dev lintian git"
+packagePackages="debhelper dpkg-dev lintian git binutils diffoscope-minimal"
 
 die() {
     echo "$(basename "$0"): $*" >&2
