@@ -2,6 +2,8 @@
 // What the programs differ in: each defines its own.
 #pragma once
 
+#include "base/display.h"
+
 #include <cerrno>
 #include <cstdio>
 
@@ -17,5 +19,5 @@ extern const Program program;
 // Says something on standard error. newt must not have the screen.
 inline void say(const char *text)
 {
-    fprintf(stderr, "%s: %s\n", program_invocation_short_name, text);
+    fprintf(stderr, "%s: %s\n", program_invocation_short_name, showable(text).c_str());
 }

@@ -250,6 +250,14 @@ TEST(Terminal, HasToBeKnown)
                                 "TERM is not set; set it to the type of this terminal");
 }
 
+TEST(Terminal, IsNamedSoThatItCanBeShown)
+{
+    Session session({.term = "x\x1b[2Jy"});
+    session.expectExit(0);
+    EXPECT_TRUE(session.terminal().output().starts_with("mrvutil: a terminal of type 'x?[2Jy' is "))
+        << session.terminal().output();
+}
+
 TEST(Terminal, HasToHaveRoomForAWindow)
 {
     expectRefusalInTerminal({.rows = 11, .columns = 40},
