@@ -3,6 +3,8 @@
 // gone.
 #include "session.h"
 
+#include <csignal>
+
 namespace {
 
 // From the tree into a window and out again, as far as the memory goes. Esc leaves each.
@@ -61,4 +63,35 @@ TEST(Memory, ThatComesToAnEndIsToldOnceTheScreenIsGone)
             << last;
         EXPECT_TRUE(visit.terminal.modesAreAsBefore()) << last;
     }
+}
+
+TEST(Memory, ThatIsMissingCrossesTheBoundaryAsAResult)
+{
+    const Workspace workspace{RunOptions{}};
+    const auto open = [&](long lastAllocation, const std::vector<std::string> &command) {
+        auto environment = workspace.environment();
+        environment["LD_PRELOAD"] = workspace.preloadable(SHORT_MEMORY);
+        environment["YAT_LAST_ALLOCATION"] = std::to_string(lastAllocation);
+        environment["YAT_ALLOCATIONS"] = (workspace.directory() / "allocations").string();
+        return ::run(command, {.environment = environment});
+    };
+    const auto allocations = [&](const std::vector<std::string> &command) {
+        EXPECT_EQ(open(0, command).status, 0);
+        return atol(readFile(workspace.directory() / "allocations").c_str());
+    };
+    const long before = allocations({OPENING, "not"}), all = allocations({OPENING});
+    ASSERT_GT(all, before + 50);
+    // The loader ends the process by itself, and so does the first exception of a library for which
+    // the loader had no memory any more.
+    int failures = 0, lost = 0;
+    for (long last = before + 1; last <= before + 50; ++last) { // the platform's own come later
+        const Finished run = open(last, {OPENING});
+        const bool isLost = run.status == 127 || run.status == -SIGABRT;
+        EXPECT_TRUE(run.status == 0 || run.status == 1 || isLost) << run.status << " at " << last;
+        EXPECT_TRUE(run.status == 0 || !run.errors.empty()) << last;
+        failures += run.status == 1;
+        lost += isLost;
+    }
+    EXPECT_GT(failures, 0);
+    EXPECT_LE(lost, 2);
 }
