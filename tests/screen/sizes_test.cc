@@ -13,6 +13,15 @@ namespace {
 constexpr int tall = 60; // rows, on which everything fits
 
 const std::string longName(127, 'n');
+
+// As many bytes in characters that are two columns wide.
+std::string wideName()
+{
+    std::string name = "n";
+    while (name.size() < longName.size())
+        name += "漢";
+    return name;
+}
 const std::string longText =
     "Something went wrong here, and this text tells at length what it was, so "
     "that it takes a line of its own and two more.";
@@ -68,6 +77,25 @@ RunOptions withLongName(int classCode)
     return {.tree = "0 1 " + std::to_string(classCode) + " 1 0 " + longName + "\n"};
 }
 
+// A module and an adapter of each kind, all of that name.
+RunOptions withWideNames()
+{
+    RunOptions options;
+    for (const char *device : {"0 1 2 1 0 ", "0 1 3 1 0 ", "1 2 8 1 0 ", "1 2 13 1 0 "})
+        options.tree += device + wideName() + "\n";
+    return options;
+}
+
+std::vector<Visit> windowsWithWideName(const Device &device, bool canBeStopped = true)
+{
+    std::vector<Visit> visits = {
+        {"tree", nullptr, "", "WINDOW_TITLE_MRV_ID", {}, true},
+        {"window", nullptr, device.path + enter, wideName() + " --WINDOW_TITLE_MRV_ID"}};
+    if (canBeStopped)
+        visits.push_back({"question", "COMBUTTON_STOP_ID", "", wideName().substr(0, 79), {no}});
+    return visits;
+}
+
 const std::string first = space + down + space + down + enter; // below its group
 
 // Made when the tests are, because the devices are then.
@@ -93,6 +121,10 @@ const std::vector<Tour> &tours()
          {{"tree", nullptr, "", "WINDOW_TITLE_MRV_ID", {}, true},
           {"window", nullptr, first, longName + " --WINDOW_TITLE_MRV_ID"},
           {"question", "COMBUTTON_STOP_ID", "", longName.substr(0, 79), {no}}}},
+        {"WideNameOfCpu", withWideNames(), windowsWithWideName(cpuModule)},
+        {"WideNameOfPci", withWideNames(), windowsWithWideName(pciModule)},
+        {"WideNameOfScsi", withWideNames(), windowsWithWideName(scsiAdapter, false)},
+        {"WideNameOfEthernet", withWideNames(), windowsWithWideName(ethernetAdapter, false)},
         {"General",
          {.program = "mrvgeneral"},
          {{"window", nullptr, "", "WINDOW_TITLE_GENERAL_ID"},
