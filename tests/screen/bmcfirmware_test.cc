@@ -328,7 +328,7 @@ TEST(BmcUpdate, SignalFromOutsideEndsTheProgramAndLeavesTheTerminalToItsUser)
     session.see("READY");
     session.terminal().kill(SIGTERM);
     session.expectSignal(SIGTERM);
-    EXPECT_TRUE(session.terminal().modes().canonical && session.terminal().modes().echo);
+    EXPECT_TRUE(session.terminal().modesAreAsBefore());
 }
 
 TEST(BmcUpdate, FindsANewSizeOfTheTerminal)

@@ -11,11 +11,12 @@ using namespace std::chrono_literals;
 
 void expectRestored(Session &session)
 {
-    EXPECT_TRUE(session.terminal().modes().canonical);
-    EXPECT_TRUE(session.terminal().modes().echo);
+    EXPECT_TRUE(session.terminal().modesAreAsBefore());
     EXPECT_FALSE(session.terminal().inAlternateScreen());
     EXPECT_TRUE(session.terminal().cursorIsVisible());
     EXPECT_FALSE(session.terminal().contains("FT server"));
+    EXPECT_EQ(session.calls("klogctl"),
+              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
 void openPciModule(Session &session)
@@ -48,8 +49,6 @@ TEST_P(EverySignal, RestoresTheTerminalAndTakesItsEffect)
     session.terminal().kill(GetParam());
     session.expectSignal(GetParam());
     expectRestored(session);
-    EXPECT_EQ(session.calls("klogctl"),
-              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
 // All that end a process by themselves and can be told of it before.
@@ -101,10 +100,7 @@ TEST_P(EveryWayOut, RestoresTheTerminal)
         session.send(way.keysSent);
     }
     session.expectExit(way.status);
-    EXPECT_TRUE(session.terminal().modesAreAsBefore());
     expectRestored(session);
-    EXPECT_EQ(session.calls("klogctl"),
-              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Ending, EveryWayOut, testing::ValuesIn(waysOut),
@@ -143,8 +139,6 @@ TEST(Ending, ByALibraryThatEndsTheProcessRestoresTheTerminal)
     session.send(keys::enter);
     session.expectExit(7);
     expectRestored(session);
-    EXPECT_EQ(session.calls("klogctl"),
-              (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
 TEST(Ending, IsNotForALimitOfFiles)

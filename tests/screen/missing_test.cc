@@ -108,13 +108,27 @@ protected:
                              .environment = {{"YAT_MACHINE", GetParam().machine}}});
     }
 
+    // mrvfirmware asks no platform.
+    static bool concernsAll()
+    {
+        return std::string_view(GetParam().name).starts_with("catalogue");
+    }
+
+    static std::vector<std::string> programs()
+    {
+        std::vector<std::string> result = {"mrvutil", "mrvgeneral"};
+        if (concernsAll())
+            result.push_back("mrvfirmware");
+        return result;
+    }
+
     ProductRoot root;
     std::string complaint;
 };
 
 TEST_P(EveryMissing, IsToldInOneLineWithoutAScreen)
 {
-    for (const char *program : {"mrvutil", "mrvgeneral"}) {
+    for (const std::string &program : programs()) {
         Workspace workspace(options(program, {"-debug"}));
         const Finished run = runPlain(workspace);
         EXPECT_EQ(run.status, GetParam().status);
@@ -122,19 +136,32 @@ TEST_P(EveryMissing, IsToldInOneLineWithoutAScreen)
     }
 }
 
+TEST_P(EveryMissing, PlatformIsNoneOfTheFirmwaresConcern)
+{
+    if (concernsAll())
+        return;
+    Workspace workspace(options("mrvfirmware", {"-debug"}));
+    const Finished run = runPlain(workspace);
+    const bool isSimulated = GetParam().machine == "CEDAR";
+    EXPECT_EQ(run.status, isSimulated ? 1 : 0);
+    EXPECT_EQ(run.errors, isSimulated ? ""
+                                      : "mrvfirmware: the firmware revision cannot be read; the "
+                                        "trace log says why\n");
+}
+
 TEST_P(EveryMissing, IsToldInOneLineBelowTheScreenThatIsGone)
 {
-    for (const char *program : {"mrvutil", "mrvgeneral"}) {
+    for (const std::string &program : programs()) {
         Session session(options(program));
         if (const std::string leave =
-                program == std::string("mrvutil") ? GetParam().leaveTree : GetParam().leaveSettings;
+                program == "mrvutil" ? GetParam().leaveTree : GetParam().leaveSettings;
             !leave.empty()) {
             session.terminal().waitUntil([&] { return session.terminal().contains("┌"); });
             session.send(leave);
         }
         session.expectExit(GetParam().status);
         EXPECT_FALSE(session.terminal().inAlternateScreen());
-        EXPECT_TRUE(session.terminal().modes().canonical && session.terminal().modes().echo);
+        EXPECT_TRUE(session.terminal().modesAreAsBefore());
         const std::string output = session.terminal().output();
         EXPECT_TRUE(output.ends_with(program + complaint + "\r\n")) << output;
         EXPECT_EQ(output.find(complaint), output.rfind(complaint));
@@ -214,7 +241,7 @@ TEST(Missing, FunctionOfTheLibraryEndsTheProgramBeforeItTouchesTheTerminal)
             EXPECT_TRUE(output.ends_with(name.substr(1) + "\r\n")) << output;
             EXPECT_EQ(std::ranges::count(output, '\n'), 1);
             EXPECT_EQ(output.find('\x1b'), output.npos);
-            EXPECT_TRUE(terminal.modes().canonical && terminal.modes().echo);
+            EXPECT_TRUE(terminal.modesAreAsBefore());
         }
     }
 }

@@ -219,7 +219,7 @@ TEST(Terminal, IsLeftAsItWasFound)
     EXPECT_FALSE(session.terminal().cursorIsVisible());
     session.send(keys::ctrlO);
     session.expectExit(1);
-    EXPECT_TRUE(session.terminal().modes().canonical && session.terminal().modes().echo);
+    EXPECT_TRUE(session.terminal().modesAreAsBefore());
     EXPECT_FALSE(session.terminal().inAlternateScreen());
     EXPECT_TRUE(session.terminal().cursorIsVisible());
 }

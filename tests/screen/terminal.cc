@@ -95,7 +95,14 @@ Terminal::Terminal(const TerminalOptions &options)
         throw std::runtime_error("openpty");
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     fcntl(replica, F_SETFD, FD_CLOEXEC);
+    // Some that nobody would guess.
     tcgetattr(replica, &before);
+    before.c_cc[VERASE] = '\b';
+    before.c_cc[VKILL] = '\x18';
+    before.c_cc[VWERASE] = '\x14';
+    before.c_lflag &= ~static_cast<tcflag_t>(ECHOCTL);
+    before.c_iflag |= IXANY;
+    tcsetattr(replica, TCSANOW, &before);
 
     child = start(options.command, {.environment = options.environment, .prepare = [&] {
                                         setsid();
