@@ -160,7 +160,7 @@ TEST_F(PluginTest, FailsWhereTheDescriptionIsWrong)
         const Lines records = takeTrace();
         ASSERT_EQ(records.size(), 3u) << value;
         EXPECT_TRUE(std::regex_match(
-            records[1], std::regex("1 YATGetDeviceID " + file + ":10: .*response.*" + bytes)))
+            records[1], std::regex("1 YATGetDeviceID " + file + ":11: .*response.*" + bytes)))
             << records[1];
     }
     expectFailure(describe(""), "no 'response' in [bmc] of the machine's description, so it has no "

@@ -215,14 +215,14 @@ TEST(Description, SetsMtbfTypesOnlyWhereTheMachineHasThem)
     EXPECT_EQ(
         mistakesOf(shipped("BIRCH", "\"burn firmware\"", "\"set MTBF type\"")),
         std::vector<std::string>{
-            "F:29: wrong value for 'cpu_module', expected \"set MTBF type\" only on a machine "
+            "F:30: wrong value for 'cpu_module', expected \"set MTBF type\" only on a machine "
             "of type \"CEDAR\""});
 }
 
 TEST(Description, OfAnUnknownTypeIsBlamedForTheTypeOnly)
 {
     EXPECT_EQ(mistakesOf(shipped("CEDAR", "type = \"CEDAR\"", "type = \"OAK\"")),
-              std::vector<std::string>{"F:5: wrong value for 'type', expected one of \"ALDER\", "
+              std::vector<std::string>{"F:6: wrong value for 'type', expected one of \"ALDER\", "
                                        "\"BIRCH\", \"CEDAR\", \"PLAIN\""});
 }
 
