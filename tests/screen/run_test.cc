@@ -48,6 +48,14 @@ void expectRefusalInTerminal(const RunOptions &options, const std::string &reaso
 
 } // namespace
 
+// The loader takes blanks and colons for the ends of names.
+TEST(Preloading, WorksInACheckoutWithBlanksAndColons)
+{
+    const std::string name = Workspace({}).preloadable("/a b:c/spy.so");
+    EXPECT_TRUE(name.ends_with("/spy.so")) << name;
+    EXPECT_EQ(name.find_first_of(" :"), std::string::npos) << name;
+}
+
 TEST(CommandLine, OtherArgumentsPrintTheUsage)
 {
     for (const char *argument : {"-D", "-dd", "-debugx", "-deb", "", "x"})
