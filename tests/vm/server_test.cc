@@ -208,8 +208,11 @@ TEST_F(Server, IsAdministeredFromItsConsole)
     leave();
     expectOutput("tail -n 1 " + controller, "TOTAL_ERR_NONFATAL 1"); // the kernel's stays
 
-    // A card that is plugged in.
+    // A card that is plugged in while mrvutil runs is there when it is opened again.
+    open(false, 3);
+    see("Not installed");
     monitor("device_add e1000e,bus=rp3,id=n9");
+    leave();
     expectOutput("for i in $(seq 100); do [ -d /sys/class/net/eth1 ] && break; sleep 0.3; done; "
                  "ls /sys/class/net",
                  "eth0 eth1 lo");
