@@ -13,6 +13,7 @@
 #include "terminal/ending.h"
 #include "terminal/environment.h"
 #include "terminal/keys.h"
+#include "terminal/lending.h"
 #include "terminal/restore.h"
 #include "terminal/size.h"
 #include "terminal/stopping.h"
@@ -86,7 +87,9 @@ void NewtStartUp(void)
 void suspend(void *)
 {
     newtSuspend();
+    terminalIsLent = 1; // the screen is left already
     raise(SIGTSTP);
+    terminalIsLent = 0;
     newtRefresh();
     newtResume();
 }
