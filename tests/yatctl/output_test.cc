@@ -213,8 +213,11 @@ TEST_F(Output, AsJsonEscapesWhatIsNotToBeShown)
 
 TEST_F(Output, ThatCantBeWrittenIsAFailure)
 {
-    for (const char *arguments : {"list", "list --json", "show cpu1", "settings", "bmc", "metrics",
-                                  "stop cpu1 --check", "--help", "--version"}) {
+    sandbox.set("YAT_TIME_SCALE", "1000");
+    for (const char *arguments :
+         {"list", "list --json", "show cpu1", "settings", "bmc", "metrics", "stop cpu1 --check",
+          "clear cpu1 --yes --json", "set-type cpu1 1 --yes --json",
+          "settings automatic_module_start=on --yes --json", "--help", "--version"}) {
         const Finished full =
             run(commandOf(YATCTL, arguments), {.environment = {}, .prepare = [] {
                                                    dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
@@ -226,6 +229,27 @@ TEST_F(Output, ThatCantBeWrittenIsAFailure)
         const Finished closed = run(commandOf(YATCTL, arguments),
                                     {.environment = {}, .prepare = [] { close(STDOUT_FILENO); }});
         EXPECT_EQ(closed.status, 1) << arguments;
+    }
+}
+
+// What was ordered is done all the same.
+TEST_F(Output, ThatCantBeWrittenStopsNoOperation)
+{
+    sandbox.set("YAT_TIME_SCALE", "1000");
+    const std::function<void()> full = [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); };
+    const std::function<void()> closed = [] { close(STDOUT_FILENO); };
+    for (const auto &prepare : {full, closed}) {
+        for (const auto &[arguments, state] :
+             {std::pair{"stop cpu2", "stopped"}, std::pair{"update cpu2 copy", "stopped"},
+              std::pair{"start cpu2", "running"}}) {
+            const Finished result =
+                run(commandOf(YATCTL, std::string(arguments) + " --yes --wait --json"),
+                    {.environment = {}, .prepare = prepare});
+            EXPECT_EQ(result.status, 1) << arguments;
+            EXPECT_TRUE(result.errors.starts_with("yatctl: standard output can't be written: "))
+                << result.errors;
+            EXPECT_EQ(shows("cpu2")["state"], state) << arguments;
+        }
     }
 }
 

@@ -20,17 +20,27 @@ protected:
     }
 
     // Returns once it has looked at the whole machine.
-    void begin(const std::string &arguments)
+    void begin(const std::string &arguments, const std::string &interval = "0.1")
     {
         // It asks for the devices when it opens the machine, and at each look.
         steer("inject CreateTreeViewData real --times 3");
         writeFile(file, "");
-        watcher = start(commandOf(YATCTL, "watch --interval 0.1" + arguments),
-                        {.environment = {},
-                         .prepare = [&] { dup2(open(file.c_str(), O_WRONLY), STDOUT_FILENO); }});
+        const auto redirect = [this] {
+            dup2(open(output.c_str(), O_WRONLY), STDOUT_FILENO);
+            dup2(open(complaints.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
+        };
+        watcher = start(commandOf(YATCTL, "watch --interval " + interval + arguments),
+                        {.environment = {}, .prepare = redirect});
+        const int looks = interval == "0.1" ? 3 : 2;
         const auto end = std::chrono::steady_clock::now() + deadline;
-        while (!Json::parse(steer("show --json"))["injections"].empty())
+        while (looksLeft() > 3 - looks)
             ASSERT_LT(std::chrono::steady_clock::now(), end);
+    }
+
+    static int looksLeft()
+    {
+        const Json injections = Json::parse(steer("show --json"))["injections"];
+        return injections.empty() ? 0 : injections[0]["times"].get<int>();
     }
 
     // What it has told, once that is so many lines.
@@ -47,6 +57,8 @@ protected:
 
     Sandbox sandbox;
     const std::filesystem::path file = sandbox.directory() / "changes";
+    const std::filesystem::path complaints = sandbox.directory() / "complaints";
+    std::filesystem::path output = file;
     pid_t watcher = -1;
 };
 
@@ -109,4 +121,32 @@ TEST_F(Watching, EndsWhenThePlatformDoes)
     steer("inject CreateTreeViewData real");
     steer("inject CreateTreeViewData 0");
     expectFailure("watch --interval 0.1", 5, "the platform does not tell the devices");
+}
+
+TEST_F(Watching, LooksNoMoreOftenThanItIsTo)
+{
+    begin("", "86400");
+    for (int count = 0; count < 20; ++count)
+        steer("list"); // which takes longer than a look
+    EXPECT_EQ(looksLeft(), 1);
+}
+
+TEST_F(Watching, EndsWhenNothingCanBeWritten)
+{
+    for (const char *arguments : {"", " --json"}) {
+        output = "/dev/full";
+        begin(arguments);
+        steer("insert pci3");
+        int status = 0;
+        const auto end = std::chrono::steady_clock::now() + deadline;
+        while (waitpid(watcher, &status, WNOHANG) == 0) {
+            ASSERT_LT(std::chrono::steady_clock::now(), end);
+            steer("list"); // which takes a moment
+        }
+        watcher = -1;
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+        EXPECT_EQ(readFile(complaints),
+                  "yatctl: standard output can't be written: No space left on device\n");
+        steer("pull pci3");
+    }
 }
