@@ -181,3 +181,12 @@ TEST_F(Foreign, SaysThatThePlatformIsMissing)
     EXPECT_EQ(Json::parse(result.output)["error"]["status"], 5);
     EXPECT_NE(result.errors.find("the platform can't be opened"), std::string::npos);
 }
+
+TEST_F(Foreign, MayHaveAPluginThatIsNotUsable)
+{
+    EXPECT_TRUE(yatctl("bmc").errors.starts_with("yatctl: yathwinfo.dll can't be loaded: "));
+    fs::copy_file(FOREIGN, root.path / "lib/yathwinfo.dll");
+    const Finished result = yatctl("bmc");
+    EXPECT_EQ(result.status, 5);
+    EXPECT_EQ(result.errors, "yatctl: yathwinfo.dll is not usable: it has no YATGetDeviceID\n");
+}

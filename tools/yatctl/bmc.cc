@@ -21,8 +21,10 @@ std::array<uint8_t, 16> deviceIdOfBmc()
         throw Failure(unreachable, std::string("yathwinfo.dll can't be loaded: ") + dlerror());
     const auto getDeviceId = reinterpret_cast<decltype(YATGetDeviceID) *>(
         GetProcAddress(plugin.get(), "YATGetDeviceID"));
+    if (!getDeviceId)
+        throw Failure(unreachable, "yathwinfo.dll is not usable: it has no YATGetDeviceID");
     std::array<uint8_t, 16> response{};
-    if (!getDeviceId || getDeviceId(response.data()) != 1)
+    if (getDeviceId(response.data()) != 1)
         throw Failure(unreachable, "the management controller does not answer; the trace log of "
                                    "yatctl says why");
     return response;
