@@ -5,6 +5,7 @@
 #include "host/sysfs.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <unordered_map>
 
@@ -43,6 +44,30 @@ Counts readReportedErrors(const Function &function)
             .uncorrected = sumOfErrors(nonfatal.value_or(0), fatal.value_or(0))};
 }
 
+// The addresses of which a slot may have one when a function is in it. With ARI, a card has more
+// than eight functions, and the numbers of the further ones go on where others have that of the
+// device.
+std::array<std::string, 2> slotAddressesOf(const std::string &path)
+{
+    const std::string address = lastName(path);
+    const size_t dot = address.find('.'), colon = address.rfind(':');
+    if (dot == std::string::npos || colon == std::string::npos)
+        return {};
+    const std::string bus = address.substr(0, colon);
+    const bool isFirstDevice = readNumber(path + "/ari_enabled") == 1;
+    return {isFirstDevice ? bus + ":00" : address.substr(0, dot), bus};
+}
+
+std::vector<std::string> slotAddressesAbove(std::string path)
+{
+    std::vector<std::string> addresses;
+    for (; path.size() > 1; path.erase(path.rfind('/')))
+        for (std::string &address : slotAddressesOf(path))
+            if (!address.empty())
+                addresses.push_back(std::move(address));
+    return addresses;
+}
+
 Function functionOf(const KernelDevice &device)
 {
     Function function{.address = lastName(device.path),
@@ -53,9 +78,12 @@ Function functionOf(const KernelDevice &device)
                       .driver = device.driver,
                       .physical = resolved(device.path + "/physfn"),
                       .interfaces = {},
+                      .slotAddresses = {},
                       .slot = {},
                       .reported = {},
                       .ofDevices = {}};
+    function.slotAddresses =
+        slotAddressesAbove(function.physical.empty() ? function.path : function.physical);
     function.reported = readReportedErrors(function);
     return function;
 }
@@ -65,11 +93,9 @@ using ByAddress = std::unordered_map<std::string, const Slot *>;
 // The label of the slot that is nearest to a function.
 std::string slotAbove(const ByAddress &slots, const Function &function)
 {
-    std::string path = function.physical.empty() ? function.path : function.physical;
-    for (; path.size() > 1; path.erase(path.rfind('/')))
-        for (const std::string &address : slotAddressesOf(lastName(path)))
-            if (const auto found = slots.find(address); found != slots.end())
-                return found->second->label;
+    for (const std::string &address : function.slotAddresses)
+        if (const auto found = slots.find(address); found != slots.end())
+            return found->second->label;
     return {};
 }
 

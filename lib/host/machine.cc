@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/machine.h"
 
-#include "host/sysfs.h"
 #include "text/encoding.h"
 
 #include <algorithm>
@@ -195,14 +194,9 @@ const Function *functionOf(const Machine &machine, const Device &device)
 std::vector<const Function *> functionsBelow(const Machine &machine, const Slot &slot)
 {
     std::vector<const Function *> result;
-    for (const Function &function : machine.functions) {
-        std::string path = function.physical.empty() ? function.path : function.physical;
-        bool isIn = false;
-        for (; !isIn && path.size() > 1; path.erase(path.rfind('/')))
-            isIn = std::ranges::count(slotAddressesOf(lastName(path)), slot.address) > 0;
-        if (isIn)
+    for (const Function &function : machine.functions)
+        if (std::ranges::count(function.slotAddresses, slot.address) > 0)
             result.push_back(&function);
-    }
     return result;
 }
 
@@ -239,14 +233,6 @@ State stateOf(const Machine &machine, const Slot &slot)
     if (slot.hasCard ? !*slot.hasCard : *slot.isOn && !hasFunctions)
         return State::empty;
     return *slot.isOn ? State::running : State::stopped;
-}
-
-std::array<std::string, 2> slotAddressesOf(const std::string &functionAddress)
-{
-    const size_t dot = functionAddress.find('.'), colon = functionAddress.rfind(':');
-    if (dot == std::string::npos || colon == std::string::npos)
-        return {};
-    return {functionAddress.substr(0, dot), functionAddress.substr(0, colon)};
 }
 
 } // namespace host

@@ -39,9 +39,10 @@ struct Function {
     std::string driver;                  // empty for none
     std::string physical;                // of a virtual function: the path of the one that has it
     std::vector<std::string> interfaces; // of the network
-    std::string slot;                    // its label; empty for none that has a power switch
-    Counts reported;                     // by PCI Express
-    Counts ofDevices;                    // by its interfaces and its disks
+    std::vector<std::string> slotAddresses; // of the slots that it is in may be, the nearest first
+    std::string slot;                       // its label; empty for none that has a power switch
+    Counts reported;                        // by PCI Express
+    Counts ofDevices;                       // by its interfaces and its disks
 };
 
 // A PCI slot with a power switch.
@@ -98,8 +99,5 @@ enum class State { running, stopped, empty, unknown };
 State stateOf(const Package &package);
 State stateOf(const Machine &machine, const Slot &slot);
 int onlineOf(const Package &package);
-
-// The addresses of which a slot may have one when a function is in it.
-std::array<std::string, 2> slotAddressesOf(const std::string &functionAddress);
 
 } // namespace host

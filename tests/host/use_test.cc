@@ -92,6 +92,14 @@ const Use uses[] = {
     {"Nothing", [](const Parts &) {}, ""},
     {"UnusedDisk", [](const Parts &parts) { parts.server.addDisk(parts.inside, "sdplay", 1); }, ""},
     {"DiskBehindTheSameBridge", beOutside, ""},
+    // With ARI a card's ninth function has the device number 1.
+    {"DiskOfTheNinthFunction",
+     [](const Parts &parts) {
+         parts.server.write(parts.outside + "/ari_enabled", "1\n");
+         parts.server.addDisk(parts.outside, "sdother", 2);
+         mount(parts.server, "8:32", "/dev/sdother");
+     },
+     "sdother is mounted on /srv/data", "sdotherは/srv/dataにマウントされています"},
     {"MountedDisk",
      [](const Parts &parts) {
          parts.server.addDisk(parts.inside, "sdplay", 1);
