@@ -160,6 +160,9 @@ MaybeReason useByFileSystems(const Paths &disks)
     return {};
 }
 
+// A node without a device or a medium behind it is no use.
+constexpr int unused[] = {0, ENOENT, ENXIO, ENOMEDIUM};
+
 // What else holds a device: another mount namespace, another kind of volume.
 MaybeReason useByOthers(const Paths &disks)
 {
@@ -168,10 +171,13 @@ MaybeReason useByOthers(const Paths &disks)
         std::ranges::replace(name, '!', '/');
         const int descriptor =
             open(("/dev/" + name).c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC);
-        if (descriptor < 0 && errno == EBUSY)
-            return Reason{name + " is in use", name + "は使用中です"};
+        const int error = descriptor < 0 ? errno : 0;
         if (descriptor >= 0)
             close(descriptor);
+        if (error == EBUSY)
+            return Reason{name + " is in use", name + "は使用中です"};
+        if (std::ranges::count(unused, error) == 0)
+            throw yat::Problem("/dev/" + name + " can't be opened: " + yat::reason(error));
     }
     return {};
 }

@@ -45,8 +45,9 @@ int open(const char *file, int flags, ...)
     va_start(arguments, flags);
     const unsigned mode = flags & O_CREAT ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
-    if (flags & O_EXCL && file == kernel.heldDisk) {
-        errno = EBUSY;
+    if (const auto refusal = kernel.refusals.find(file);
+        flags & (O_EXCL | O_WRONLY) && refusal != kernel.refusals.end()) {
+        errno = refusal->second;
         return -1;
     }
     return next<int(const char *, int, ...)>("open")(file, flags, mode);

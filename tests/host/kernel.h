@@ -2,10 +2,12 @@
 // What the kernel of a played server answers to calls, where no file can play it.
 #pragma once
 
+#include <map>
 #include <string>
 
 struct Kernel {
-    std::string heldDisk{};   // the node of a disk that it holds for a reason of its own
+    // Files that it opens neither for writing nor for one alone, and why.
+    std::map<std::string, int> refusals{};
     std::string untoldKind{}; // of devices that it doesn't list
     int looksAtFunctions = 0; // how often their list was asked for
     bool hidesRoutes = false;

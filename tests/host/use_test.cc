@@ -3,6 +3,7 @@
 #include "kernel.h"
 #include "looked.h"
 
+#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -175,7 +176,7 @@ const Use uses[] = {
     {"DiskThatTheKernelHolds",
      [](const Parts &parts) {
          parts.server.addDisk(parts.inside, "sdplay", 1);
-         kernel.heldDisk = "/dev/sdplay";
+         kernel.refusals["/dev/sdplay"] = EBUSY;
      },
      "sdplay is in use", "sdplayは使用中です"},
     {"InterfaceWithoutAddress",
@@ -284,6 +285,30 @@ const Use uses[] = {
      UNTOLD("/proc/swaps can't be read")},
     {"DisksThatAreNotListed", [](const Parts &) { kernel.untoldKind = "block"; },
      UNTOLD("the devices of the subsystem block can't be listed: Input/output error")},
+    {"DiskThatCannotBeOpened",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         kernel.refusals["/dev/sdplay"] = EIO;
+     },
+     UNTOLD("/dev/sdplay can't be opened: Input/output error")},
+    {"DisksBeyondTheOpenFiles",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         kernel.refusals["/dev/sdplay"] = EMFILE;
+     },
+     UNTOLD("/dev/sdplay can't be opened: Too many open files")},
+    {"DriveWithoutAMedium",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         kernel.refusals["/dev/sdplay"] = ENOMEDIUM;
+     },
+     ""},
+    {"NodeWithoutADevice",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         kernel.refusals["/dev/sdplay"] = ENXIO;
+     },
+     ""},
     {"InterfaceWithoutNumber",
      [](const Parts &parts) {
          const std::string path = parts.server.addInterface(parts.inside, "ens3");
