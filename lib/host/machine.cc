@@ -10,7 +10,7 @@
 namespace host {
 namespace {
 
-constexpr unsigned baseClass = 16, storageBaseClass = 0x01;
+constexpr unsigned baseClass = 16, storageBaseClass = 0x01, ethernetClass = 0x0200;
 constexpr uint8_t noSlot = 255;
 
 std::optional<Kind> adapterKind(const Function &function)

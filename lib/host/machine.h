@@ -20,8 +20,6 @@ struct Processor {
     bool canGo = false; // offline, that is: the kernel lets it
 };
 
-constexpr unsigned ethernetClass = 0x0200; // without the programming interface
-
 constexpr int unknownPackage = -1; // of processors that have been offline ever since they were seen
 
 struct Package {

@@ -16,6 +16,8 @@ namespace {
 // mlx5_vfio_pci, uio_pci_generic, igb_uio, pciback.
 constexpr const char *handingOut[] = {"vfio", "uio", "pciback"};
 
+constexpr unsigned networkBaseClass = 0x02; // Ethernet, InfiniBand and others
+
 // A function whose driver hands it to a program, or whose interface another network namespace has:
 // what it is used for can't be seen from here.
 MaybeReason useOutOfSight(const Function &function)
@@ -26,7 +28,7 @@ MaybeReason useOutOfSight(const Function &function)
         return Reason{function.address + " is handed to a program by the driver " + function.driver,
                       function.address + "はドライバ" + function.driver
                           + "でプログラムに渡されています"};
-    if (function.classCode >> 8 == ethernetClass && !function.driver.empty()
+    if (function.classCode >> 16 == networkBaseClass && !function.driver.empty()
         && function.interfaces.empty())
         return Reason{
             "the interface of " + function.address + " may be in another network namespace",

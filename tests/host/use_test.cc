@@ -244,6 +244,13 @@ const Use uses[] = {
      },
      "the interface of 0000:02:00.0 may be in another network namespace",
      "0000:02:00.0のインタフェースは別のネットワーク名前空間にあるかもしれません"},
+    {"InfiniBandInterfaceOutOfSight",
+     [](const Parts &parts) {
+         parts.server.write(parts.inside + "/uevent",
+                            "DRIVER=mlx5_core\nPCI_CLASS=20700\nPCI_ID=8086:1\n");
+     },
+     "the interface of 0000:02:00.0 may be in another network namespace",
+     "0000:02:00.0のインタフェースは別のネットワーク名前空間にあるかもしれません"},
     {"DiskInASlotBelow",
      [](const Parts &parts) {
          const std::string below =
