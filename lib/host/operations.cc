@@ -12,6 +12,7 @@
 #include "yat/ft.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <thread>
 #include <unistd.h>
@@ -140,6 +141,17 @@ std::string describe(const Package &package)
            + " of " + std::to_string(package.processors.size()) + " are online";
 }
 
+// Returns what is to be said of those that can't be.
+std::string setBack(const std::vector<Processor> &processors, bool online, milliseconds limit)
+{
+    std::string result;
+    for (const Processor &processor : processors)
+        if (const std::string why = setProcessor(processor, online, Clock::now() + limit);
+            !why.empty())
+            result += "; " + nameOf(processor) + " can't be set back: " + why;
+    return result;
+}
+
 // Where a slot is on its way.
 struct Progress {
     std::optional<bool> isOn;
@@ -189,22 +201,29 @@ Refusal check(const Machine &machine, const Device &device, Verb verb)
 
 void switchPackage(const Package &package, bool on, milliseconds limit)
 {
-    std::vector<Processor> changing;
+    std::vector<Processor> changing, done;
     std::ranges::copy_if(package.processors, std::back_inserter(changing),
                          [&](const Processor &each) { return each.isOnline != on; });
     std::ranges::reverse(changing);
     const auto deadline = Clock::now() + limit;
-    for (size_t done = 0; done < changing.size(); ++done) {
-        std::string why = setProcessor(changing[done], on, deadline);
-        if (why.empty())
+    const bool siblingsAreOff = on && areSiblingsOff();
+    std::string refused;
+    bool maySkip = false; // the last one that refused
+    for (const Processor &processor : changing) {
+        const std::string why = setProcessor(processor, on, deadline);
+        if (why.empty()) {
+            done.push_back(processor);
             continue;
-        why = nameOf(changing[done]) + " refuses: " + why;
-        for (size_t i = 0; i < done; ++i)
-            if (const std::string further = setProcessor(changing[i], !on, Clock::now() + limit);
-                !further.empty())
-                why += "; " + nameOf(changing[i]) + " can't be set back: " + further;
-        throw yat::Problem(why + "; " + describe(package));
+        }
+        refused = nameOf(processor) + " refuses: " + why;
+        maySkip = siblingsAreOff && why == yat::reason(EPERM);
+        if (!maySkip)
+            break;
     }
+    if (refused.empty() || (maySkip && !done.empty()))
+        return;
+    refused += setBack(done, !on, limit);
+    throw yat::Problem(refused + "; " + describe(package));
 }
 
 void switchSlot(const Slot &slot, bool on, milliseconds limit, milliseconds forDrivers)

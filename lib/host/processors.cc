@@ -158,17 +158,27 @@ bool isOnline(const Online &online, int processor)
                   : readNumber(onlineFile(processor)).value_or(1) != 0;
 }
 
+bool areSiblingsOff()
+{
+    const std::string control = readAttribute(allProcessors + "/smt/control").value_or("");
+    return control == "off" || control == "forceoff";
+}
+
 std::vector<Package> readPackages(PackageOf &known)
 {
     const Online online = readOnline();
+    const bool siblingsAreOff = areSiblingsOff();
     std::vector<Package> packages;
     for (const KernelDevice &device : kernelDevices("cpu")) {
         const int number = atoi(lastName(device.path).c_str() + strlen("cpu"));
         if (const auto told = toldPackage(device.path))
             known[number] = *told;
         const auto place = known.find(number);
+        const Processor processor = readProcessor(online, number);
+        if (place == known.end() && siblingsAreOff && !processor.isOnline)
+            continue; // as a module of its own it could be seen, and never started
         packageNumbered(packages, place == known.end() ? unknownPackage : place->second)
-            .processors.push_back(readProcessor(online, number));
+            .processors.push_back(processor);
     }
     for (Package &package : packages)
         std::ranges::sort(package.processors, {}, &Processor::number);

@@ -25,6 +25,9 @@ bool isOnline(const Online &online, int processor);
 // The file that switches a processor; there is none for one that can't go.
 std::string onlineFile(int processor);
 
+// Whether the kernel keeps all processors of a core but the first offline, whoever asks.
+bool areSiblingsOff();
+
 // Reads the packages with their counts. What is told of processors goes into known; those that the
 // kernel tells nothing of belong where it says.
 std::vector<Package> readPackages(PackageOf &known);

@@ -129,6 +129,21 @@ TEST_F(Looks, ProcessorsThatWereNeverOnlineAreAModule)
     EXPECT_EQ(tree().at(1), "2 2 1.0.0.0.0.0.0.0 CPU module 2");
 }
 
+// With nosmt at boot, nothing tells their package, and nobody can start them.
+TEST_F(Looks, SiblingsThatAreOffAreNoModule)
+{
+    server.addProcessor(0, 0, false);
+    server.addProcessor(1, 1);
+    server.setOnline(1, 1, false);
+    for (const char *setting : {"off\n", "forceoff\n"}) {
+        server.write("/sys/devices/system/cpu/smt/control", setting);
+        EXPECT_EQ(tree().size(), 1u);
+    }
+    EXPECT_EQ(cpu(1), "1 of 1 running");
+    server.write("/sys/devices/system/cpu/smt/control", "on\n");
+    EXPECT_EQ(tree().size(), 2u);
+}
+
 TEST_F(Looks, ErrorsOfMemoryAndMachineChecksAreCounted)
 {
     for (int number = 0; number < 4; ++number)

@@ -3,9 +3,11 @@
 #include "host/lock.h"
 #include "host/operations.h"
 #include "host/sysfs.h"
+#include "kernel.h"
 #include "operated.h"
 #include "support/problem.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <map>
 #include <sys/stat.h>
@@ -17,7 +19,13 @@ namespace {
 
 using std::chrono::milliseconds;
 
-class Operations : public Operated {};
+class Operations : public Operated {
+protected:
+    ~Operations() override
+    {
+        kernel = {};
+    }
+};
 
 } // namespace
 
@@ -90,6 +98,38 @@ TEST_F(Operations, LastProcessorOfAPackageIsTheFirstToGo)
     EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
     EXPECT_EQ(journal().back(), "CPU module 2 stop failed processor 5 refuses: the kernel took it "
                                 "and did not follow; 3 of 3 are online");
+}
+
+// As with "off" in smt/control: of each core, the kernel takes the first processor only.
+TEST_F(Operations, PackageIsStartedWithoutTheSiblingsThatAreOff)
+{
+    addPackages(2, 4);
+    tree();
+    const std::string all = "/sys/devices/system/cpu", control = all + "/smt/control";
+    for (const int sibling : {5, 7}) {
+        server.setOnline(sibling, 1, false);
+        kernel.refusals[all + "/cpu" + std::to_string(sibling) + "/online"] = EPERM;
+    }
+    EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 1) << trace();
+    const auto start = [&] { return CALL(InitBringUp)(record(2, 2), startCpu + 1); };
+    for (const char *setting : {"on", "notsupported"}) {
+        server.write(control, std::string(setting) + "\n");
+        EXPECT_EQ(start(), 0);
+        EXPECT_EQ(journal().back(), "CPU module 2 start failed processor 7 refuses: Operation not "
+                                    "permitted; 0 of 4 are online");
+    }
+    for (const char *setting : {"off", "forceoff"}) {
+        server.write(control, std::string(setting) + "\n");
+        EXPECT_EQ(start(), 1) << trace();
+        EXPECT_EQ(cpu(2), "2 of 4 running");
+        EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 1) << trace();
+    }
+    kernel.refusals[all + "/cpu4/online"] = EIO;
+    EXPECT_EQ(start(), 0);
+    EXPECT_EQ(journal().back(), "CPU module 2 start failed processor 4 refuses: Input/output "
+                                "error; 0 of 4 are online");
+    kernel.refusals[all + "/cpu4/online"] = kernel.refusals[all + "/cpu6/online"] = EPERM;
+    EXPECT_EQ(start(), 0); // nothing of it came online
 }
 
 TEST_F(Operations, LastRunningPackageAndThatOfAFixedProcessorStay)
