@@ -35,6 +35,22 @@ std::string readWhole(int descriptor)
     return text;
 }
 
+// A process without any of this one's signal handlers: what goes to both, as a stop by the shell
+// does, is this one's to deal with. Only SIGKILL and SIGSTOP reach it.
+pid_t forkUndisturbed()
+{
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before);
+    const pid_t process = fork();
+    if (process == 0)
+        return 0;
+    const int error = errno;
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    errno = error;
+    return process;
+}
+
 [[noreturn]] void writeInChild(const std::string &file, const std::string &value)
 {
     const int descriptor = open(file.c_str(), O_WRONLY | O_CLOEXEC);
@@ -131,7 +147,7 @@ bool isBelow(const std::string &path, const std::string &directory)
 std::string writeAttribute(const std::string &file, const std::string &value,
                            std::chrono::milliseconds limit)
 {
-    const pid_t writer = fork();
+    const pid_t writer = forkUndisturbed();
     if (writer == 0)
         writeInChild(file, value);
     if (writer < 0)

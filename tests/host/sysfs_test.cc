@@ -111,6 +111,27 @@ TEST_F(Attribute, TellsThatItsWriterWasKilled)
     killer.join();
 }
 
+// The terminal's signals go to both processes, and the program's handlers are for one.
+TEST_F(Attribute, IsWrittenByAProcessThatNoSignalDisturbs)
+{
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const pid_t self = getpid();
+    int reader = -1;
+    std::thread kernel([&] {
+        const pid_t writer = awaitChild(self);
+        for (const int signal : {SIGTERM, SIGTSTP, SIGHUP, SIGINT})
+            if (writer > 0)
+                kill(writer, signal);
+        reader = open(file.c_str(), O_RDONLY | O_NONBLOCK);
+    });
+    EXPECT_EQ(host::writeAttribute(file, "1", deadline), "");
+    kernel.join();
+    close(reader);
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    EXPECT_EQ(sigismember(&blocked, SIGTERM), 0); // here they come in again
+}
+
 // Signals that come meanwhile neither end the wait nor make it fail.
 TEST_F(Attribute, IsAwaitedWhateverSignalsComeIn)
 {
