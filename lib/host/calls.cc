@@ -29,6 +29,7 @@ void list(const Machine &machine)
 // One look at the server for all questions of a listing, as a look at a large one takes long. It
 // answers each question once and for a moment only: who asks again wants to know what it is now.
 struct Look {
+    Memory memory; // from before: counters that others clear meanwhile are above it, never below
     Machine machine;
     std::chrono::steady_clock::time_point until;
     std::set<std::string> answered{};
@@ -41,20 +42,29 @@ bool canAnswer(const std::string &question)
            && lastLook->answered.insert(question).second;
 }
 
-// The answers to what is asked after facts may come from their look.
-const Machine &lookForFacts(const std::string &question)
+Look lookNow()
 {
-    if (!canAnswer(question))
-        lastLook = {
-            readMachine(), std::chrono::steady_clock::now() + std::chrono::seconds(1), {question}};
-    return lastLook->machine;
+    Memory memory = recall();
+    return {.memory = std::move(memory),
+            .machine = readMachine(),
+            .until = std::chrono::steady_clock::now() + std::chrono::seconds(1)};
 }
 
-Machine lookFor(int kind, int number, int what)
+// The answers to what is asked after facts may come from their look.
+const Look &lookForFacts(const std::string &question)
+{
+    if (!canAnswer(question)) {
+        lastLook = lookNow();
+        lastLook->answered.insert(question);
+    }
+    return *lastLook;
+}
+
+Look lookFor(int kind, int number, int what)
 {
     const std::string question =
         std::to_string(kind) + " " + std::to_string(number) + " " + std::to_string(what);
-    return canAnswer(question) ? lastLook->machine : readMachine();
+    return canAnswer(question) ? *lastLook : lookNow();
 }
 
 const Device *deviceNumbered(int classCode, int instance)
@@ -88,15 +98,14 @@ bool countsAllOf(const Machine &machine, const Device &device)
            && (!package || onlineOf(*package) == static_cast<int>(package->processors.size()));
 }
 
-Counts countsSinceCleared(const Machine &machine, const Device &device)
+Counts countsSinceCleared(const Look &look, const Device &device)
 {
-    const Memory memory = recall();
-    const auto found = memory.baselines.find(keyOf(device));
-    const Counts counts = countsOf(machine, device);
-    if (found == memory.baselines.end())
+    const auto found = look.memory.baselines.find(keyOf(device));
+    const Counts counts = countsOf(look.machine, device);
+    if (found == look.memory.baselines.end())
         return counts;
     const Counts baseline = begunAnew(found->second, counts);
-    if (baseline != found->second && countsAllOf(machine, device))
+    if (baseline != found->second && countsAllOf(look.machine, device))
         rememberBaseline(keyOf(device), found->second, baseline);
     return since(baseline, counts);
 }
@@ -145,7 +154,7 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
 {
     if (!buffer || !size)
         return -1;
-    const auto value = propertyOf(lookFor(kind, number, property), kind, number, property);
+    const auto value = propertyOf(lookFor(kind, number, property).machine, kind, number, property);
     return value && yat::putProperty(*value, buffer, size) ? 0 : -1;
 }
 
@@ -156,9 +165,9 @@ int statusChange(int kind, int number, int code, char *text)
     const Device *device = isKnown ? deviceNumbered(kind, number) : nullptr;
     if (!device)
         return -1;
-    const Machine machine = lookFor(kind, number, -code);
+    const Look look = lookFor(kind, number, -code);
     const auto state =
-        stateText(machine, *device, countsSinceCleared(machine, *device), isJapanese());
+        stateText(look.machine, *device, countsSinceCleared(look, *device), isJapanese());
     if (!state)
         return -1;
     yat::putState(*state, text);
@@ -172,11 +181,11 @@ int getFacts(yat_device *record, yat_facts *facts)
     const Device *device = listedDevice(record);
     if (!device)
         return 0;
-    const Machine &machine = lookForFacts(keyOf(*device));
-    const Counts counts = countsSinceCleared(machine, *device);
+    const Look &look = lookForFacts(keyOf(*device));
+    const Counts counts = countsSinceCleared(look, *device);
     yat_facts told{};
     told.size = facts->size;
-    if (const auto state = toldState(machine, *device)) {
+    if (const auto state = toldState(look.machine, *device)) {
         told.known |= YAT_KNOWS_STATE;
         told.state = *state;
     }

@@ -134,6 +134,18 @@ TEST_F(Kept, CountsAreUsedUpToTheLargest)
     EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 0, UE 0");
 }
 
+// What is shown for a moment may be from before it, and is not taken for a counter that fell.
+TEST_F(Kept, ClearByAnotherProgramAfterALookIsNotLost)
+{
+    yat_facts facts{};
+    facts.size = sizeof facts;
+    EXPECT_EQ(CALL(GetDeviceFacts)(record(YAT_CLASS_CPU_MODULE, 1), &facts), 1);
+    server.write("/proc/interrupts", "       CPU0 CPU1\nMCE:  9 1 Machine check exceptions\n");
+    writeFile(memory, withUncorrected("9"));
+    cpu(1);
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 0, UE 0");
+}
+
 TEST_F(Kept, MemoryOfAnotherStartIsReplaced)
 {
     writeFile(memory, R"({"boot": "another", "packages": 7})");
