@@ -5,6 +5,7 @@
 #include "terminal/size.h"
 #include "terminal/stopping.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -63,6 +64,7 @@ void writeLater(std::string_view bytes, std::string_view screen, std::chrono::mi
     waiting = bytes;
     around = screen;
     isWritten = 0;
+    std::atomic_signal_fence(std::memory_order_release); // the handler has both when it may write
     isWaiting = 1;
     if (!makeTimer())
         return;
