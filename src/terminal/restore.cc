@@ -70,6 +70,11 @@ void appendMarking(Sequence &sequence, bool wanted)
 
 bool writeToTerminal(std::string_view bytes)
 {
+    // The flags are the shell's as well: a handler that comes in between would write with those of
+    // the moment, and stop or end the program with them.
+    sigset_t all, before;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &before);
     const int flags = fcntl(STDOUT_FILENO, F_GETFL);
     fcntl(STDOUT_FILENO, F_SETFL, flags | O_NONBLOCK);
     pollfd terminal{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
@@ -80,6 +85,7 @@ bool writeToTerminal(std::string_view bytes)
         bytes.remove_prefix(static_cast<size_t>(written));
     }
     fcntl(STDOUT_FILENO, F_SETFL, flags);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     return bytes.empty();
 }
 

@@ -424,7 +424,8 @@ Terminal::Modes Terminal::modes() const
 bool Terminal::modesAreAsBefore() const
 {
     termios now{};
-    return tcgetattr(replica, &now) == 0 && now.c_iflag == before.c_iflag
-           && now.c_oflag == before.c_oflag && now.c_cflag == before.c_cflag
-           && now.c_lflag == before.c_lflag && std::ranges::equal(now.c_cc, before.c_cc);
+    return tcgetattr(replica, &now) == 0 && (fcntl(replica, F_GETFL) & O_NONBLOCK) == 0
+           && now.c_iflag == before.c_iflag && now.c_oflag == before.c_oflag
+           && now.c_cflag == before.c_cflag && now.c_lflag == before.c_lflag
+           && std::ranges::equal(now.c_cc, before.c_cc);
 }
