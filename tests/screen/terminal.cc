@@ -228,8 +228,9 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
     while (!condition()) {
         if (Clock::now() >= end)
             return false;
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-        if (!pump(std::min(left, std::chrono::milliseconds(20))) && !ended
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        const std::chrono::milliseconds none(0), step(20);
+        if (!pump(std::clamp(left, none, step)) && !ended
             && waitpid(child, &waitStatus, WNOHANG) == child) {
             ended = true;
             while (pump(std::chrono::milliseconds(0)))
