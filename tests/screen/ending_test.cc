@@ -87,15 +87,15 @@ const WayOut waysOut[] = {
     {"no tree", "mrvutil", "", "call_yat_is_ft 0"},
 };
 
-class EveryWayOut : public testing::TestWithParam<WayOut> {};
+class EveryWayOut : public testing::TestWithParam<std::tuple<WayOut, const char *>> {};
 
 TEST_P(EveryWayOut, RestoresTheTerminal)
 {
-    const WayOut &way = GetParam();
-    Session session({.program = way.program, .script = way.script});
+    const auto &[way, term] = GetParam();
+    Session session({.program = way.program, .term = term, .script = way.script});
     if (!way.keysSent.empty()) {
         session.see("┌");
-        EXPECT_TRUE(session.terminal().inAlternateScreen());
+        EXPECT_EQ(session.terminal().inAlternateScreen(), hasAlternateScreen(term));
         EXPECT_FALSE(session.terminal().modesAreAsBefore());
         session.send(way.keysSent);
     }
@@ -103,8 +103,13 @@ TEST_P(EveryWayOut, RestoresTheTerminal)
     expectRestored(session);
 }
 
-INSTANTIATE_TEST_SUITE_P(Ending, EveryWayOut, testing::ValuesIn(waysOut),
-                         [](const auto &info) { return inTestName(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Ending, EveryWayOut,
+                         testing::Combine(testing::ValuesIn(waysOut),
+                                          testing::ValuesIn(terminalTypes)),
+                         [](const auto &info) {
+                             return inTestName(std::get<0>(info.param).name) + "_"
+                                    + std::get<1>(info.param);
+                         });
 
 } // namespace
 

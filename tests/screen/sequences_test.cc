@@ -232,7 +232,7 @@ TEST_P(EveryTerminalType, HasItsOwnKeysActAsOneAndLoseNoChangedSetting)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sequences, EveryTerminalType,
-                         testing::Values("xterm", "screen", "tmux", "linux", "vt220"));
+                         testing::ValuesIn(terminalTypes));
 
 } // namespace
 

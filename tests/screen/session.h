@@ -20,6 +20,15 @@ inline const std::string f12 = "\x1b[24~";
 inline const std::string ctrlA = "\x01", ctrlO = "\x0f", ctrlZ = "\x1a";
 } // namespace keys
 
+// The types of terminals that most administrators have.
+inline const char *const terminalTypes[] = {"xterm", "screen", "tmux", "linux", "vt220"};
+
+// Whether such a terminal has a screen besides that of the shell.
+inline bool hasAlternateScreen(const std::string &type)
+{
+    return type != "linux" && type != "vt220";
+}
+
 // What the spy saw, and what it sees of a box that is opened and closed.
 using Calls = std::vector<std::string>;
 

@@ -13,10 +13,11 @@ namespace {
 // system that runs the tests alone.
 struct Shell {
     Workspace workspace;
+    bool hasOtherScreen; // for programs
     Terminal terminal;
 
     explicit Shell(const RunOptions &options = {})
-        : workspace(options),
+        : workspace(options), hasOtherScreen(hasAlternateScreen(options.term)),
           terminal({.command = {"/bin/dash", "-i"}, .environment = environment()})
     {
         see("ready:");
@@ -100,7 +101,7 @@ struct Shell {
     {
         EXPECT_TRUE(terminal.waitUntil([&] {
             const Terminal::Modes modes = terminal.modes();
-            return terminal.inAlternateScreen() && !modes.echo && !modes.canonical
+            return terminal.inAlternateScreen() == hasOtherScreen && !modes.echo && !modes.canonical
                    && terminal.contains("FT Server Utility") && terminal.contains("Exit")
                    && terminal.contains("Esc: leave")
                    && terminal.rows().at(0) == std::string(static_cast<size_t>(columns), ' ');
@@ -123,11 +124,11 @@ struct Shell {
     }
 };
 
-} // namespace
+class JobOnEveryTerminal : public testing::TestWithParam<const char *> {};
 
-TEST(Stopping, LeavesTheTerminalAndComesBackWhole)
+TEST_P(JobOnEveryTerminal, IsLeftByAStopAndComesBackWhole)
 {
-    Shell shell;
+    Shell shell({.term = GetParam()});
     shell.run();
     shell.expectScreen();
     for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU, SIGTSTP}) {
@@ -140,9 +141,9 @@ TEST(Stopping, LeavesTheTerminalAndComesBackWhole)
     shell.expectEnd();
 }
 
-TEST(Stopping, WithoutBeingAskedComesBackWholeToo)
+TEST_P(JobOnEveryTerminal, ComesBackWholeFromAStopThatDoesNotAskToo)
 {
-    Shell shell;
+    Shell shell({.term = GetParam()});
     shell.run();
     shell.expectScreen();
     shell.kill(SIGSTOP);
@@ -152,6 +153,26 @@ TEST(Stopping, WithoutBeingAskedComesBackWholeToo)
     shell.expectScreen();
     shell.expectEnd();
 }
+
+TEST_P(JobOnEveryTerminal, KeepsWhatIsTypedWhileTheProgramEndsFromTheShell)
+{
+    for (const std::string &keysSent :
+         {ctrlO + "echo o''ops\n", ctrlO + "\x1b[200~echo o''ops\n\x1b[201~",
+          ctrlO + "\x1b[1;5Aecho o''ops\n"}) {
+        Shell shell({.term = GetParam()});
+        shell.run();
+        shell.expectScreen();
+        shell.terminal.send(keysSent);
+        shell.expectPrompt();
+        shell.type("echo status $?");
+        shell.see("status 1");
+        EXPECT_FALSE(shell.terminal.contains("oops")) << shell.terminal.picture();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stopping, JobOnEveryTerminal, testing::ValuesIn(terminalTypes));
+
+} // namespace
 
 TEST(Stopping, ComesBackAtTheSizeThatTheTerminalHasByThen)
 {
@@ -388,22 +409,6 @@ TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
     shell.see("Close");
     shell.see("Esc: leave");
     EXPECT_FALSE(shell.terminal.contains("..."));
-}
-
-TEST(TypingAhead, IsNoneOfTheShellsWhileTheProgramEnds)
-{
-    for (const std::string &keysSent :
-         {ctrlO + "echo o''ops\n", ctrlO + "\x1b[200~echo o''ops\n\x1b[201~",
-          ctrlO + "\x1b[1;5Aecho o''ops\n"}) {
-        Shell shell;
-        shell.run();
-        shell.expectScreen();
-        shell.terminal.send(keysSent);
-        shell.expectPrompt();
-        shell.type("echo status $?");
-        shell.see("status 1");
-        EXPECT_FALSE(shell.terminal.contains("oops")) << shell.terminal.picture();
-    }
 }
 
 TEST(TypingAhead, IsTheShellsWhereTheProgramHasNoScreen)

@@ -59,6 +59,9 @@ const Kind kinds[] = {
     {"Colours8", "xterm", {}},
     {"Vt100", "vt100", {}},
     {"LinuxConsole", "linux", {}},
+    {"Vt220", "vt220", {}},
+    {"Screen", "screen", {}},
+    {"Tmux", "tmux", {}},
     {"NewtMono", "xterm-256color", {{"NEWT_MONO", "1"}}},
     {"NoColor", "xterm-256color", {{"NO_COLOR", "1"}}},
 };

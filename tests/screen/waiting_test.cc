@@ -111,7 +111,7 @@ void openHeld(Session &session)
 
 TEST(Waiting, IsShownOnEveryTerminal)
 {
-    for (const char *term : {"xterm", "screen", "tmux", "linux", "vt220"}) {
+    for (const char *term : terminalTypes) {
         Session session({.term = term, .script = heldScript});
         openHeld(session);
         session.files().letGo();
