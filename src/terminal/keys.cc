@@ -141,7 +141,7 @@ unsigned int keyAfterEscape()
     const Milliseconds delay = escapeDelay();
     inSequence = true;
     const std::string sequence = readSequence(delay);
-    if (sequence == pasteBegins)
+    if (sequence.ends_with(pasteBegins)) // an Esc may have been pressed just before it
         dropPaste(delay);
     inSequence = false;
     if (sequence.find_first_not_of(escape) == sequence.npos)

@@ -31,6 +31,7 @@ std::vector<std::string> unknownSequences()
         csi("200~") + "q\r\n \x01\x0f\t:!sh\r" + csi("201~"), // a paste
         csi("200~") + "\x1b[A\x1b\x1b[200~" + csi("201~"),    // one with sequences in it
         csi("200~") + csi("201~"),
+        "\x1b" + csi("200~") + " \r\x0f" + csi("201~"), // one soon after an Esc
         csi("201~"),
         csi("24;80R"),
         csi("?24;80;1R"),
