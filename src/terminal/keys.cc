@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
@@ -37,14 +38,31 @@ constexpr unsigned int ctrlA = 0x01;
 constexpr unsigned int noKey = beyondKeyMap; // of code 0, which nothing answers to
 
 bool inSequence; // S-Lang asks for a key itself to find out whether there is one
+volatile sig_atomic_t sequenceIsCut;
 
 using Milliseconds = std::chrono::milliseconds;
 
+bool isKeyThere()
+{
+    pollfd input{.fd = SLang_TT_Read_FD, .events = POLLIN, .revents = 0};
+    return SLang_Input_Buffer_Len > 0 || poll(&input, 1, 0) != 0;
+}
+
+// A stop drops what newt has just seen, and S-Lang would wait for another key then: newt waits for
+// more than keys. So nothing stops the program between the look and the reading.
 unsigned int getKeyOfSlang()
 {
     using GetKey = unsigned int();
     static GetKey *const original = reinterpret_cast<GetKey *>(dlsym(RTLD_NEXT, "SLang_getkey"));
-    return original();
+    sigset_t stops, before;
+    sigemptyset(&stops);
+    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU})
+        sigaddset(&stops, signal);
+    sigprocmask(SIG_BLOCK, &stops, &before);
+    const unsigned int nothing = inSequence ? SLANG_GETKEY_ERROR : noKey;
+    const unsigned int key = isKeyThere() ? original() : nothing;
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return key;
 }
 
 // How long to wait for the next byte of a sequence, and so how long a lone Esc takes to act:
@@ -72,7 +90,7 @@ bool isInputWithin(Milliseconds time)
         const int wait = static_cast<int>(std::max<Milliseconds::rep>(left.count(), 0));
         if (SLang_input_pending(-wait) > 0)
             return true;
-        if (wait == 0)
+        if (wait == 0 || (inSequence && sequenceIsCut))
             return false;
     }
 }
@@ -140,10 +158,13 @@ unsigned int keyAfterEscape()
         learnKeys();
     const Milliseconds delay = escapeDelay();
     inSequence = true;
+    sequenceIsCut = 0;
     const std::string sequence = readSequence(delay);
     if (sequence.ends_with(pasteBegins)) // an Esc may have been pressed just before it
         dropPaste(delay);
     inSequence = false;
+    if (sequenceIsCut)
+        return noKey;
     if (sequence.find_first_not_of(escape) == sequence.npos)
         return beyondKeyMap | escape;
     const std::string_view key = keyOf(sequence);
@@ -163,6 +184,11 @@ bool terminalIsGone()
 }
 
 } // namespace
+
+void cutSequence()
+{
+    sequenceIsCut = 1;
+}
 
 void dropKeys()
 {

@@ -5,5 +5,8 @@
 // True while Ctrl-A is a hot key of the window opened last; what opens windows keeps it so.
 extern bool ctrlAIsHotKey;
 
+// What has been read of a sequence is no key: its rest has been dropped. A handler may call this.
+void cutSequence();
+
 // Drops what has been typed and is not read yet, a sequence or a paste to its end.
 void dropKeys();

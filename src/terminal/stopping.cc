@@ -3,6 +3,7 @@
 
 #include "terminal/console.h"
 #include "terminal/ending.h"
+#include "terminal/keys.h"
 #include "terminal/later.h"
 #include "terminal/lending.h"
 #include "terminal/restore.h"
@@ -61,8 +62,10 @@ void goOn(int)
 void stop(int signal)
 {
     const int savedErrno = errno;
-    if (!terminalIsLent && isInForeground())
+    if (!terminalIsLent && isInForeground()) {
         restoreTerminal();
+        cutSequence();
+    }
     consoleWasSilent = restoreConsole() || consoleWasSilent;
     if (!stopBy(signal))
         goOn(SIGCONT); // which nobody sends

@@ -209,6 +209,25 @@ TEST(Stopping, IsWhatTheProgramDoesInTheBackground)
     shell.expectEnd();
 }
 
+// Its rest is dropped with all that was typed.
+TEST(Stopping, InTheMiddleOfASequenceLeavesNoEscOfIt)
+{
+    for (const std::string begun : {"\x1b", "\x1b[1;", "\x1b[200~echo"}) {
+        Shell shell({.environment = {{"ESCDELAY", "10000"}}});
+        shell.run();
+        shell.expectScreen();
+        shell.terminal.waitUntilIdle();
+        shell.terminal.send(begun);
+        EXPECT_TRUE(shell.terminal.waitUntil([&] { return shell.terminal.unread() == 0; }));
+        shell.kill(SIGTSTP);
+        shell.expectPrompt();
+        EXPECT_TRUE(shell.jobIs('T'));
+        shell.type("fg");
+        shell.expectScreen();
+        shell.expectEnd();
+    }
+}
+
 TEST(Stopping, HasPastesMarkedOnTheScreenOnly)
 {
     Shell shell;
