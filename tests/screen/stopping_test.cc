@@ -23,6 +23,15 @@ struct Shell {
         see("ready:");
     }
 
+    // A job that is left would still write into the directory that goes now.
+    ~Shell()
+    {
+        if (const pid_t left = job()) {
+            ::kill(left, SIGKILL);
+            terminal.waitUntil([this] { return stateOfJob() == 'Z' || stateOfJob() == '\0'; });
+        }
+    }
+
     std::map<std::string, std::string> environment() const
     {
         auto result = workspace.environment();
@@ -75,16 +84,17 @@ struct Shell {
         ::kill(job(), signal);
     }
 
-    // 'T' for a stopped job, 'S' for one that waits.
+    // 'T' for a stopped job, 'S' for one that waits, 'Z' for one that has ended; 0 for none.
+    char stateOfJob() const
+    {
+        const std::string line = readFile("/proc/" + std::to_string(job()) + "/stat");
+        const size_t name = line.rfind(") ");
+        return name == line.npos ? '\0' : line.at(name + 2);
+    }
+
     bool jobIs(char state)
     {
-        return terminal.waitUntil([&] {
-            std::ifstream file("/proc/" + std::to_string(job()) + "/stat");
-            std::string line;
-            std::getline(file, line);
-            const size_t name = line.rfind(") ");
-            return name != line.npos && line.at(name + 2) == state;
-        });
+        return terminal.waitUntil([&] { return stateOfJob() == state; });
     }
 
     void expectPrompt()
