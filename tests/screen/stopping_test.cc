@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <thread>
 
 using namespace keys;
 
@@ -458,6 +459,23 @@ TEST(TypingAhead, IsNoneOfTheShellsWhileTheMachineIsReleased)
     shell.terminal.send("echo o''ops\n");
     shell.see("echo o''ops");
     shell.workspace.letGo();
+    shell.type("echo status $?");
+    shell.see("status 1");
+    EXPECT_FALSE(shell.terminal.contains("oops")) << shell.terminal.picture();
+}
+
+// The program has begun to drop what came with its last key, when the rest arrives.
+TEST(TypingAhead, IsNoneOfTheShellsWhereItIsTheRestOfAPaste)
+{
+    Shell shell;
+    shell.run();
+    shell.expectScreen();
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(ctrlO + "\x1b[200~echo");
+    while (shell.terminal.unread() > 0)
+        std::this_thread::yield();
+    shell.terminal.send(" o''ops\necho o''ops\n\x1b[201~");
+    shell.expectPrompt();
     shell.type("echo status $?");
     shell.see("status 1");
     EXPECT_FALSE(shell.terminal.contains("oops")) << shell.terminal.picture();
