@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <thread>
 
 using namespace keys;
 
@@ -472,8 +471,9 @@ TEST(TypingAhead, IsNoneOfTheShellsWhereItIsTheRestOfAPaste)
     shell.expectScreen();
     shell.terminal.waitUntilIdle();
     shell.terminal.send(ctrlO + "\x1b[200~echo");
-    while (shell.terminal.unread() > 0)
-        std::this_thread::yield();
+    EXPECT_FALSE(shell.terminal.waitUntil([&] { return !shell.terminal.inAlternateScreen(); },
+                                          std::chrono::milliseconds(200)))
+        << "it does not wait for the rest";
     shell.terminal.send(" o''ops\necho o''ops\n\x1b[201~");
     shell.expectPrompt();
     shell.type("echo status $?");
