@@ -61,6 +61,8 @@ unsigned int getKeyOfSlang()
     sigprocmask(SIG_BLOCK, &stops, &before);
     const unsigned int nothing = inSequence ? SLANG_GETKEY_ERROR : noKey;
     const unsigned int key = isKeyThere() ? original() : nothing;
+    if (!inSequence)
+        sequenceIsCut = 0; // a stop that comes from here on cuts the one that this begins
     sigprocmask(SIG_SETMASK, &before, nullptr);
     return key;
 }
@@ -88,9 +90,11 @@ bool isInputWithin(Milliseconds time)
     for (;;) { // signals end the waiting
         const auto left = std::chrono::ceil<Milliseconds>(deadline - Clock::now());
         const int wait = static_cast<int>(std::max<Milliseconds::rep>(left.count(), 0));
+        if (inSequence && sequenceIsCut)
+            return false;
         if (SLang_input_pending(-wait) > 0)
             return true;
-        if (wait == 0 || (inSequence && sequenceIsCut))
+        if (wait == 0)
             return false;
     }
 }
@@ -158,7 +162,6 @@ unsigned int keyAfterEscape()
         learnKeys();
     const Milliseconds delay = escapeDelay();
     inSequence = true;
-    sequenceIsCut = 0;
     const std::string sequence = readSequence(delay);
     if (sequence.ends_with(pasteBegins)) // an Esc may have been pressed just before it
         dropPaste(delay);
