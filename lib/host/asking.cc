@@ -135,7 +135,7 @@ int tryTo(const Asked &asked, const char *name)
     Refusal refusal = checkAsked(machine, asked);
     if (refusal.detail == 0 && std::string_view(asked.code->name) != name)
         refusal = {YAT_DETAIL_UNSUPPORTED,
-                   {"the code is that of another operation", "別の操作の操作コードです"}};
+                   {"the code is that of another operation", "この操作の操作コードではありません"}};
     if (refusal.detail == 0)
         refusal = others;
     if (refusal.detail != 0) {
