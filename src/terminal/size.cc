@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "terminal/size.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <slang.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -70,4 +73,17 @@ bool resizePending()
         pending = true;
     size = terminalSize();
     return pending;
+}
+
+// For newt and the program, this comes before the function of S-Lang's, which takes any size: the
+// memory of a screen of 20,000 by 20,000 characters is more than most machines have.
+extern "C" __attribute__((visibility("default"))) void SLtt_get_screen_size(void)
+{
+    using GetSize = void();
+    static GetSize *const original =
+        reinterpret_cast<GetSize *>(dlsym(RTLD_NEXT, "SLtt_get_screen_size"));
+    constexpr int most = 1000;
+    original();
+    SLtt_Screen_Rows = std::min(SLtt_Screen_Rows, most);
+    SLtt_Screen_Cols = std::min(SLtt_Screen_Cols, most);
 }

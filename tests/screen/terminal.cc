@@ -419,7 +419,8 @@ Terminal::Modes Terminal::modes() const
     tcgetattr(replica, &current);
     return {.echo = (current.c_lflag & ECHO) != 0,
             .canonical = (current.c_lflag & ICANON) != 0,
-            .signals = (current.c_lflag & ISIG) != 0};
+            .signals = (current.c_lflag & ISIG) != 0,
+            .flowControl = (current.c_iflag & IXON) != 0};
 }
 
 bool Terminal::modesAreAsBefore() const

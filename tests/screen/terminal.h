@@ -85,7 +85,7 @@ public:
 
     // The terminal's modes as the program sees them.
     struct Modes {
-        bool echo, canonical, signals;
+        bool echo, canonical, signals, flowControl;
     };
     Modes modes() const;
 

@@ -199,10 +199,12 @@ void expectToldOf(const std::string &name, const Words &directories, const Words
 
 TEST_F(Manual, TellsTheEnvironmentThatIsRead)
 {
-    // The locale and the time zone are read by the C library, and NEWT_MONO by newt.
+    // The locale and the time zone are read by the C library, and the rest by newt and S-Lang.
     for (const char *name : {"mrvutil.1", "ja/mrvutil.1"})
         expectToldOf(name, {"src", "lib"},
-                     {"LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LANG", "TZ", "NEWT_MONO"});
+                     {"LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LANG", "TZ", "NEWT_MONO",
+                      "NEWT_NOFLOWCTRL", "COLORFGBG", "COLORTERM", "COLORTERM_BCE", "LINES",
+                      "COLUMNS", "TERMINFO", "TERMINFO_DIRS", "TERMCAP", "WCWIDTH_CJK_LEGACY"});
     expectToldOf("yatsim.1", {"tools/yatsim", "lib/common", "lib/sim"},
                  {"LC_ALL", "LC_CTYPE", "LANG", "TZ"});
     expectToldOf("yatctl.1", {"tools/yatctl", "lib"},
