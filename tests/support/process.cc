@@ -3,6 +3,7 @@
 
 #include "files.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <sstream>
 #include <stdexcept>
@@ -71,6 +72,8 @@ pid_t start(const std::vector<std::string> &command, const StartOptions &options
         throw std::runtime_error("no other process");
     if (child > 0)
         return child;
+    for (int signal = 1; signal < NSIG; ++signal) // the tests may run under nohup
+        ::signal(signal, SIG_DFL);
     if (options.prepare)
         options.prepare();
     execve(arguments[0], arguments.data(), options.environment ? environment.data() : environ);
