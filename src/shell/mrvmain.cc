@@ -74,9 +74,12 @@ void NewtStartUp(void)
 {
     if (debug_flag)
         return;
-    startNewt();
-    watchSize();
-    watchStops();
+    {
+        const HeldStops held; // until they are watched
+        startNewt();
+        watchSize();
+        watchStops();
+    }
     markPastes();
     newtSetColors(myColors);
     newtCls();
@@ -94,21 +97,26 @@ void suspend(void *)
     newtResume();
 }
 
+static void leaveScreen()
+{
+    const HeldStops held; // which take their usual effect on a terminal that is restored
+    forgetStops();
+    unmarkPastes();
+    newtCls();
+    newtFinished();
+    showCursor();
+    undisguiseTerminal();
+    restoreConsole();
+    releaseTerminal();
+    screenOn = false;
+}
+
 // What is done after the windows, whether they ended by themselves or with their terminal.
 static void tearDown()
 {
     const bool hadScreen = screenOn;
-    if (screenOn) {
-        forgetStops();
-        unmarkPastes();
-        newtCls();
-        newtFinished();
-        showCursor();
-        undisguiseTerminal();
-        restoreConsole();
-        releaseTerminal();
-        screenOn = false;
-    }
+    if (screenOn)
+        leaveScreen();
     if ((program.alwaysReleases || yat_ft_func.handle) && ft_FunctionRelease() == 0)
         TRACE_AS(YAT_TRACE_ERROR, "main", "Release keldor I/F by ft_release failed.");
     if (hadScreen)

@@ -13,6 +13,7 @@
 
 #include "terminal/ending.h"
 #include "terminal/sequences.h"
+#include "terminal/stopping.h"
 
 #include <algorithm>
 #include <charconv>
@@ -54,16 +55,11 @@ unsigned int getKeyOfSlang()
 {
     using GetKey = unsigned int();
     static GetKey *const original = reinterpret_cast<GetKey *>(dlsym(RTLD_NEXT, "SLang_getkey"));
-    sigset_t stops, before;
-    sigemptyset(&stops);
-    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU})
-        sigaddset(&stops, signal);
-    sigprocmask(SIG_BLOCK, &stops, &before);
+    const HeldStops held;
     const unsigned int nothing = inSequence ? SLANG_GETKEY_ERROR : noKey;
     const unsigned int key = isKeyThere() ? original() : nothing;
     if (!inSequence)
         sequenceIsCut = 0; // a stop that comes from here on cuts the one that this begins
-    sigprocmask(SIG_SETMASK, &before, nullptr);
     return key;
 }
 

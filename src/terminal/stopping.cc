@@ -114,3 +114,17 @@ void forgetStops()
     for (size_t i = 0; i < std::size(handled); ++i)
         sigaction(handled[i].signal, &former[i], nullptr);
 }
+
+HeldStops::HeldStops()
+{
+    sigset_t stops;
+    sigemptyset(&stops);
+    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU})
+        sigaddset(&stops, signal);
+    sigprocmask(SIG_BLOCK, &stops, &before);
+}
+
+HeldStops::~HeldStops()
+{
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}

@@ -4,6 +4,8 @@
 // once where it is in the background.
 #pragma once
 
+#include <csignal>
+
 // Where it is not the program's controlling terminal, there is no background either.
 bool isInForeground();
 
@@ -18,3 +20,13 @@ constexpr char neverInForeground[] = "the program is in the background, and no s
 // From here on until forgetStops, and while the terminal is not lent. newt has the terminal.
 void watchStops();
 void forgetStops();
+
+// While there is one, a stop that the program can be asked for waits.
+struct HeldStops {
+    HeldStops();
+    ~HeldStops();
+    HeldStops(const HeldStops &) = delete;
+    HeldStops &operator=(const HeldStops &) = delete;
+
+    sigset_t before;
+};

@@ -440,6 +440,41 @@ TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
     EXPECT_FALSE(shell.terminal.contains("..."));
 }
 
+TEST(Stopping, WaitsWhileTheScreenIsEntered)
+{
+    Shell shell({.script = "newtInit real held"});
+    shell.runSpied();
+    EXPECT_TRUE(shell.terminal.waitUntil([&] { return !shell.terminal.modes().canonical; }));
+    shell.kill(SIGTSTP);
+    shell.workspace.letGo();
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.expectPrompt();
+    shell.type("fg");
+    shell.expectScreen();
+    shell.expectEnd();
+}
+
+TEST(Stopping, WaitsWhileTheScreenIsLeft)
+{
+    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU}) {
+        Shell shell({.script = "newtCls real held at=2"});
+        shell.runSpied();
+        shell.expectScreen();
+        shell.terminal.waitUntilIdle();
+        shell.terminal.send(ctrlO);
+        EXPECT_TRUE(
+            shell.terminal.waitUntil([&] { return !shell.terminal.contains("FT Server"); }));
+        shell.kill(signal);
+        shell.workspace.letGo();
+        EXPECT_TRUE(shell.jobIs('T'));
+        shell.expectPrompt();
+        EXPECT_EQ(shell.workspace.calls().back(), "klogctl(8, null, 6)");
+        shell.type("fg; echo status $?");
+        shell.see("status 1");
+        shell.expectPrompt();
+    }
+}
+
 TEST(TypingAhead, IsTheShellsWhereTheProgramHasNoScreen)
 {
     Shell shell;

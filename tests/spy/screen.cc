@@ -25,6 +25,15 @@ bool isInNewt(void *address)
     return dladdr(address, &info) && strstr(info.dli_fname, "libnewt");
 }
 
+struct Held {
+    const char *call;
+    ~Held()
+    {
+        if (const Rule *rule = ruleFor(call))
+            waitFor(*rule);
+    }
+};
+
 } // namespace
 
 // What newt asks itself for is its own business.
@@ -67,12 +76,13 @@ newtComponent newtRadioGetCurrent(newtComponent radio)
     return real<decltype(newtRadioGetCurrent)>("newtRadioGetCurrent")(radio);
 }
 
-// The calls that are nothing but recorded.
+// The calls that are nothing but recorded. A rule for one holds the program behind it.
 #define CALL(result, name, parameters, arguments)                                                  \
     result name parameters                                                                         \
     {                                                                                              \
         if (IS_OF_THE_PROGRAM)                                                                     \
             record(#name "(" + list arguments + ")");                                              \
+        const Held held{#name};                                                                    \
         return real<decltype(name)>(#name) arguments;                                              \
     }
 CALL(int, newtFinished, (), ())
@@ -80,6 +90,7 @@ CALL(int, newtInit, (), ())
 CALL(void, newtPushHelpLine, (const char *text), (text))
 CALL(void, newtRefresh, (), ())
 CALL(int, newtResume, (), ())
+CALL(void, newtSuspend, (), ())
 CALL(void, newtTrashScreen, (), ())
 
 // A program that a test has seen enough of would leave no counts of the lines that ran. While these
@@ -96,20 +107,11 @@ int raise(int signal)
     return real<decltype(raise)>("raise")(signal);
 }
 
-// A rule for it holds the program while the screen is left.
-void newtSuspend(void)
-{
-    if (IS_OF_THE_PROGRAM)
-        record("newtSuspend()");
-    real<decltype(newtSuspend)>("newtSuspend")();
-    if (const Rule *rule = ruleFor("newtSuspend"))
-        waitFor(*rule);
-}
-
 void newtCls(void)
 {
     if (IS_OF_THE_PROGRAM)
         record("newtCls()");
+    const Held held{"newtCls"};
     refreshing = true;
     real<decltype(newtCls)>("newtCls")();
     refreshing = false;
