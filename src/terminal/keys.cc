@@ -113,7 +113,8 @@ void dropPaste(Milliseconds delay)
     }
 }
 
-// A sequence from its Esc on, whole unless the rest of it does not come in time.
+// A sequence from its Esc on, whole unless the rest of it does not come in time; or the key that
+// has broken it off.
 std::string readSequence(Milliseconds delay)
 {
     constexpr size_t most = 64; // bytes, of which the first and the last ones count
@@ -122,7 +123,7 @@ std::string readSequence(Milliseconds delay)
         const auto byte = nextByte(delay);
         if (!byte)
             break;
-        if (*byte == escape && !takesEscape(sequence))
+        if (isControl(*byte) && !takesControl(sequence, *byte))
             sequence.clear(); // the former one has no end
         sequence += *byte;
         if (sequence.size() > most)
@@ -150,6 +151,11 @@ void learnKeys()
         addKey(SLtt_tgetstr(const_cast<char *>(name)), key);
 }
 
+unsigned int keyOfByte(unsigned int byte)
+{
+    return byte == ctrlA && ctrlAIsHotKey ? beyondKeyMap | ctrlA : byte;
+}
+
 // Reads what follows an Esc. Returns the first byte of the key that newt gets for it.
 unsigned int keyAfterEscape()
 {
@@ -164,6 +170,8 @@ unsigned int keyAfterEscape()
     inSequence = false;
     if (sequenceIsCut)
         return noKey;
+    if (sequence[0] != escape)
+        return keyOfByte(static_cast<unsigned char>(sequence[0]));
     if (sequence.find_first_not_of(escape) == sequence.npos)
         return beyondKeyMap | escape;
     const std::string_view key = keyOf(sequence);
@@ -210,10 +218,8 @@ extern "C" __attribute__((visibility("default"))) unsigned int SLang_getkey(void
             return key;
         if (key == escape)
             return keyAfterEscape();
-        if (key == ctrlA && ctrlAIsHotKey)
-            return beyondKeyMap | ctrlA;
         if (key != SLANG_GETKEY_ERROR)
-            return key;
+            return keyOfByte(key);
         if (terminalIsGone())
             break;
     }

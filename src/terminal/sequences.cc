@@ -15,14 +15,9 @@ bool isBetween(char byte, char first, char last)
     return byte >= first && byte <= last;
 }
 
-// Whether a text after Esc is over that ends with BEL, or with Esc and a backslash.
-bool isWholeString(std::string_view rest)
-{
-    return rest.ends_with(bell) || rest.ends_with("\x1b\\");
-}
-
 // After "Esc [": parameters, then a byte that ends them. The Linux console puts another bracket
-// before the letters of its function keys, and old mouse reports have three bytes of any value.
+// before the letters of its function keys, old mouse reports have three bytes of any value, and a
+// dollar ends a key with Shift on rxvt, though not the parameters of a report.
 bool isWholeControl(std::string_view rest)
 {
     if (rest.empty())
@@ -31,7 +26,9 @@ bool isWholeControl(std::string_view rest)
         return rest.size() == 2;
     if (rest[0] == 'M')
         return rest.size() == 4;
-    return !isBetween(rest.back(), ' ', '?');
+    const bool isShifted = rest.back() == '$' && isBetween(rest[0], '0', '9') && rest.size() <= 3
+                           && isBetween(rest[rest.size() - 2], '0', '9');
+    return isShifted || !isBetween(rest.back(), ' ', '?');
 }
 
 // After "Esc O": a letter, on some terminals with the digits of a modifier before it.
@@ -47,7 +44,8 @@ bool isWholeCharacter(std::string_view rest)
     return mbrlen(rest.data(), rest.size(), &state) != static_cast<size_t>(-2);
 }
 
-// Answers of the terminal, not keys.
+// Answers of the terminal, not keys. They end with BEL, or else with Esc and a backslash, which are
+// a sequence of their own here: where these are only keys with Alt, the next key is one as well.
 bool isString(char introducer)
 {
     return introducer == 'P' || introducer == ']' || introducer == '_';
@@ -98,16 +96,15 @@ bool isWhole(std::string_view sequence)
     if (rest[0] == 'O')
         return isWholeKeypad(parameters);
     if (isString(rest[0]))
-        return isWholeString(parameters);
-    if (rest[0] == 'N')
-        return !parameters.empty();
+        return parameters.ends_with(bell);
     return isWholeCharacter(rest);
 }
 
-bool takesEscape(std::string_view sequence)
+bool takesControl(std::string_view sequence, char byte)
 {
     const std::string_view rest = withoutEscape(sequence);
-    return rest.empty() || isString(rest[0]);
+    return rest.empty() || (isString(rest[0]) && byte == bell)
+           || (rest.starts_with("[M") && byte != escape);
 }
 
 std::string_view keyOf(std::string_view sequence)

@@ -8,12 +8,18 @@
 
 constexpr char escape = '\x1b';
 
-// Whether the bytes, the first of them Esc, are a sequence that is whole. Only the first three and
+// Whether the bytes, the first of them Esc, are a sequence that is whole. Only the first five and
 // the last two count, and what is longer by that. An Esc alone is not: more can follow.
 bool isWhole(std::string_view sequence);
 
-// Whether an Esc that comes next belongs to the sequence, and does not begin another one.
-bool takesEscape(std::string_view sequence);
+constexpr bool isControl(char byte)
+{
+    return byte >= 0 && byte < ' ';
+}
+
+// Whether a control character that comes next belongs to the sequence. Else it breaks that off, as
+// a key of its own or, if it is an Esc, the beginning of another sequence.
+bool takesControl(std::string_view sequence, char byte);
 
 // The bytes by which newt knows the key of a sequence on every terminal; empty for what is no key
 // that it knows.

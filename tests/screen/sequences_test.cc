@@ -14,6 +14,9 @@ std::string csi(const std::string &rest)
     return "\x1b[" + rest;
 }
 
+// With Alt, the keys by which other sequences begin: what is typed next can belong to one.
+const std::set<std::string> introducers = {"\x1b[", "\x1bO", "\x1bP", "\x1b]", "\x1b_"};
+
 // Keys that newt knows nothing of, and what terminals report.
 std::vector<std::string> unknownSequences()
 {
@@ -94,8 +97,10 @@ std::vector<std::string> unknownSequences()
             result.push_back(csi(std::string(number) + ";" + modifier + "~"));
     for (const char *number : {"25", "26", "28", "29", "31", "32", "33", "34", "42"})
         result.push_back(csi(std::string(number) + "~"));
-    for (const char letter : std::string("abcdefgxyzABCDQZ0189.,:;<=>?!@#$%&'()*+-"))
+    for (const char letter : std::string("abcdefgxyzABCDNQXZ0189.,:;<=>?!@#$%&'()*+-\\^"))
         result.push_back(std::string("\x1b") + letter);
+    for (const std::string &letter : introducers)
+        result.push_back(letter);
     return result;
 }
 
@@ -105,6 +110,24 @@ void sendPart(Terminal &terminal, const std::string &part)
     terminal.send(part);
     while (terminal.unread() > 0)
         std::this_thread::yield();
+}
+
+// A key that follows acts, and one that undoes it as well.
+void expectNextKey(Session &session, const std::string &sequence)
+{
+    Terminal &terminal = session.terminal();
+    const std::string before = terminal.picture(), ctrlP = "\x10", ctrlN = "\x0e";
+    for (const auto &[key, back] : {std::pair{down, up}, {ctrlN, ctrlP}, {space, space}}) {
+        if (key == space && introducers.contains(sequence))
+            continue;
+        const std::string shown = testing::PrintToString(sequence + key);
+        terminal.send(sequence + key);
+        ASSERT_TRUE(terminal.waitUntil([&] { return terminal.picture() != before; })) << shown;
+        terminal.waitUntilIdle();
+        terminal.send(sequence + back);
+        ASSERT_TRUE(terminal.waitUntil([&] { return terminal.picture() == before; })) << shown;
+        terminal.waitUntilIdle();
+    }
 }
 
 // Sends a sequence in two parts, divided at each place in turn, an odd number of times in all, and
@@ -121,6 +144,7 @@ void expectNothing(Session &session, const std::string &sequence)
         sendPart(terminal, sequence);
     terminal.waitUntilIdle();
     ASSERT_EQ(terminal.picture(), before) << testing::PrintToString(sequence);
+    expectNextKey(session, sequence);
 }
 
 class EveryTerminalType : public testing::TestWithParam<const char *>
@@ -236,6 +260,17 @@ INSTANTIATE_TEST_SUITE_P(Sequences, EveryTerminalType,
                          testing::ValuesIn(terminalTypes));
 
 } // namespace
+
+TEST(Sequences, ThatHaveNoEndGiveWayToAControlKey)
+{
+    for (const std::string &sequence : introducers)
+        for (const std::string &key : {ctrlA, ctrlO}) {
+            Session session;
+            session.see("FT server");
+            session.send(sequence + key);
+            session.expectExit(1);
+        }
+}
 
 TEST(Sequences, AreOneKeyOnASlowLineToo)
 {

@@ -47,7 +47,13 @@ const std::vector<Expected> sequences = {
     {"\x1b\r", ""},
     {"\x1b\x7f", ""},
     {"\x1bあ", ""},
-    {"\x1bNx", ""},
+    {"\x1bN", ""},
+    {"\x1b^", ""},
+    {"\x1bX", ""},
+    {"\x1b\\", ""},
+    {"\x1b[3$", ""},
+    {"\x1b[33$", ""},
+    {"\x1b[2;0$y", ""},
     {"\x1b[I", ""},
     {"\x1b[O", ""},
     {"\x1b[M !!", ""},
@@ -62,11 +68,10 @@ const std::vector<Expected> sequences = {
     {"\x1b[?2004;2$y", ""},
     {"\x1b[27;5;9~", ""},
     {"\x1b[97;5u", ""},
-    {"\x1b]11;rgb:0000/0000/0000\x1b\\", ""},
+    {"\x1b]11;rgb:0000/0000/0000\a", ""},
     {"\x1b]52;c;cm0gLXJmIC8K\a", ""},
-    {"\x1bP1+r436f=323536\x1b\\", ""},
-    {"\x1bP!|00000000\x1b\\", ""},
-    {"\x1b_Gi=1;OK\x1b\\", ""},
+    {"\x1bP1+r436f=323536\a", ""},
+    {"\x1b_Gi=1;OK\a", ""},
 };
 
 struct Utf8 {
@@ -109,16 +114,19 @@ TEST(Sequences, AreKnownAsThisTerminalSendsThem)
     EXPECT_EQ(keyOf(""), "");
 }
 
-TEST(Sequences, EndBeforeAnotherEscapeUnlessItIsTheirOwn)
+TEST(Sequences, AreBrokenOffByAControlCharacterThatIsNotTheirs)
 {
-    EXPECT_TRUE(takesEscape("\x1b"));
-    EXPECT_TRUE(takesEscape("\x1b]11;rgb"));
-    EXPECT_TRUE(takesEscape("\x1bP1+r"));
-    EXPECT_TRUE(takesEscape("\x1b_G"));
-    EXPECT_FALSE(takesEscape("\x1b["));
-    EXPECT_FALSE(takesEscape("\x1b[1;"));
-    EXPECT_FALSE(takesEscape("\x1bO"));
-    EXPECT_FALSE(takesEscape("\x1bN"));
+    for (const char byte : {escape, '\r', '\t', '\a', '\x0f'}) {
+        EXPECT_TRUE(takesControl("\x1b", byte));
+        EXPECT_TRUE(takesControl("\x1b\x1b", byte));
+        EXPECT_EQ(takesControl("\x1b[M ", byte), byte != escape);
+        for (const char *string : {"\x1b]11;rgb", "\x1bP", "\x1b_G"})
+            EXPECT_EQ(takesControl(string, byte), byte == '\a');
+        for (const char *other : {"\x1b[", "\x1b[1;", "\x1bO", "\x1b[<0;M"})
+            EXPECT_FALSE(takesControl(other, byte));
+    }
+    EXPECT_TRUE(isControl('\x1f'));
+    EXPECT_FALSE(isControl(' ') || isControl('\xe3'));
 }
 
 } // namespace
