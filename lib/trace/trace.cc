@@ -71,7 +71,12 @@ struct Log {
 };
 Log traceLog;
 
-char lastError[1024];
+char firstError[1024], lastError[1024];
+
+template <size_t size> void keep(char (&kept)[size], std::string_view text)
+{
+    kept[text.copy(kept, size - 1)] = '\0';
+}
 
 pid_t process; // 0: not asked yet
 
@@ -296,14 +301,19 @@ bool isLogName(const char *name)
 
 } // namespace
 
+const char *yat::firstTracedError()
+{
+    return firstError;
+}
+
 const char *yat::lastTracedError()
 {
     return lastError;
 }
 
-void yat::forgetTracedError()
+void yat::forgetTracedErrors()
 {
-    lastError[0] = '\0';
+    firstError[0] = lastError[0] = '\0';
 }
 
 int TraceLogInit(int reserved1, const char *name, int reserved2, int megabytes, int generations)
@@ -339,8 +349,11 @@ int TraceLog(int level, const char *source, const char *function, int line, cons
     va_start(arguments, format);
     const int length = vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    if (level == YAT_TRACE_ERROR && length > 0)
-        lastError[std::string_view(text).copy(lastError, sizeof lastError - 1)] = '\0';
+    if (level == YAT_TRACE_ERROR && length > 0) {
+        if (!firstError[0])
+            keep(firstError, text);
+        keep(lastError, text);
+    }
     if (traceLog.path.empty())
         return 0;
 
