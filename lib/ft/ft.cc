@@ -10,6 +10,7 @@
 #include "common/problem.h"
 #include "text/encoding.h"
 #include "trace/lasterror.h"
+#include "winshim/telling.h"
 #include "yat/platform.h"
 
 #include <dlfcn.h>
@@ -122,7 +123,7 @@ try {
     const std::string path = platformLibrary();
     Library library = load(path);
     const yat_platform &platform = platformOf(library, path);
-    yat::forgetTracedError();
+    yat::forgetTracedErrors();
     const int opened = platform.open();
     if (opened == 0)
         throw refusal(path);
@@ -165,7 +166,14 @@ int FreeTreeViewData(yat_device **root)
 
 int call_yat_is_ft(int reserved)
 {
-    return yat_ft_func.is_ft ? yat_ft_func.is_ft(reserved) : YAT_MACHINE_QUERY_FAILED;
+    const int type = yat_ft_func.is_ft ? yat_ft_func.is_ft(reserved) : YAT_MACHINE_QUERY_FAILED;
+    if (type == YAT_MACHINE_PLAIN)
+        yat::complainForScreen("this machine is no fault-tolerant server; name another one in "
+                               "yatkit.toml or YAT_MACHINE");
+    else if (type == YAT_MACHINE_QUERY_FAILED)
+        yat::complainForScreen("the machine does not tell whether it is a fault-tolerant server; "
+                               "the trace log may say why");
+    return type;
 }
 
 int StatusChange(int kind, int number, int code, char *text)

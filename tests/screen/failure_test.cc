@@ -109,9 +109,17 @@ TEST(Failure, ToReadTheDevicesIsShown)
 
 TEST(Failure, OfTheMachineTypeQueryIsASuccessWithoutATree)
 {
-    Session session({.script = "call_yat_is_ft -1"});
+    Session yatsim({.program = "yatsim",
+                    .arguments = {"inject", "call_yat_is_ft", "-1"},
+                    .environment = {{"LD_PRELOAD", "(unset)"}}});
+    yatsim.expectExit(0);
+    Session session({.state = yatsim.files().stateDirectory()});
     session.expectExit(1);
     EXPECT_EQ(session.terminal().output().find("FT Server Utility"), std::string::npos);
+    EXPECT_TRUE(session.terminal().output().ends_with(
+        "mrvutil: the machine does not tell whether it is a fault-tolerant server; the trace log "
+        "may say why\r\n"))
+        << session.terminal().output();
     expectInOrder(session.trace(), {"1 EditParameter call_yat_is_ft failed in libwinshim.so.",
                                     "0 EditParameter <"});
     EXPECT_EQ(session.calls("FreeTreeViewData").size(), 1u);

@@ -100,6 +100,10 @@ TEST(MainScreen, IsNotShownOnAMachineThatIsNoFtServer)
     Session session({.machine = "PLAIN"});
     session.expectExit(1);
     EXPECT_EQ(session.terminal().output().find("FT Server Utility"), std::string::npos);
+    EXPECT_TRUE(session.terminal().output().ends_with(
+        "mrvutil: this machine is no fault-tolerant server; name another one in yatkit.toml or "
+        "YAT_MACHINE\r\n"))
+        << session.terminal().output();
     expectInOrder(session.trace(),
                   {"0 EditParameter this is not ft server.", "0 EditParameter <", "0 main <"});
 }
