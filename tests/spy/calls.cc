@@ -29,6 +29,11 @@ std::string shown(int value)
     return std::to_string(value);
 }
 
+std::string shown(char value)
+{
+    return {'\'', value, '\''};
+}
+
 std::string shown(const int *value)
 {
     return std::to_string(*value);

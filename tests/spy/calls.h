@@ -5,7 +5,7 @@
 // YAT_SPY_MORE names, separated by blanks, what else is recorded:
 //
 //     screen  what the program asks newt for; windows, their forms and their grids by the title
-//     grids   the grids, what is put into them, and what forms get
+//     forms   components, grids and forms, see forms.h; a text is its key then, on the screen too
 //     texts   the keys that are looked up
 //     trace   the trace log's opening and its records
 #pragma once
@@ -28,6 +28,7 @@ template <class Function> Function *real(const char *name)
 // An argument as it is recorded. Of what a call fills, a text is there only when it is not empty,
 // a number always, as the call finds it.
 std::string shown(int value);
+std::string shown(char value);
 std::string shown(const int *value);
 std::string shown(const char *text);
 std::string shown(char *filled);

@@ -200,6 +200,8 @@ char *CPGetText(const char *key, char (*work)[1024], char *catalogue)
     soilStack();
     if (records("texts"))
         record("CPGetText(" + list(key) + ")");
+    if (records("forms"))
+        return strcpy(*work, key);
     const char *replaced = getenv("YAT_SPY_TEXT_KEY");
     if (replaced && strcmp(key, replaced) == 0)
         return strcpy(*work, getenv("YAT_SPY_TEXT"));

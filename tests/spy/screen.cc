@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What the program asks newt for, recorded when YAT_SPY_MORE has "screen" in it.
 #include "calls.h"
+#include "forms.h"
 #include "script.h"
 
 #include <csignal>
@@ -19,12 +20,6 @@ std::map<newtGrid, std::string> titlesOfGrids;
 
 bool refreshing; // some calls end in a jump to newtRefresh, which leaves no return address of newt
 
-bool isInNewt(void *address)
-{
-    Dl_info info;
-    return dladdr(address, &info) && strstr(info.dli_fname, "libnewt");
-}
-
 struct Held {
     const char *call;
     ~Held()
@@ -36,45 +31,18 @@ struct Held {
 
 } // namespace
 
+bool isInNewt(void *address)
+{
+    Dl_info info;
+    return dladdr(address, &info) && strstr(info.dli_fname, "libnewt");
+}
+
 // What newt asks itself for is its own business.
 #define IS_OF_THE_PROGRAM                                                                          \
     (records("screen") && !refreshing && !isInNewt(__builtin_return_address(0)))
 
 #pragma GCC visibility push(default)
 extern "C" {
-
-newtGrid newtCreateGrid(int columns, int rows)
-{
-    if (records("grids"))
-        record("newtCreateGrid(" + list(columns, rows) + ")");
-    return real<decltype(newtCreateGrid)>("newtCreateGrid")(columns, rows);
-}
-
-void newtGridSetField(newtGrid grid, int column, int row, newtGridElement kind, void *content,
-                      int left, int top, int right, int bottom, int anchor, int flags)
-{
-    if (records("grids"))
-        record("newtGridSetField("
-               + list(column, row, kind == NEWT_GRID_SUBGRID ? "grid" : "component", left, top,
-                      right, bottom, anchor, flags)
-               + ")");
-    real<decltype(newtGridSetField)>("newtGridSetField")(grid, column, row, kind, content, left,
-                                                         top, right, bottom, anchor, flags);
-}
-
-void newtFormAddComponent(newtComponent form, newtComponent component)
-{
-    if (records("grids") && !isInNewt(__builtin_return_address(0)))
-        record("newtFormAddComponent()");
-    real<decltype(newtFormAddComponent)>("newtFormAddComponent")(form, component);
-}
-
-newtComponent newtRadioGetCurrent(newtComponent radio)
-{
-    if (records("grids"))
-        record("newtRadioGetCurrent()");
-    return real<decltype(newtRadioGetCurrent)>("newtRadioGetCurrent")(radio);
-}
 
 // The calls that are nothing but recorded. A rule for one holds the program behind it.
 #define CALL(result, name, parameters, arguments)                                                  \
@@ -131,10 +99,11 @@ void newtPopWindow(void)
 void newtGridWrappedWindow(newtGrid grid, char *title)
 {
     if (IS_OF_THE_PROGRAM) {
-        record("newtGridWrappedWindow(" + std::string(title) + ")");
+        record("newtGridWrappedWindow(" + nameBefore(grid) + title + ")");
         titles.push_back(title);
         titlesOfGrids[grid] = title;
     }
+    nameAnew();
     real<decltype(newtGridWrappedWindow)>("newtGridWrappedWindow")(grid, title);
 }
 
@@ -149,6 +118,7 @@ void newtFormRun(newtComponent form, newtExitStruct *left)
 {
     if (IS_OF_THE_PROGRAM && !titles.empty())
         titlesOfForms[form] = titles.back();
+    recordRun();
     real<decltype(newtFormRun)>("newtFormRun")(form, left);
 }
 
