@@ -200,8 +200,8 @@ int mkTree(yat_device *treeDatap)
                        2,
                        {{0, 0, checktree, NEWT_ANCHOR_TOP, {.bottom = treeGap}},
                         {0, 1, exitButton, NEWT_ANCHOR_TOP}}};
-    newtComponent form = newtForm(nullptr, nullptr, 0);
     newtGrid newts = makeNewtGrid(grid);
+    newtComponent form = newtForm(nullptr, nullptr, 0);
     newtFormAddComponent(form, checktree);
     newtFormAddComponent(form, exitButton);
     openWindow(form, grid, newts, text("WINDOW_TITLE_MRV_ID"), GridEnd::freed, fitTree);

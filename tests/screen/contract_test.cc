@@ -43,6 +43,7 @@ std::vector<Opening> openings()
     const std::string type = "yat_ft_get_property 0 at=";
 
     return {
+        {.name = "tree", .way = {}, .close = ctrlO},
         {.name = "bios",
          .way = {to(cpuModule), {tab + tab + tab + tab + tab + enter, "BIOS_TITLE"}},
          .close = enter,
