@@ -9,7 +9,10 @@
 #include "platform/property.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -117,6 +120,28 @@ Grid makeRows(const DeviceWindow &window)
     return grid;
 }
 
+using Components = std::array<newtComponent, mostParts>; // up to the first null
+
+void addComponents(newtComponent form, const Components &components)
+{
+    std::apply([form](auto... each) { newtFormAddComponents(form, each..., nullptr); }, components);
+}
+
+void addInTabOrder(const DeviceWindow &window)
+{
+    Components together{};
+    size_t count = 0;
+    for (const int part : window.kind.tabOrder) {
+        if (part != nextCall && window.parts[part])
+            together[count++] = window.parts[part];
+        if (part == nextCall && window.hasMtbfType) {
+            addComponents(window.form, std::exchange(together, {}));
+            count = 0;
+        }
+    }
+    addComponents(window.form, together);
+}
+
 void openDeviceWindow(const DeviceWindow &window)
 {
     std::array<char, 256> title;
@@ -124,9 +149,7 @@ void openDeviceWindow(const DeviceWindow &window)
              (nameOf(window.device) + " --" + text("WINDOW_TITLE_MRV_ID")).c_str());
     openWindow(window.form, makeRows(window), title.data(),
                window.kind.freesGrids ? GridEnd::freed : GridEnd::kept);
-    for (const int part : window.kind.tabOrder)
-        if (window.parts[part])
-            newtFormAddComponent(window.form, window.parts[part]);
+    addInTabOrder(window);
 }
 
 void press(DeviceWindow &window, newtComponent pressed)

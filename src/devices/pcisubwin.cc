@@ -60,9 +60,10 @@ constexpr Row rows[] = {
 };
 
 constexpr int tabOrder[] = {
-    mtbfLabel,         clearButton, mtbfTypeLabel, typeRadio1,  typeRadio2,    typeRadio3,
-    setMtbfTypeButton, startLabel,  stopButton,    startButton, diagnoseLabel, diagnoseButton,
-    stateLabel,        stateBox,    refreshButton, closeButton,
+    mtbfLabel,  clearButton, nextCall,          mtbfTypeLabel,  typeRadio1,
+    typeRadio2, typeRadio3,  setMtbfTypeButton, nextCall,       startLabel,
+    stopButton, startButton, diagnoseLabel,     diagnoseButton, stateLabel,
+    stateBox,   nextCall,    refreshButton,     closeButton,
 };
 
 enum QuestionNumber { clearQuestion, stopQuestion, startQuestion };

@@ -30,38 +30,6 @@ Calls redraw(const std::string &title)
     return {"newtSuspend()", "newtResume()", "newtDrawForm(" + title + ")"};
 }
 
-// ---- Closing and refreshing
-
-struct Closing {
-    const char *name;
-    const Device *device;
-    int tabs;
-    bool resumes;
-};
-
-const Closing closings[] = {
-    {"cpu", &cpuModule, 15, true},
-    {"pci", &pciModule, 9, false},
-    {"scsi", &scsiAdapter, 2, false},
-    {"ethernet", &ethernetAdapter, 1, false},
-};
-
-class EveryClosing : public testing::TestWithParam<Closing> {};
-
-TEST_P(EveryClosing, ResumesInTheCpuWindowOnly)
-{
-    Session session(watched());
-    open(session, *GetParam().device);
-    const size_t opened = session.calls().size();
-    press(session, GetParam().tabs);
-    session.seeNot("MTBF");
-    const Calls resumed = GetParam().resumes ? Calls{"newtResume()"} : Calls{};
-    EXPECT_EQ(callsSince(session, opened), (resumed + Calls{"newtPopWindow()"}));
-}
-
-INSTANTIATE_TEST_SUITE_P(Newt, EveryClosing, testing::ValuesIn(closings),
-                         [](const auto &info) { return std::string(info.param.name); });
-
 } // namespace
 
 TEST(Refresh, DrawsTheFormAndTheScreen)
