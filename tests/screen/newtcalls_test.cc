@@ -140,6 +140,33 @@ TEST(Titles, OfALongNameAreCutWhereTheirBuffersEnd)
 
 // ---- The screen's own beginning and end
 
+namespace {
+
+// All calls of a run with these on the screen and these once it is left.
+Calls wholeRun(const Calls &onScreen, const Calls &released)
+{
+    return Calls{"OpenStrFile(/data/E_mrvutil.rc) = stream",
+                 "initnewtlib() = 0",
+                 "initslanglib() = 0",
+                 "klogctl(6, null, 0)",
+                 "newtInit()",
+                 "newtSetColors(white black black lightgray black lightgray white black "
+                 "yellow blue yellow blue black brown blue lightgray blue brown yellow blue "
+                 "black lightgray white blue black brown black lightgray lightgray black "
+                 "white blue yellow blue blue red blue lightgray black brown yellow brown "
+                 "black brown)",
+                 "newtCls()",
+                 "newtPushHelpLine(  Esc: leave   Tab: next   Enter: open   Space: expand "
+                 "or press   Arrows: move)",
+                 "newtDrawRootText(0, 0, \"\")"}
+           + onScreen + Calls{"newtCls()", "newtFinished()", "klogctl(8, null, 6)"} + released
+           + Calls{"freenewtlib()", "freeslanglib()"};
+}
+
+const Calls released = {"ft_FunctionRelease() = 1"};
+
+} // namespace
+
 TEST(StartUp, AndEndAreInOrder)
 {
     Session session(watched());
@@ -147,32 +174,39 @@ TEST(StartUp, AndEndAreInOrder)
     session.send(ctrlO);
     session.expectExit(1);
     EXPECT_EQ(callsSince(session, 0),
-              (Calls{"OpenStrFile(/data/E_mrvutil.rc) = stream",
-                     "initnewtlib() = 0",
-                     "initslanglib() = 0",
-                     "klogctl(6, null, 0)",
-                     "newtInit()",
-                     "newtSetColors(white black black lightgray black lightgray white black "
-                     "yellow blue yellow blue black brown blue lightgray blue brown yellow blue "
-                     "black lightgray white blue black brown black lightgray lightgray black "
-                     "white blue yellow blue blue red blue lightgray black brown yellow brown "
-                     "black brown)",
-                     "newtCls()",
-                     "newtPushHelpLine(  Esc: leave   Tab: next   Enter: open   Space: expand "
-                     "or press   Arrows: move)",
-                     "newtDrawRootText(0, 0, \"\")",
-                     "ft_FunctionInit() = 1",
-                     "CreateTreeViewData(null) = 1",
-                     "call_yat_is_ft(0) = 3",
-                     "newtGridWrappedWindow(FT Server Utility)",
-                     "newtGridFree(FT Server Utility, 1)",
-                     "FreeTreeViewData(root) = 1",
-                     "newtCls()",
-                     "newtFinished()",
-                     "klogctl(8, null, 6)",
-                     "ft_FunctionRelease() = 1",
-                     "freenewtlib()",
-                     "freeslanglib()"}));
+              wholeRun({"ft_FunctionInit() = 1", "CreateTreeViewData(null) = 1",
+                        "call_yat_is_ft(0) = 3", "newtGridWrappedWindow(FT Server Utility)",
+                        "newtGridFree(FT Server Utility, 1)", "FreeTreeViewData(root) = 1"},
+                       released));
+}
+
+TEST(StartUp, AndEndOfTheSettingsAreInOrder)
+{
+    Session session(watched({.program = "mrvgeneral"}));
+    session.see("Execute");
+    session.send(backTab + enter);
+    session.expectExit(1);
+    const std::string title = "General Settings";
+    EXPECT_EQ(
+        callsSince(session, 0),
+        wholeRun({"ft_FunctionInit() = 1", "GetBBDriverSettings(2, 20003, 1) = 1",
+                  "GetBBDriverSettings(3, 20003, 1) = 1", "newtGridWrappedWindow(" + title + ")",
+                  "newtGridFree(" + title + ", 1)", "newtPopWindow()"},
+                 released));
+}
+
+TEST(StartUp, AndEndAroundAnUpdateOfTheControllerAreInOrder)
+{
+    Session session(watched({.program = "mrvfirmware"}));
+    session.see("Close");
+    session.send(enter);
+    session.send(tab + enter);
+    session.expectExit(1);
+    EXPECT_EQ(callsSince(session, 0),
+              wholeRun({"LoadLibrary(/yathwinfo.dll)", "FreeLibrary(module) = 1",
+                        "newtGridWrappedWindow(BMC Firmware)", "newtSuspend()",
+                        "system(/usr/bmcfwupd/bmcfwupm)", "newtResume()", "newtPopWindow()"},
+                       {}));
 }
 
 TEST(StartUp, OpensTheTraceLogBeforeAll)
