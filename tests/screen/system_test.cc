@@ -264,6 +264,10 @@ TEST(General, HasTheOptionsAndStatusesOfTheUtility)
     EXPECT_EQ(run.output, "\nBB_DRV_AUTO_BURN: 2\nBB_DRV_AUTO_BRING_UP: 0\n");
     Workspace failing({.program = "mrvgeneral", .arguments = {"-debug"}, .script = "GetBBDriverSettings 0"});
     EXPECT_EQ(runPlain(failing).status, 0);
+    Workspace other({.program = "mrvgeneral",
+                     .arguments = {"-debug"},
+                     .script = "ft_FunctionInit 2\nGetBBDriverSettings -1 text=7"});
+    EXPECT_EQ(runPlain(other).output, "\nBB_DRV_AUTO_BURN: 7\nBB_DRV_AUTO_BRING_UP: 7\n");
     Workspace wrong({.program = "mrvgeneral", .arguments = {"-x"}});
     EXPECT_EQ(runPlain(wrong).status, 0);
     Session closed(general("ft_FunctionInit 0\nGetBBDriverSettings 0"));
