@@ -101,6 +101,8 @@ const std::map<std::string, std::string> declaredElsewhere = {
     {"lib/trace/trace.cc", "include/yat/trace.h"},
     {"lib/winshim/winshim.cc", "include/yat/winshim.h"},
     {"src/tree/classnames.cc", "include/yat/device.h"},
+    // The C++ library's.
+    {"lib/common/exceptions.cc", "<cxxabi.h>"},
     // One question, from two that answer, and what becomes of the answers.
     {"lib/hwinfo/driver.cc", "lib/hwinfo/bmc.h"},
     {"lib/hwinfo/interpret.cc", "lib/hwinfo/bmc.h"},
@@ -141,7 +143,8 @@ TEST(Structure, EveryFileHasItsHeader)
             continue;
         }
         const std::vector<fs::path> includes = includesOf(source);
-        EXPECT_NE(std::ranges::find(includes, fs::path(other->second)), includes.end())
+        EXPECT_TRUE(std::ranges::find(includes, fs::path(other->second)) != includes.end()
+                    || source.text.find("#include " + other->second) != source.text.npos)
             << source.path << " does not include " << other->second;
     }
     EXPECT_EQ(others.size(), declaredElsewhere.size())
