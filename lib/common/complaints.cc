@@ -43,14 +43,14 @@ void complainOf(const std::exception &problem) noexcept
 
 void tellComplaints() noexcept
 {
-    for (const std::string &line : complaints.lines) {
-        std::string shown;
+    const auto isUnsafe = [](char byte) { return byte < ' ' || byte > '~'; };
+    for (std::string &line : complaints.lines) {
         try {
-            shown = toDisplay(printable(line));
-        } catch (const std::exception &) {
+            line = toDisplay(printable(line));
+        } catch (const std::exception &) { // without memory, a byte is all that can be looked at
+            std::ranges::replace_if(line, isUnsafe, '?');
         }
-        fprintf(stderr, "%s: %s\n", program_invocation_short_name,
-                shown.empty() ? line.c_str() : shown.c_str());
+        fprintf(stderr, "%s: %s\n", program_invocation_short_name, line.c_str());
     }
     if (complaints.hasLost)
         fprintf(stderr, "%s: %s\n", program_invocation_short_name, outOfMemory);
