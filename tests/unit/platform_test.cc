@@ -44,7 +44,10 @@ public:
     {
         return reinterpret_cast<Function *>(dlsym(library, name));
     }
-    yat_ft_functions &functions() { return *call<yat_ft_functions>("yat_ft_func"); }
+    yat_ft_functions &functions()
+    {
+        return *call<yat_ft_functions>("yat_ft_func");
+    }
     std::string trace()
     {
         return readFile(directory.path / "state/log/trace.log");
@@ -172,10 +175,6 @@ TEST(Platform, OfAMakerIsNamedByItsPath)
     fs::copy_file(PLATFORMS "/platform_good.dll", own);
     fs::permissions(own, fs::perms::others_write, fs::perm_options::add);
     expectRefusal(own, "others than root can write to " + own.string());
-    fs::permissions(own, fs::perms::others_write, fs::perm_options::remove);
-    fs::permissions(root.directory.path, fs::perms::others_write, fs::perm_options::add);
-    if (geteuid() == 0) // else it is the file already that root doesn't own
-        expectRefusal(own, "others than root can write to " + root.directory.path.string());
 
     // A library of the system lies where nobody but root writes, and so is looked at.
     Dl_info system;
@@ -185,6 +184,41 @@ TEST(Platform, OfAMakerIsNamedByItsPath)
     const std::string line = refusalOf(link);
     EXPECT_NE(line.find("is not a usable platform: it has no symbol YatPlatform"), line.npos)
         << line;
+}
+
+TEST(Platform, OfAMakerIsLoadedWhenRootAloneCanChangeIt)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can make files of root's";
+    TemporaryDirectory of("/var/lib"); // root's, unlike the usual place for such directories
+    const fs::path own = of.path / "maker/own.so";
+    fs::create_directory(own.parent_path());
+    fs::copy_file(PLATFORMS "/platform_good.dll", own);
+    Root root("");
+    root.configure(own);
+    EXPECT_EQ(root.init(), 1) << root.trace();
+    EXPECT_EQ(root.call<decltype(call_yat_is_ft)>("call_yat_is_ft")(0), 2);
+    EXPECT_EQ(root.call<decltype(ft_FunctionRelease)>("ft_FunctionRelease")(), 1);
+
+    for (const fs::path &part : {own, own.parent_path()}) {
+        const auto expectRefusal = [&] {
+            EXPECT_EQ(root.init(), 0) << part;
+            EXPECT_TRUE(linesOf(root.trace())
+                            .back()
+                            .ends_with("others than root can write to " + part.string()));
+        };
+        const auto mode = fs::status(part).permissions();
+        for (const fs::perms others : {fs::perms::group_write, fs::perms::others_write}) {
+            fs::permissions(part, mode | others);
+            expectRefusal();
+        }
+        fs::permissions(part, mode);
+        ASSERT_EQ(chown(part.c_str(), 65534, 0), 0);
+        expectRefusal();
+        ASSERT_EQ(chown(part.c_str(), 0, 65534), 0); // who can't write
+        EXPECT_EQ(root.init(), 1) << root.trace();
+        EXPECT_EQ(root.call<decltype(ft_FunctionRelease)>("ft_FunctionRelease")(), 1);
+    }
 }
 
 namespace {
