@@ -76,9 +76,17 @@ struct Patience {
     }
 };
 
+// Whether the file could not be written, or was not read at that moment.
+bool isOnlyUnwritten(const SQLite::Exception &error)
+{
+    const int code = error.getErrorCode();
+    return code == SQLITE_BUSY || code == SQLITE_FULL || code == SQLITE_IOERR;
+}
+
 // Runs work in a transaction. An operation waits for another program that writes, and its commit
 // for the disk. What only becomes due happens again by itself, should it get lost: it waits for
-// neither, and is not done, which returns false, while another program writes.
+// neither, and is not written, which returns false, while another program writes or the disk
+// takes nothing. The machine in memory is then as of now, or as it was.
 bool transact(Store &store, bool isOperation, const std::function<void()> &work)
 {
     if (store.isWriting) {
@@ -105,9 +113,11 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
         store.isWriting = false;
         return true;
     } catch (const SQLite::Exception &error) {
-        if (!isOperation && !store.isWriting && error.getErrorCode() == SQLITE_BUSY)
+        const bool mayBeLost = !isOperation && isOnlyUnwritten(error);
+        if (store.isWriting || !mayBeLost)
+            forget(store);
+        if (mayBeLost)
             return false;
-        forget(store);
         throw database.problem(error);
     } catch (...) {
         forget(store);

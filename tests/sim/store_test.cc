@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The store: what a call costs, what of it is on the disk, the journal, and another description.
+#include "dying.h"
 #include "sim/injection.h"
 #include "sim/statefile.h"
 #include "stored.h"
 
 #include <SQLiteCpp/Transaction.h>
 #include <algorithm>
+#include <climits>
+#include <csignal>
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -144,6 +148,45 @@ TEST(Store, LooksAtWhatIsDueWhileAnotherProgramWrites)
     EXPECT_EQ(perform(stored.store, stopCpu2), Refusal::notRunning);
     EXPECT_EQ(find(readState(*openStateFile(stored.store.file)).machine, cpu2)->state,
               State::stopped);
+}
+
+namespace {
+
+void limitFiles(rlim_t bytes)
+{
+    const rlimit limit = {.rlim_cur = bytes, .rlim_max = RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+void expectLooksWithoutWriting(void (*keepFromWriting)(), void (*letWrite)())
+{
+    Stored stored;
+    stored.sandbox.set("YAT_TIME_SCALE", "1000000");
+    perform(stored.store, stopCpu2);
+    keepFromWriting();
+    while (find(look(stored.store), cpu2)->state != State::stopped) {
+    }
+    EXPECT_EQ(find(look(stored.store), {YAT_CLASS_CPU_MODULE, 1})->state, State::simplex);
+    EXPECT_THROW(perform(stored.store, stopCpu2), yat::Problem);
+    EXPECT_EQ(find(readState(*openStateFile(stored.store.file)).machine, cpu2)->state,
+              State::stopping);
+    letWrite();
+    EXPECT_EQ(perform(stored.store, stopCpu2), Refusal::notRunning);
+    EXPECT_EQ(find(readState(*openStateFile(stored.store.file)).machine, cpu2)->state,
+              State::stopped);
+}
+
+} // namespace
+
+TEST(Store, LooksAtWhatIsDueWhileTheDiskIsFull)
+{
+    expectLooksWithoutWriting([] { fillDiskAtWrite(1, INT_MAX); }, [] { fillDiskAtWrite(0, 0); });
+}
+
+TEST(Store, LooksAtWhatIsDueWhileTheDiskTakesNothing)
+{
+    signal(SIGXFSZ, SIG_IGN);
+    expectLooksWithoutWriting([] { limitFiles(0); }, [] { limitFiles(RLIM_INFINITY); });
 }
 
 TEST(Store, SyncsOncePerOperationAndNotToLook)
