@@ -119,8 +119,9 @@ void withInjection(Store &store, std::string_view call,
     }
 }
 
-std::optional<Injection> takeInjection(Store &store, std::string_view call)
+std::optional<Injection> takeInjection(Store &store, CallName name)
 {
+    const std::string_view call = name.call().word;
     std::optional<Injection> taken;
     if (nextInjection(store, call))
         withInjection(store, call, [&](const auto &injection) { taken = injection; });

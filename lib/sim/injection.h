@@ -12,29 +12,63 @@
 
 namespace sim {
 
-// The calls that injections can be for, and what the text of an injection stands for there: what
-// the call gives besides its result.
+// What the text of an injection stands for: what the call gives besides its result.
 enum class InjectedText { none, text, number, bytes };
-inline constexpr Term<InjectedText> injectableCalls[] = {
+
+// The results by which a call says that it failed.
+enum class Failure { zero, minusOne, allButZero };
+
+struct InjectableCall {
+    InjectedText value;
+    std::string_view word;
+    Failure failure = Failure::zero;
+
+    constexpr bool hasFailed(int result) const
+    {
+        return failure == Failure::minusOne ? result == -1
+                                            : (result == 0) == (failure == Failure::zero);
+    }
+    constexpr int failed() const
+    {
+        return failure == Failure::zero ? 0 : -1;
+    }
+};
+
+inline constexpr InjectableCall injectableCalls[] = {
     {InjectedText::none, "ft_FunctionInit"},
     {InjectedText::none, "ft_FunctionRelease"},
     {InjectedText::none, "CreateTreeViewData"},
     {InjectedText::none, "FreeTreeViewData"},
-    {InjectedText::none, "call_yat_is_ft"},
-    {InjectedText::text, "yat_ft_get_property"},
-    {InjectedText::number, "Linux_ConvertDataToInt"},
-    {InjectedText::text, "StatusChange"},
+    {InjectedText::none, "call_yat_is_ft", Failure::minusOne},
+    {InjectedText::text, "yat_ft_get_property", Failure::allButZero},
+    {InjectedText::number, "Linux_ConvertDataToInt", Failure::minusOne},
+    {InjectedText::text, "StatusChange", Failure::minusOne},
     {InjectedText::number, "IfSupport"},
-    {InjectedText::none, "ClearMTBF"},
-    {InjectedText::none, "InitBringUp"},
-    {InjectedText::none, "InitBringDown"},
-    {InjectedText::none, "SetMtbfType"},
-    {InjectedText::none, "BurnFirmware"},
+    {InjectedText::none, nameOf(Verb::clearMtbf)},
+    {InjectedText::none, nameOf(Verb::bringUp)},
+    {InjectedText::none, nameOf(Verb::bringDown)},
+    {InjectedText::none, nameOf(Verb::setMtbfType)},
+    {InjectedText::none, nameOf(Verb::burnFirmware)},
     {InjectedText::number, "GetBBDriverSettings"},
-    {InjectedText::none, "PutBBDriverSettings"},
+    {InjectedText::none, nameOf(Verb::putSetting)},
     {InjectedText::none, "GetDeviceFacts"},
     {InjectedText::text, "GetSupportReason"},
     {InjectedText::bytes, "YATGetDeviceID"},
+};
+
+// The name of one of these calls; any other text does not compile.
+struct CallName {
+    size_t at = 0;
+
+    consteval CallName(const char *name)
+    {
+        while (injectableCalls[at].word != name)
+            ++at;
+    }
+    constexpr const InjectableCall &call() const
+    {
+        return injectableCalls[at];
+    }
 };
 
 // The bytes in a text: a list of 1 to 16 numbers from 0 to 255, with blanks or commas between them,
@@ -47,9 +81,9 @@ void clearInjections(Store &store, const std::string &call);
 // Waits for the delay of the injection for a call, and uses it up. Meanwhile other programs go on,
 // except for the same call, which waits as well; removing the injection ends the wait at once. None
 // when there is no injection for the call.
-std::optional<Injection> takeInjection(Store &store, std::string_view call);
+std::optional<Injection> takeInjection(Store &store, CallName call);
 
-// The same, and work that writes to the store, in one transaction.
+// The same for an operation, and work that writes to the store, in one transaction.
 void withInjection(Store &store, std::string_view call,
                    const std::function<void(const std::optional<Injection> &)> &work);
 

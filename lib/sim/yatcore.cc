@@ -45,13 +45,13 @@ Store &openedStore()
 
 // ---- Injections
 
-Injection injectionFor(const char *call)
+Injection injectionFor(CallName call)
 {
     return takeInjection(openedStore(), call).value_or(Injection());
 }
 
 // The injection for a call that needs no machine, and so works also without one.
-Injection injectionIfAny(const char *call)
+Injection injectionIfAny(CallName call)
 try {
     return injectionFor(call);
 } catch (const yat::Problem &problem) {
@@ -93,29 +93,12 @@ bool give(const std::string &, auto...)
     return true;
 }
 
-// The results by which a call says that it failed.
-enum class Failure { zero, minusOne, allButZero };
-
-struct Rule {
-    char name[24];
-    Failure failure;
-
-    constexpr bool hasFailed(int result) const
-    {
-        return failure == Failure::minusOne ? result == -1
-                                            : (result == 0) == (failure == Failure::zero);
-    }
-    constexpr int failed() const
-    {
-        return failure == Failure::zero ? 0 : -1;
-    }
-};
-
 // The answer to a call that only reads. An injected failure leaves the caller's buffer alone; an
 // injected success has the injection's text, else the real one, else an empty one.
-template <Rule rule, class Call, class... Arguments>
-int answerTo(const Injection &injection, const Call &call, Arguments... arguments)
+template <class Call, class... Arguments>
+int answerTo(CallName name, const Injection &injection, const Call &call, Arguments... arguments)
 {
+    const InjectableCall &rule = name.call();
     if (injection.result && rule.hasFailed(*injection.result))
         return *injection.result;
     const int real = call(), result = injection.result.value_or(real);
@@ -125,21 +108,21 @@ int answerTo(const Injection &injection, const Call &call, Arguments... argument
 }
 
 // Such a call with the injection for it. One that needs no machine works also without.
-template <auto call, Rule rule> struct Answered;
-template <class... Arguments, int (*call)(Arguments...), Rule rule>
-requires(!(std::is_same_v<Arguments, const Machine &> || ...)) struct Answered<call, rule> {
+template <auto call, CallName name> struct Answered;
+template <class... Arguments, int (*call)(Arguments...), CallName name>
+requires(!(std::is_same_v<Arguments, const Machine &> || ...)) struct Answered<call, name> {
     static int run(Arguments... arguments)
     {
-        return answerTo<rule>(
-            injectionIfAny(rule.name), [&] { return call(arguments...); }, arguments...);
+        return answerTo(
+            name, injectionIfAny(name), [&] { return call(arguments...); }, arguments...);
     }
 };
-template <class... Arguments, int (*call)(const Machine &, Arguments...), Rule rule>
-struct Answered<call, rule> {
+template <class... Arguments, int (*call)(const Machine &, Arguments...), CallName name>
+struct Answered<call, name> {
     static int run(Arguments... arguments)
     {
-        return answerTo<rule>(
-            injectionFor(rule.name), [&] { return call(look(openedStore()), arguments...); },
+        return answerTo(
+            name, injectionFor(name), [&] { return call(look(openedStore()), arguments...); },
             arguments...);
     }
 };
@@ -226,8 +209,8 @@ void tell(const std::exception &problem)
         TRACE_ERROR("%s", problem.what());
 }
 
-template <auto call, Rule rule>
-constexpr auto reading = yat::Guarded<Answered<call, rule>::run, rule.failed(), tell>::run;
+template <auto call, CallName name>
+constexpr auto reading = yat::Guarded<Answered<call, name>::run, name.call().failed(), tell>::run;
 template <auto call> constexpr auto guarded = yat::Guarded<call, 0, tell>::run;
 
 } // namespace
@@ -241,23 +224,21 @@ const yat_platform YatPlatform = {
     .functions =
         {
             .handle = nullptr,
-            .create_tree = reading<createTree, Rule{"CreateTreeViewData", Failure::zero}>,
-            .free_tree = reading<yat::freeTree, Rule{"FreeTreeViewData", Failure::zero}>,
-            .yat_ft_get_property =
-                reading<getProperty, Rule{"yat_ft_get_property", Failure::allButZero}>,
-            .is_ft = reading<isFt, Rule{"call_yat_is_ft", Failure::minusOne}>,
-            .status_change = reading<statusChange, Rule{"StatusChange", Failure::minusOne}>,
+            .create_tree = reading<createTree, "CreateTreeViewData">,
+            .free_tree = reading<yat::freeTree, "FreeTreeViewData">,
+            .yat_ft_get_property = reading<getProperty, "yat_ft_get_property">,
+            .is_ft = reading<isFt, "call_yat_is_ft">,
+            .status_change = reading<statusChange, "StatusChange">,
             .if_support = guarded<ifSupportAnswered>,
             .clear_mtbf = guarded<operation<Verb::clearMtbf>>,
             .bring_up = guarded<operation<Verb::bringUp>>,
-            .Linux_ConvertDataToInt =
-                reading<yat::toInteger, Rule{"Linux_ConvertDataToInt", Failure::minusOne}>,
+            .Linux_ConvertDataToInt = reading<yat::toInteger, "Linux_ConvertDataToInt">,
             .bring_down = guarded<operation<Verb::bringDown>>,
             .set_mtbf_type = guarded<operation<Verb::setMtbfType, const char *>>,
             .burn_firmware = guarded<operation<Verb::burnFirmware, const char *>>,
-            .get_setting = reading<getSetting, Rule{"GetBBDriverSettings", Failure::zero}>,
+            .get_setting = reading<getSetting, "GetBBDriverSettings">,
             .put_setting = guarded<putSetting>,
         },
-    .get_facts = reading<getFacts, Rule{"GetDeviceFacts", Failure::zero}>,
-    .get_reason = reading<getReason, Rule{"GetSupportReason", Failure::zero}>,
+    .get_facts = reading<getFacts, "GetDeviceFacts">,
+    .get_reason = reading<getReason, "GetSupportReason">,
 };
