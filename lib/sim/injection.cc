@@ -119,6 +119,11 @@ void withInjection(Store &store, std::string_view call,
     }
 }
 
+bool isKnown(const Store &store, CallName name)
+{
+    return std::ranges::count(store.state.injections, name.call().word, &Injection::call) > 0;
+}
+
 std::optional<Injection> takeInjection(Store &store, CallName name)
 {
     const std::string_view call = name.call().word;

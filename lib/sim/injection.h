@@ -78,6 +78,9 @@ std::optional<std::vector<uint8_t>> bytesOf(std::string_view text);
 void inject(Store &store, Injection injection);
 void clearInjections(Store &store, const std::string &call);
 
+// Whether there was an injection for a call when the file was last looked at.
+bool isKnown(const Store &store, CallName call);
+
 // Waits for the delay of the injection for a call, and uses it up. Meanwhile other programs go on,
 // except for the same call, which waits as well; removing the injection ends the wait at once. None
 // when there is no injection for the call.

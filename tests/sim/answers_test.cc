@@ -25,7 +25,10 @@ TEST_P(Injections, FailEveryCallByItsConvention)
         {"yat_ft_get_property", 3,
          [&] { return yat_ft_func.yat_ft_get_property(2, 1, 27, text, &size); }},
         {"Linux_ConvertDataToInt", -1,
-         [&] { return yat_ft_func.Linux_ConvertDataToInt(number, &value); }},
+         [&] {
+             cpuState(1); // from here it knows
+             return yat_ft_func.Linux_ConvertDataToInt(number, &value);
+         }},
         {"StatusChange", -1, [&] { return StatusChange(2, 1, 9001, text); }},
         {"IfSupport", 0, [&] { return IfSupport(cpu, 7, nullptr); }},
         {"ClearMTBF", 0, [&] { return ClearMTBF(cpu, 2); }},
@@ -66,6 +69,7 @@ TEST_P(Injections, AnswerAsWanted)
     inject("yat_ft_get_property", "0 --text \"9\"");
     EXPECT_EQ(property(YAT_KIND_BOARD, 1, YAT_PROPERTY_MTBF_TYPE), "9");
     inject("Linux_ConvertDataToInt", "0 --text 12");
+    cpuState(1); // from here it knows
     int value = 0;
     char number[] = "x";
     EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(number, &value), 0);

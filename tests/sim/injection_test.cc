@@ -124,3 +124,20 @@ TEST(Injection, ThatIsMadeAnewWhileACallHangsIsWhatTheCallAnswers)
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(300));
     EXPECT_EQ(journalOf(stored.store).back().result, "injected: 7");
 }
+
+// Whoever looked for the machine would make it anew.
+TEST(Injection, IsNotLookedForToConvertANumber)
+{
+    Stored stored;
+    const Interface interface;
+    perform(stored.store, stopCpu2); // another program writes
+    const auto machines = stored.sandbox.stateFile().parent_path();
+    std::filesystem::rename(machines, machines.string() + ".aside");
+    char text[] = "3";
+    int value = 0;
+    EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(text, &value), 0);
+    EXPECT_EQ(value, 3);
+    EXPECT_FALSE(std::filesystem::exists(machines));
+    std::filesystem::rename(machines.string() + ".aside", machines);
+    EXPECT_EQ(cpuState(2).substr(0, 8), "Stopping");
+}
