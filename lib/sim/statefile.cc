@@ -55,10 +55,9 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
     try {
         database.connection.exec("PRAGMA journal_mode = OFF"); // it is whole, or nobody's
         SQLite::Transaction transaction(database.connection);
-        const std::string tables = schema();
         database.connection.exec("PRAGMA application_id = " + std::to_string(applicationId)
-                                 + "; PRAGMA user_version = " + std::to_string(layoutOf(tables)));
-        database.connection.exec(tables);
+                                 + "; PRAGMA user_version = " + std::to_string(stateVersion));
+        database.connection.exec(schema());
         fill(database);
         transaction.commit();
         database.connection.exec("PRAGMA journal_mode = WAL");
@@ -75,7 +74,7 @@ void check(Database &database, bool isWritten)
         throw database.problem(SQLite::Exception("", SQLITE_NOTADB));
     if (isWritten && sqlite3_db_readonly(database.connection.getHandle(), "main") != 0)
         throw database.problem(SQLite::Exception("", SQLITE_READONLY));
-    if (database.number("PRAGMA user_version") != layoutOf(schema()))
+    if (database.number("PRAGMA user_version") != stateVersion)
         throw yat::Problem(database.file
                            + " was made by another version of this program and was left alone; use "
                              "that version, or move the file away to start afresh");

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "sim/tables.h"
 
-#include "sim/numbers.h"
 #include "sim/values.h"
 
 #include <sqlite3.h>
@@ -227,11 +226,6 @@ std::string schema()
     return definitionOf<MachineState>("machine") + definitionOf<int, Device>("device")
            + definitionOf<Injection>("injection") + definitionOf<JournalRow>("journal")
            + journalIsNeverRewritten;
-}
-
-int32_t layoutOf(std::string_view schema)
-{
-    return static_cast<int32_t>(hashOf(schema));
 }
 
 MachineState readState(Database &database)

@@ -11,7 +11,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace sim {
@@ -46,12 +45,10 @@ struct MachineState {
 };
 
 constexpr int applicationId = 0x59415453; // "YATS"
+constexpr int stateVersion = 1;           // of the tables and of what may be in them
 
 // The statements that make all tables.
 std::string schema();
-
-// A number for these statements: a file that was made by others is not read.
-int32_t layoutOf(std::string_view schema);
 
 // Reads all but the journal. What can't be is thrown as damage of the file.
 MachineState readState(Database &database);

@@ -77,16 +77,13 @@ TEST(StateFile, ThatIsADirectoryIsRefused)
               stored.store.file + " can't be written: it is no regular file");
 }
 
-// Such as one whose tables have a column more, or the same columns in another order.
 TEST(StateFile, OfAnotherVersionIsRefusedAndLeftAlone)
 {
-    const std::string tables = schema();
-    const int32_t layouts[] = {1, layoutOf(tables + " "), layoutOf(tables.substr(1))};
-    for (const int32_t layout : layouts) {
+    for (const int version : {0, stateVersion + 1}) {
         Stored stored;
         openStore(stored.store);
         close(stored.store);
-        tamper(stored.store, "PRAGMA user_version = " + std::to_string(layout));
+        tamper(stored.store, "PRAGMA user_version = " + std::to_string(version));
         expectRefused(stored, " was made by another version of this program and was left alone; "
                               "use that version, or move the file away to start afresh");
     }
