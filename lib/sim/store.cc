@@ -127,23 +127,21 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
 
 // ---- Making a machine
 
-void putMachine(Database &database, MachineState &state, const Source &source, Time now)
+void putMachine(Database &database, MachineState &state, const Machine &machine, Time now)
 {
-    state.machine = movedTo(source.machine, now);
+    state.machine = movedTo(machine, now);
     state.clock.simulated = now;
-    state.origin = source.file;
-    state.descriptionHash = source.hash;
     writeMachine(database, state);
 }
 
 // The description for an operation, which is declined when there is a mistake in it.
-Source readSourceFor(Store &store, const std::string &operation, const std::string &file)
+Machine readDescriptionFor(Store &store, const std::string &operation, const std::string &path)
 try {
-    return readSource(wholePath(file)); // it is told elsewhere later
+    return readDescription(path);
 } catch (const yat::Problem &problem) {
     try {
         writeDownRefusal(store, {.operation = operation,
-                                 .argument = yat::fromDisplay(wholePath(file)),
+                                 .argument = yat::fromDisplay(path),
                                  .result = problem.what()});
     } catch (const yat::Problem &) {
         // The mistake is what the user has to know.
@@ -151,16 +149,19 @@ try {
     throw;
 }
 
-void replaceMachine(Store &store, const Source &source, bool keepsClock,
+void replaceMachine(Store &store, const std::string &file, bool keepsClock,
                     const std::string &operation)
 {
+    const std::string path = wholePath(file); // it is told elsewhere later
+    const Machine machine = readDescriptionFor(store, operation, path);
     write(store, [&] {
         const Clock &clock = store.state.clock;
-        putMachine(*store.database, store.state, source, keepsClock ? clock.simulated : clock.real);
+        putMachine(*store.database, store.state, machine,
+                   keepsClock ? clock.simulated : clock.real);
         store.state.injections.clear();
-        writeDown(
-            store,
-            {.operation = operation, .argument = yat::fromDisplay(source.file), .result = "done"});
+        writeDown(store, {.operation = operation,
+                          .argument = yat::fromDisplay(path),
+                          .result = "done"});
     });
 }
 
@@ -178,14 +179,15 @@ JournalRow signedBy(Store &store, const Clock &clock, JournalRow row)
 
 bool makeFile(Store &store)
 {
-    const Source source = readSource(wholePath(store.descriptionFile));
+    const std::string path = wholePath(store.descriptionFile);
+    const Machine machine = readDescription(path);
     return createStateFile(store.file, [&](Database &database) {
         const Time now = realTime();
         MachineState state = {.clock = {.real = now, .scale = wantedScale()}};
-        putMachine(database, state, source, now);
+        putMachine(database, state, machine, now);
         addToJournal(database, signedBy(store, state.clock,
                                         {.operation = "init",
-                                         .argument = yat::fromDisplay(source.file),
+                                         .argument = yat::fromDisplay(path),
                                          .result = "done"}));
     });
 }
@@ -237,12 +239,9 @@ Store configuredStore(const yat::ConfiguredMachine &machine)
             .descriptionFile = machine.descriptionFile};
 }
 
-Source readSource(const std::string &file)
+Machine readDescription(const std::string &file)
 {
-    const std::string text = yat::readFile(file);
-    return {.file = file,
-            .hash = static_cast<int64_t>(hashOf(text)),
-            .machine = parseDescription(text, file)};
+    return parseDescription(yat::readFile(file), file);
 }
 
 std::string wholePath(const std::string &file)
@@ -340,28 +339,12 @@ void writeDownRefusal(Store &store, JournalRow row)
 
 void resetMachine(Store &store)
 {
-    replaceMachine(store, readSourceFor(store, "reset", store.descriptionFile), false, "reset");
+    replaceMachine(store, store.descriptionFile, false, "reset");
 }
 
 void importMachine(Store &store, const std::string &file)
 {
-    replaceMachine(store, readSourceFor(store, "import", file), true, "import");
-}
-
-std::string descriptionNote(Store &store)
-{
-    look(store);
-    const std::string &origin = store.state.origin, name = yat::fromDisplay(origin);
-    if (origin != wholePath(store.descriptionFile))
-        return "made from " + name + "; 'yatsim reset' rebuilds it from "
-               + yat::fromDisplay(store.descriptionFile);
-    try {
-        if (static_cast<int64_t>(hashOf(yat::readFile(origin))) != store.state.descriptionHash)
-            return name + " has changed since; the state is kept; 'yatsim reset' rebuilds it";
-    } catch (const yat::Problem &problem) {
-        return std::string(problem.what()) + "; the state is kept";
-    }
-    return {};
+    replaceMachine(store, file, true, "import");
 }
 
 void readJournal(Store &store, int64_t last, const OnRow &work)

@@ -34,15 +34,8 @@ struct Store {
 // The store of a simulated machine. A mistake in the environment is thrown.
 Store configuredStore(const yat::ConfiguredMachine &machine = yat::configuredMachine());
 
-// A machine's description and where it comes from.
-struct Source {
-    std::string file;
-    int64_t hash = 0; // of what is in the file
-    Machine machine{};
-};
-
 // Reads and checks a description file. Its mistakes are thrown as one yat::Problem, a line each.
-Source readSource(const std::string &file);
+Machine readDescription(const std::string &file);
 
 // The absolute path of a file; the path as given where that can't be found out.
 std::string wholePath(const std::string &file);
@@ -82,9 +75,6 @@ void writeDownRefusal(Store &store, JournalRow row);
 // thrown as one yat::Problem with a line each.
 void resetMachine(Store &store); // from descriptionFile
 void importMachine(Store &store, const std::string &file);
-
-// Empty if the machine is still that of its description file, else a note on how it differs.
-std::string descriptionNote(Store &store);
 
 // The clock at this moment.
 Clock clockOf(Store &store);

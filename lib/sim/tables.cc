@@ -26,8 +26,6 @@ template <class Keys> void keysOf(Keys &keys, MachineState &state)
     const Number moment = {.least = 0, .most = lastMoment};
     int one = 1;
     keys("id", one, Number{1, 1});
-    keys("origin", state.origin, Text());
-    keys("description_hash", state.descriptionHash, Number());
     keys("simulated", state.clock.simulated, moment, required);
     keys("real", state.clock.real, moment, required);
     keys("scale", state.clock.scale, Measure{.most = fastest}, required);

@@ -35,12 +35,10 @@ struct JournalRow {
     std::string argument{}, result{};
 };
 
-// A machine with its clock, where it comes from, and its injections.
+// A machine with its clock and its injections.
 struct MachineState {
     Machine machine{};
     Clock clock{};
-    std::string origin{};        // the file of the description that it was made from
-    int64_t descriptionHash = 0; // of that file as it was
     std::vector<Injection> injections{};
 };
 

@@ -188,8 +188,6 @@ try {
     const int result = injectionFor("ft_FunctionInit").result.value_or(1);
     if (result == 0)
         opened.reset();
-    else if (const std::string note = descriptionNote(openedStore()); !note.empty())
-        TRACE("%s", note.c_str());
     return result;
 } catch (const std::bad_alloc &problem) {
     yat::complainOf(problem);

@@ -32,7 +32,7 @@ struct History {
         const fs::path file = sandbox.directory() / "history.toml";
         std::ofstream(file) << shipped(machine);
         sandbox.set("YAT_MACHINE", file.string());
-        description = readSource(file.string()).machine;
+        description = readDescription(file.string());
     }
 
     std::vector<Act> someActs() const

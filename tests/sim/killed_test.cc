@@ -29,7 +29,7 @@ protected:
         std::ofstream(sandbox.directory() / "other.toml")
             << shipped("CEDAR", "start = 20", "start = 9");
         sandbox.set("YAT_MACHINE", file.string());
-        description = readSource(file.string()).machine;
+        description = readDescription(file.string());
         const auto begin = std::chrono::steady_clock::now();
         steer("reset");
         longestRun = static_cast<int>((std::chrono::steady_clock::now() - begin)

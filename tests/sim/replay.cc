@@ -92,7 +92,7 @@ std::string followRow(Replay &replay, const JournalRow &row, const std::string &
     const bool makesMachine = operation == "init" || operation == "reset" || operation == "import";
     if (makesMachine && !isRefused) {
         const std::string file = operation == "import" ? row.argument : descriptionFile;
-        replay.machine = movedTo(readSource(file).machine, row.simulated);
+        replay.machine = movedTo(readDescription(file), row.simulated);
         replay.injections.clear();
         return {};
     }

@@ -327,38 +327,19 @@ TEST(Journal, NamesTheTerminalWhereverTheInputComesFrom)
 
 // ---- The description
 
-TEST(DescriptionFile, ThatChangedIsToldAndTheStateKept)
+TEST(DescriptionFile, IsNotNeededUntilTheMachineIsMadeAnew)
 {
     Stored stored;
     perform(stored.store, stopCpu2);
-    EXPECT_EQ(descriptionNote(stored.store), "");
     const std::string file = stored.store.descriptionFile;
-    std::ofstream(file) << shipped("ALDER");
-    EXPECT_EQ(descriptionNote(stored.store),
-              file + " has changed since; the state is kept; 'yatsim reset' rebuilds it");
-    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
     std::ofstream(file) << "broken";
+    stored.store.database.reset();
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
     EXPECT_TRUE(problemOf([&] { resetMachine(stored.store); }).starts_with(file + ":1: "));
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
-    fs::remove(file);
-    EXPECT_EQ(descriptionNote(stored.store),
-              file + ": can't be read: No such file or directory; the state is kept");
-    EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
 }
 
-TEST(DescriptionFile, ThatWasImportedIsTold)
-{
-    Stored stored;
-    const std::string other = (stored.sandbox.directory() / "other.toml").string();
-    std::ofstream(other) << shipped("ALDER");
-    importMachine(stored.store, other);
-    EXPECT_EQ(descriptionNote(stored.store), "made from " + other
-                                                 + "; 'yatsim reset' rebuilds it from "
-                                                 + stored.store.descriptionFile);
-}
-
-TEST(DescriptionFile, ThatWasImportedIsToldWithItsWholePath)
+TEST(DescriptionFile, ThatIsImportedIsWrittenDownWithItsWholePath)
 {
     Stored stored;
     const fs::path other = stored.sandbox.directory() / "other.toml", before = fs::current_path();
@@ -367,5 +348,4 @@ TEST(DescriptionFile, ThatWasImportedIsToldWithItsWholePath)
     importMachine(stored.store, "other.toml");
     fs::current_path(before);
     EXPECT_EQ(journalOf(stored.store)[1].argument, other.string());
-    EXPECT_TRUE(descriptionNote(stored.store).starts_with("made from " + other.string() + ";"));
 }

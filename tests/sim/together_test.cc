@@ -24,7 +24,7 @@ protected:
         const fs::path file = sandbox.directory() / "shared.toml";
         std::ofstream(file) << shipped("CEDAR");
         sandbox.set("YAT_MACHINE", file.string());
-        description = readSource(file.string()).machine;
+        description = readDescription(file.string());
     }
 
     std::vector<Act> someActs(unsigned seed) const

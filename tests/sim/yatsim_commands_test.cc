@@ -116,7 +116,6 @@ TEST_F(Yatsim, ShowsTheMachine)
     EXPECT_EQ(machine.at("state_file"), sandbox.stateFile().string());
     EXPECT_TRUE(
         machine.at("description_file").get<std::string>().ends_with("/data/machines/CEDAR.toml"));
-    EXPECT_EQ(machine.at("description_note"), "");
     EXPECT_EQ(machine.at("time_scale"), 0.0);
     EXPECT_EQ(machine.at("automatic_firmware_update"), true);
     EXPECT_EQ(machine.at("automatic_module_start"), false);

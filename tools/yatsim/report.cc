@@ -212,14 +212,12 @@ void reportMachine(Store &store, Form form)
 {
     const Machine machine = look(store);
     const Clock clock = clockOf(store);
-    const std::string note = descriptionNote(store);
     const std::vector<Injection> pending = injections(store);
     if (form == Form::json) {
         Json json = {{"name", machine.name},
                      {"type", wordOf(machineTypes, machine.type)},
                      {"state_file", yat::fromDisplay(store.file)},
                      {"description_file", yat::fromDisplay(store.descriptionFile)},
-                     {"description_note", note},
                      {"time", utcText(clock.simulated)},
                      {"time_scale", clock.scale},
                      {"automatic_firmware_update", machine.automaticFirmwareUpdate},
@@ -245,8 +243,6 @@ void reportMachine(Store &store, Form form)
         {"MTBF threshold", hoursText(machine.mtbfThreshold)},
         {"BIOS in the data file", machine.dataFileVersion.empty() ? "-" : machine.dataFileVersion},
     };
-    if (!note.empty())
-        rows.push_back({"Note", note});
     for (const Injection &injection : pending)
         rows.push_back({&injection == &pending[0] ? "Injections" : "", injectionText(injection)});
     printTable(rows);
