@@ -113,7 +113,7 @@ struct Visit {
         result["YAT_LAST_ALLOCATION"] = std::to_string(lastAllocation);
         result["YAT_ALLOCATIONS"] = (workspace.directory() / "allocations").string();
         result["YAT_CONSOLE"] = (workspace.directory() / "console").string();
-        result["ESCDELAY"] = "10";
+        result["ESCDELAY"] = "0"; // or the program would wait for what follows an Esc
         result["TOOLKIT"] = "FMUpdate";
         return result;
     }
