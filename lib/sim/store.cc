@@ -233,9 +233,10 @@ Store configuredStore(const yat::ConfiguredMachine &machine)
     refuseBareFileName(machine);
     wantedScale();
     // Another directory would have another machine in it.
-    if (const std::string wanted = wantedDirectory(); !wanted.empty())
+    const std::string wanted = wantedDirectory();
+    if (!wanted.empty())
         yat::makeOwnDirectory(wanted);
-    return {.file = fileIn(yat::stateDirectory(), machine),
+    return {.file = fileIn(wanted.empty() ? yat::stateDirectory() : wanted, machine),
             .descriptionFile = machine.descriptionFile};
 }
 
