@@ -139,20 +139,6 @@ void placeNaturally(Window &window, const Place &place)
     }
 }
 
-// A window's shadow may lie on the help line. A wide character in the last two columns of the last
-// row is more than S-Lang can draw.
-void redrawHelpLine()
-{
-    newtRedrawHelpLine();
-    SLsmg_Char_Type corner{};
-    SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 1);
-    if (SLsmg_read_raw(&corner, 1) == 0 || corner.nchars > 0)
-        return;
-    SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 2);
-    SLsmg_set_color(NEWT_COLORSET_HELPLINE);
-    SLsmg_write_string(const_cast<char *>("  "));
-}
-
 void reopen(Window &window)
 {
     endView(window.form);
@@ -188,6 +174,18 @@ void fitScreen()
 }
 
 } // namespace
+
+void redrawHelpLine()
+{
+    newtRedrawHelpLine();
+    SLsmg_Char_Type corner{};
+    SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 1);
+    if (SLsmg_read_raw(&corner, 1) == 0 || corner.nchars > 0)
+        return;
+    SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 2);
+    SLsmg_set_color(NEWT_COLORSET_HELPLINE);
+    SLsmg_write_string(const_cast<char *>("  "));
+}
 
 void openWindow(newtComponent form, const Grid &grid, const char *title, GridEnd end)
 {

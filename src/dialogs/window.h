@@ -46,5 +46,9 @@ void setText(newtComponent textbox, const char *text);
 // Removes the window opened last and destroys its form.
 void closeWindow(newtComponent form);
 
+// Draws the help line, on which a window's shadow may lie. A wide character in the last two columns
+// of the last row is more than S-Lang can draw.
+void redrawHelpLine();
+
 // Destroys the form of the window opened last, which stays on the screen until that is cleared.
 void leaveWindow(newtComponent form);

@@ -6,6 +6,7 @@
 #include "base/name.h"
 #include "base/record.h"
 #include "base/streams.h"
+#include "dialogs/window.h"
 #include "shell/devicetree.h"
 #include "shell/program.h"
 #include "terminal/check.h"
@@ -85,6 +86,7 @@ void NewtStartUp(void)
     newtCls();
     newtPushHelpLine(text("MAIN_HELPLINE_ID"));
     newtDrawRootText(0, 0, "");
+    redrawHelpLine();
 }
 
 void suspend(void *)

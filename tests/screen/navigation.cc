@@ -13,6 +13,14 @@ const Device scsiAdapter = {"SCSI adapter 1", space + down + down + space + down
 const Device ethernetAdapter = {"Ethernet adapter 1",
                                 space + down + down + space + down + space + down + down};
 
+std::string wideName()
+{
+    std::string name = "n";
+    for (int i = 0; i < 42; ++i)
+        name += "漢";
+    return name;
+}
+
 void open(Session &session, const Device &device)
 {
     session.see("Exit");

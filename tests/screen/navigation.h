@@ -18,6 +18,9 @@ extern const Device secondPciModule; // PCI module 2
 extern const Device scsiAdapter;     // SCSI adapter 1
 extern const Device ethernetAdapter; // Ethernet adapter 1 of CEDAR and ALDER
 
+// A device's name of 127 bytes, in characters that are two columns wide but the first.
+std::string wideName();
+
 // Opens the window of a device from the collapsed tree.
 void open(Session &session, const Device &device);
 void openJapanese(Session &session, const Device &device);

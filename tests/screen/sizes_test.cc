@@ -14,14 +14,6 @@ constexpr int tall = 60; // rows, on which everything fits
 
 const std::string longName(127, 'n');
 
-// As many bytes in characters that are two columns wide.
-std::string wideName()
-{
-    std::string name = "n";
-    while (name.size() < longName.size())
-        name += "漢";
-    return name;
-}
 const std::string longText =
     "Something went wrong here, and this text tells at length what it was, so "
     "that it takes a line of its own and two more.";

@@ -120,6 +120,32 @@ TEST(Waiting, IsShownOnEveryTerminal)
     }
 }
 
+// The name is cut where the screen ends, in front of a character that has no room.
+TEST(Waiting, FitsANarrowScreen)
+{
+    for (const char *device : {"0 1 2 1 0 ", "0 1 3 1 0 "}) {
+        Session session({.language = "ja_JP.UTF-8",
+                         .rows = 12,
+                         .columns = 40,
+                         .script = heldScript,
+                         .tree = device + wideName() + "\n"});
+        session.see("Esc");
+        session.see("┤");
+        session.send(cpuModule.path);
+        session.see("n漢");
+        const std::string help = session.terminal().rows().back();
+        session.send(enter);
+        session.see("  n漢");
+        EXPECT_EQ(session.terminal().rows().back(),
+                  "  " + wideName().substr(0, 1 + 18 * strlen("漢")) + " ");
+        session.files().letGo();
+        session.see("┤ n漢");
+        EXPECT_TRUE(session.terminal().waitUntil([&] {
+            return session.terminal().rows().back() == help;
+        })) << session.terminal().picture();
+    }
+}
+
 TEST(Waiting, EndsWithASignalAsElsewhere)
 {
     Session session({.script = heldScript});
