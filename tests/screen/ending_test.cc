@@ -2,6 +2,7 @@
 // However the program ends, the terminal and the kernel's console level are as before, soon.
 #include "navigation.h"
 
+#include <algorithm>
 #include <csignal>
 #include <sys/resource.h>
 
@@ -14,7 +15,7 @@ void expectRestored(Session &session)
     EXPECT_TRUE(session.terminal().modesAreAsBefore());
     EXPECT_FALSE(session.terminal().inAlternateScreen());
     EXPECT_TRUE(session.terminal().cursorIsVisible());
-    EXPECT_FALSE(session.terminal().contains("FT server"));
+    EXPECT_FALSE(session.terminal().contains("┌"));
     EXPECT_EQ(session.calls("klogctl"),
               (std::vector<std::string>{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
@@ -37,17 +38,26 @@ double secondsOfEndedChildren()
     return seconds(used.ru_utime) + seconds(used.ru_stime);
 }
 
-class EverySignal : public testing::TestWithParam<int> {};
+class EverySignal : public testing::TestWithParam<std::tuple<int, const char *>> {};
 
+// Each program has its turn with each signal.
 TEST_P(EverySignal, RestoresTheTerminalAndTakesItsEffect)
 {
+    static constexpr std::pair<const char *, const char *> programs[] = {
+        {"mrvutil", "Exit"}, {"mrvgeneral", "Execute"}, {"mrvfirmware", "Close"}};
+    const auto &[signal, term] = GetParam();
+    const size_t type =
+        static_cast<size_t>(std::ranges::find(terminalTypes, term) - std::begin(terminalTypes));
+    const auto &[program, seen] = programs[(static_cast<size_t>(signal) + type) % 3];
     // The sanitizers would have a fault for themselves.
-    Session session({.environment = {{"ASAN_OPTIONS",
-                                      "verify_asan_link_order=0:handle_segv=0:handle_sigbus=0:"
-                                      "handle_sigfpe=0:handle_sigill=0:handle_abort=0"}}});
-    session.see("Exit");
-    session.terminal().kill(GetParam());
-    session.expectSignal(GetParam());
+    Session session(
+        {.program = program,
+         .term = term,
+         .environment = {{"ASAN_OPTIONS", "verify_asan_link_order=0:handle_segv=0:handle_sigbus=0:"
+                                          "handle_sigfpe=0:handle_sigill=0:handle_abort=0"}}});
+    session.see(seen);
+    session.terminal().kill(signal);
+    session.expectSignal(signal);
     expectRestored(session);
 }
 
@@ -61,7 +71,9 @@ std::vector<int> endingSignals()
     return result;
 }
 
-INSTANTIATE_TEST_SUITE_P(Ending, EverySignal, testing::ValuesIn(endingSignals()));
+INSTANTIATE_TEST_SUITE_P(Ending, EverySignal,
+                         testing::Combine(testing::ValuesIn(endingSignals()),
+                                          testing::ValuesIn(terminalTypes)));
 
 struct WayOut {
     const char *name;
@@ -85,6 +97,9 @@ const WayOut waysOut[] = {
     {"no devices", "mrvutil", keys::enter, "CreateTreeViewData 0", 0},
     {"no interface", "mrvutil", "", "ft_FunctionInit 0", 0},
     {"no tree", "mrvutil", "", "call_yat_is_ft 0"},
+    {"tree by a library", "mrvutil", "", "CreateTreeViewData exit", 7},
+    {"settings by a library", "mrvgeneral", "", "GetBBDriverSettings exit", 7},
+    {"firmware by a library", "mrvfirmware", "", "LoadLibrary exit", 7},
 };
 
 class EveryWayOut : public testing::TestWithParam<std::tuple<WayOut, const char *>> {};
