@@ -3,6 +3,9 @@
 // terminal changes hands.
 #include "session.h"
 
+#include <csignal>
+#include <sys/wait.h>
+
 using namespace keys;
 
 namespace {
@@ -329,6 +332,20 @@ TEST(BmcUpdate, SignalFromOutsideEndsTheProgramAndLeavesTheTerminalToItsUser)
     session.terminal().kill(SIGTERM);
     session.expectSignal(SIGTERM);
     EXPECT_TRUE(session.terminal().modesAreAsBefore());
+    EXPECT_EQ(session.calls("klogctl"), (Calls{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
+}
+
+// Which may still work there, in the modes that it has set.
+TEST(BmcUpdate, SignalFromOutsideLeavesTheTerminalAsTheUpdateProgramHasIt)
+{
+    Update session("stty raw -echo; echo READY; read answer");
+    session.see("READY");
+    session.terminal().kill(SIGTERM);
+    const int status = session.terminal().wait();
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
+    EXPECT_FALSE(session.terminal().modes().canonical || session.terminal().modes().echo);
+    EXPECT_FALSE(session.terminal().inAlternateScreen());
+    EXPECT_EQ(session.calls("klogctl"), (Calls{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
 TEST(BmcUpdate, FindsANewSizeOfTheTerminal)

@@ -9,7 +9,8 @@ RunOptions toolkit(const char *piece, const char *title, const std::string &text
 {
     return {.program = "toolkit",
             .language = language,
-            .environment = {{"TOOLKIT", piece},
+            .environment = {{"ESCDELAY", "20"},
+                            {"TOOLKIT", piece},
                             {"TOOLKIT_TITLE", title ? title : "(unset)"},
                             {"TOOLKIT_TEXT", text}}};
 }
@@ -18,8 +19,12 @@ RunOptions toolkit(const char *piece, const char *title, const std::string &text
 void expectOnlyItsButtonToEndIt(Session &session, const std::string &shown)
 {
     session.see(shown);
-    session.send(keys::ctrlA + keys::ctrlO + keys::f12 + "x");
-    session.see(shown);
+    for (const std::string &key :
+         {std::string("\x1b"), keys::ctrlA + keys::ctrlO + keys::f12 + "x"}) {
+        session.send(key);
+        session.stillPicture();
+        session.see(shown);
+    }
     session.send(keys::enter);
     session.expectExit(1);
 }
