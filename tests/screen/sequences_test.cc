@@ -298,6 +298,24 @@ TEST(Sequences, WaitForTheirRestAsLongAsTheEnvironmentSays)
     session.expectExit(1);
 }
 
+TEST(Sequences, WaitASecondWhereTheEnvironmentSaysNothingOfUse)
+{
+    for (const char *delay : {"abc", "-1", "5x", "", "99999999999"}) {
+        Session session({.environment = {{"ESCDELAY", delay}}});
+        session.see("FT server");
+        session.send(space);
+        session.see("[-]");
+        session.terminal().waitUntilIdle();
+        const std::string before = session.terminal().picture();
+        sendPart(session.terminal(), "\x1b");
+        session.terminal().settle(std::chrono::milliseconds(50));
+        session.terminal().send("[1;5A");
+        EXPECT_EQ(session.stillPicture(), before) << delay;
+        session.send("\x1b");
+        session.expectExit(1);
+    }
+}
+
 TEST(Sequences, EndTheWaitingForTheirRestWithTheTerminal)
 {
     Session session({.environment = {{"ESCDELAY", "10000"}}});

@@ -4,6 +4,8 @@
 
 #include <csignal>
 #include <fstream>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 
 using namespace keys;
 
@@ -58,9 +60,21 @@ struct Shell {
         type(PROGRAMS "/mrvutil -d" + end);
     }
 
+    std::string spied() const
+    {
+        return "LD_PRELOAD=" + workspace.preloadable(SPY) + " " + workspace.command()[0];
+    }
+
     void runSpied()
     {
-        type("LD_PRELOAD=" + workspace.preloadable(SPY) + " " + workspace.command()[0]);
+        type(spied());
+    }
+
+    Calls callsOfConsole() const
+    {
+        Calls result = workspace.calls();
+        std::erase_if(result, [](const auto &call) { return !call.starts_with("klogctl"); });
+        return result;
     }
 
     static pid_t childOf(pid_t process)
@@ -133,6 +147,8 @@ struct Shell {
         see("status 1");
     }
 };
+
+const Calls off = {"klogctl(6, null, 0)"}, on = {"klogctl(8, null, 6)"}; // of the console
 
 class JobOnEveryTerminal : public testing::TestWithParam<const char *> {};
 
@@ -304,12 +320,7 @@ TEST(Stopping, LetsTheConsoleSpeakMeanwhile)
     Shell shell;
     shell.runSpied();
     shell.expectScreen();
-    const auto calls = [&] {
-        Calls result = shell.workspace.calls();
-        std::erase_if(result, [](const auto &call) { return !call.starts_with("klogctl"); });
-        return result;
-    };
-    const Calls off = {"klogctl(6, null, 0)"}, on = {"klogctl(8, null, 6)"};
+    const auto calls = [&] { return shell.callsOfConsole(); };
     EXPECT_EQ(calls(), off);
     shell.kill(SIGTSTP);
     shell.expectPrompt();
@@ -359,17 +370,20 @@ TEST(Stopping, IsNotToBeHadInABackgroundThatNoShellLooksAfter)
 {
     Shell shell;
     // In the group of a shell that has ended.
-    shell.type("sh -c '(while kill -0 $$; do :; done; exec " PROGRAMS
-               "/mrvutil -d </dev/tty) 2>/dev/tty &'");
+    shell.type("sh -c '(while kill -0 $$; do :; done; " + shell.spied()
+               + " </dev/tty; echo status $? >/dev/tty) 2>/dev/tty &'");
     shell.see("mrvutil: the program is in the background, and no shell");
+    shell.see("status 0");
     shell.expectPrompt();
+    EXPECT_EQ(shell.callsOfConsole(), Calls{});
     EXPECT_FALSE(shell.terminal.output().find("FT Server Utility") != std::string::npos);
 }
 
 TEST(Stopping, ThatNoShellLooksAfterAnyMoreIsTheEnd)
 {
+    prctl(PR_SET_CHILD_SUBREAPER, 1); // who waits for what is left behind
     Shell shell({.ignoreHangup = true});
-    shell.type("sh -c 'trap \"\" HUP; " PROGRAMS "/mrvutil -d; true'");
+    shell.type("sh -c 'trap \"\" HUP; " + shell.spied() + "; true'");
     shell.expectScreen();
     const pid_t around = shell.job(), program = Shell::childOf(around);
     ASSERT_NE(program, 0);
@@ -380,8 +394,13 @@ TEST(Stopping, ThatNoShellLooksAfterAnyMoreIsTheEnd)
     EXPECT_TRUE(shell.jobIs('T'));
     ::kill(around, SIGKILL); // and the system continues what it leaves behind
     shell.see("the program is in the background, and no shell");
-    EXPECT_TRUE(shell.terminal.waitUntil([&] { return ::kill(program, 0) != 0; }));
+    int status = -1;
+    EXPECT_TRUE(
+        shell.terminal.waitUntil([&] { return waitpid(program, &status, WNOHANG) == program; }));
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(shell.callsOfConsole(), off + on);
     shell.expectPrompt();
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 TEST(Stopping, WhileTheTerminalIsLentLeavesItToTheShellThen)
