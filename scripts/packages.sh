@@ -3,7 +3,7 @@
 
 # To build and run.
 buildPackages="g++ cmake ninja-build pkg-config libc6-dev libnewt-dev libslang2-dev \
-libtomlplusplus-dev libsqlitecpp-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev \
+libtomlplusplus-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev \
 libudev-dev libpci-dev pci.ids libmount-dev libnl-route-3-dev"
 # To test as well.
 testPackages="libgtest-dev libvterm-dev librapidcheck-dev locales ncurses-bin groff-base man-db \

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <sqlite3.h>
 
 namespace sim {
 namespace {
@@ -25,10 +24,10 @@ int systemError(sqlite3 *handle)
     return sqlite3_system_errno(handle);
 }
 
-std::string explanation(const SQLite::Exception &error, int systemError)
+std::string explanation(const SqliteError &error, int systemError)
 {
     // SQLite takes a disk that can't be read now for a file that is damaged.
-    const int code = error.getErrorCode();
+    const int code = error.code;
     if (systemError != 0
         && (code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB))
         return "can't be used: " + yat::reason(systemError);
@@ -48,23 +47,23 @@ std::string explanation(const SQLite::Exception &error, int systemError)
 
 // A connection belongs to one thread, as the calls do: it needs no lock for each value it gives.
 Database::Database(const std::string &path, int flags)
-try : file(yat::fromDisplay(path)), connection(path, flags | SQLite::OPEN_NOMUTEX, longestWait) {
-} catch (const SQLite::Exception &error) { // there is no handle to ask, but nothing else has failed
+try : file(yat::fromDisplay(path)), connection(path, flags | SQLITE_OPEN_NOMUTEX, longestWait) {
+} catch (const SqliteError &error) { // there is no handle to ask, but nothing else has failed
     throw yat::Problem(yat::fromDisplay(path) + " " + explanation(error, errno));
 }
 
-SQLite::Statement &Database::prepared(const char *sql)
+Statement &Database::prepared(const char *sql)
 {
     const auto known = statements.find(std::string_view(sql));
     return known != statements.end()
                ? known->second
-               : statements.emplace(sql, SQLite::Statement(connection, sql)).first->second;
+               : statements.emplace(sql, Statement(connection, sql)).first->second;
 }
 
 int64_t Database::number(const char *sql)
 {
     int64_t result = 0;
-    each(sql, [&](const QueryRow &row) { result = row.getColumn(0).getInt64(); });
+    each(sql, [&](const QueryRow &row) { result = row.integer(0); });
     return result;
 }
 
@@ -75,15 +74,15 @@ void Database::setSynced(bool wanted)
     isSynced = wanted;
 }
 
-yat::Problem Database::problem(const SQLite::Exception &error) const
+yat::Problem Database::problem(const SqliteError &error) const
 {
-    return yat::Problem(file + " " + explanation(error, systemError(connection.getHandle())));
+    return yat::Problem(file + " " + explanation(error, systemError(connection.handle())));
 }
 
 bool Database::isStillThere() const
 {
     int hasMoved = 0;
-    return sqlite3_file_control(connection.getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved)
+    return sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved)
                == SQLITE_OK
            && !hasMoved;
 }
@@ -96,7 +95,7 @@ std::optional<CommitMark> Database::commitMark() const
     constexpr int regionSize = 32768;
     sqlite3_file *main = nullptr;
     volatile void *shared = nullptr;
-    if (sqlite3_file_control(connection.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER, &main)
+    if (sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_FILE_POINTER, &main)
             != SQLITE_OK
         || main->pMethods->xShmMap(main, 0, regionSize, 0, &shared) != SQLITE_OK || !shared)
         return {};

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The database that holds a machine's state: SQLiteCpp, and what that leaves to its users: keeping
-// prepared statements, saying what an error means, and noticing other writers.
+// The database that holds a machine's state: it keeps prepared statements, says what an error
+// means, and notices other writers.
 #pragma once
 
 #include "common/problem.h"
-
-#include <SQLiteCpp/Database.h>
-#include <SQLiteCpp/Exception.h>
-#include <SQLiteCpp/Statement.h>
+#include "sim/sqlite.h"
 
 #include <array>
 #include <cstdint>
@@ -17,7 +14,7 @@
 
 namespace sim {
 
-using QueryRow = SQLite::Statement; // of a query that runs
+using QueryRow = Statement; // of a query that runs
 
 // What differs after each commit, by whatever process.
 using CommitMark = std::array<unsigned char, 48>;
@@ -25,10 +22,10 @@ using CommitMark = std::array<unsigned char, 48>;
 constexpr int longestWait = 10'000; // milliseconds, for another process that writes
 
 struct Database {
-    Database(const std::string &path, int flags); // SQLite::OPEN_...
+    Database(const std::string &path, int flags); // SQLITE_OPEN_...
 
     // A statement, prepared at its first use.
-    SQLite::Statement &prepared(const char *sql);
+    Statement &prepared(const char *sql);
 
     // Runs a statement, and calls work for each row.
     template <class Work, class... Values>
@@ -39,7 +36,7 @@ struct Database {
     // Whether a commit from now on returns only when it is on the disk, which takes its time.
     void setSynced(bool wanted);
 
-    yat::Problem problem(const SQLite::Exception &error) const;
+    yat::Problem problem(const SqliteError &error) const;
 
     // False when the file of that name has been replaced or removed.
     bool isStillThere() const;
@@ -49,8 +46,8 @@ struct Database {
     std::optional<CommitMark> commitMark() const;
 
     std::string file; // as messages have it, in UTF-8
-    SQLite::Database connection;
-    std::map<std::string, SQLite::Statement, std::less<>> statements;
+    Connection connection;
+    std::map<std::string, Statement, std::less<>> statements;
 
 private:
     bool isSynced = true; // as SQLite begins
@@ -58,21 +55,21 @@ private:
 
 // Ends a query, also when an exception does: a query that goes on keeps its transaction open.
 struct QueryEnd {
-    SQLite::Statement &statement;
+    Statement &statement;
     ~QueryEnd()
     {
-        statement.tryReset();
+        statement.reset();
     }
 };
 
 template <class Work, class... Values>
 void Database::each(const char *sql, Work work, const Values &...values)
 {
-    SQLite::Statement &statement = prepared(sql);
+    Statement &statement = prepared(sql);
     const QueryEnd end{statement};
     int position = 0;
     (statement.bind(++position, values), ...);
-    while (statement.executeStep())
+    while (statement.step())
         work(statement);
 }
 

@@ -83,7 +83,7 @@ void inject(Store &store, Injection injection)
 {
     write(store, [&] {
         writeDown(store, {.operation = "inject", .argument = toText(injection), .result = "done"});
-        injection.id = store.database->connection.getLastInsertRowid();
+        injection.id = sqlite3_last_insert_rowid(store.database->connection.handle());
         store.state.injections.push_back(std::move(injection));
     });
 }

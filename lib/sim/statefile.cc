@@ -5,11 +5,9 @@
 #include "sim/tables.h"
 #include "text/encoding.h"
 
-#include <SQLiteCpp/Transaction.h>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
-#include <sqlite3.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -51,17 +49,17 @@ void setAside(const std::string &log)
 
 void makeTables(const std::string &file, const std::function<void(Database &)> &fill)
 {
-    Database database(file, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    Database database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     try {
         database.connection.exec("PRAGMA journal_mode = OFF"); // it is whole, or nobody's
-        SQLite::Transaction transaction(database.connection);
+        Transaction transaction(database.connection);
         database.connection.exec("PRAGMA application_id = " + std::to_string(applicationId)
                                  + "; PRAGMA user_version = " + std::to_string(stateVersion));
         database.connection.exec(schema());
         fill(database);
         transaction.commit();
         database.connection.exec("PRAGMA journal_mode = WAL");
-    } catch (const SQLite::Exception &error) {
+    } catch (const SqliteError &error) {
         throw database.problem(error);
     }
 }
@@ -71,9 +69,9 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
 void check(Database &database, bool isWritten)
 {
     if (database.number("PRAGMA application_id") != applicationId)
-        throw database.problem(SQLite::Exception("", SQLITE_NOTADB));
-    if (isWritten && sqlite3_db_readonly(database.connection.getHandle(), "main") != 0)
-        throw database.problem(SQLite::Exception("", SQLITE_READONLY));
+        throw database.problem(SqliteError(SQLITE_NOTADB, ""));
+    if (isWritten && sqlite3_db_readonly(database.connection.handle(), "main") != 0)
+        throw database.problem(SqliteError(SQLITE_READONLY, ""));
     if (database.number("PRAGMA user_version") != stateVersion)
         throw yat::Problem(database.file
                            + " was made by another version of this program and was left alone; use "
@@ -102,13 +100,13 @@ bool tryToRead(const std::string &file, const std::function<void(Database &)> &w
     const bool wasInUse = isInUse();
     try {
         Database database(wasInUse ? file : unchanging(file),
-                          SQLite::OPEN_READONLY | SQLite::OPEN_URI);
+                          SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
         database.file = yat::fromDisplay(file);
         try {
             check(database, false);
             work(database);
-        } catch (const SQLite::Exception &error) {
-            if (wasInUse && error.getErrorCode() == SQLITE_CANTOPEN)
+        } catch (const SqliteError &error) {
+            if (wasInUse && error.code == SQLITE_CANTOPEN)
                 throw yat::Problem(database.file
                                    + " can't be read: a program was killed while it worked on it; "
                                      "whoever may write it has to look at the machine first");
@@ -150,16 +148,16 @@ std::unique_ptr<Database> openStateFile(const std::string &file)
 {
     for (const char *ending : {"", "-wal", "-shm", "-journal"})
         yat::requireOwnFile(file + ending);
-    auto database = std::make_unique<Database>(file, SQLite::OPEN_READWRITE);
-    sqlite3 *handle = database->connection.getHandle();
+    auto database = std::make_unique<Database>(file, SQLITE_OPEN_READWRITE);
+    sqlite3 *handle = database->connection.handle();
     // Until it is known to be sound, closing it must not write it.
     sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     try {
-        SQLite::Transaction transaction(database->connection);
+        Transaction transaction(database->connection);
         check(*database, true);
         transaction.commit();
         database->connection.exec("PRAGMA journal_mode = WAL");
-    } catch (const SQLite::Exception &error) {
+    } catch (const SqliteError &error) {
         throw database->problem(error);
     }
     sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);

@@ -11,11 +11,9 @@
 #include "sim/words.h"
 #include "text/encoding.h"
 
-#include <SQLiteCpp/Transaction.h>
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <sqlite3.h>
 #include <unistd.h>
 
 namespace sim {
@@ -49,7 +47,7 @@ void readIfWritten(Store &store)
     const auto mark = store.database->commitMark();
     if (store.isWriting || (mark && mark == store.mark))
         return;
-    SQLite::Transaction transaction(store.database->connection);
+    Transaction transaction(store.database->connection);
     catchUp(store);
     transaction.commit();
     store.mark = mark;
@@ -66,7 +64,7 @@ void setClock(MachineState &state, Time real)
 // How long the database waits for another program, as long as this is there.
 struct Patience {
     sqlite3 *handle;
-    Patience(const Database &database, int milliseconds) : handle(database.connection.getHandle())
+    Patience(const Database &database, int milliseconds) : handle(database.connection.handle())
     {
         sqlite3_busy_timeout(handle, milliseconds);
     }
@@ -77,9 +75,9 @@ struct Patience {
 };
 
 // Whether the file could not be written, or was not read at that moment.
-bool isOnlyUnwritten(const SQLite::Exception &error)
+bool isOnlyUnwritten(const SqliteError &error)
 {
-    const int code = error.getErrorCode();
+    const int code = error.code;
     return code == SQLITE_BUSY || code == SQLITE_FULL || code == SQLITE_IOERR;
 }
 
@@ -98,8 +96,7 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
     const Patience patience(database, isOperation ? longestWait : 0);
     try {
         database.setSynced(isOperation);
-        SQLite::Transaction transaction(database.connection,
-                                        SQLite::TransactionBehavior::IMMEDIATE);
+        Transaction transaction(database.connection, true);
         catchUp(store);
         store.isWriting = true;
         setClock(store.state, realTime());
@@ -112,7 +109,7 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
         transaction.commit();
         store.isWriting = false;
         return true;
-    } catch (const SQLite::Exception &error) {
+    } catch (const SqliteError &error) {
         const bool mayBeLost = !isOperation && isOnlyUnwritten(error);
         if (store.isWriting || !mayBeLost)
             forget(store);
@@ -269,7 +266,7 @@ void withFile(Store &store, const std::function<void(Database &)> &work)
     openStore(store);
     try {
         work(*store.database);
-    } catch (const SQLite::Exception &problem) {
+    } catch (const SqliteError &problem) {
         throw store.database->problem(problem);
     }
 }

@@ -3,8 +3,6 @@
 
 #include "sim/values.h"
 
-#include <sqlite3.h>
-
 namespace sim {
 namespace {
 
@@ -93,10 +91,10 @@ struct Names : ColumnKeys {
 };
 
 struct Binding : ColumnKeys {
-    SQLite::Statement &statement;
+    Statement &statement;
     int at = 0;
 
-    explicit Binding(SQLite::Statement &row) : statement(row) {}
+    explicit Binding(Statement &row) : statement(row) {}
 
     void operator()(std::string_view, const auto &value, const auto &rule, Presence = optional)
     {
@@ -111,9 +109,9 @@ struct Binding : ColumnKeys {
         else if (json.is_number())
             statement.bind(at, json.get<double>());
         else if (json.is_boolean())
-            statement.bind(at, json.get<bool>() ? 1 : 0);
+            statement.bind(at, int64_t{json.get<bool>()});
         else
-            bindBlob(json.dump());
+            statement.bindBlob(at, json.dump());
     }
 
     template <class Value, class Rule>
@@ -122,23 +120,15 @@ struct Binding : ColumnKeys {
     {
         value ? operator()(key, *value, rule) : statement.bind(++at);
     }
-
-    void bindBlob(const std::string &bytes)
-    {
-        statement.bind(at, static_cast<const void *>(bytes.data()), static_cast<int>(bytes.size()));
-    }
 };
 
-Json jsonOf(const SQLite::Column &column)
+Json jsonOf(const QueryRow &row, int column)
 {
-    switch (column.getType()) {
-    case SQLITE_INTEGER: return column.getInt64();
-    case SQLITE_FLOAT: return column.getDouble();
-    case SQLITE_TEXT: return column.getString();
-    case SQLITE_BLOB: {
-        const char *bytes = static_cast<const char *>(column.getBlob());
-        return Json::parse(bytes, bytes + column.getBytes(), nullptr, false);
-    }
+    switch (row.type(column)) {
+    case SQLITE_INTEGER: return row.integer(column);
+    case SQLITE_FLOAT: return row.real(column);
+    case SQLITE_TEXT: return row.bytes(column);
+    case SQLITE_BLOB: return Json::parse(row.bytes(column), nullptr, false);
     default: return {};
     }
 }
@@ -158,7 +148,7 @@ struct Reading : ColumnKeys {
     void operator()(std::string_view key, auto &value, const auto &rule,
                     Presence presence = optional)
     {
-        Json json = jsonOf(row.getColumn(at++));
+        Json json = jsonOf(row, at++);
         if (std::is_same_v<decltype(value), bool &> && (json == 0 || json == 1))
             json = json == 1;
         if (json.is_null() ? presence == required : !rule.read(json, value))
@@ -170,7 +160,7 @@ struct Reading : ColumnKeys {
     void operator()(std::string_view key, std::optional<Value> &value, const Rule &rule,
                     Presence = optional)
     {
-        if (row.getColumn(at).isNull())
+        if (row.type(at) == SQLITE_NULL)
             ++at;
         else
             operator()(key, value.emplace(), rule);
@@ -192,11 +182,11 @@ template <class... Value> void putRow(Database &database, const char *table, Val
         keysOf(names, value...);
         return std::string("INSERT OR REPLACE INTO ") + table + " VALUES (" + names.places + ")";
     }();
-    SQLite::Statement &statement = database.prepared(sql.c_str());
+    Statement &statement = database.prepared(sql.c_str());
     const QueryEnd end{statement};
     Binding binding(statement);
     keysOf(binding, value...);
-    statement.executeStep();
+    statement.step();
 }
 
 template <class... Value>

@@ -5,7 +5,6 @@
 #include "sim/statefile.h"
 #include "stored.h"
 
-#include <SQLiteCpp/Transaction.h>
 #include <algorithm>
 #include <climits>
 #include <csignal>
@@ -54,7 +53,7 @@ std::vector<std::string> statementsOf(Store &store, const std::function<void()> 
 {
     openStore(store);
     std::vector<std::string> statements;
-    sqlite3 *handle = store.database->connection.getHandle();
+    sqlite3 *handle = store.database->connection.handle();
     sqlite3_trace_v2(handle, SQLITE_TRACE_STMT, noteStatement, &statements);
     work();
     sqlite3_trace_v2(handle, 0, nullptr, nullptr);
@@ -120,8 +119,8 @@ TEST(Store, NeverWaitsForAWriterToLook)
 {
     Stored stored;
     look(stored.store);
-    SQLite::Database other(stored.store.file, SQLite::OPEN_READWRITE);
-    SQLite::Transaction writes(other, SQLite::TransactionBehavior::IMMEDIATE);
+    Connection other(stored.store.file, SQLITE_OPEN_READWRITE, 0);
+    const Transaction writes(other, true);
     other.exec("UPDATE machine SET data_file = 'unfinished'");
     EXPECT_EQ(look(stored.store).dataFileVersion, "4.1.0072"); // or it would fail in the end
     stored.store.database.reset();
@@ -136,8 +135,8 @@ TEST(Store, LooksAtWhatIsDueWhileAnotherProgramWrites)
     sqlite3_vfs *system = sqlite3_vfs_find(nullptr);
     const auto sleeps = std::exchange(system->xSleep, countWait);
     {
-        SQLite::Database other(stored.store.file, SQLite::OPEN_READWRITE);
-        SQLite::Transaction writes(other, SQLite::TransactionBehavior::IMMEDIATE);
+        Connection other(stored.store.file, SQLITE_OPEN_READWRITE, 0);
+        const Transaction writes(other, true);
         while (find(look(stored.store), cpu2)->state != State::stopped) {
         }
     }
@@ -232,7 +231,7 @@ TEST(Journal, CantBeRewritten)
           "DELETE FROM journal WHERE id = 2",
           "INSERT OR REPLACE INTO journal VALUES (2, 0, 0, '', '', '', '', 0, '', '')",
           "REPLACE INTO journal VALUES (1, 0, 0, '', '', '', '', 0, '', '')"})
-        EXPECT_THROW(tamper(stored.store, sql), SQLite::Exception) << sql;
+        EXPECT_THROW(tamper(stored.store, sql), SqliteError) << sql;
     EXPECT_EQ(journalOf(stored.store).size(), 2u);
 }
 

@@ -38,11 +38,13 @@ inline std::vector<sim::JournalRow> journalOf(sim::Store &store)
 // SQL in a connection of its own, as somebody with another program would write it.
 inline void tamper(const sim::Store &store, const std::string &sql)
 {
-    SQLite::Database(store.file, SQLite::OPEN_READWRITE).exec(sql);
+    sim::Connection(store.file, SQLITE_OPEN_READWRITE, 0).exec(sql);
 }
 
 // What SQLite finds wrong with the whole file; "ok" for nothing.
 inline std::string integrityOf(const sim::Store &store)
 {
-    return SQLite::Database(store.file).execAndGet("PRAGMA integrity_check").getString();
+    const sim::Connection connection(store.file, SQLITE_OPEN_READONLY, 0);
+    sim::Statement statement(connection, "PRAGMA integrity_check");
+    return statement.step() ? std::string(statement.bytes(0)) : "";
 }
