@@ -4,6 +4,14 @@
 namespace sim {
 namespace {
 
+// A machine needs few of the 20 pages that SQLite would make room for in each connection. That can
+// be changed before its first use only; where that is over, so be it.
+void saveMemory()
+{
+    static const int result = sqlite3_config(SQLITE_CONFIG_PAGECACHE, nullptr, 0, 0);
+    static_cast<void>(result);
+}
+
 void require(int result, sqlite3 *database)
 {
     if (result != SQLITE_OK)
@@ -14,6 +22,7 @@ void require(int result, sqlite3 *database)
 
 Connection::Connection(const std::string &path, int flags, int patience)
 {
+    saveMemory();
     sqlite3 *opened = nullptr; // also where that fails
     const int result = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
     database.reset(opened);
