@@ -47,9 +47,8 @@ std::string parent(const std::string &path)
     return path.substr(0, std::max<size_t>(path.rfind('/'), 1));
 }
 
-} // namespace
-
-std::string productRoot()
+// Where this object's product is, which does not change while it is loaded.
+std::string findProductRoot()
 {
     Dl_info info;
     link_map *map = nullptr;
@@ -62,6 +61,14 @@ std::string productRoot()
     if (!realpath(isProgram ? "/proc/self/exe" : info.dli_fname, path))
         return {};
     return parent(parent(path));
+}
+
+} // namespace
+
+std::string productRoot()
+{
+    static const std::string root = findProductRoot();
+    return root;
 }
 
 std::string configurationDirectory()
