@@ -62,6 +62,12 @@ bool displayIsUtf8()
     return std::string_view(nl_langinfo(CODESET)) == "UTF-8";
 }
 
+// ASCII is the same in the encoding of any locale, and most names are.
+bool isSameInAny(std::string_view text)
+{
+    return std::ranges::all_of(text, [](signed char byte) { return byte > 0; });
+}
+
 // Length that the first byte of an EUC-JP character announces.
 size_t eucLength(unsigned char first)
 {
@@ -78,8 +84,7 @@ bool isDisplayable(const char *text)
 
 std::string toDisplay(std::string_view utf8)
 {
-    // ASCII is the same in the encoding of any locale, and most names are.
-    if (std::ranges::all_of(utf8, [](unsigned char byte) { return byte < 0x80; }))
+    if (isSameInAny(utf8))
         return std::string(utf8);
     std::string valid;
     while (!utf8.empty()) {
@@ -104,6 +109,8 @@ std::string toDisplay(std::string_view utf8)
 
 std::string fromDisplay(std::string_view text)
 {
+    if (isSameInAny(text))
+        return std::string(text);
     const Conversion conversion("UTF-8", nl_langinfo(CODESET));
     std::string result;
     mbstate_t state{};
