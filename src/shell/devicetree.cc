@@ -78,14 +78,13 @@ static void dump(const yat_device *root)
     tracetree(root);
 }
 
-// Shows the tree of an FT machine; on another there is none to show. Returns 0 on failure.
-static int showTree(yat_device *root)
+// Shows the tree of an FT machine; on another there is none to show. The waiting ends with the last
+// that the machine is asked before. Returns 0 on failure.
+static int showTree(yat_device *root, std::optional<Waiting> &waiting)
 {
     constexpr char function[] = "EditParameter";
-    {
-        const Waiting waiting(text("MAIN_TREE_FT_ID"));
-        g_SystemType = call_yat_is_ft(0);
-    }
+    g_SystemType = call_yat_is_ft(0);
+    waiting.reset();
     switch (g_SystemType) {
     case YAT_MACHINE_QUERY_FAILED:
         TRACE_AS(YAT_TRACE_ERROR, function, "call_yat_is_ft failed in libwinshim.so.");
@@ -115,14 +114,14 @@ int EditParameter(void)
     TRACE("get ft function pointer by ft_FunctionInit.");
     yat_device *root = nullptr;
     const int created = CreateTreeViewData(&root);
-    waiting.reset();
     if (debug_flag) {
         dump(root);
     } else if (created == 0) {
+        waiting.reset();
         msgWindow("Error", " Ok ", text("CREATETREE_ERR_ID"));
         TRACE_ERROR("<Create data structure for tree view failed.");
         return 0;
-    } else if (showTree(root) == 0) {
+    } else if (showTree(root, waiting) == 0) {
         FreeTreeViewData(&root);
         TRACE_ERROR("<mkTree(pTreeData) failed.");
         return 0;
