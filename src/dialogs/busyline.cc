@@ -31,21 +31,36 @@ void settle()
     SLtt_flush_output();
 }
 
-// The bytes by which S-Lang makes the screen what draw wants.
-template <class Draw> std::string bytesOf(Draw draw)
-{
+// While one lives, S-Lang writes into it instead of to the terminal.
+class Recording {
+public:
+    Recording() : terminal(std::exchange(SLang_TT_Write_FD, memory)) {}
+    ~Recording()
+    {
+        SLang_TT_Write_FD = terminal;
+        close(memory);
+    }
+    Recording(const Recording &) = delete;
+    Recording &operator=(const Recording &) = delete;
+
+    // The bytes by which S-Lang makes the screen what draw wants.
+    template <class Draw> std::string bytesOf(Draw draw)
+    {
+        const off_t begin = end;
+        draw();
+        settle();
+        end = std::max(lseek(memory, 0, SEEK_END), begin);
+        std::string bytes(static_cast<size_t>(end - begin), '\0');
+        const ssize_t count = pread(memory, bytes.data(), bytes.size(), begin);
+        bytes.resize(static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        return bytes;
+    }
+
+private:
     const int memory = memfd_create("screen", MFD_CLOEXEC);
-    const int terminal = std::exchange(SLang_TT_Write_FD, memory);
-    draw();
-    settle();
-    SLang_TT_Write_FD = terminal;
-    const off_t size = std::max<off_t>(lseek(memory, 0, SEEK_END), 0);
-    std::string bytes(static_cast<size_t>(size), '\0');
-    const ssize_t count = pread(memory, bytes.data(), bytes.size(), 0);
-    bytes.resize(static_cast<size_t>(std::max<ssize_t>(count, 0)));
-    close(memory);
-    return bytes;
-}
+    const int terminal;
+    off_t end = 0;
+};
 
 } // namespace
 
@@ -68,28 +83,34 @@ Waiting::~Waiting()
     resumeWaiting();
 }
 
+void Waiting::draw()
+{
+    const int bottom = SLtt_Screen_Rows - 1, row = SLsmg_get_row(), column = SLsmg_get_column();
+    const auto columns = static_cast<unsigned>(SLtt_Screen_Cols);
+    std::vector<SLsmg_Char_Type> covered(columns);
+    settle();
+    Recording recording;
+    screen = recording.bytesOf(SLsmg_touch_screen);
+    SLsmg_gotorc(bottom, 0);
+    SLsmg_read_raw(covered.data(), columns);
+    showing = recording.bytesOf([&] {
+        SLsmg_set_color(NEWT_COLORSET_HELPLINE);
+        SLsmg_write_nstring(line.data(), columns);
+        SLsmg_gotorc(row, column);
+    });
+    hiding = recording.bytesOf([&] {
+        SLsmg_gotorc(bottom, 0);
+        SLsmg_write_raw(covered.data(), columns);
+        SLsmg_gotorc(row, column);
+    });
+}
+
 void Waiting::begin(std::chrono::milliseconds time)
 {
     if (isActive || debug_flag)
         return;
     isActive = true;
-    const int bottom = SLtt_Screen_Rows - 1, row = SLsmg_get_row(), column = SLsmg_get_column();
-    const auto columns = static_cast<unsigned>(SLtt_Screen_Cols);
-    std::vector<SLsmg_Char_Type> covered(columns);
-    settle();
-    screen = bytesOf(SLsmg_touch_screen);
-    SLsmg_gotorc(bottom, 0);
-    SLsmg_read_raw(covered.data(), columns);
-    showing = bytesOf([&] {
-        SLsmg_set_color(NEWT_COLORSET_HELPLINE);
-        SLsmg_write_nstring(line.data(), columns);
-        SLsmg_gotorc(row, column);
-    });
-    hiding = bytesOf([&] {
-        SLsmg_gotorc(bottom, 0);
-        SLsmg_write_raw(covered.data(), columns);
-        SLsmg_gotorc(row, column);
-    });
+    draw();
     writeLater(showing, screen, time);
 }
 

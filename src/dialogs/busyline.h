@@ -23,6 +23,7 @@ private:
     friend void interruptWaiting();
     friend void resumeWaiting();
     void begin(std::chrono::milliseconds time);
+    void draw();
     void end();
 
     std::string line;
