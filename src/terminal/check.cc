@@ -28,7 +28,8 @@ std::string terminalFault(const std::string &data)
                + "' is unknown or can't place the cursor; set TERM to the type of this terminal";
     // S-Lang knows the characters of UTF-8 and else takes each byte for one: it would draw halves
     // of characters.
-    if (const std::string_view encoding = nl_langinfo(CODESET); MB_CUR_MAX > 1 && encoding != "UTF-8")
+    if (const std::string_view encoding = nl_langinfo(CODESET);
+        MB_CUR_MAX > 1 && encoding != "UTF-8")
         return "characters of the encoding " + std::string(encoding)
                + " can't be drawn whole; set LC_ALL to a locale in UTF-8, and the terminal with it";
     SLtt_get_screen_size();
@@ -38,3 +39,7 @@ std::string terminalFault(const std::string &data)
                + std::to_string(fewestColumns) + " by " + std::to_string(fewestRows);
     return "";
 }
+
+// newt has it read once more when it starts, which is after this; the program's definition comes
+// before S-Lang's.
+extern "C" __attribute__((visibility("default"))) void SLtt_get_terminfo(void) {}
