@@ -243,8 +243,11 @@ TEST(Description, ThatCantBeReadSaysWhy)
     const TemporaryDirectory directory;
     const std::string large = directory.path / "large", fifo = directory.path / "fifo";
     writeFile(large, "");
-    std::filesystem::resize_file(large, 17 << 20);
-    EXPECT_EQ(problemOf([&] { yat::readFile(large); }), large + ": can't be read: File too large");
+    for (const int megabytes : {17, 50, 100'000}) { // of which no more than 16 are read
+        std::filesystem::resize_file(large, static_cast<uintmax_t>(megabytes) << 20);
+        EXPECT_EQ(problemOf([&] { yat::readFile(large); }),
+                  large + ": can't be read: File too large");
+    }
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(problemOf([&] { yat::readFile(fifo); }),
               fifo + ": can't be read: Operation not supported");
