@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The program as a job of a shell.
+#include "job.h"
 #include "session.h"
 
 #include <csignal>
-#include <fstream>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
@@ -30,7 +30,7 @@ struct Shell {
     {
         if (const pid_t left = job()) {
             ::kill(left, SIGKILL);
-            terminal.waitUntil([this] { return stateOfJob() == 'Z' || stateOfJob() == '\0'; });
+            terminal.waitUntil([left] { return stateOf(left) == 'Z' || stateOf(left) == '\0'; });
         }
     }
 
@@ -77,15 +77,6 @@ struct Shell {
         return result;
     }
 
-    static pid_t childOf(pid_t process)
-    {
-        const std::string parent = std::to_string(process);
-        std::ifstream file("/proc/" + parent + "/task/" + parent + "/children");
-        pid_t child = 0;
-        file >> child;
-        return child;
-    }
-
     // The process, 0 for none.
     pid_t job() const
     {
@@ -98,17 +89,9 @@ struct Shell {
         ::kill(job(), signal);
     }
 
-    // 'T' for a stopped job, 'S' for one that waits, 'Z' for one that has ended; 0 for none.
-    char stateOfJob() const
-    {
-        const std::string line = readFile("/proc/" + std::to_string(job()) + "/stat");
-        const size_t name = line.rfind(") ");
-        return name == line.npos ? '\0' : line.at(name + 2);
-    }
-
     bool jobIs(char state)
     {
-        return terminal.waitUntil([&] { return stateOfJob() == state; });
+        return terminal.waitUntil([&] { return stateOf(job()) == state; });
     }
 
     void expectPrompt()
@@ -174,8 +157,8 @@ TEST_P(JobOnEveryTerminal, ComesBackWholeFromAStopThatDoesNotAskToo)
     shell.expectScreen();
     shell.kill(SIGSTOP);
     EXPECT_TRUE(shell.jobIs('T'));
-    shell.terminal.waitUntilIdle();
     shell.type("fg");
+    EXPECT_TRUE(shell.jobIs('S')); // until then the shell reads what is typed
     shell.expectScreen();
     shell.expectEnd();
 }
@@ -385,14 +368,15 @@ TEST(Stopping, ThatNoShellLooksAfterAnyMoreIsTheEnd)
     Shell shell({.ignoreHangup = true});
     shell.type("sh -c 'trap \"\" HUP; " + shell.spied() + "; true'");
     shell.expectScreen();
-    const pid_t around = shell.job(), program = Shell::childOf(around);
+    const pid_t around = shell.job(), program = childOf(around);
     ASSERT_NE(program, 0);
     ::kill(program, SIGTSTP);
     EXPECT_TRUE(shell.terminal.waitUntil([&] { return !shell.terminal.inAlternateScreen(); }));
     ::kill(around, SIGTSTP);
     shell.expectPrompt();
     EXPECT_TRUE(shell.jobIs('T'));
-    ::kill(around, SIGKILL); // and the system continues what it leaves behind
+    shell.terminal.waitUntilIdle(); // the shell has the terminal
+    ::kill(around, SIGKILL);        // and the system continues what it leaves behind
     shell.see("the program is in the background, and no shell");
     int status = -1;
     EXPECT_TRUE(

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "terminal.h"
 
+#include "job.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -243,9 +245,12 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
 
 // Whether the process waits for what others do: keys, a child, time that the spy holds it. It does
 // not while it runs, nor while newt sleeps to show a pressed button, nor where the terminal has to
-// take its output first. It is asked once: what two looks tell may never have been true together.
+// take its output first. The call alone would be told as well of a process that has been woken and
+// has not gone on yet.
 static bool waitsForOthers(pid_t process)
 {
+    if (stateOf(process) != 'S')
+        return false;
     std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
     long call;
     if (!(file >> call)) // "running"
@@ -257,12 +262,8 @@ static bool waitsForOthers(pid_t process)
 
 static bool isStopped(pid_t process)
 {
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    const size_t name = line.rfind(") ");
-    return name == std::string::npos
-           || std::string("TXZ").find(line.at(name + 2)) != std::string::npos;
+    const char state = stateOf(process);
+    return state == 'T' || state == 'Z' || state == '\0';
 }
 
 void Terminal::waitUntilIdle()
