@@ -2,8 +2,47 @@
 #include "job.h"
 
 #include "support/files.h"
+#include "support/process.h"
 
+#include <csignal>
 #include <fstream>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+[[noreturn]] static void endAs(pid_t job)
+{
+    int status = 0;
+    while (waitpid(job, &status, 0) != job)
+        continue;
+    if (WIFSIGNALED(status)) {
+        signal(WTERMSIG(status), SIG_DFL);
+        raise(WTERMSIG(status));
+    }
+    _exit(WEXITSTATUS(status));
+}
+
+void becomeJob()
+{
+    if (const pid_t job = fork(); job != 0)
+        endAs(job);
+    setpgid(0, 0);
+    signal(SIGTTOU, SIG_IGN);
+    tcsetpgrp(STDIN_FILENO, getpid());
+    signal(SIGTTOU, SIG_DFL);
+}
+
+pid_t jobOf(pid_t leader)
+{
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (std::chrono::steady_clock::now() < end) {
+        if (const pid_t job = childOf(leader))
+            return job;
+        std::this_thread::yield();
+    }
+    throw std::runtime_error("no job");
+}
 
 pid_t childOf(pid_t process)
 {

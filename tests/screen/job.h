@@ -5,6 +5,13 @@
 
 #include <sys/types.h>
 
+// Called by the leader of a session with a terminal: goes on in a process of its own, as the job in
+// the foreground. The leader ends as that does, and has nothing to do with its being stopped.
+void becomeJob();
+
+// The job of a leader, once it is there.
+pid_t jobOf(pid_t leader);
+
 // A process's first child, 0 for none.
 pid_t childOf(pid_t process);
 

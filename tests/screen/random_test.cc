@@ -7,7 +7,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <memory>
 #include <random>
 #include <sys/wait.h>
 
@@ -17,50 +16,39 @@ namespace {
 
 using std::chrono::milliseconds;
 
-struct Event {
-    std::string bytes;
-    bool canEnd = false; // the program, in one window or another
-};
-
 struct Chance {
     int weight;
-    Event event;
+    std::string bytes;
 };
 
 const std::string escape = "\x1b";
+const std::string restOfAny = "\x1b[201~\x07"; // sequence or paste that was begun
 
-// Keys as an administrator presses them, and whatever else terminals send.
-const Chance chances[] = {
-    {40, {down}},
-    {20, {up}},
-    {40, {space, true}},
-    {40, {enter, true}},
-    {60, {tab}},
-    {15, {backTab}},
-    {8, {pageDown}},
-    {8, {pageUp}},
-    {8, {left}},
-    {8, {right}},
-    {4, {home}},
-    {4, {end}},
-    {8, {f12}},
-    {2, {ctrlO, true}},
-    {2, {ctrlA, true}},
-    {4, {escape, true}},
-    {3, {ctrlZ}},
-    {3, {"\x03"}},
-    {5, {"\x1b[1;5A"}},
-    {5, {"\x1b[25~"}},
-    {5, {"\x1bx"}},
-    {5, {"\x1b[I"}},
-    {5, {"\x1b[M !!"}},
-    {5, {"\x1b[<0;10;10M"}},
-    {5, {"\x1b[?62;c"}},
-    {5, {"\x1b]11;rgb:0000/0000/0000\x07"}},
-    {5, {"\x1b[200~rm -rf\r \x0f\x1b[A\x1b[201~"}},
-    {8, {"q"}},
-    {3, {"\xc3\xa4"}},
+// Keys that can end a program, if they come to the right window.
+const std::vector<Chance> ending = {{40, space}, {60, enter}, {4, ctrlO}, {4, ctrlA}, {3, escape}};
+
+// Keys that can't, as an administrator presses them, and whatever else terminals send.
+const std::vector<Chance> moving = {
+    {40, down},        {20, up},
+    {8, pageDown},     {8, pageUp},
+    {8, left},         {8, right},
+    {4, home},         {4, end},
+    {8, f12},          {5, "\x1b[1;5A"},
+    {5, "\x1b[25~"},   {5, "\x1bx"},
+    {5, "\x1b[I"},     {5, "\x1b[<0;10;10M"},
+    {5, "\x1b[?62;c"}, {5, "\x1b]11;rgb:0000/0000/0000\x07"},
+    {8, "q"},          {3, "\xc3\xa4"},
 };
+// Not for a stop, which drops what has arrived and gives the terminal back: the latter ends of some
+// could do something then, and the others act on a job.
+const std::vector<Chance> indivisible = {
+    {3, ctrlZ},
+    {3, "\x03"},
+    {5, "\x1b[M !!"},
+    {5, "\x1b[200~rm -rf\r \x0f\x1b[A\x1b[201~"},
+};
+const std::vector<Chance> towardsButtons = {{60, tab}, {15, backTab}};
+const std::vector<Chance> pressing = {{30, space}, {30, enter}};
 
 class Events {
 public:
@@ -72,18 +60,20 @@ public:
     }
 
     // Some keys at once; done counts them.
-    Event batch(long *done)
+    std::string batch(std::vector<Chance> chances, bool divisible, long *done)
     {
-        Event result;
+        chances.insert(chances.end(), moving.begin(), moving.end());
+        if (!divisible)
+            chances.insert(chances.end(), indivisible.begin(), indivisible.end());
+        std::string result;
         for (int i = 1 + below(30); i > 0; --i, ++*done) {
-            const Event next = key();
-            result.bytes += next.bytes;
-            result.canEnd = result.canEnd || next.canEnd;
+            const std::string next = key(chances);
+            result += next.size() > 2 && below(50) == 0 ? damaged(next) : next;
         }
         return result;
     }
 
-    Event key()
+    std::string key(const std::vector<Chance> &chances)
     {
         int sum = 0;
         for (const Chance &chance : chances)
@@ -91,29 +81,30 @@ public:
         int at = below(sum);
         for (const Chance &chance : chances)
             if ((at -= chance.weight) < 0)
-                return below(50) == 0 ? damaged(chance.event) : chance.event;
+                return chance.bytes;
         return {};
     }
 
 private:
     // Cut, or with other bytes.
-    Event damaged(Event event)
+    std::string damaged(std::string bytes)
     {
-        event.canEnd = true;
         if (below(2) == 0)
-            event.bytes.resize(
-                static_cast<size_t>(below(static_cast<int>(event.bytes.size())) + 1));
+            bytes.resize(static_cast<size_t>(1 + below(static_cast<int>(bytes.size()) - 1)));
         else
             for (int i = below(4); i >= 0; --i)
-                event.bytes += byte();
-        return event;
+                bytes += byte();
+        return bytes;
     }
 
+    // None that can end a program, lead to what does, or act on a job, nor Ctrl-S, which stops the
+    // output until Ctrl-Q, between the terminal and its user.
     char byte()
     {
-        constexpr char stopsOutput = '\x13'; // until Ctrl-Q, between the terminal and its user
         const char any = static_cast<char>(below(256));
-        return any == stopsOutput ? ' ' : any;
+        return std::string_view("\x13\r \t\x01\x0f\x03\x1a\x1c").find(any) != std::string_view::npos
+                   ? 'q'
+                   : any;
     }
 
     std::mt19937 random;
@@ -134,13 +125,23 @@ milliseconds waited(pid_t process)
     return milliseconds(waiting / 1000000);
 }
 
-// A program in its terminal, without the spy and without newt's pauses for pressed buttons.
+struct Program {
+    RunOptions options;
+    std::string title, button; // of its own window, which the button leaves
+    std::string leaving;       // the keys that do so, too
+};
+
+// A program in its terminal as a job, without the spy and without newt's pauses for pressed
+// buttons.
 struct Started {
+    const Program &program;
     Workspace &workspace;
+    int rows = 24, columns = 80;
     Terminal terminal;
 
-    explicit Started(Workspace &around)
-        : workspace(around), terminal({.command = around.command(), .environment = environment()})
+    Started(const Program &one, Workspace &around)
+        : program(one), workspace(around),
+          terminal({.command = around.command(), .environment = environment(), .isJob = true})
     {
     }
 
@@ -148,19 +149,21 @@ struct Started {
     {
         auto result = workspace.environment();
         result["LD_PRELOAD"] = workspace.preloadable(NO_PAUSES);
-        result["ESCDELAY"] = "20";
         // To look for leaks takes time after the screen is gone, in which Ctrl-C ends it.
         result["ASAN_OPTIONS"] += ":detect_leaks=0";
         return result;
     }
 
-    // False when it hangs.
+    // Until it has ended or waits for a key. False when it hangs.
     bool takesWhatWasSent()
     {
-        constexpr milliseconds step(20), longest(2000);
+        constexpr milliseconds step(2), longest(2000);
         const milliseconds before = waited(terminal.pid());
-        for (milliseconds time(0); time < longest + waited(terminal.pid()) - before; time += step)
-            if (hasEnded() || terminal.isIdleWithin(step))
+        const auto waitedMeanwhile = [&] { // nothing any more once it has ended
+            return std::max(waited(terminal.pid()) - before, milliseconds(0));
+        };
+        for (milliseconds time(0); time < longest + waitedMeanwhile(); time += step)
+            if (hasEnded() || terminal.asksForKeyWithin(step))
                 return true;
         return false;
     }
@@ -178,10 +181,65 @@ struct Started {
         return terminal.wait(milliseconds(0)) != -1;
     }
 
-    void stopAndContinue(int signal)
+    // Before it has done what was sent, or just then. What it can see coming leaves the terminal as
+    // it was found.
+    void stop(int signal, bool soon)
     {
+        terminal.waitUntil([&] { return soon || terminal.unread() == 0; });
         terminal.kill(signal);
-        terminal.kill(SIGCONT);
+        ASSERT_TRUE(terminal.waitUntil([&] { return terminal.isStopped(); }));
+        ASSERT_TRUE(signal == SIGSTOP || terminal.modesAreAsBefore());
+    }
+
+    // Its own modes and, where there is room for it, something to be seen.
+    bool hasScreen() const
+    {
+        const Terminal::Modes modes = terminal.modes();
+        return terminal.inAlternateScreen() && !modes.echo && !modes.canonical
+               && (rows < 12 || columns < 40 || terminal.contains("┤ "));
+    }
+
+    enum class Focus { elsewhere, inOwnWindow, onItsButton };
+
+    // Where the next key goes to, as a terminal tells that has room for everything.
+    Focus focus()
+    {
+        terminal.resize(50, 132);
+        takesWhatWasSent();
+        const Focus result = focusShown();
+        terminal.resize(rows, columns);
+        takesWhatWasSent();
+        return result;
+    }
+
+    Focus focusShown() const
+    {
+        std::string titles; // of all windows
+        bool isOnButton = false;
+        for (const auto &row : terminal.spots()) {
+            std::string text;
+            std::vector<size_t> columnsOfBytes;
+            for (size_t column = 0; column < row.size(); ++column) {
+                text += row[column].text;
+                columnsOfBytes.resize(text.size(), column);
+            }
+            for (size_t at = 0; (at = text.find("┤ ", at)) != text.npos; ++at)
+                titles += text.substr(at, text.find(" ├", at) - at);
+            const size_t button = text.find(program.button);
+            if (button != text.npos)
+                isOnButton = row[columnsOfBytes[button]].style == "black on brown";
+        }
+        if (titles != "┤ " + program.title)
+            return Focus::elsewhere;
+        return isOnButton ? Focus::onItsButton : Focus::inOwnWindow;
+    }
+
+    bool endsBy(const std::string &key)
+    {
+        const Focus now = focus();
+        const bool isPressed = now == Focus::onItsButton && (key == enter || key == space);
+        return isPressed
+               || (now != Focus::elsewhere && program.leaving.find(key) != std::string::npos);
     }
 };
 
@@ -197,6 +255,101 @@ std::string shown(const std::string &bytes)
     return result;
 }
 
+const Program programs[] = {
+    {{.arguments = {"-d"}}, "FT Server Utility", "Exit", ctrlO + ctrlA + escape},
+    {{.arguments = {"-d"}, .machine = "BIRCH"},
+     "FT Server Utility",
+     "Exit",
+     ctrlO + ctrlA + escape},
+    {{.program = "mrvgeneral", .arguments = {"-d"}}, "General Settings", "Close", escape},
+    {{.program = "mrvfirmware", .arguments = {"-d"}}, "BMC Firmware", "Close", escape},
+};
+
+// Events for a program, up to its end or the last one.
+struct Course {
+    Events &events;
+    const std::string name; // of the whole
+    Started started;
+    std::string sent;
+
+    std::string story() const
+    {
+        return name + ", sent " + shown(sent);
+    }
+
+    void send(const std::string &bytes)
+    {
+        started.terminal.send(bytes);
+        sent += bytes;
+    }
+
+    // A key that ends the program does, and no other.
+    void pressOne()
+    {
+        const std::string key = events.key(ending);
+        const bool ends = started.endsBy(key);
+        const std::string before = started.terminal.picture();
+        send(key);
+        ASSERT_TRUE(started.takesWhatWasSent()) << started.state() << story();
+        ASSERT_EQ(started.hasEnded(), ends)
+            << "wait status " << started.terminal.wait(milliseconds(0)) << "\n"
+            << before << story();
+    }
+
+    void pressMany(long *done)
+    {
+        // What is pressed in the tree, or in the windows that it opens, leads back to the tree.
+        const bool canPress = started.program.button == "Exit" && events.below(2) == 0
+                              && started.focus() != Started::Focus::onItsButton;
+        const std::string before = started.terminal.picture();
+        const bool stops = events.below(8) == 0, cuts = stops && events.below(2) == 0;
+        const std::string keys = events.batch(canPress ? pressing : towardsButtons, stops, done);
+        send(keys + (cuts ? escape : restOfAny));
+        if (events.below(4) == 0) {
+            started.rows = 1 + events.below(60);
+            started.columns = 1 + events.below(160);
+            started.terminal.resize(started.rows, started.columns);
+        }
+        if (stops) {
+            const bool soon = events.below(2);
+            started.stop(events.below(2) ? SIGTSTP : SIGSTOP, soon);
+            if (cuts)
+                send(restOfAny);
+            started.terminal.kill(SIGCONT);
+        }
+        ASSERT_TRUE(started.takesWhatWasSent()) << started.state() << story();
+        ASSERT_FALSE(started.hasEnded()) << "wait status " << started.terminal.wait() << "\n"
+                                         << before << story();
+        ASSERT_TRUE(started.hasScreen()) << started.state() << story();
+    }
+
+    void expectWholeEnd()
+    {
+        ASSERT_EQ(started.terminal.wait(), 1 << 8) << story();
+        ASSERT_TRUE(started.terminal.modesAreAsBefore()) << story();
+        ASSERT_FALSE(started.terminal.inAlternateScreen()) << story();
+        ASSERT_TRUE(started.terminal.cursorIsVisible()) << story();
+    }
+
+    void go(long count, long *done)
+    {
+        // Until its screen is there, Ctrl-C ends it as it ends any program.
+        ASSERT_TRUE(
+            started.terminal.waitUntil([&] { return started.terminal.inAlternateScreen(); }));
+        ASSERT_TRUE(started.takesWhatWasSent()) << started.state();
+        while (*done < count && !started.hasEnded() && !testing::Test::HasFatalFailure()) {
+            if (events.below(3) > 0) {
+                pressMany(done);
+            } else {
+                pressOne();
+                ++*done;
+            }
+        }
+        if (started.hasEnded())
+            expectWholeEnd();
+    }
+};
+
 } // namespace
 
 TEST(Random, EventsDoNoHarm)
@@ -205,42 +358,11 @@ TEST(Random, EventsDoNoHarm)
     const long seed = numberFrom("YAT_RANDOM_SEED", std::random_device()() % 1000000);
     printf("seed %ld\n", seed);
     Events events(static_cast<unsigned>(seed));
-    Workspace programs[] = {Workspace({.arguments = {"-d"}}),
-                            Workspace({.arguments = {"-d"}, .machine = "BIRCH"}),
-                            Workspace({.program = "mrvgeneral", .arguments = {"-d"}}),
-                            Workspace({.program = "mrvfirmware", .arguments = {"-d"}})};
-    std::unique_ptr<Started> run;
-    std::string sent; // to this run
-    Event before;     // a batch
-    for (long done = 0; done < count;) {
-        if (!run) {
-            const int one = events.below(10);
-            run = std::make_unique<Started>(programs[one < 6 ? 0 : one - 6]);
-            // Until its screen is there, Ctrl-C ends it as it ends any program.
-            ASSERT_TRUE(run->terminal.waitUntil([&] { return run->terminal.inAlternateScreen(); }));
-            run->terminal.waitUntilIdle();
-            sent.clear();
-            before = {};
-        }
-        const bool couldEnd = before.canEnd; // which may have ended in the beginning of a sequence
-        before = events.batch(&done);
-        run->terminal.send(before.bytes);
-        sent += before.bytes;
-        if (events.below(4) == 0)
-            run->terminal.resize(1 + events.below(60), 1 + events.below(160));
-        if (events.below(8) == 0)
-            run->stopAndContinue(events.below(2) ? SIGTSTP : SIGSTOP);
-        const auto story = [&] { return "seed " + std::to_string(seed) + ", sent " + shown(sent); };
-        ASSERT_TRUE(run->takesWhatWasSent()) << run->state() << story();
-        if (!run->hasEnded())
-            continue;
-        ASSERT_TRUE(before.canEnd || couldEnd) << story();
-        const int status = run->terminal.wait();
-        const bool wasInterrupted = // once it had given the terminal back
-            status == SIGINT && before.bytes.find('\x03') != std::string::npos;
-        ASSERT_TRUE(status == 1 << 8 || wasInterrupted) << status << "\n" << story();
-        ASSERT_TRUE(run->terminal.modesAreAsBefore()) << story();
-        ASSERT_FALSE(run->terminal.inAlternateScreen()) << story();
-        run.reset();
+    Workspace workspaces[] = {Workspace(programs[0].options), Workspace(programs[1].options),
+                              Workspace(programs[2].options), Workspace(programs[3].options)};
+    for (long done = 0; done < count && !HasFatalFailure();) {
+        const int chosen = events.below(10), one = chosen < 6 ? 0 : chosen - 6;
+        Course course{events, "seed " + std::to_string(seed), {programs[one], workspaces[one]}, ""};
+        course.go(count, &done);
     }
 }

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <iconv.h>
+#include <iterator>
 #include <poll.h>
 #include <pty.h>
 #include <stdexcept>
@@ -113,7 +114,10 @@ Terminal::Terminal(const TerminalOptions &options)
                                             dup2(replica, standard);
                                         if (options.ignoreHangup)
                                             signal(SIGHUP, SIG_IGN);
+                                        if (options.isJob)
+                                            becomeJob();
                                     }});
+    program = options.isJob ? jobOf(child) : child;
 
     // A terminal that does not tell its size has the usual one.
     emulator = vterm_new(options.rows ? options.rows : 24, options.columns ? options.columns : 80);
@@ -137,10 +141,10 @@ void Terminal::letCountsBeWritten()
     const char *counts = getenv("YAT_COUNTS");
     if (!counts)
         return;
-    const std::string wanted = std::string(counts) + "/" + std::to_string(child);
+    const std::string wanted = std::string(counts) + "/" + std::to_string(program);
     std::ofstream(wanted.c_str());
-    ::kill(child, SIGTERM);
-    ::kill(child, SIGCONT);
+    ::kill(program, SIGTERM);
+    ::kill(program, SIGCONT);
     wait(std::chrono::seconds(2));
     unlink(wanted.c_str());
 }
@@ -150,7 +154,7 @@ Terminal::~Terminal()
     if (!ended && child > 0)
         letCountsBeWritten();
     if (!ended && child > 0) {
-        ::kill(child, SIGKILL);
+        ::kill(program, SIGKILL);
         waitpid(child, nullptr, 0);
     }
     for (const int open : {descriptor, replica})
@@ -183,7 +187,7 @@ static long long bytesReadBy(pid_t process)
 
 void Terminal::send(const std::string &keys)
 {
-    readWhenTaken = bytesReadBy(child) + static_cast<long long>(keys.size());
+    readWhenTaken = bytesReadBy(program) + static_cast<long long>(keys.size());
     takenAtLatest = Clock::now() + std::chrono::milliseconds(500);
     if (write(descriptor, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
         throw std::runtime_error("the terminal takes no keys");
@@ -243,44 +247,91 @@ bool Terminal::waitUntil(const std::function<bool()> &condition, std::chrono::mi
     return true;
 }
 
-// Whether the process waits for what others do: keys, a child, time that the spy holds it. It does
-// not while it runs, nor while newt sleeps to show a pressed button, nor where the terminal has to
-// take its output first. The call alone would be told as well of a process that has been woken and
-// has not gone on yet.
-static bool waitsForOthers(pid_t process)
+// The number of the system call that the process waits in and what it was given; nothing where it
+// waits in none. The call alone would be told as well of a process that has been woken and has not
+// gone on yet.
+static std::vector<std::string> callOf(pid_t process)
 {
     if (stateOf(process) != 'S')
-        return false;
+        return {};
     std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
-    long call;
-    if (!(file >> call)) // "running"
-        return false;
-    const auto waits = {SYS_read,     SYS_poll,  SYS_ppoll, SYS_select,
-                        SYS_pselect6, SYS_wait4, SYS_waitid};
-    return std::ranges::find(waits, call) != std::end(waits);
+    return {std::istream_iterator<std::string>(file), {}};
 }
 
-static bool isStopped(pid_t process)
+static bool isOneOf(const std::vector<std::string> &call, std::initializer_list<long> numbers)
 {
-    const char state = stateOf(process);
+    return !call.empty() && std::ranges::any_of(numbers, [&](long number) {
+        return call[0] == std::to_string(number);
+    });
+}
+
+// Whether the process waits for what others do: keys, a child, time that the spy holds it. It does
+// not while it runs, nor while newt sleeps to show a pressed button, nor where the terminal has to
+// take its output first.
+static bool waitsForOthers(pid_t process)
+{
+    return isOneOf(callOf(process), {SYS_read, SYS_poll, SYS_ppoll, SYS_select, SYS_pselect6,
+                                     SYS_wait4, SYS_waitid});
+}
+
+// newt waits for a key without a limit, and so does the program where it looks whether the terminal
+// is still there; S-Lang ten seconds at a time. For the rest of a sequence, or of a paste, the
+// program waits less.
+static bool waitsForKey(pid_t process)
+{
+    constexpr size_t limitOfPoll = 3, limitOfSelect = 5; // among what the call was given
+    constexpr time_t forKey = 10;
+    const auto call = callOf(process);
+    if (isOneOf(call, {SYS_poll}) && call.size() > limitOfPoll)
+        return call[limitOfPoll] == "0xffffffff";
+    if (!isOneOf(call, {SYS_pselect6}) || call.size() <= limitOfSelect)
+        return false;
+    if (call[limitOfSelect] == "0x0")
+        return true;
+    std::ifstream memory("/proc/" + std::to_string(process) + "/mem");
+    timespec limit{};
+    memory.seekg(static_cast<std::streamoff>(std::stoull(call[limitOfSelect], nullptr, 16)));
+    return memory.read(reinterpret_cast<char *>(&limit), sizeof limit) && limit.tv_sec >= forKey;
+}
+
+bool Terminal::isStopped() const
+{
+    const char state = stateOf(program);
     return state == 'T' || state == 'Z' || state == '\0';
+}
+
+// The kernel hands on what was sent a little later. Keys may also be thrown away, or be for a child
+// of the program.
+bool Terminal::hasTakenWhatWasSent() const
+{
+    return unread() == 0
+           && (bytesReadBy(program) >= readWhenTaken || Clock::now() >= takenAtLatest);
 }
 
 void Terminal::waitUntilIdle()
 {
-    isIdleWithin(deadline);
+    waitUntil([this] { return hasTakenWhatWasSent() && (waitsForOthers(program) || isStopped()); });
 }
 
-bool Terminal::isIdleWithin(std::chrono::milliseconds limit)
+bool Terminal::asksForKeyWithin(std::chrono::milliseconds limit)
 {
-    const auto isIdle = [this] {
-        // The kernel hands on what was sent a little later. Keys may also be thrown away, or be
-        // for a child of the program.
-        if (bytesReadBy(child) < readWhenTaken && Clock::now() < takenAtLatest)
-            return false;
-        return unread() == 0 && (waitsForOthers(child) || isStopped(child));
-    };
-    return waitUntil(isIdle, limit);
+    if (!waitUntil([this] { return hasTakenWhatWasSent() && waitsForKey(program); }, limit))
+        return false;
+    drawAll();
+    return true;
+}
+
+// Draws what the program, which waits, has written: all that comes before a mark behind it, of
+// which the emulator takes no notice.
+void Terminal::drawAll()
+{
+    static const std::string mark = "\x1b]drawn\a";
+    while (pump(std::chrono::milliseconds(0)))
+        continue;
+    if (write(replica, mark.data(), mark.size()) != static_cast<ssize_t>(mark.size()))
+        throw std::runtime_error("the terminal takes no output");
+    if (waitUntil([this] { return written.ends_with(mark); }))
+        written.erase(written.size() - mark.size());
 }
 
 int Terminal::unread() const
@@ -313,7 +364,7 @@ void Terminal::hangUp()
 
 void Terminal::kill(int signal) const
 {
-    ::kill(child, signal);
+    ::kill(program, signal);
 }
 
 int Terminal::wait(std::chrono::milliseconds limit)

@@ -19,6 +19,7 @@ struct TerminalOptions {
     int rows = 24, columns = 80;
     std::string encoding = "UTF-8"; // of what the program writes
     bool ignoreHangup = false;      // as under nohup
+    bool isJob = false;             // with a parent in the session, so that it can be stopped
 };
 
 class Terminal {
@@ -39,8 +40,9 @@ public:
     // what is seen on the screen may be seen before the program has done what comes after it.
     void waitUntilIdle();
 
-    // The same for so long at most. False when that was not enough.
-    bool isIdleWithin(std::chrono::milliseconds limit);
+    // The same for so long at most, until it waits for a key: neither for the rest of a sequence nor
+    // for that of a paste. All that it has written is drawn then. False when that was not enough.
+    bool asksForKeyWithin(std::chrono::milliseconds limit);
 
     // Draws what the program writes until it writes nothing for so long.
     void settle(std::chrono::milliseconds quiet);
@@ -56,7 +58,9 @@ public:
     }
 
     void kill(int signal) const;
-    pid_t pid() const { return child; }
+    pid_t pid() const { return program; }
+
+    bool isStopped() const;
 
     // Waits for the end of the program; its wait status, -1 after the deadline.
     int wait(std::chrono::milliseconds limit = deadline);
@@ -94,12 +98,15 @@ public:
 
 private:
     bool pump(std::chrono::milliseconds limit);
+    bool hasTakenWhatWasSent() const;
+    void drawAll();
     void letCountsBeWritten();
     static int propertySet(VTermProp property, VTermValue *value, void *self);
 
     int descriptor = -1;
     int replica = -1; // the program's side, kept open so that its modes can be seen afterwards
     pid_t child = -1;
+    pid_t program = -1; // the child, or the child's job
     int waitStatus = -1;
     termios before{};            // the program
     long long readWhenTaken = 0; // bytes that the program has read when it has what was sent
