@@ -3,7 +3,7 @@
 // calls of the system, and time.
 #include "bigmachine.h"
 #include "report.h"
-#include "sim/writing.h"
+#include "yatsim/writing.h"
 #include "support/files.h"
 #include "yat/ft.h"
 

@@ -47,18 +47,6 @@ void takeOut(std::vector<Injection> &injections, int64_t id)
         --taken->times;
 }
 
-std::string toText(const Injection &injection)
-{
-    std::string result = injection.call + " "
-                         + (injection.result ? std::to_string(*injection.result) : "real")
-                         + " --times " + std::to_string(injection.times);
-    if (injection.delay > 0)
-        result += " --delay " + std::to_string(injection.delay);
-    if (injection.text)
-        result += " --text " + *injection.text;
-    return result;
-}
-
 } // namespace
 
 std::optional<std::vector<uint8_t>> bytesOf(std::string_view text)
@@ -77,24 +65,6 @@ std::optional<std::vector<uint8_t>> bytesOf(std::string_view text)
         bytes.push_back(*byte);
     }
     return bytes.empty() ? std::nullopt : std::optional(bytes);
-}
-
-void inject(Store &store, Injection injection)
-{
-    write(store, [&] {
-        writeDown(store, {.operation = "inject", .argument = toText(injection), .result = "done"});
-        injection.id = sqlite3_last_insert_rowid(store.database->connection.handle());
-        store.state.injections.push_back(std::move(injection));
-    });
-}
-
-void clearInjections(Store &store, const std::string &call)
-{
-    write(store, [&] {
-        std::erase_if(store.state.injections,
-                      [&](const Injection &each) { return each.call == call; });
-        writeDown(store, {.operation = "inject", .argument = call + " off", .result = "done"});
-    });
 }
 
 // A program that is killed while it hangs has done nothing.

@@ -75,9 +75,6 @@ struct CallName {
 // 0x before hexadecimal ones; nothing for another text.
 std::optional<std::vector<uint8_t>> bytesOf(std::string_view text);
 
-void inject(Store &store, Injection injection);
-void clearInjections(Store &store, const std::string &call);
-
 // Whether there was an injection for a call when the file was last looked at.
 bool isKnown(const Store &store, CallName call);
 

@@ -64,62 +64,6 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
     }
 }
 
-// ---- Which files are taken for a state
-
-void check(Database &database, bool isWritten)
-{
-    if (database.number("PRAGMA application_id") != applicationId)
-        throw database.problem(SqliteError(SQLITE_NOTADB, ""));
-    if (isWritten && sqlite3_db_readonly(database.connection.handle(), "main") != 0)
-        throw database.problem(SqliteError(SQLITE_READONLY, ""));
-    if (database.number("PRAGMA user_version") != stateVersion)
-        throw yat::Problem(database.file
-                           + " was made by another version of this program and was left alone; use "
-                             "that version, or move the file away to start afresh");
-}
-
-// The name of a file for SQLite, which makes nothing beside it.
-std::string unchanging(const std::string &file)
-{
-    std::string name = "file:";
-    for (const char byte : file)
-        name += byte == '%'   ? "%25"
-                : byte == '?' ? "%3f"
-                : byte == '#' ? "%23"
-                              : std::string(1, byte);
-    return name + "?immutable=1";
-}
-
-// Where a program works on the file, SQLite reads its log by the memory that they share. It would
-// make both where there are none, so it has to be told then that nobody writes; whether that held
-// is seen afterwards.
-bool tryToRead(const std::string &file, const std::function<void(Database &)> &work)
-{
-    const auto isInUse = [&] { return std::filesystem::exists(file + "-wal"); };
-    const auto before = std::filesystem::last_write_time(file);
-    const bool wasInUse = isInUse();
-    try {
-        Database database(wasInUse ? file : unchanging(file),
-                          SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
-        database.file = yat::fromDisplay(file);
-        try {
-            check(database, false);
-            work(database);
-        } catch (const SqliteError &error) {
-            if (wasInUse && error.code == SQLITE_CANTOPEN)
-                throw yat::Problem(database.file
-                                   + " can't be read: a program was killed while it worked on it; "
-                                     "whoever may write it has to look at the machine first");
-            throw database.problem(error);
-        }
-    } catch (const yat::Problem &) {
-        if (wasInUse == isInUse())
-            throw;
-        return false;
-    }
-    return wasInUse || (!isInUse() && std::filesystem::last_write_time(file) == before);
-}
-
 } // namespace
 
 bool createStateFile(const std::string &file, const std::function<void(Database &)> &fill)
@@ -144,6 +88,16 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
     return true;
 }
 
+void checkVersion(Database &database)
+{
+    if (database.number("PRAGMA application_id") != applicationId)
+        throw database.problem(SqliteError(SQLITE_NOTADB, ""));
+    if (database.number("PRAGMA user_version") != stateVersion)
+        throw yat::Problem(database.file
+                           + " was made by another version of this program and was left alone; use "
+                             "that version, or move the file away to start afresh");
+}
+
 std::unique_ptr<Database> openStateFile(const std::string &file)
 {
     for (const char *ending : {"", "-wal", "-shm", "-journal"})
@@ -154,7 +108,9 @@ std::unique_ptr<Database> openStateFile(const std::string &file)
     sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     try {
         Transaction transaction(database->connection);
-        check(*database, true);
+        checkVersion(*database);
+        if (sqlite3_db_readonly(handle, "main") != 0)
+            throw SqliteError(SQLITE_READONLY, "");
         transaction.commit();
         database->connection.exec("PRAGMA journal_mode = WAL");
     } catch (const SqliteError &error) {
@@ -162,15 +118,6 @@ std::unique_ptr<Database> openStateFile(const std::string &file)
     }
     sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
     return database;
-}
-
-void readStateFile(const std::string &file, const std::function<void(Database &)> &work)
-{
-    for (int tries = 0; tries < 100; ++tries)
-        if (tryToRead(file, work))
-            return;
-    throw yat::Problem(yat::fromDisplay(file)
-                       + " is in use by another program; try again when that has finished");
 }
 
 } // namespace sim

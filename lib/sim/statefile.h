@@ -15,12 +15,11 @@ namespace sim {
 // machine into its tables. True when it was made.
 bool createStateFile(const std::string &file, const std::function<void(Database &)> &fill);
 
+// Throws what keeps it from being a state of this version.
+void checkVersion(Database &database);
+
 // Opens the file. One that is damaged, or made by another program or by another version of this
 // one, is refused and left as it is.
 std::unique_ptr<Database> openStateFile(const std::string &file);
-
-// Reads a file that this user may read and not write: work is called with it, and once more when
-// others have written it meanwhile. Nothing is left beside it.
-void readStateFile(const std::string &file, const std::function<void(Database &)> &work);
 
 } // namespace sim

@@ -11,10 +11,8 @@
 #include "sim/words.h"
 #include "text/encoding.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <unistd.h>
 
 namespace sim {
 namespace {
@@ -124,44 +122,6 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
 
 // ---- Making a machine
 
-void putMachine(Database &database, MachineState &state, const Machine &machine, Time now)
-{
-    state.machine = movedTo(machine, now);
-    state.clock.simulated = now;
-    writeMachine(database, state);
-}
-
-// The description for an operation, which is declined when there is a mistake in it.
-Machine readDescriptionFor(Store &store, const std::string &operation, const std::string &path)
-try {
-    return readDescription(path);
-} catch (const yat::Problem &problem) {
-    try {
-        writeDownRefusal(store, {.operation = operation,
-                                 .argument = yat::fromDisplay(path),
-                                 .result = problem.what()});
-    } catch (const yat::Problem &) {
-        // The mistake is what the user has to know.
-    }
-    throw;
-}
-
-void replaceMachine(Store &store, const std::string &file, bool keepsClock,
-                    const std::string &operation)
-{
-    const std::string path = wholePath(file); // it is told elsewhere later
-    const Machine machine = readDescriptionFor(store, operation, path);
-    write(store, [&] {
-        const Clock &clock = store.state.clock;
-        putMachine(*store.database, store.state, machine,
-                   keepsClock ? clock.simulated : clock.real);
-        store.state.injections.clear();
-        writeDown(store, {.operation = operation,
-                          .argument = yat::fromDisplay(path),
-                          .result = "done"});
-    });
-}
-
 // A row of the journal with who asks, and when.
 JournalRow signedBy(Store &store, const Clock &clock, JournalRow row)
 {
@@ -212,14 +172,13 @@ void refuseBareFileName(const yat::ConfiguredMachine &machine)
 
 } // namespace
 
-// The state directory that the environment names; empty when it names none.
-static std::string wantedDirectory()
+std::string wantedDirectory()
 {
     const char *wanted = secure_getenv("YAT_STATE_DIR");
     return wanted ? wanted : "";
 }
 
-static std::string fileIn(const std::string &directory, const yat::ConfiguredMachine &machine)
+std::string stateFileIn(const std::string &directory, const yat::ConfiguredMachine &machine)
 {
     const std::string name = machine.isPath ? nameOfPath(machine.name) : machine.name;
     return directory + "/machines/" + name + ".db";
@@ -233,7 +192,7 @@ Store configuredStore(const yat::ConfiguredMachine &machine)
     const std::string wanted = wantedDirectory();
     if (!wanted.empty())
         yat::makeOwnDirectory(wanted);
-    return {.file = fileIn(wanted.empty() ? yat::stateDirectory() : wanted, machine),
+    return {.file = stateFileIn(wanted.empty() ? yat::stateDirectory() : wanted, machine),
             .descriptionFile = machine.descriptionFile};
 }
 
@@ -247,6 +206,13 @@ std::string wholePath(const std::string &file)
     std::error_code error;
     const std::filesystem::path whole = std::filesystem::weakly_canonical(file, error);
     return error ? file : whole.string();
+}
+
+void putMachine(Database &database, MachineState &state, const Machine &machine, Time now)
+{
+    state.machine = movedTo(machine, now);
+    state.clock.simulated = now;
+    writeMachine(database, state);
 }
 
 bool openStore(Store &store)
@@ -326,44 +292,6 @@ JournalRow rowOf(const Order &order, const std::string &result)
 void writeDown(Store &store, JournalRow row)
 {
     addToJournal(*store.database, signedBy(store, store.state.clock, std::move(row)));
-}
-
-void writeDownRefusal(Store &store, JournalRow row)
-{
-    row.result = "refused: " + row.result;
-    std::ranges::replace(row.result, '\n', ';');
-    write(store, [&] { writeDown(store, row); });
-}
-
-void resetMachine(Store &store)
-{
-    replaceMachine(store, store.descriptionFile, false, "reset");
-}
-
-void importMachine(Store &store, const std::string &file)
-{
-    replaceMachine(store, file, true, "import");
-}
-
-void readJournal(Store &store, int64_t last, const OnRow &work)
-{
-    withFile(store, [&](Database &database) { readJournal(database, last, work); });
-}
-
-void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRow &work)
-{
-    const std::string directory = wantedDirectory(), file = fileIn(directory, machine);
-    const std::string folder = file.substr(0, file.rfind('/'));
-    if (directory.empty() || access(file.c_str(), R_OK) != 0 || access(folder.c_str(), W_OK) == 0) {
-        Store store = configuredStore(machine);
-        return readJournal(store, last, work);
-    }
-    std::vector<JournalRow> rows;
-    readStateFile(file, [&](Database &database) {
-        rows.clear();
-        readJournal(database, last, [&](const JournalRow &row) { rows.push_back(row); });
-    });
-    std::ranges::for_each(rows, work);
 }
 
 } // namespace sim

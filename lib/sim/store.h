@@ -37,8 +37,15 @@ Store configuredStore(const yat::ConfiguredMachine &machine = yat::configuredMac
 // Reads and checks a description file. Its mistakes are thrown as one yat::Problem, a line each.
 Machine readDescription(const std::string &file);
 
+// Puts a machine in the place of the one that may be there, as it would be then.
+void putMachine(Database &database, MachineState &state, const Machine &machine, Time now);
+
 // The absolute path of a file; the path as given where that can't be found out.
 std::string wholePath(const std::string &file);
+
+// The state directory that the environment names, empty when it names none; and the file in one.
+std::string wantedDirectory();
+std::string stateFileIn(const std::string &directory, const yat::ConfiguredMachine &machine);
 
 // Opens the file, as the other functions do by themselves, and makes it from the description when
 // there is none. True when it was made.
@@ -67,24 +74,7 @@ void writeDown(Store &store, JournalRow row);
 // The journal's row for an operation.
 JournalRow rowOf(const Order &order, const std::string &result);
 
-// Puts an operation into the journal that was declined before the machine saw it. The row's result
-// is the reason.
-void writeDownRefusal(Store &store, JournalRow row);
-
-// Rebuilds the machine from a description. The journal continues. Mistakes in the description are
-// thrown as one yat::Problem with a line each.
-void resetMachine(Store &store); // from descriptionFile
-void importMachine(Store &store, const std::string &file);
-
 // The clock at this moment.
 Clock clockOf(Store &store);
-
-// Calls work for the last rows of the journal, 0 for all, the oldest first.
-using OnRow = std::function<void(const JournalRow &)>;
-void readJournal(Store &store, int64_t last, const OnRow &work);
-
-// The same of a configured machine. Whoever may read the state directory that YAT_STATE_DIR names,
-// but not write it, reads what is in it, and changes nothing.
-void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRow &work);
 
 } // namespace sim

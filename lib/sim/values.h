@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The values of a machine, each with its key and its rule. Whatever reads or writes a machine goes
-// through them in this order: descriptions (sim/reader.h, sim/writing.h), which say what a machine
+// through them in this order: descriptions (sim/reader.h, and writing.h of yatsim), which say what a machine
 // is, and the tables of the state (sim/tables.h), which also have what it does. It calls
 //
 //     keys(KEY, VALUE, RULE, PRESENCE)

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "sim/words.h"
 
-#include <strings.h>
-
 namespace sim {
 namespace {
 
@@ -13,11 +11,6 @@ std::string withProgress(std::string_view text, std::optional<int> percent, bool
     if (percent)
         result += " " + std::to_string(*percent) + (japanese ? "%" : " %");
     return result;
-}
-
-bool equalsIgnoringCase(std::string_view left, std::string_view right)
-{
-    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
 }
 
 } // namespace
@@ -52,20 +45,6 @@ std::string nameOf(DeviceId id)
     if (const DeviceClass *known = rowOf(deviceClasses, id.classCode))
         return std::string(known->shortName) + std::to_string(id.number);
     return "class" + std::to_string(id.classCode) + "/" + std::to_string(id.number);
-}
-
-const Device *deviceNamed(const Machine &machine, std::string_view name)
-{
-    for (const Device &device : machine.devices) {
-        const DeviceClass &known = *rowOf(deviceClasses, device.id.classCode);
-        for (const std::string_view word : {known.shortName, known.alias})
-            if (equalsIgnoringCase(name, std::string(word) + std::to_string(device.id.number)))
-                return &device;
-    }
-    for (const Device &device : machine.devices)
-        if (equalsIgnoringCase(name, device.name))
-            return &device;
-    return nullptr;
 }
 
 } // namespace sim

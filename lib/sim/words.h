@@ -20,7 +20,4 @@ std::string mtbfTypeText(int type); // "0 (stay down)"
 // "cpu1", "pci2", "scsi1", "ethernet3"; "" for the whole machine; "class7/1" for what is no device.
 std::string nameOf(DeviceId id);
 
-// The device of that short name ("eth3" will do) or display name, whatever its case.
-const Device *deviceNamed(const Machine &machine, std::string_view name);
-
 } // namespace sim

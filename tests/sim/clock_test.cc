@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The machine's clock.
 #include "stored.h"
+#include "yatsim/steering.h"
 
 using namespace sim;
 

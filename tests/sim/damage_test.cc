@@ -2,6 +2,7 @@
 // State files that are refused, and what is told of them.
 #include "stored.h"
 #include "support/privileges.h"
+#include "yatsim/steering.h"
 
 #include <cerrno>
 #include <sqlite3.h>

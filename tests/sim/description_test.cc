@@ -2,7 +2,7 @@
 // Descriptions of machines: what is right, and what is told about what is not.
 #include "common/file.h"
 #include "sim/description.h"
-#include "sim/writing.h"
+#include "yatsim/writing.h"
 #include "support.h"
 #include "support/problem.h"
 

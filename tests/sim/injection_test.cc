@@ -2,6 +2,7 @@
 // Injections in the store: how often, when, and for whom they answer.
 #include "sim/injection.h"
 #include "stored.h"
+#include "yatsim/steering.h"
 
 #include <csignal>
 #include <sys/syscall.h>

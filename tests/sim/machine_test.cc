@@ -5,7 +5,7 @@
 #include "sim/description.h"
 #include "sim/orders.h"
 #include "sim/words.h"
-#include "sim/writing.h"
+#include "yatsim/writing.h"
 #include "support.h"
 #include "yat/ft.h"
 

@@ -3,6 +3,7 @@
 
 #include "sim/words.h"
 #include "support.h"
+#include "yatsim/steering.h"
 
 #include <csignal>
 #include <cstdlib>

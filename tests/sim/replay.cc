@@ -5,6 +5,8 @@
 #include "sim/course.h"
 #include "sim/description.h"
 #include "sim/words.h"
+#include "yatsim/journal.h"
+#include "yatsim/steering.h"
 
 #include <algorithm>
 #include <sstream>

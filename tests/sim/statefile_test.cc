@@ -4,6 +4,7 @@
 #include "sim/statefile.h"
 #include "stored.h"
 #include "support/privileges.h"
+#include "yatsim/journal.h"
 
 #include <sys/stat.h>
 #include <sys/wait.h>

@@ -4,6 +4,7 @@
 #include "sim/injection.h"
 #include "sim/statefile.h"
 #include "stored.h"
+#include "yatsim/steering.h"
 
 #include <algorithm>
 #include <climits>

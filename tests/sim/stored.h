@@ -5,6 +5,7 @@
 #include "sim/store.h"
 #include "support.h"
 #include "support/problem.h"
+#include "yatsim/journal.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

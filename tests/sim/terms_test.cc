@@ -5,6 +5,7 @@
 #include "sim/words.h"
 #include "support.h"
 #include "support/files.h"
+#include "yatsim/steering.h"
 
 #include <clocale>
 #include <cwchar>

@@ -7,7 +7,9 @@
 #include "sim/numbers.h"
 #include "sim/setkeys.h"
 #include "sim/words.h"
-#include "sim/writing.h"
+#include "yatsim/journal.h"
+#include "yatsim/steering.h"
+#include "yatsim/writing.h"
 #include "text/encoding.h"
 
 #include <algorithm>

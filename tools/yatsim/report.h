@@ -2,7 +2,7 @@
 // What yatsim prints: as text in the encoding of the locale, or as JSON.
 #pragma once
 
-#include "sim/store.h"
+#include "yatsim/journal.h"
 
 namespace sim {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "sim/writing.h"
+#include "yatsim/writing.h"
 
 #include "sim/values.h"
 #include "text/json.h"

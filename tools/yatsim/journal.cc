@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "yatsim/journal.h"
+
+#include "sim/statefile.h"
+#include "text/encoding.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <unistd.h>
+
+namespace sim {
+namespace {
+
+// The name of a file for SQLite, which makes nothing beside it.
+std::string unchanging(const std::string &file)
+{
+    std::string name = "file:";
+    for (const char byte : file)
+        name += byte == '%'   ? "%25"
+                : byte == '?' ? "%3f"
+                : byte == '#' ? "%23"
+                              : std::string(1, byte);
+    return name + "?immutable=1";
+}
+
+// Where a program works on the file, SQLite reads its log by the memory that they share. It would
+// make both where there are none, so it has to be told then that nobody writes; whether that held
+// is seen afterwards.
+bool tryToRead(const std::string &file, const std::function<void(Database &)> &work)
+{
+    const auto isInUse = [&] { return std::filesystem::exists(file + "-wal"); };
+    const auto before = std::filesystem::last_write_time(file);
+    const bool wasInUse = isInUse();
+    try {
+        Database database(wasInUse ? file : unchanging(file),
+                          SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+        database.file = yat::fromDisplay(file);
+        try {
+            checkVersion(database);
+            work(database);
+        } catch (const SqliteError &error) {
+            if (wasInUse && error.code == SQLITE_CANTOPEN)
+                throw yat::Problem(database.file
+                                   + " can't be read: a program was killed while it worked on it; "
+                                     "whoever may write it has to look at the machine first");
+            throw database.problem(error);
+        }
+    } catch (const yat::Problem &) {
+        if (wasInUse == isInUse())
+            throw;
+        return false;
+    }
+    return wasInUse || (!isInUse() && std::filesystem::last_write_time(file) == before);
+}
+
+} // namespace
+
+void readStateFile(const std::string &file, const std::function<void(Database &)> &work)
+{
+    for (int tries = 0; tries < 100; ++tries)
+        if (tryToRead(file, work))
+            return;
+    throw yat::Problem(yat::fromDisplay(file)
+                       + " is in use by another program; try again when that has finished");
+}
+
+void readJournal(Store &store, int64_t last, const OnRow &work)
+{
+    withFile(store, [&](Database &database) { readJournal(database, last, work); });
+}
+
+void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRow &work)
+{
+    const std::string directory = wantedDirectory(), file = stateFileIn(directory, machine);
+    const std::string folder = file.substr(0, file.rfind('/'));
+    if (directory.empty() || access(file.c_str(), R_OK) != 0 || access(folder.c_str(), W_OK) == 0) {
+        Store store = configuredStore(machine);
+        return readJournal(store, last, work);
+    }
+    std::vector<JournalRow> rows;
+    readStateFile(file, [&](Database &database) {
+        rows.clear();
+        readJournal(database, last, [&](const JournalRow &row) { rows.push_back(row); });
+    });
+    std::ranges::for_each(rows, work);
+}
+
+} // namespace sim
