@@ -5,6 +5,7 @@
 
 #include "sim/time.h"
 #include "yat/device.h"
+#include "yat/facts.h"
 #include "yat/ft.h"
 
 #include <algorithm>
@@ -151,18 +152,19 @@ inline constexpr Term<int> mtbfTypes[] = {
 struct StateTerm {
     State value;
     std::string_view word, english, japanese; // the windows show at most 19 columns, and progress
+    int told;                                 // YAT_DEVICE_...
 };
 
 inline constexpr StateTerm stateTerms[] = {
-    {State::empty, "empty", "Not installed", "未搭載"},
-    {State::stopped, "stopped", "Stopped", "停止中"},
-    {State::simplex, "simplex", "Running, simplex", "稼働中(単独)"},
-    {State::duplex, "duplex", "Running, duplex", "稼働中(二重化)"},
-    {State::broken, "broken", "Broken", "故障"},
-    {State::starting, "starting", "Starting", "起動中"},
-    {State::synchronising, "synchronising", "Synchronising", "同期中"},
-    {State::stopping, "stopping", "Stopping", "停止処理中"},
-    {State::firmwareUpdate, "firmware update", "Updating BIOS", "BIOS更新中"},
+    {State::empty, "empty", "Not installed", "未搭載", YAT_DEVICE_NOT_INSTALLED},
+    {State::stopped, "stopped", "Stopped", "停止中", YAT_DEVICE_STOPPED},
+    {State::simplex, "simplex", "Running, simplex", "稼働中(単独)", YAT_DEVICE_RUNNING},
+    {State::duplex, "duplex", "Running, duplex", "稼働中(二重化)", YAT_DEVICE_RUNNING},
+    {State::broken, "broken", "Broken", "故障", YAT_DEVICE_BROKEN},
+    {State::starting, "starting", "Starting", "起動中", YAT_DEVICE_STARTING},
+    {State::synchronising, "synchronising", "Synchronising", "同期中", YAT_DEVICE_SYNCHRONISING},
+    {State::stopping, "stopping", "Stopping", "停止処理中", YAT_DEVICE_STOPPING},
+    {State::firmwareUpdate, "firmware update", "Updating BIOS", "BIOS更新中", YAT_DEVICE_UPDATING},
 };
 
 // The states that a description can give.
