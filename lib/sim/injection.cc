@@ -4,18 +4,11 @@
 #include "sim/numbers.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <ctime>
+#include <chrono>
+#include <thread>
 
 namespace sim {
 namespace {
-
-void sleepFor(int milliseconds)
-{
-    timespec rest = {.tv_sec = milliseconds / 1000, .tv_nsec = milliseconds % 1000 * 1'000'000L};
-    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
-    }
-}
 
 std::optional<Injection> nextInjection(Store &store, std::string_view call)
 {
@@ -35,7 +28,7 @@ void hangFor(Store &store, const Injection &injection)
 {
     constexpr int slice = 200; // milliseconds
     for (int left = injection.delay; left > 0 && isNext(store, injection); left -= slice)
-        sleepFor(std::min(left, slice));
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::min(left, slice)));
 }
 
 void takeOut(std::vector<Injection> &injections, int64_t id)

@@ -112,7 +112,6 @@ std::unique_ptr<Database> openStateFile(const std::string &file)
         if (sqlite3_db_readonly(handle, "main") != 0)
             throw SqliteError(SQLITE_READONLY, "");
         transaction.commit();
-        database->connection.exec("PRAGMA journal_mode = WAL");
     } catch (const SqliteError &error) {
         throw database->problem(error);
     }

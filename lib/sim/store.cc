@@ -257,12 +257,6 @@ const std::vector<Injection> &injections(Store &store)
     return store.state.injections;
 }
 
-Clock clockOf(Store &store)
-{
-    const Time now = look(store).now;
-    return {.simulated = now, .real = realTime(), .scale = wantedScale()};
-}
-
 void write(Store &store, const std::function<void()> &work)
 {
     transact(store, true, work);

@@ -74,7 +74,4 @@ void writeDown(Store &store, JournalRow row);
 // The journal's row for an operation.
 JournalRow rowOf(const Order &order, const std::string &result);
 
-// The clock at this moment.
-Clock clockOf(Store &store);
-
 } // namespace sim

@@ -174,15 +174,15 @@ static_assert(!endsByItself(lastingStates.back().value) && endsByItself(states[5
 
 struct BiosTerm {
     Bios value;
-    std::string_view word, english, japanese; // the status, unless it is the description's
+    std::string_view english, japanese; // the status, unless it is the description's
 };
 
 inline constexpr BiosTerm biosTerms[] = {
-    {Bios::described, "described", "", ""},
-    {Bios::copied, "copied", "Valid, copied from the running module",
+    {Bios::described, "", ""},
+    {Bios::copied, "Valid, copied from the running module",
      "正常(稼働中のモジュールからコピー)"},
-    {Bios::burnt, "burnt", "Valid, updated from the data file", "正常(データファイルから更新)"},
-    {Bios::invalid, "invalid", "Invalid, an update was interrupted", "無効(更新が中断されました)"},
+    {Bios::burnt, "Valid, updated from the data file", "正常(データファイルから更新)"},
+    {Bios::invalid, "Invalid, an update was interrupted", "無効(更新が中断されました)"},
 };
 
 // In a description: where an updated BIOS came from.
@@ -313,11 +313,6 @@ template <class Table> constexpr auto valueOf(const Table &table, std::string_vi
 constexpr std::string_view nameOf(State state)
 {
     return wordOf(states, state);
-}
-
-constexpr std::string_view nameOf(Bios bios)
-{
-    return wordOf(biosTerms, bios);
 }
 
 constexpr std::string_view nameOf(Verb verb)

@@ -76,7 +76,6 @@ TEST(Words, ForAValueLeadBackToIt)
     expectThemTo(machineTypes);
     expectThemTo(mtbfTypes);
     expectThemTo(states);
-    expectThemTo(biosTerms);
     expectThemTo(biosSources);
     expectThemTo(verbs);
     expectThemTo(refusals);

@@ -211,15 +211,14 @@ void reportDevice(const Machine &machine, const Device &device, Form form)
 void reportMachine(Store &store, Form form)
 {
     const Machine machine = look(store);
-    const Clock clock = clockOf(store);
     const std::vector<Injection> pending = injections(store);
     if (form == Form::json) {
         Json json = {{"name", machine.name},
                      {"type", wordOf(machineTypes, machine.type)},
                      {"state_file", yat::fromDisplay(store.file)},
                      {"description_file", yat::fromDisplay(store.descriptionFile)},
-                     {"time", utcText(clock.simulated)},
-                     {"time_scale", clock.scale},
+                     {"time", utcText(machine.now)},
+                     {"time_scale", wantedScale()},
                      {"automatic_firmware_update", machine.automaticFirmwareUpdate},
                      {"automatic_module_start", machine.automaticModuleStart},
                      {"mtbf_threshold_hours", inHours(machine.mtbfThreshold)},
@@ -231,13 +230,13 @@ void reportMachine(Store &store, Form form)
         return;
     }
     char scale[32];
-    snprintf(scale, sizeof scale, "%g", clock.scale);
+    snprintf(scale, sizeof scale, "%g", wantedScale());
     std::vector<Row> rows = {
         {"Machine", machine.name},
         {"Type", std::string(wordOf(machineTypes, machine.type))},
         {"State file", yat::fromDisplay(store.file)},
         {"Description", yat::fromDisplay(store.descriptionFile)},
-        {"Time", localText(clock.simulated) + ", scale " + scale},
+        {"Time", localText(machine.now) + ", scale " + scale},
         {"Automatic firmware update", machine.automaticFirmwareUpdate ? "on" : "off"},
         {"Automatic module start", machine.automaticModuleStart ? "on" : "off"},
         {"MTBF threshold", hoursText(machine.mtbfThreshold)},
