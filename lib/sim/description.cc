@@ -1,12 +1,195 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "sim/description.h"
 
-#include "sim/reader.h"
+#include "common/problem.h"
+#include "common/toml.h"
+#include "sim/values.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <set>
 
 namespace sim {
 namespace {
+
+// ---- Reading values by their rules, and saying where one is broken
+
+// The mistakes found so far in one description. A value that is wrong or missing stays as it is.
+class Reader {
+public:
+    static constexpr bool isOfState = false;
+
+    template <class Value, class Rule>
+    void operator()(std::string_view key, Value &value, const Rule &rule,
+                    Presence presence = optional)
+    {
+        const toml::node *node = find(key);
+        if (!node && presence == required)
+            missing(key, rule.expected());
+        if (node && !rule.read(jsonOf(*node), value))
+            wrong(*node, key, rule.expected());
+    }
+
+    // Reads a table, by the work given; each key that is not read in it is a mistake.
+    template <class Work> void in(const toml::table &table, std::string_view what, const Work &work)
+    {
+        Scope outer = std::exchange(scope, {.table = &table, .known = {}, .wrong = {}});
+        work();
+        refuseOtherKeys(what);
+        scope = std::move(outer);
+    }
+
+    // Reads a table below it. One that is missing is empty.
+    template <class Work> void table(std::string_view key, const Work &work)
+    {
+        in(tableBelow(key), "[" + std::string(key) + "]", work);
+    }
+
+    // The tables of a list of tables, such as [[cpu_module]].
+    std::vector<const toml::table *> tables(std::string_view key);
+
+    // What was read for a key only one of its kind may have, whatever the case.
+    void mustBeUnique(std::string_view key, int kind, const std::string &value);
+
+    // Whether none of these keys has been found wrong in the table that is read.
+    bool areRight(std::initializer_list<std::string_view> keys) const;
+
+    void report(const toml::node &where, const std::string &text);
+    void wrong(const toml::node &node, std::string_view key, std::string_view expected);
+
+    // Throws what was found, in the order of its lines.
+    void throwMistakes(const std::string &file);
+
+private:
+    struct Scope {
+        const toml::table *table;
+        std::vector<std::string_view> known, wrong; // keys
+    };
+    struct Mistake {
+        size_t line;
+        std::string text;
+    };
+
+    static Json jsonOf(const toml::node &node);
+    const toml::node *find(std::string_view key);
+    const toml::table &tableBelow(std::string_view key);
+    void missing(std::string_view key, std::string_view expected);
+    void refuseOtherKeys(std::string_view what);
+
+    Scope scope{};
+    std::vector<Mistake> mistakes;
+    std::set<std::pair<int, std::string>> taken;
+};
+
+std::string inSmallLetters(std::string text)
+{
+    for (char &letter : text)
+        if (letter >= 'A' && letter <= 'Z')
+            letter = static_cast<char>(letter - 'A' + 'a');
+    return text;
+}
+
+void Reader::report(const toml::node &where, const std::string &text)
+{
+    mistakes.push_back({where.source().begin.line, text});
+}
+
+void Reader::wrong(const toml::node &node, std::string_view key, std::string_view expected)
+{
+    scope.wrong.push_back(key);
+    report(node, "wrong value for '" + std::string(key) + "', expected " + std::string(expected));
+}
+
+void Reader::missing(std::string_view key, std::string_view expected)
+{
+    scope.wrong.push_back(key);
+    report(*scope.table,
+           "missing key '" + std::string(key) + "', expected " + std::string(expected));
+}
+
+void Reader::throwMistakes(const std::string &file)
+{
+    std::ranges::stable_sort(mistakes, {}, &Mistake::line);
+    std::string all;
+    for (const Mistake &mistake : mistakes)
+        all += (all.empty() ? "" : "\n") + yat::inLine(file, mistake.line, mistake.text);
+    if (!all.empty())
+        throw yat::Problem(all);
+}
+
+void Reader::refuseOtherKeys(std::string_view what)
+{
+    for (const auto &[key, value] : *scope.table)
+        if (std::ranges::find(scope.known, key.str()) == scope.known.end())
+            mistakes.push_back({key.source().begin.line,
+                                "unknown key '" + std::string(key.str()) + "' in "
+                                    + std::string(what) + ", expected " + joined(scope.known, "")});
+}
+
+bool Reader::areRight(std::initializer_list<std::string_view> keys) const
+{
+    return std::ranges::find_first_of(scope.wrong, keys) == scope.wrong.end();
+}
+
+void Reader::mustBeUnique(std::string_view key, int kind, const std::string &value)
+{
+    if (!areRight({key}) || taken.insert({kind, inSmallLetters(value)}).second)
+        return;
+    scope.wrong.push_back(key);
+    report(*scope.table->get(key),
+           std::string(key) + " '" + value + "' is taken, expected one that no other has");
+}
+
+// A table or a date is what no rule takes.
+Json Reader::jsonOf(const toml::node &node)
+{
+    if (const toml::array *array = node.as_array()) {
+        Json json = Json::array();
+        for (const toml::node &each : *array)
+            json.push_back(jsonOf(each));
+        return json;
+    }
+    if (const auto text = node.value_exact<std::string>())
+        return *text;
+    if (const auto number = node.value_exact<int64_t>())
+        return *number;
+    if (const auto number = node.value_exact<double>())
+        return *number;
+    if (const auto flag = node.value_exact<bool>())
+        return *flag;
+    return {};
+}
+
+const toml::node *Reader::find(std::string_view key)
+{
+    scope.known.push_back(key);
+    return scope.table->get(key);
+}
+
+const toml::table &Reader::tableBelow(std::string_view key)
+{
+    static const toml::table none;
+    const toml::node *node = find(key);
+    if (node && !node->is_table())
+        wrong(*node, key, "a table");
+    return node && node->is_table() ? *node->as_table() : none;
+}
+
+std::vector<const toml::table *> Reader::tables(std::string_view key)
+{
+    std::vector<const toml::table *> found;
+    const toml::node *node = find(key);
+    const toml::array *array = node ? node->as_array() : nullptr;
+    for (size_t i = 0; array && i < array->size(); ++i)
+        found.push_back((*array)[i].as_table());
+    if (node && (!array || std::ranges::count(found, nullptr) > 0)) {
+        wrong(*node, key, "tables that begin with [[" + std::string(key) + "]]");
+        return {};
+    }
+    return found;
+}
+
+// ---- Modules and adapters
 
 constexpr int deepestAdapter = 3; // tree level, the module's being 1
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The values of a machine, each with its key and its rule. Whatever reads or writes a machine goes
-// through them in this order: descriptions (sim/reader.h, and writing.h of yatsim), which say what a machine
-// is, and the tables of the state (sim/tables.h), which also have what it does. It calls
+// through them in this order: descriptions (sim/description.h, yatsim/writing.h), which say what a
+// machine is, and the tables of the state (sim/tables.h), which also have what it does. It calls
 //
 //     keys(KEY, VALUE, RULE, PRESENCE)
 //     keys.table(KEY, WORK)   for the values in a table of its own, which work goes through

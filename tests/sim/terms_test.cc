@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The tables of words, and the words for the devices of a machine.
 #include "sim/description.h"
-#include "sim/description.h"
 #include "sim/words.h"
 #include "support.h"
 #include "support/files.h"
