@@ -127,38 +127,19 @@ TEST_F(Yatsim, ShowsTheMachine)
     EXPECT_NE(text.find("\nMTBF threshold             24.00 h\n"), std::string::npos) << text;
 }
 
-TEST_F(Yatsim, FailsAndRepairsADevice)
+TEST_F(Yatsim, TellsWhatTheMachineRefuses)
 {
-    steer("fail cpu2");
-    EXPECT_EQ(stateOf("cpu2"), "starting"); // again, by its MTBF type
-    EXPECT_EQ(stateOf("cpu1"), "simplex");
-    expectRefusal("repair cpu2", "repair cpu2: the device is not broken");
+    steer("pull pci2");
+    for (const std::string refusal :
+         {"repair cpu2: the device is not broken", "fail pci3: the module is not installed",
+          "pull pci2: the module is not installed", "insert pci1: the module is already installed",
+          "pull scsi1: this operation is not supported on this device",
+          "insert scsi1: this operation is not supported on this device"})
+        expectRefusal(refusal.substr(0, refusal.find(':')), refusal);
     steer("fail cpu1 --permanent");
-    steer("set time +20");
-    EXPECT_EQ(stateOf("cpu1"), "broken");
     EXPECT_EQ(asJson("show cpu1").at("defective"), true);
     EXPECT_NE(steer("show cpu1").find("Defective     yes, until it is repaired"),
               std::string::npos);
-    steer("repair cpu1");
-    EXPECT_EQ(stateOf("cpu1"), "stopped");
-    EXPECT_EQ(asJson("show cpu1").at("defective"), false);
-    EXPECT_EQ(asJson("show cpu1").at("failures"), 2); // they stay counted
-    expectRefusal("fail pci3", "fail pci3: the module is not installed");
-}
-
-TEST_F(Yatsim, PullsAndInsertsAModule)
-{
-    steer("pull pci2");
-    for (const char *device : {"pci2", "scsi2", "ethernet3", "ethernet4"})
-        EXPECT_EQ(stateOf(device), "empty") << device;
-    EXPECT_EQ(stateOf("pci1"), "simplex");
-    expectRefusal("pull pci2", "pull pci2: the module is not installed");
-    steer("insert pci2");
-    EXPECT_EQ(stateOf("pci2"), "stopped");
-    expectRefusal("insert pci2", "insert pci2: the module is already installed");
-    for (const std::string subcommand : {"pull", "insert"})
-        expectRefusal(subcommand + " scsi1",
-                      subcommand + " scsi1: this operation is not supported on this device");
 }
 
 TEST_F(Yatsim, InjectsResultsAndTakesThemBack)
@@ -264,38 +245,26 @@ TEST_F(Yatsim, SetLetsTimePassOnAFrozenMachine)
     EXPECT_EQ(journal[0].at("argument"), "time=+86400.5");
 }
 
-TEST_F(Yatsim, JournalHasEveryOperation)
+TEST_F(Yatsim, TellsTheJournalFromItsEnd)
 {
     steer("fail cpu2 --permanent");
-    yatsim("repair cpu1");
-    steer("inject IfSupport 0");
     {
         Interface interface;
         EXPECT_EQ(ClearMTBF(interface["CPU module 2"], 2), 1);
     }
     const Json rows = asJson("journal");
-    ASSERT_EQ(rows.size(), 5u);
-    const std::tuple<const char *, const char *, const char *, const char *> expected[] = {
-        {"init", "", nullptr, "done"},
-        {"fail", "cpu2", "permanent", "done"},
-        {"repair", "cpu1", "", "refused: the device is not broken"},
-        {"inject", "", "IfSupport 0 --times 1", "done"},
-        {"ClearMTBF", "cpu2", "", "done"},
+    ASSERT_EQ(rows.size(), 3u);
+    const auto values = [&](size_t row) {
+        std::string result;
+        for (const char *key : {"id", "device", "operation", "code", "argument", "result"})
+            result += rows[row].at(key).dump() + " ";
+        return result;
     };
-    for (size_t i = 0; i < rows.size(); ++i) {
-        const auto &[operation, device, argument, result] = expected[i];
-        EXPECT_EQ(rows[i].at("id"), i + 1);
-        EXPECT_EQ(rows[i].at("operation"), operation);
-        EXPECT_EQ(rows[i].at("device"), device);
-        if (argument) {
-            EXPECT_EQ(rows[i].at("argument"), argument);
-        }
-        EXPECT_EQ(rows[i].at("result"), result);
-        EXPECT_FALSE(rows[i].at("user").get<std::string>().empty());
-        EXPECT_EQ(rows[i].at("time").get<std::string>().size(), 27u);
-    }
-    EXPECT_EQ(rows[4].at("code"), 2);
-    EXPECT_EQ(asJson("journal --last 2"), (Json{rows[3], rows[4]}));
+    EXPECT_EQ(values(1), R"(2 "cpu2" "fail" 0 "permanent" "done" )");
+    EXPECT_EQ(values(2), R"(3 "cpu2" "ClearMTBF" 2 "" "done" )");
+    EXPECT_FALSE(rows[2].at("user").get<std::string>().empty());
+    EXPECT_EQ(rows[2].at("time").get<std::string>().size(), 27u);
+    EXPECT_EQ(asJson("journal --last 2"), (Json{rows[1], rows[2]}));
     EXPECT_EQ(asJson("journal --last 100"), rows);
     const std::string text = steer("journal --last 1");
     EXPECT_TRUE(text.starts_with("ID  TIME ")) << text;
