@@ -7,12 +7,9 @@
 #include "stored.h"
 
 #include <csignal>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 #include <sys/wait.h>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -29,10 +26,7 @@ struct History {
     History()
     {
         const std::string machine = *rc::gen::element<std::string>("ALDER", "BIRCH", "CEDAR");
-        const fs::path file = sandbox.directory() / "history.toml";
-        std::ofstream(file) << shipped(machine);
-        sandbox.set("YAT_MACHINE", file.string());
-        description = readDescription(file.string());
+        description = readDescription(sandbox.describe(shipped(machine)));
     }
 
     std::vector<Act> someActs() const

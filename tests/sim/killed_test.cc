@@ -24,12 +24,9 @@ class Killed : public testing::Test {
 protected:
     Killed()
     {
-        const fs::path file = sandbox.directory() / "killed.toml";
-        std::ofstream(file) << shipped("CEDAR");
+        description = readDescription(sandbox.describe(shipped("CEDAR")));
         std::ofstream(sandbox.directory() / "other.toml")
             << shipped("CEDAR", "start = 20", "start = 9");
-        sandbox.set("YAT_MACHINE", file.string());
-        description = readDescription(file.string());
         const auto begin = std::chrono::steady_clock::now();
         steer("reset");
         longestRun = static_cast<int>((std::chrono::steady_clock::now() - begin)

@@ -4,7 +4,6 @@
 #include "sim/terms.h"
 
 #include <clocale>
-#include <fstream>
 
 namespace {
 
@@ -51,11 +50,8 @@ void Scenario::prepare(const std::string &machine, const std::string &part,
                        const std::string &replacement, const std::string &timeScale)
 {
     sandbox.emplace(machine, timeScale);
-    if (part.empty())
-        return;
-    const auto file = sandbox->directory() / (machine + ".toml");
-    std::ofstream(file) << shipped(machine, part, replacement);
-    sandbox->set("YAT_MACHINE", file.string());
+    if (!part.empty())
+        sandbox->describe(shipped(machine, part, replacement), machine + ".toml");
 }
 
 void Scenario::open()

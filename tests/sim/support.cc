@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -45,6 +46,14 @@ void Sandbox::set(const std::string &variable, const std::string &value)
     const char *old = getenv(variable.c_str());
     before.emplace(variable, old ? old : "(unset)");
     setenv(variable.c_str(), value.c_str(), 1);
+}
+
+std::string Sandbox::describe(const std::string &text, const std::string &file)
+{
+    const std::string path = (directory() / file).string();
+    std::ofstream(path) << text;
+    set("YAT_MACHINE", path);
+    return path;
 }
 
 fs::path Sandbox::stateFile() const

@@ -30,6 +30,9 @@ public:
     std::filesystem::path stateFile() const; // of a machine that is given by its name
     void set(const std::string &variable, const std::string &value);
 
+    // Has the machine made by a description of its own. The file, which may be of another name.
+    std::string describe(const std::string &text, const std::string &file = "own.toml");
+
 private:
     TemporaryDirectory own;
     std::string name;

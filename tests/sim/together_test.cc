@@ -5,11 +5,8 @@
 #include "stored.h"
 
 #include <gtest/gtest.h>
-#include <fstream>
 #include <random>
 #include <set>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -19,14 +16,6 @@ constexpr int actsOfEach = 5000;
 
 class Together : public testing::Test {
 protected:
-    Together()
-    {
-        const fs::path file = sandbox.directory() / "shared.toml";
-        std::ofstream(file) << shipped("CEDAR");
-        sandbox.set("YAT_MACHINE", file.string());
-        description = readDescription(file.string());
-    }
-
     std::vector<Act> someActs(unsigned seed) const
     {
         std::mt19937 random(seed);
@@ -41,7 +30,7 @@ protected:
     }
 
     Sandbox sandbox{"CEDAR", "20000"}; // a start takes some operations
-    Machine description;
+    Machine description = readDescription(sandbox.describe(shipped("CEDAR")));
 };
 
 int changesOfHand(const std::vector<JournalRow> &rows)
