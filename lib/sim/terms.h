@@ -3,6 +3,7 @@
 // descriptions, for the state and its journal, for yatsim and for the windows of the product.
 #pragma once
 
+#include "common/terms.h"
 #include "sim/time.h"
 #include "yat/device.h"
 #include "yat/facts.h"
@@ -136,12 +137,7 @@ template <class Value> struct Term {
     std::string_view word;
 };
 
-inline constexpr Term<int> machineTypes[] = {
-    {YAT_MACHINE_ALDER, "ALDER"},
-    {YAT_MACHINE_BIRCH, "BIRCH"},
-    {YAT_MACHINE_CEDAR, "CEDAR"},
-    {YAT_MACHINE_PLAIN, "PLAIN"},
-};
+using yat::machineTypes;
 
 inline constexpr Term<int> mtbfTypes[] = {
     {stayDown, "stay down"},
@@ -235,21 +231,9 @@ inline constexpr SupportCode supportCodes[] = {
     {Verb::clearMtbf, YAT_CLASS_ETHERNET_ADAPTER, 31},
 };
 
-struct DeviceClass {
-    int value;
-    std::string_view shortName, alias; // before the number: as written, and as also accepted
-    std::string_view key;              // in [supports] of a description
-    std::string_view word;             // in the state, and of an adapter in a description
-};
+using yat::DeviceClass;
 
-inline constexpr DeviceClass classTerms[] = {
-    {YAT_CLASS_CPU_MODULE, "cpu", "cpu", "cpu_module", "CPU"},
-    {YAT_CLASS_PCI_MODULE, "pci", "pci", "pci_module", "PCI"},
-    {YAT_CLASS_SCSI_ADAPTER, "scsi", "scsi", "scsi_adapter", "SCSI"},
-    {YAT_CLASS_ETHERNET_ADAPTER, "ethernet", "eth", "ethernet_adapter", "Ethernet"},
-};
-
-inline constexpr std::span<const DeviceClass> deviceClasses = classTerms;
+inline constexpr std::span<const DeviceClass> deviceClasses = yat::deviceClasses;
 inline constexpr std::span<const DeviceClass> adapterClasses = deviceClasses.last<2>();
 
 struct RefusalTerm {

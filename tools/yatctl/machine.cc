@@ -2,6 +2,7 @@
 #include "yatctl/machine.h"
 
 #include "base/display.h"
+#include "common/terms.h"
 #include "text/encoding.h"
 #include "yat/text.h"
 #include "yatctl/failure.h"
@@ -26,23 +27,12 @@ const std::vector<std::string_view> stateWords = {"unknown",       "not_installe
 
 namespace {
 
-struct ClassTerm {
-    int code;
-    std::string_view shortName, alias, word;
-};
-
-constexpr ClassTerm classes[] = {
-    {YAT_CLASS_CPU_MODULE, "cpu", "cpu", "cpu_module"},
-    {YAT_CLASS_PCI_MODULE, "pci", "pci", "pci_module"},
-    {YAT_CLASS_SCSI_ADAPTER, "scsi", "scsi", "scsi_adapter"},
-    {YAT_CLASS_ETHERNET_ADAPTER, "ethernet", "eth", "ethernet_adapter"},
-    {YAT_CLASS_UNKNOWN, "device", "device", "unknown"}, // and all others
-};
-
-const ClassTerm &termOf(int classCode)
+const yat::DeviceClass &termOf(int classCode)
 {
-    const auto *found = std::ranges::find(classes, classCode, &ClassTerm::code);
-    return found != std::end(classes) ? *found : *std::prev(std::end(classes));
+    static constexpr yat::DeviceClass unknown = {YAT_CLASS_UNKNOWN, "device", "device", "unknown",
+                                                 ""};
+    const auto *found = std::ranges::find(yat::deviceClasses, classCode, &yat::DeviceClass::value);
+    return found != std::end(yat::deviceClasses) ? *found : unknown;
 }
 
 // Has the platform's texts in UTF-8 while it lives. Programs get names whole then, also those that
@@ -184,7 +174,7 @@ bool equals(std::string_view left, std::string_view right)
 
 bool isCalled(const Device &device, std::string_view name)
 {
-    const ClassTerm &term = termOf(device.classCode);
+    const yat::DeviceClass &term = termOf(device.classCode);
     return equals(name, device.shortName) || equals(name, device.name) || name == device.path
            || equals(name, numberedName(term.shortName, device.number))
            || equals(name, numberedName(term.alias, device.number));
@@ -267,18 +257,13 @@ bool isModule(const Device &device)
 
 std::string_view classWord(int classCode)
 {
-    return termOf(classCode).word;
+    return termOf(classCode).key;
 }
 
 std::string_view typeWord(int machineType)
 {
-    switch (machineType) {
-    case YAT_MACHINE_PLAIN: return "PLAIN";
-    case YAT_MACHINE_ALDER: return "ALDER";
-    case YAT_MACHINE_BIRCH: return "BIRCH";
-    case YAT_MACHINE_CEDAR: return "CEDAR";
-    default: return "unknown";
-    }
+    const auto *found = std::ranges::find(yat::machineTypes, machineType, &yat::MachineType::value);
+    return found != std::end(yat::machineTypes) ? found->word : "unknown";
 }
 
 std::optional<int64_t> fact(const Device &device, uint32_t bit, int64_t value)
