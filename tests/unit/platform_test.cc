@@ -80,30 +80,41 @@ const Refused refused[] = {
     {"magic", "has the wrong magic number"},
     {"version", "has the wrong version or size"},
     {"size", "has the wrong version or size"},
-    {"gap", "lacks functions"},
-    {"no_open", "lacks functions"},
-    {"no_close", "lacks functions"},
-    {"no_property", "lacks functions"},
-    {"no_convert", "lacks functions"},
     {"refusing", "refuses to open"},
 };
 
 class EveryRefused : public testing::TestWithParam<Refused> {};
 
-TEST_P(EveryRefused, LeavesNothingBehind)
+void expectRefused(const Refused &platform)
 {
-    Root root(std::string(PLATFORMS "/platform_") + GetParam().name + ".dll");
-    EXPECT_EQ(root.call<decltype(ft_FunctionInit)>("ft_FunctionInit")(), 0);
+    Root root(std::string(PLATFORMS "/platform_") + platform.name + ".dll");
+    EXPECT_EQ(root.init(), 0);
     EXPECT_TRUE(isEmpty(root.functions()));
     EXPECT_FALSE(root.isLoaded());
-    EXPECT_NE(root.trace().find(GetParam().reason), std::string::npos) << root.trace();
+    EXPECT_NE(root.trace().find(platform.reason), std::string::npos) << root.trace();
     EXPECT_EQ(root.call<decltype(ft_FunctionRelease)>("ft_FunctionRelease")(), 0);
+}
+
+TEST_P(EveryRefused, LeavesNothingBehind)
+{
+    expectRefused(GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Platform, EveryRefused, testing::ValuesIn(refused),
                          [](const auto &info) { return std::string(info.param.name); });
 
 } // namespace
+
+TEST(Platform, ThatLacksAnyOfItsFunctionsIsRefused)
+{
+    constexpr size_t slots = sizeof(yat_ft_functions) / sizeof(void *);
+    for (size_t gap = 1; gap <= 2 + slots - 1; ++gap) { // open, close, and all but the handle
+        SCOPED_TRACE(gap);
+        setenv("YAT_GAP", std::to_string(gap).c_str(), 1);
+        expectRefused({"good", "lacks functions"});
+    }
+    unsetenv("YAT_GAP");
+}
 
 TEST(Platform, ThatIsMissingIsACleanFailure)
 {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A platform with one fault, chosen when it is compiled.
+// A platform with one fault, chosen when it is compiled; or one that lacks the function of which
+// YAT_GAP has the number.
 #include "yat/platform.h"
+
+#include <cstdlib>
 
 namespace {
 
@@ -8,7 +11,7 @@ int zero(yat_device **)
 {
     return 0;
 }
-[[maybe_unused]] int property(int, int, int, char *, unsigned long *)
+int property(int, int, int, char *, unsigned long *)
 {
     return -1;
 }
@@ -28,7 +31,7 @@ int plain(yat_device *, int)
 {
     return 0;
 }
-[[maybe_unused]] int convert(char *, int *)
+int convert(char *, int *)
 {
     return -1;
 }
@@ -54,7 +57,7 @@ int setting(int, int, int, int *)
     return 1;
 }
 
-[[maybe_unused]] int open()
+int open()
 {
 #ifdef PLATFORM_REFUSING
     return 0;
@@ -62,9 +65,20 @@ int setting(int, int, int, int *)
     return 1;
 #endif
 }
-[[maybe_unused]] int close()
+int close()
 {
     return 1;
+}
+
+bool isGap()
+{
+    static int number; // counts the functions of the table, in order
+    const char *gap = getenv("YAT_GAP");
+    return ++number == (gap ? atoi(gap) : 0);
+}
+template <class Function> Function *unlessGap(Function *function)
+{
+    return isGap() ? nullptr : function;
 }
 
 } // namespace
@@ -94,45 +108,25 @@ const yat_platform YatPlatform = {
 #else
     .size = sizeof(yat_platform),
 #endif
-#ifdef PLATFORM_NO_OPEN
-    .open = nullptr,
-#else
-    .open = open,
-#endif
-#ifdef PLATFORM_NO_CLOSE
-    .close = nullptr,
-#else
-    .close = close,
-#endif
+    .open = unlessGap(open),
+    .close = unlessGap(close),
     .functions =
         {
             .handle = nullptr,
-            .create_tree = zero,
-            .free_tree = zero,
-#ifdef PLATFORM_NO_PROPERTY
-            .yat_ft_get_property = nullptr,
-#else
-            .yat_ft_get_property = property,
-#endif
-            .is_ft = isFt,
-            .status_change = status,
-            .if_support = support,
-            .clear_mtbf = plain,
-            .bring_up = plain,
-#ifdef PLATFORM_NO_CONVERT
-            .Linux_ConvertDataToInt = nullptr,
-#else
-            .Linux_ConvertDataToInt = convert,
-#endif
-            .bring_down = plain,
-#ifdef PLATFORM_GAP
-            .set_mtbf_type = nullptr,
-#else
-            .set_mtbf_type = withText,
-#endif
-            .burn_firmware = withText,
-            .get_setting = setting,
-            .put_setting = setting,
+            .create_tree = unlessGap(zero),
+            .free_tree = unlessGap(zero),
+            .yat_ft_get_property = unlessGap(property),
+            .is_ft = unlessGap(isFt),
+            .status_change = unlessGap(status),
+            .if_support = unlessGap(support),
+            .clear_mtbf = unlessGap(plain),
+            .bring_up = unlessGap(plain),
+            .Linux_ConvertDataToInt = unlessGap(convert),
+            .bring_down = unlessGap(plain),
+            .set_mtbf_type = unlessGap(withText),
+            .burn_firmware = unlessGap(withText),
+            .get_setting = unlessGap(setting),
+            .put_setting = unlessGap(setting),
         },
 #ifdef PLATFORM_TELLING
     .get_facts = facts,
