@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Every failure of the start-up and of the platform: what is traced, what is undone, what is told.
-#include "session.h"
+#include "navigation.h"
 
 #include <cerrno>
 
@@ -17,20 +17,22 @@ struct Failure {
 const std::string opened = "OpenStrFile(/data/E_mrvutil.rc) = stream";
 
 const Failure failures[] = {
-    {"catalogue", "OpenStrFile 0",
+    {"catalogue",
+     "OpenStrFile 0",
      {"0 main >", "0 main enter utility/main() of mrvutil.",
       "1 main <open file /data/E_mrvutil.rc error."},
      {"OpenStrFile(/data/E_mrvutil.rc) = null"}},
-    {"newt", "initnewtlib -1",
+    {"newt",
+     "initnewtlib -1",
      {"1 main <Init /usr/lib/libnewt.so failed!"},
      {opened, "initnewtlib() = -1"}},
-    {"slang", "initslanglib -1",
+    {"slang",
+     "initslanglib -1",
      {"1 main <Init /usr/lib/libslang.so failed!"},
      {opened, "initnewtlib() = 0", "initslanglib() = -1", "freenewtlib()"}},
-    {"memory", "OpenStrFile real text=-5",
-     {"2 main <malloc error."},
-     {opened}},
-    {"interface", "ft_FunctionInit 0",
+    {"memory", "OpenStrFile real text=-5", {"2 main <malloc error."}, {opened}},
+    {"interface",
+     "ft_FunctionInit 0",
      {"0 EditParameter >", "1 EditParameter <Init keldor I/F by ft_init failed.",
       "1 main EditParameter failed,can't get data from lib.",
       "1 main Release keldor I/F by ft_release failed.", "0 main <"},
@@ -38,9 +40,9 @@ const Failure failures[] = {
       "ft_FunctionInit() = 0", "klogctl(8, null, 6)", "ft_FunctionRelease() = 0", "freenewtlib()",
       "freeslanglib()"},
      true},
-    {"handle", "handle none",
-     {"0 EditParameter >",
-      "1 EditParameter <handle of /opt/kiv/yatkit/lib/yatcore.dll is NULL.",
+    {"handle",
+     "handle none",
+     {"0 EditParameter >", "1 EditParameter <handle of /opt/kiv/yatkit/lib/yatcore.dll is NULL.",
       "1 main EditParameter failed,can't get data from lib.", "0 main <"},
      {opened, "initnewtlib() = 0", "initslanglib() = 0", "klogctl(6, null, 0)",
       "ft_FunctionInit() = 1", "klogctl(8, null, 6)", "ft_FunctionRelease() = 0", "freenewtlib()",
@@ -60,9 +62,8 @@ TEST_P(EveryFailure, IsTracedAndUndone)
     EXPECT_EQ(session.calls(), failure.calls);
     if (!failure.usesScreen) {
         const std::string output = session.terminal().output();
-        EXPECT_EQ(output, std::string(failure.name) == "memory"
-                              ? "System call error!Can't malloc!"
-                              : "");
+        EXPECT_EQ(output,
+                  std::string(failure.name) == "memory" ? "System call error!Can't malloc!" : "");
     }
     EXPECT_FALSE(session.terminal().inAlternateScreen());
 }
@@ -74,9 +75,8 @@ TEST_P(EveryFailure, IsTracedAndUndoneInDumpModeToo)
     Workspace workspace({.arguments = {"-debug"}, .script = failure.script});
     const Finished run = runPlain(workspace);
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.output, std::string(failure.name) == "memory"
-                              ? "\nSystem call error!Can't malloc!"
-                              : "\n");
+    EXPECT_EQ(run.output,
+              std::string(failure.name) == "memory" ? "\nSystem call error!Can't malloc!" : "\n");
     expectInOrder(workspace.trace(), failure.trace);
     Calls calls = failure.calls;
     std::erase_if(calls, [](const std::string &call) { return call.starts_with("klogctl"); });
@@ -120,8 +120,8 @@ TEST(Failure, OfTheMachineTypeQueryIsASuccessWithoutATree)
         "mrvutil: the machine does not tell whether it is a fault-tolerant server; the trace log "
         "may say why\r\n"))
         << session.terminal().output();
-    expectInOrder(session.trace(), {"1 EditParameter call_yat_is_ft failed in libwinshim.so.",
-                                    "0 EditParameter <"});
+    expectInOrder(session.trace(),
+                  {"1 EditParameter call_yat_is_ft failed in libwinshim.so.", "0 EditParameter <"});
     EXPECT_EQ(session.calls("FreeTreeViewData").size(), 1u);
 }
 
@@ -160,10 +160,9 @@ TEST(Failure, WithoutATreeIsTraced)
     // The platform says that it made a tree, but there is none.
     Session session({.script = "CreateTreeViewData 1"});
     session.expectExit(0);
-    expectInOrder(session.trace(),
-                  {"0 mkTree >[IN]treeDatap=(nil)", "1 mkTree <treeDatap is NULL!",
-                   "1 EditParameter <mkTree(pTreeData) failed.",
-                   "1 main EditParameter failed,can't get data from lib."});
+    expectInOrder(session.trace(), {"0 mkTree >[IN]treeDatap=(nil)", "1 mkTree <treeDatap is NULL!",
+                                    "1 EditParameter <mkTree(pTreeData) failed.",
+                                    "1 main EditParameter failed,can't get data from lib."});
     EXPECT_EQ(session.calls("FreeTreeViewData").size(), 1u);
 }
 
@@ -191,6 +190,43 @@ TEST(Failure, OfAnEmptyCatalogueLeavesTheTextsEmpty)
     Session session({.script = "OpenStrFile real text=0"});
     session.see("[+]");
     EXPECT_FALSE(session.terminal().contains("FT"));
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+}
+
+TEST(Failure, ToEndATextIsMadeUpFor)
+{
+    const std::string cut(1024, 'x');
+    RunOptions options{.machine = "ALDER",
+                       .script = "StatusChange 0 endless\nyat_ft_get_property 0 endless",
+                       .environment = {{"YAT_SPY_MORE", "screen forms"}}};
+    {
+        Session session(options);
+        session.see("BUTTON_EXIT_ID");
+        session.send(cpuModule.path + keys::enter);
+        session.see("CPU module 1 --");
+        press(session, 5); // the BIOS
+        session.see("BIOS_TITLE");
+        Calls expected;
+        for (const char *box : {"1", "1", "2"}) // the state; the BIOS's version and status
+            expected.push_back(std::string("newtTextboxSetText(textbox ") + box + ", " + cut + ")");
+        EXPECT_EQ(session.calls("newtTextboxSetText"), expected);
+        session.send(keys::enter);
+        session.seeNot("BIOS_TITLE");
+        for (int i = 0; i < 6; ++i) // back to Close
+            session.send(keys::backTab);
+        session.send(keys::enter);
+        session.seeNot("CPU module 1 --");
+        session.send(keys::ctrlO);
+        session.expectExit(1);
+    }
+    options.machine = "CEDAR"; // where the window asks for a number
+    Session session(options);
+    session.see("BUTTON_EXIT_ID");
+    session.send(cpuModule.path + keys::enter);
+    session.terminal().waitUntil([&] { return !session.calls("Linux_ConvertDataToInt").empty(); });
+    EXPECT_EQ(session.calls("Linux_ConvertDataToInt"),
+              Calls{"Linux_ConvertDataToInt(" + cut + ") = -1"});
     session.send(keys::ctrlO);
     session.expectExit(1);
 }

@@ -22,6 +22,8 @@ void recordSyslog(int priority, const char *format, va_list arguments)
     record("syslog(" + list(priority, static_cast<const char *>(text)) + ")");
 }
 
+constexpr size_t stateRoom = 1025;
+
 // Answers a call. The rule's text goes into the buffer, if there is one.
 template <class Real>
 int answer(const char *call, const std::string &arguments, Real real, char *buffer = nullptr)
@@ -33,6 +35,8 @@ int answer(const char *call, const std::string &arguments, Real real, char *buff
     const int result = isPlayed ? rule->number() : real();
     if (isPlayed && buffer && rule->text)
         strcpy(buffer, rule->text->c_str());
+    if (isPlayed && buffer && rule->isEndless)
+        memset(buffer, 'x', stateRoom);
     record(std::string(call) + "(" + arguments + ") = " + std::to_string(result));
     return result;
 }
@@ -58,7 +62,9 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
     int result;
     if (rule && !rule->isReal()) {
         result = rule->number();
-        if (result == 0)
+        if (rule->isEndless)
+            memset(buffer, 'x', room);
+        else if (result == 0)
             *size = static_cast<unsigned long>(
                 snprintf(buffer, room, "%s", rule->text.value_or("").c_str()) + 1);
     } else {

@@ -39,6 +39,8 @@ const Script &script()
                     rule.delay = atoi(word.c_str() + 6);
                 if (word == "held")
                     rule.isHeld = true;
+                if (word == "endless")
+                    rule.isEndless = true;
                 if (word.starts_with("at="))
                     rule.at = atoi(word.c_str() + 3);
             }

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What the spy plays. YAT_SPY_SCRIPT names the script, a line a rule:
 //
-//     CALL RESULT [delay=MS] [held] [at=N] [text=TEXT]
+//     CALL RESULT [delay=MS] [held] [endless] [at=N] [text=TEXT]
 //
 // RESULT is a number, "real" for what the real call answers, "none" for a function that is not
-// there, or "exit" for one that ends the process with status 7. TEXT, the rest of the line, is what the call writes into its text buffer. A call that is
-// held goes on when there is a file SCRIPT.go. With at, the rule is for the N-th call only. The
-// first rule that fits counts.
+// there, or "exit" for one that ends the process with status 7. TEXT, the rest of the line, is what
+// the call writes into its text buffer. A call that is held goes on when there is a file SCRIPT.go.
+// One that is endless fills its buffer with 'x', as far as that goes, and has no zero behind it.
+// With at, the rule is for the N-th call only. The first rule that fits counts.
 //
 // A line "tree FILE" makes CreateTreeViewData read its records from a file, see playedTree.
 #pragma once
@@ -21,7 +22,7 @@ struct Rule {
     std::string call, result;
     std::optional<std::string> text;
     int delay = 0; // milliseconds
-    bool isHeld = false;
+    bool isHeld = false, isEndless = false;
     int at = 0; // 0: every call
 
     bool isReal() const
