@@ -149,7 +149,6 @@ void releaseTerminal()
     for (int signal = 1; signal < NSIG; ++signal)
         if (isHandled(signal) && signal != SIGXFSZ)
             sigaction(signal, &former[signal], nullptr);
-    watching = false;
 }
 
 void endAtOnce(std::string_view why)
