@@ -3,9 +3,9 @@
 // calls of the system, and time.
 #include "bigmachine.h"
 #include "report.h"
-#include "yatsim/writing.h"
 #include "support/files.h"
 #include "yat/ft.h"
+#include "yatsim/writing.h"
 
 #include <algorithm>
 #include <chrono>

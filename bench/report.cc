@@ -39,8 +39,8 @@ std::string withUnit(double seconds)
         const char *name;
     };
     constexpr Unit units[] = {{1, "s"}, {1e-3, "ms"}, {1e-6, "us"}, {1e-9, "ns"}};
-    const Unit *unit = std::ranges::find_if(
-        units, [&](const Unit &one) { return seconds >= one.seconds; });
+    const Unit *unit =
+        std::ranges::find_if(units, [&](const Unit &one) { return seconds >= one.seconds; });
     if (unit == std::end(units))
         --unit;
     char text[32];

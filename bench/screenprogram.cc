@@ -71,7 +71,10 @@ public:
         return true;
     }
 
-    bool isShown() const { return output.find(program.shows) != std::string::npos; }
+    bool isShown() const
+    {
+        return output.find(program.shows) != std::string::npos;
+    }
 
     void end()
     {

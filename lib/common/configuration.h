@@ -8,9 +8,9 @@ namespace yat {
 
 struct ConfiguredMachine {
     std::string name = "CEDAR";
-    bool isHardware = false;     // the machine that this runs on; a simulated one otherwise
-    bool isMakers = false;       // its maker's platform answers for it
-    bool isPath = false;         // the name is that of the file
+    bool isHardware = false;       // the machine that this runs on; a simulated one otherwise
+    bool isMakers = false;         // its maker's platform answers for it
+    bool isPath = false;           // the name is that of the file
     std::string descriptionFile{}; // of a simulated one
     std::string platform{};        // the library that answers for it
 };

@@ -142,10 +142,10 @@ bool makeFile(Store &store)
         const Time now = realTime();
         MachineState state = {.clock = {.real = now, .scale = wantedScale()}};
         putMachine(database, state, machine, now);
-        addToJournal(database, signedBy(store, state.clock,
-                                        {.operation = "init",
-                                         .argument = yat::fromDisplay(path),
-                                         .result = "done"}));
+        addToJournal(
+            database,
+            signedBy(store, state.clock,
+                     {.operation = "init", .argument = yat::fromDisplay(path), .result = "done"}));
     });
 }
 

@@ -175,8 +175,7 @@ struct BiosTerm {
 
 inline constexpr BiosTerm biosTerms[] = {
     {Bios::described, "", ""},
-    {Bios::copied, "Valid, copied from the running module",
-     "正常(稼働中のモジュールからコピー)"},
+    {Bios::copied, "Valid, copied from the running module", "正常(稼働中のモジュールからコピー)"},
     {Bios::burnt, "Valid, updated from the data file", "正常(データファイルから更新)"},
     {Bios::invalid, "Invalid, an update was interrupted", "無効(更新が中断されました)"},
 };

@@ -11,7 +11,6 @@
 #include "platform/property.h"
 #include "system/firmupdate.h"
 
-
 static constexpr char traceSource[] = "cpusubwin";
 
 namespace {

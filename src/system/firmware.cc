@@ -113,10 +113,10 @@ void Firmware(void)
                              1,
                              {{0, 0, updateLabel, NEWT_ANCHOR_LEFT},
                               {1, 0, updateButton, NEWT_ANCHOR_RIGHT, {.left = 15}}}};
-    const Grid revisionGrid = {2,
-                               1,
-                               {{0, 0, revisionLabel, NEWT_ANCHOR_LEFT},
-                                {1, 0, revision, NEWT_ANCHOR_LEFT, {.left = 1}}}};
+    const Grid revisionGrid = {
+        2,
+        1,
+        {{0, 0, revisionLabel, NEWT_ANCHOR_LEFT}, {1, 0, revision, NEWT_ANCHOR_LEFT, {.left = 1}}}};
     const Grid grid = {1,
                        3,
                        {{0, 0, updateGrid, NEWT_ANCHOR_TOP},

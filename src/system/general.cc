@@ -129,9 +129,8 @@ int General(void)
     newtComponent heading = makeLabel(text("LABEL_GENERALACT_ID"));
     newtComponent executeButton = newtButton(-1, -1, text("COMBUTTON_EXCUTE_ID"));
     for (size_t i = 0; i < count; ++i)
-        window.switches[i].box =
-            makeCheckbox(text(settings[i].text), window.switches[i].stored,
-                         window.switches[i].current);
+        window.switches[i].box = makeCheckbox(text(settings[i].text), window.switches[i].stored,
+                                              window.switches[i].current);
     newtComponent quickDump = makeCheckedLabel(text("QUERYWIN_QUICKDUMP_ID")); // it is always on
 
     auto &[burn, bringUp] = window.switches;

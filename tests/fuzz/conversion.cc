@@ -15,7 +15,8 @@ std::string convert(const std::string &source, size_t size)
 {
     auto destination = std::make_unique<char[]>(size);
     memset(destination.get(), 'x', size);
-    const int length = CodeConvertFromEUC(source.c_str(), destination.get(), static_cast<int>(size));
+    const int length =
+        CodeConvertFromEUC(source.c_str(), destination.get(), static_cast<int>(size));
     REQUIRE(length >= 0 && static_cast<size_t>(length) < size);
     REQUIRE(strlen(destination.get()) == static_cast<size_t>(length));
     return destination.get();

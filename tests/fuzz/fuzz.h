@@ -27,7 +27,10 @@ class Input {
 public:
     Input(const uint8_t *data, size_t size) : bytes(reinterpret_cast<const char *>(data), size) {}
 
-    bool empty() const { return bytes.empty(); }
+    bool empty() const
+    {
+        return bytes.empty();
+    }
 
     // The next byte, 0 after the last.
     unsigned byte()
@@ -48,7 +51,10 @@ public:
         return result;
     }
 
-    std::string_view rest() const { return bytes; }
+    std::string_view rest() const
+    {
+        return bytes;
+    }
 
 private:
     std::string_view bytes;
@@ -61,11 +67,17 @@ public:
     {
         REQUIRE(write(descriptor, data, size) == static_cast<ssize_t>(size));
     }
-    ~MemoryFile() { close(descriptor); }
+    ~MemoryFile()
+    {
+        close(descriptor);
+    }
     MemoryFile(const MemoryFile &) = delete;
     MemoryFile &operator=(const MemoryFile &) = delete;
 
-    std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor); }
+    std::string path() const
+    {
+        return "/proc/self/fd/" + std::to_string(descriptor);
+    }
 
 private:
     int descriptor;

@@ -87,7 +87,10 @@ public:
     }
 
 private:
-    size_t below(size_t limit) { return limit ? random() % limit : 0; }
+    size_t below(size_t limit)
+    {
+        return limit ? random() % limit : 0;
+    }
 
     static Bytes::iterator at(Bytes &bytes, size_t position)
     {
@@ -96,8 +99,8 @@ private:
 
     void step(Bytes &input, const std::vector<Bytes> &corpus)
     {
-        static constexpr uint8_t telling[] = {0, '\n', '"', '\\', ' ', '[', '=', 0x7F, 0x80,
-                                              0x8E, 0x8F, 0xA1, 0xC2, 0xE3, 0xFE, 0xFF};
+        static constexpr uint8_t telling[] = {0,    '\n', '"',  '\\', ' ',  '[',  '=',  0x7F,
+                                              0x80, 0x8E, 0x8F, 0xA1, 0xC2, 0xE3, 0xFE, 0xFF};
         const size_t place = below(input.size() + 1);
         const size_t end = place + below(input.size() - place + 1);
         switch (below(6)) {

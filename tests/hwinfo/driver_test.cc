@@ -33,10 +33,10 @@ struct Message {
 // The driver as a test wants it, and what it was asked.
 struct Driver {
     std::deque<Message> messages{};
-    bool repeats = false;   // the last message comes again and again
+    bool repeats = false; // the last message comes again and again
     int sendError = 0, receiveError = 0;
     int controlInterruptions = 0, pollInterruptions = 0; // by signals, of the first calls
-    bool brokenOff = false; // poll() reports an error and no message
+    bool brokenOff = false;                              // poll() reports an error and no message
 
     int sent = 0, controls = 0, polls = 0;
     int firstTimeout = -1, lastTimeout = -1; // given to poll()
@@ -141,8 +141,14 @@ protected:
     const std::string device = directory.path / "ipmi0";
     const size_t openFiles = countOpenFiles();
 
-    void SetUp() override { ASSERT_EQ(mkfifo(device.c_str(), 0600), 0); }
-    void TearDown() override { EXPECT_EQ(countOpenFiles(), openFiles); }
+    void SetUp() override
+    {
+        ASSERT_EQ(mkfifo(device.c_str(), 0600), 0);
+    }
+    void TearDown() override
+    {
+        EXPECT_EQ(countOpenFiles(), openFiles);
+    }
 
     Bytes ask(Driver &played, int milliseconds = 60'000)
     {
@@ -284,8 +290,6 @@ TEST_F(DriverTest, TellsMissingRights)
 
 TEST_F(DriverTest, TellsWhatIsNoIpmiDevice)
 {
-    expectProblem("/dev/null",
-                  "sending to /dev/null: Inappropriate ioctl for device");
-    expectProblem(directory.path,
-                  "opening " + directory.path.string() + ": Is a directory");
+    expectProblem("/dev/null", "sending to /dev/null: Inappropriate ioctl for device");
+    expectProblem(directory.path, "opening " + directory.path.string() + ": Is a directory");
 }

@@ -46,7 +46,10 @@ protected:
         setenv("YAT_STATE_DIR", directory.path.c_str(), 1);
         ASSERT_EQ(TraceLogInit(0, "hwinfo_test", 0, 0, 0), 1);
     }
-    void TearDown() override { unsetenv("YAT_MACHINE"); }
+    void TearDown() override
+    {
+        unsetenv("YAT_MACHINE");
+    }
 
     Asked ask(const std::string &machine, const fs::path &plugin = stagedPlugin)
     {
@@ -94,7 +97,7 @@ protected:
         EXPECT_EQ(asked.result, 0);
         EXPECT_EQ(asked.response, untouched);
         EXPECT_EQ(takeTrace(), (Lines{"0 YATGetDeviceID >", "1 YATGetDeviceID " + problem,
-                                  "0 YATGetDeviceID <"}));
+                                      "0 YATGetDeviceID <"}));
     }
 };
 
@@ -227,12 +230,12 @@ TEST_F(PluginTest, RefusesANullResponse)
 {
     void *const module = LoadLibrary(stagedPlugin.c_str());
     ASSERT_TRUE(module);
-    const auto entry = reinterpret_cast<decltype(&YATGetDeviceID)>(
-        GetProcAddress(module, "YATGetDeviceID"));
+    const auto entry =
+        reinterpret_cast<decltype(&YATGetDeviceID)>(GetProcAddress(module, "YATGetDeviceID"));
     EXPECT_EQ(entry(nullptr), 0);
     FreeLibrary(module);
     EXPECT_EQ(takeTrace(), (Lines{"0 YATGetDeviceID >",
-                              "1 YATGetDeviceID <[OUT]param error.response is NULL."}));
+                                  "1 YATGetDeviceID <[OUT]param error.response is NULL."}));
 }
 
 TEST_F(PluginTest, LeavesNothingBehind)

@@ -29,11 +29,12 @@ int main(void)
     char text[1024] = "", property[16] = "";
     unsigned long size = sizeof property;
     int type = 0;
-    expect(yat_ft_func.yat_ft_get_property(YAT_KIND_BOARD, 1, YAT_PROPERTY_MTBF_TYPE, property,
-                                           &size) == 0
-               && size == strlen(property) + 1
-               && yat_ft_func.Linux_ConvertDataToInt(property, &type) == 0 && type == 2,
-           "MTBF type");
+    expect(
+        yat_ft_func.yat_ft_get_property(YAT_KIND_BOARD, 1, YAT_PROPERTY_MTBF_TYPE, property, &size)
+                == 0
+            && size == strlen(property) + 1
+            && yat_ft_func.Linux_ConvertDataToInt(property, &type) == 0 && type == 2,
+        "MTBF type");
     expect(StatusChange(YAT_KIND_CPU_MODULE, 1, YAT_STATE_CPU_MODULE, text) != -1
                && strcmp(text, "Duplex") == 0,
            "state");

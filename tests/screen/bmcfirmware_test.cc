@@ -93,10 +93,10 @@ TEST(BmcFirmware, ShowsTheRevisionOfTheMachine)
     session.send(tab + enter);
     session.expectExit(1);
     const std::vector<std::string> trace = session.trace("firmware");
-    expectInOrder(trace, {"0 Firmware >", "0 Get_BMC_FWRevision >",
-                          "0 Get_BMC_FWRevision [IN]bmcrev=0x*",
-                          "0 Get_BMC_FWRevision [OUT]Firmware Revision : 04.17.",
-                          "0 Get_BMC_FWRevision <", "0 Firmware <"});
+    expectInOrder(trace,
+                  {"0 Firmware >", "0 Get_BMC_FWRevision >", "0 Get_BMC_FWRevision [IN]bmcrev=0x*",
+                   "0 Get_BMC_FWRevision [OUT]Firmware Revision : 04.17.", "0 Get_BMC_FWRevision <",
+                   "0 Firmware <"});
     EXPECT_EQ(trace.size(), 6u);
     EXPECT_TRUE(session.calls("ft_FunctionRelease").empty()); // which would be an error
     for (const std::string &record : session.trace())
@@ -113,9 +113,11 @@ TEST(BmcFirmware, LoadsThePluginOfItsRootAndUnloadsItEachTime)
 {
     Session session(firmware());
     session.see("04.17");
-    EXPECT_EQ(session.calls("LoadLibrary"), std::vector<std::string>{"LoadLibrary(/yathwinfo.dll)"});
-    EXPECT_EQ(readFile("/proc/" + std::to_string(session.terminal().pid()) + "/maps").find("yathwinfo"),
-              std::string::npos);
+    EXPECT_EQ(session.calls("LoadLibrary"),
+              std::vector<std::string>{"LoadLibrary(/yathwinfo.dll)"});
+    EXPECT_EQ(
+        readFile("/proc/" + std::to_string(session.terminal().pid()) + "/maps").find("yathwinfo"),
+        std::string::npos);
 }
 
 TEST(BmcFirmware, TellsOfEachFailureAndOpensNevertheless)
@@ -195,8 +197,8 @@ TEST(BmcUpdate, NotRunSaysSo)
 {
     for (const Language &language : languages)
         for (const char *result : {"-1", "127", "1"}) {
-            const std::string notice = *result == '1' && !result[1] ? language.endedBadly
-                                                                    : language.notRun;
+            const std::string notice =
+                *result == '1' && !result[1] ? language.endedBadly : language.notRun;
             Session session(firmware(std::string("system ") + result, language.locale));
             session.see("04.17");
             session.send(enter);
@@ -268,13 +270,13 @@ TEST(BmcUpdate, MayLeaveTheTerminalInAnyState)
     for (const char *command : {
              "stty raw -echo -isig",
              "stty -icanon min 0 time 1; stty -a >/dev/null",
-             "printf '\\033[31;44;7mRED'",           // colours
-             "printf '\\033(0'",                     // line drawing for letters
-             "printf '\\033)0\\016'",                 // and in the other place for a character set
-             "printf '\\033[?25l'",                  // no cursor
-             "printf '\\033[5;10r\\033[?6h'",        // a scrolling region, and its origin
-             "printf '\\033[4h'",                    // insert mode
-             "printf '\\033[?7l'",                   // no wrapping at the edge
+             "printf '\\033[31;44;7mRED'",    // colours
+             "printf '\\033(0'",              // line drawing for letters
+             "printf '\\033)0\\016'",         // and in the other place for a character set
+             "printf '\\033[?25l'",           // no cursor
+             "printf '\\033[5;10r\\033[?6h'", // a scrolling region, and its origin
+             "printf '\\033[4h'",             // insert mode
+             "printf '\\033[?7l'",            // no wrapping at the edge
              "i=0; while [ $i -lt 60 ]; do echo line $i; i=$((i+1)); done",
          }) {
         Update session(command);
@@ -365,7 +367,8 @@ TEST(BmcFirmware, DumpModePrintsTheRevision)
     const Finished run = runPlain(shown);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output, "\n04.17\n");
-    Workspace failing({.program = "mrvfirmware", .arguments = {"-debug"}, .script = plugin("nowhere")});
+    Workspace failing(
+        {.program = "mrvfirmware", .arguments = {"-debug"}, .script = plugin("nowhere")});
     const Finished failed = runPlain(failing);
     EXPECT_EQ(failed.status, 0);
     EXPECT_EQ(failed.output, "\n");

@@ -72,8 +72,9 @@ TEST(MtbfType, IsWrittenAsSelectedByTheUser)
             session.see("Change the MTBF type of this module?");
             session.send(keys::enter);
             session.see("The operation was successful.");
-            EXPECT_TRUE(session.calls("SetMtbfType").at(0).ends_with(
-                ", " + std::to_string(radio) + ") = 1"));
+            EXPECT_TRUE(session.calls("SetMtbfType")
+                            .at(0)
+                            .ends_with(", " + std::to_string(radio) + ") = 1"));
         }
 }
 
@@ -108,7 +109,8 @@ TEST(MtbfType, UnavailableIsToldAtOpeningAndInsteadOfSetting)
         session.see("Exit");
         session.send(device->path + keys::enter);
         session.see(message);
-        EXPECT_FALSE(session.terminal().contains("Clear the MTBF count:")); // the window comes after the box
+        EXPECT_FALSE(
+            session.terminal().contains("Clear the MTBF count:")); // the window comes after the box
         session.send(keys::enter);
         session.see("Clear the MTBF count:");
         EXPECT_FALSE(session.terminal().contains(selectedFirst)
@@ -331,25 +333,21 @@ TEST(WindowTrace, IsThatOfEachWindow)
         return trace;
     };
     EXPECT_EQ(records(cpuModule, "cpusubwin", 15),
-              (std::vector<std::string>{"0 CpuSubWin >[IN] datap = ",
-                                        "0 CpuSubWin number = 1 devName = 2",
-                                        "0 CpuSubWin datap->lpszTreeName=CPU module 1",
-                                        "0 CpuSubWin <"}));
+              (std::vector<std::string>{
+                  "0 CpuSubWin >[IN] datap = ", "0 CpuSubWin number = 1 devName = 2",
+                  "0 CpuSubWin datap->lpszTreeName=CPU module 1", "0 CpuSubWin <"}));
     EXPECT_EQ(records(pciModule, "pcisubwin", 9),
-              (std::vector<std::string>{"0 PciSubWin >[IN] datap=",
-                                        "0 PciSubWin number = 1 devName = 3",
-                                        "0 PciSubWin datap->lpszTreeName=PCI module 1",
-                                        "0 PciSubWin <"}));
+              (std::vector<std::string>{
+                  "0 PciSubWin >[IN] datap=", "0 PciSubWin number = 1 devName = 3",
+                  "0 PciSubWin datap->lpszTreeName=PCI module 1", "0 PciSubWin <"}));
     EXPECT_EQ(records(scsiAdapter, "scsiadapter", 2),
-              (std::vector<std::string>{"0 ScsiAdapter >[IN] datap=",
-                                        "0 ScsiAdapter devName=8 number=1",
-                                        "0 ScsiAdapter datap->lpszTreeName = SCSI adapter 1",
-                                        "0 ScsiAdapter <"}));
+              (std::vector<std::string>{
+                  "0 ScsiAdapter >[IN] datap=", "0 ScsiAdapter devName=8 number=1",
+                  "0 ScsiAdapter datap->lpszTreeName = SCSI adapter 1", "0 ScsiAdapter <"}));
     EXPECT_EQ(records(ethernetAdapter, "ethernet", 1),
-              (std::vector<std::string>{"0 Ethernet >[IN] datap = ",
-                                        "0 Ethernet number = 1 devName = 13",
-                                        "0 Ethernet datap->lpszTreeName=Ethernet adapter 1",
-                                        "0 Ethernet <"}));
+              (std::vector<std::string>{
+                  "0 Ethernet >[IN] datap = ", "0 Ethernet number = 1 devName = 13",
+                  "0 Ethernet datap->lpszTreeName=Ethernet adapter 1", "0 Ethernet <"}));
 }
 
 namespace {

@@ -72,7 +72,8 @@ TEST(BiosData, TellsOfEachFailedRead)
             session.seeNot(status);
         }
         session.see("BIOS status:");
-        session.expectScreen(std::string("bios/unknown-") + (first ? "1" : "0") + (second ? "1" : "0"));
+        session.expectScreen(std::string("bios/unknown-") + (first ? "1" : "0")
+                             + (second ? "1" : "0"));
     }
 }
 
@@ -142,7 +143,8 @@ TEST(FirmwareUpdate, RunsTheMethodThatIsChosen)
 TEST(FirmwareUpdate, DeclinedDoesNothing)
 {
     for (const auto &[keysSent, question] :
-         {std::pair{keys::tab + keys::tab + keys::enter, copyQuestion}, {keys::f12, fileQuestion}}) {
+         {std::pair{keys::tab + keys::tab + keys::enter, copyQuestion},
+          {keys::f12, fileQuestion}}) {
         Session session;
         openUpdate(session);
         session.send(keysSent);

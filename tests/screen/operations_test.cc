@@ -17,9 +17,10 @@ void expectWindowAsBefore(Session &session, const std::string &picture, int tabs
 {
     for (int i = 0; i < tabs; ++i)
         session.send(keys::backTab);
-    EXPECT_TRUE(
-        session.terminal().waitUntil([&] { return session.terminal().picture() == picture; }))
-        << picture << session.terminal().picture();
+    EXPECT_TRUE(session.terminal().waitUntil([&] {
+        return session.terminal().picture() == picture;
+    })) << picture
+        << session.terminal().picture();
 }
 
 // ---- Operations
@@ -80,14 +81,15 @@ const Button buttons[] = {
 class EveryOperation : public testing::TestWithParam<Button> {
 protected:
     const Button &button = GetParam();
-    const std::string operation = std::string(button.call).substr(0, std::string(button.call).find(' '));
+    const std::string operation =
+        std::string(button.call).substr(0, std::string(button.call).find(' '));
     const std::string device = button.device->name;
     const std::string window = device + " --FT Server Utility";
     const std::string supportCall =
         "IfSupport(" + device + ", " + std::to_string(button.support) + ", 0) = ";
-    const std::string operationCall =
-        operation + "(" + device + ", " + std::string(button.call).substr(operation.size() + 1)
-        + ") = ";
+    const std::string operationCall = operation + "(" + device + ", "
+                                      + std::string(button.call).substr(operation.size() + 1)
+                                      + ") = ";
     const Calls question = box(device);
 
     // Opens the window and presses the button, up to its question.
@@ -164,11 +166,10 @@ TEST_P(EveryOperation, DoneDrawsTheScreenAnewAndSaysSo)
     ask(session);
     session.send(keys::enter);
     expectBox(session, device, "The operation was successful.");
-    EXPECT_EQ(callsSince(session),
-              (question
-               + Calls{supportCall + "1", operationCall + "1", "newtSuspend()", "newtResume()",
-                       "newtDrawForm(" + window + ")"}
-               + box(device)));
+    EXPECT_EQ(callsSince(session), (question
+                                    + Calls{supportCall + "1", operationCall + "1", "newtSuspend()",
+                                            "newtResume()", "newtDrawForm(" + window + ")"}
+                                    + box(device)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Devices, EveryOperation, testing::ValuesIn(buttons),
@@ -194,7 +195,8 @@ const Refusal refusals[] = {
     {"plain cpu diagnose", &cpuModule, "ALDER", 3, noDiagnosis},
     {"plain cpu change", &cpuModule, "ALDER", 6,
      "Changing the jump switch is not supported for this board."},
-    {"plain cpu execute", &cpuModule, "ALDER", 9, "Memory dumps are not supported for this module."},
+    {"plain cpu execute", &cpuModule, "ALDER", 9,
+     "Memory dumps are not supported for this module."},
     {"pci diagnose", &pciModule, "CEDAR", 7, noDiagnosis},
     {"plain pci diagnose", &pciModule, "BIRCH", 3, noDiagnosis},
     {"scsi diagnose", &scsiAdapter, "CEDAR", 1, noDiagnosis},
@@ -237,8 +239,8 @@ TEST(LongOperation, IsShownOnTheHelpLineAndDropsWhatIsTyped)
         session.send(keys::enter + keys::enter + keys::enter); // would press what comes next
         ASSERT_TRUE(session.terminal().waitUntil([&] { return session.terminal().unread() == 3; }));
         session.files().letGo();
-        const std::string box = *result == '1' ? "The operation was successful."
-                                               : "The device could not be stopped.";
+        const std::string box =
+            *result == '1' ? "The operation was successful." : "The device could not be stopped.";
         session.see(box);
         session.seeNot("Stop ...");
         session.expectScreen(std::string("devices/after-long-operation-") + result);

@@ -147,9 +147,7 @@ void expectNothing(Session &session, const std::string &sequence)
     expectNextKey(session, sequence);
 }
 
-class EveryTerminalType : public testing::TestWithParam<const char *>
-{
-};
+class EveryTerminalType : public testing::TestWithParam<const char *> {};
 
 TEST_P(EveryTerminalType, HasUnknownSequencesDoNothingInTheTree)
 {
@@ -184,10 +182,10 @@ std::vector<std::string> knownKeys(const std::string &term)
     for (const char letter : {'A', 'B', 'C', 'D'})
         for (const char *before : {"\x1b[", "\x1bO"})
             result.push_back(std::string(before) + letter);
-    const std::set<std::string> names = {"kcuu1", "kcud1", "kcub1", "kcuf1", "khome", "kend", "kpp",
-                                         "knp",   "kcbt",  "kich1", "kdch1", "kf1",   "kf2",  "kf3",
-                                         "kf4",   "kf5",   "kf6",   "kf7",   "kf8",   "kf9",  "kf10",
-                                         "kf11",  "kf12"};
+    const std::set<std::string> names = {"kcuu1", "kcud1", "kcub1", "kcuf1", "khome", "kend",
+                                         "kpp",   "knp",   "kcbt",  "kich1", "kdch1", "kf1",
+                                         "kf2",   "kf3",   "kf4",   "kf5",   "kf6",   "kf7",
+                                         "kf8",   "kf9",   "kf10",  "kf11",  "kf12"};
     for (const std::string &line : linesOf(::run({"/usr/bin/infocmp", "-1", term}).output)) {
         const size_t begin = line.find_first_not_of("\t "), is = line.find("=\\E");
         if (is == line.npos || !names.contains(line.substr(begin, is - begin)))
@@ -223,8 +221,7 @@ void expectOneKey(Session &session, const std::function<void()> &goBack)
                 sendPart(terminal, key.substr(split));
             if (split == key.size())
                 whole = picture();
-            ASSERT_EQ(picture(), whole)
-                << testing::PrintToString(key) << " after byte " << split;
+            ASSERT_EQ(picture(), whole) << testing::PrintToString(key) << " after byte " << split;
             goBack();
         }
         pictures.insert(whole);
@@ -256,8 +253,7 @@ TEST_P(EveryTerminalType, HasItsOwnKeysActAsOneAndLoseNoChangedSetting)
     EXPECT_TRUE(session.terminal().contains("[ ] Update the firmware"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Sequences, EveryTerminalType,
-                         testing::ValuesIn(terminalTypes));
+INSTANTIATE_TEST_SUITE_P(Sequences, EveryTerminalType, testing::ValuesIn(terminalTypes));
 
 } // namespace
 

@@ -47,8 +47,14 @@ class Session {
 public:
     explicit Session(const RunOptions &options = {});
 
-    Terminal &terminal() { return running; }
-    const Workspace &files() const { return workspace; }
+    Terminal &terminal()
+    {
+        return running;
+    }
+    const Workspace &files() const
+    {
+        return workspace;
+    }
 
     // Sends keys when the program waits, as somebody does who looks at the screen first.
     void send(const std::string &keys);

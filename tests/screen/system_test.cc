@@ -140,7 +140,12 @@ const Scenario scenarios[] = {
      false,
      true,
      {burnOff + "1", startOn + "1"}},
-    {"FirstOnly", "", {{space + toExecute, question}, {"", changed}}, false, false, {burnOff + "1"}},
+    {"FirstOnly",
+     "",
+     {{space + toExecute, question}, {"", changed}},
+     false,
+     false,
+     {burnOff + "1"}},
     {"SecondOnly",
      "",
      {{tab + space + tab + enter, question}, {"", changed}},
@@ -156,7 +161,9 @@ const Scenario scenarios[] = {
      {burnOff + "1"}},
     {"Declined",
      "",
-     {{space + toExecute, question, tab + enter}, {enter, question, ctrlO}, {enter, question, ctrlA}},
+     {{space + toExecute, question, tab + enter},
+      {enter, question, ctrlO},
+      {enter, question, ctrlA}},
      false,
      false,
      {}},
@@ -262,7 +269,8 @@ TEST(General, HasTheOptionsAndStatusesOfTheUtility)
     const Finished run = runPlain(dump);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output, "\nBB_DRV_AUTO_BURN: 2\nBB_DRV_AUTO_BRING_UP: 0\n");
-    Workspace failing({.program = "mrvgeneral", .arguments = {"-debug"}, .script = "GetBBDriverSettings 0"});
+    Workspace failing(
+        {.program = "mrvgeneral", .arguments = {"-debug"}, .script = "GetBBDriverSettings 0"});
     EXPECT_EQ(runPlain(failing).status, 0);
     Workspace other({.program = "mrvgeneral",
                      .arguments = {"-debug"},
@@ -275,6 +283,6 @@ TEST(General, HasTheOptionsAndStatusesOfTheUtility)
     closed.send(enter);
     closed.expectExit(0);
     EXPECT_TRUE(closed.calls("ft_FunctionRelease").empty());
-    EXPECT_EQ(errors(closed), std::vector<std::string>{
-                                  "1 General <GetBBDriverSettings(BB_DRV_AUTO_BURN) failed."});
+    EXPECT_EQ(errors(closed),
+              std::vector<std::string>{"1 General <GetBBDriverSettings(BB_DRV_AUTO_BURN) failed."});
 }

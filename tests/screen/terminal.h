@@ -34,14 +34,16 @@ public:
 
     // Draws what the program writes until the condition holds. False when the deadline passes or
     // the program ends before.
-    bool waitUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit = deadline);
+    bool waitUntil(const std::function<bool()> &condition,
+                   std::chrono::milliseconds limit = deadline);
 
     // Draws what the program writes until it has taken what was sent and waits, or has ended:
     // what is seen on the screen may be seen before the program has done what comes after it.
     void waitUntilIdle();
 
-    // The same for so long at most, until it waits for a key: neither for the rest of a sequence nor
-    // for that of a paste. All that it has written is drawn then. False when that was not enough.
+    // The same for so long at most, until it waits for a key: neither for the rest of a sequence
+    // nor for that of a paste. All that it has written is drawn then. False when that was not
+    // enough.
     bool asksForKeyWithin(std::chrono::milliseconds limit);
 
     // Draws what the program writes until it writes nothing for so long.
@@ -58,7 +60,10 @@ public:
     }
 
     void kill(int signal) const;
-    pid_t pid() const { return program; }
+    pid_t pid() const
+    {
+        return program;
+    }
 
     bool isStopped() const;
 
@@ -82,10 +87,19 @@ public:
     std::string picture() const;
 
     // All that the program has written.
-    const std::string &output() const { return written; }
+    const std::string &output() const
+    {
+        return written;
+    }
 
-    bool inAlternateScreen() const { return alternateScreen; }
-    bool cursorIsVisible() const { return cursorVisible; }
+    bool inAlternateScreen() const
+    {
+        return alternateScreen;
+    }
+    bool cursorIsVisible() const
+    {
+        return cursorVisible;
+    }
 
     // The terminal's modes as the program sees them.
     struct Modes {

@@ -26,7 +26,8 @@ void expectFocusToBeSeen(Session &session, int positions)
         EXPECT_TRUE(session.terminal().waitUntil([&] {
             last = withoutCursor(session.terminal());
             return !pictures.contains(last);
-        })) << "position " << i << " looks like an earlier one\n"
+        })) << "position "
+            << i << " looks like an earlier one\n"
             << session.terminal().picture();
         pictures.insert(last);
         session.send(tab);
@@ -38,9 +39,9 @@ void expectRowsToBeSeen(Session &session, int count)
 {
     std::set<std::string> pictures;
     for (int i = 0; i < count; ++i) {
-        EXPECT_TRUE(session.terminal().waitUntil(
-            [&] { return !pictures.contains(withoutCursor(session.terminal())); }))
-            << session.terminal().picture();
+        EXPECT_TRUE(session.terminal().waitUntil([&] {
+            return !pictures.contains(withoutCursor(session.terminal()));
+        })) << session.terminal().picture();
         session.terminal().settle(std::chrono::milliseconds(20));
         pictures.insert(withoutCursor(session.terminal()));
         session.send(down);
@@ -185,10 +186,16 @@ struct Low {
 };
 
 const Low lows[] = {
-    {"cpu", &cpuModule, 23, 16}, {"cpu", &cpuModule, 20, 16}, {"cpu", &cpuModule, 15, 16},
-    {"pci", &pciModule, 17, 10}, {"pci", &pciModule, 15, 10}, {"ethernet", &ethernetAdapter, 15, 2},
-    {"cpu", &cpuModule, 12, 16}, {"cpu-ALDER-", &cpuModule, 15, 12, "ALDER"},
-    {"cpu-BIRCH-", &cpuModule, 12, 12, "BIRCH"}, {"scsi", &scsiAdapter, 12, 3},
+    {"cpu", &cpuModule, 23, 16},
+    {"cpu", &cpuModule, 20, 16},
+    {"cpu", &cpuModule, 15, 16},
+    {"pci", &pciModule, 17, 10},
+    {"pci", &pciModule, 15, 10},
+    {"ethernet", &ethernetAdapter, 15, 2},
+    {"cpu", &cpuModule, 12, 16},
+    {"cpu-ALDER-", &cpuModule, 15, 12, "ALDER"},
+    {"cpu-BIRCH-", &cpuModule, 12, 12, "BIRCH"},
+    {"scsi", &scsiAdapter, 12, 3},
     {"cpu-ja-", &cpuModule, 15, 16, "CEDAR", "ja_JP.UTF-8"},
     {"pci-ja-", &pciModule, 12, 10, "CEDAR", "ja_JP.UTF-8"},
 };

@@ -77,7 +77,8 @@ TEST(MessageBox, CanBeEmpty)
 TEST(LongMessageBox, IsWrappedAt72Columns)
 {
     // A height is worked out from the bytes: 71 give one line, 72 two, 144 three.
-    for (const auto &[length, name] : {std::pair{71, "71"}, {72, "72"}, {143, "143"}, {144, "144"}}) {
+    for (const auto &[length, name] :
+         {std::pair{71, "71"}, {72, "72"}, {143, "143"}, {144, "144"}}) {
         std::string text;
         while (text.size() < static_cast<size_t>(length))
             text += text.size() % 8 == 7 ? ' ' : 'a';
@@ -108,9 +109,11 @@ TEST(Question, LooksLikeItsPicture)
 
 TEST(Question, AnswersOneForOkOnly)
 {
-    for (const auto &[keysSent, answer] :
-         {std::pair{keys::enter, 1}, {keys::tab + keys::enter, 0}, {keys::ctrlA, 0},
-          {keys::ctrlO, 0}, {keys::f12 + keys::enter, 1}}) {
+    for (const auto &[keysSent, answer] : {std::pair{keys::enter, 1},
+                                           {keys::tab + keys::enter, 0},
+                                           {keys::ctrlA, 0},
+                                           {keys::ctrlO, 0},
+                                           {keys::f12 + keys::enter, 1}}) {
         Session session(toolkit("Message", "Title", "Shall it be?"));
         session.see("Cancel");
         session.send(keysSent);
@@ -181,10 +184,12 @@ TEST(Chooser, ShowsThreeLinesOfALongText)
 TEST(Chooser, ReturnsWhatEndedIt)
 {
     for (const char *piece : {"SelectFromButtons", "SelectFromButtonsEx"})
-        for (const auto &[keysSent, chosen] :
-             {std::pair{keys::enter, "One"}, {keys::tab + keys::enter, "Two"},
-              {keys::tab + keys::tab + keys::enter, "Three"}, {keys::ctrlO, "null"},
-              {keys::f12, "the form"}, {keys::ctrlA + keys::enter, "One"}}) {
+        for (const auto &[keysSent, chosen] : {std::pair{keys::enter, "One"},
+                                               {keys::tab + keys::enter, "Two"},
+                                               {keys::tab + keys::tab + keys::enter, "Three"},
+                                               {keys::ctrlO, "null"},
+                                               {keys::f12, "the form"},
+                                               {keys::ctrlA + keys::enter, "One"}}) {
             Session session(toolkit(piece, "Choose", "Which one?"));
             session.see("Three");
             session.send(keysSent);
@@ -247,10 +252,9 @@ TEST(Fields, FollowTheirControlRecordsAndNeverAnEmptyRange)
     ASSERT_EQ(trace.size(), 10u);
     EXPECT_EQ(trace[0], "0 tryControls zero: 1 1");
     // A blank greys them out, any other character lets them be used.
-    const std::string states[] = {"32 from 1 to 0: 1 1", "32 from 0 to 0: 0 0",
-                                  "32 from 0 to 0: 0 0", "120 from 0 to 0: 1 1",
-                                  "32 from 0 to 0: 0 0", "0 from 0 to 0: 1 1",
-                                  "32 from 0 to 0: 0 0", "42 from 0 to 0: 1 1"};
+    const std::string states[] = {
+        "32 from 1 to 0: 1 1", "32 from 0 to 0: 0 0", "32 from 0 to 0: 0 0", "120 from 0 to 0: 1 1",
+        "32 from 0 to 0: 0 0", "0 from 0 to 0: 1 1",  "32 from 0 to 0: 0 0", "42 from 0 to 0: 1 1"};
     for (size_t i = 0; i < std::size(states); ++i)
         EXPECT_EQ(trace[i + 1], "0 operator() state " + states[i]);
     EXPECT_EQ(trace[9], "0 tryControls keys: 45 48 49 50 51 52 53 54 55 56 57 32769 32770 32772 "

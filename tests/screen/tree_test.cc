@@ -40,8 +40,10 @@ std::vector<std::string> treeRows(const Terminal &terminal)
 
 void expectTree(Session &session, const std::vector<std::string> &wanted)
 {
-    EXPECT_TRUE(session.terminal().waitUntil([&] { return treeRows(session.terminal()) == wanted; }))
-        << testing::PrintToString(treeRows(session.terminal())) << session.terminal().picture();
+    EXPECT_TRUE(session.terminal().waitUntil([&] {
+        return treeRows(session.terminal()) == wanted;
+    })) << testing::PrintToString(treeRows(session.terminal()))
+        << session.terminal().picture();
 }
 
 RunOptions treeOn(const char *machineType, const std::string &tree, int rows = 24)
@@ -177,10 +179,10 @@ TEST(Tree, PutsDevicesUnderTheirModuleByItsInstance)
     session.see("Exit");
     // The only class here is taken for the first group.
     session.send(expandAll(10));
-    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- [-] PCI 1",
-                         " |   |   |- [-] SCSI 1", " |   |   |   `- Ethernet 1",
-                         " |   |   `- Ethernet 2", " |   `- [-] PCI 2", " |       `- SCSI 2",
-                         " `- PCI modules"});
+    expectTree(session,
+               {"[-] FT server", " |- [-] CPU modules", " |   |- [-] PCI 1",
+                " |   |   |- [-] SCSI 1", " |   |   |   `- Ethernet 1", " |   |   `- Ethernet 2",
+                " |   `- [-] PCI 2", " |       `- SCSI 2", " `- PCI modules"});
 }
 
 TEST(Tree, LeavesOutWhatIsNoDevice)
@@ -219,8 +221,8 @@ TEST(Tree, PutsTheChildrenOfALeftOutDeviceWhereThePathLeads)
     session.see("Exit");
     session.send(expandAll(6));
     // The left-out device's instance of 0 leads to a position before the first.
-    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1",
-                         " `- PCI modules"});
+    expectTree(session,
+               {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1", " `- PCI modules"});
 }
 
 TEST(Tree, TellsOfEachDeviceThatLiesTooDeep)
@@ -243,9 +245,9 @@ TEST(Tree, TellsOfEachDeviceThatLiesTooDeep)
     session.see("Exit");
     session.send(expandAll(6));
     session.see("`- Ethernet 1");
-    expectInOrder(session.trace("mrvmain"), {"1 TreeDrawItem error happen when drawing the tree.",
-                                             "0 TreeDrawItem <",
-                                             "1 TreeDrawItem error happen when drawing the tree."});
+    expectInOrder(session.trace("mrvmain"),
+                  {"1 TreeDrawItem error happen when drawing the tree.", "0 TreeDrawItem <",
+                   "1 TreeDrawItem error happen when drawing the tree."});
 }
 
 TEST(Tree, FailsOnANullRecord)
@@ -341,12 +343,16 @@ TEST(Tree, ShowsNamesOfAnyKindWithinItself)
     for (int i = 0; i < 42; ++i)
         japanese += "漢"; // 126 bytes, 84 columns
     Session session(treeOn("1", "0 1 2 1 0 \n"
-                                "0 1 2 2 0 " + longest + "\n"
-                                "0 1 2 3 0 " + japanese + "\n"
-                                "0 1 2 4 0 \x1b[31mred\x07\ttab\n"
-                                "0 1 2 5 0 \xb4\xc1\xbb\xfa\n"
-                                "0 1 2 6 0 \xff\xfe bytes\n"
-                                "0 1 2 7 0 e\xcc\x81 combining\n"));
+                                "0 1 2 2 0 "
+                                    + longest
+                                    + "\n"
+                                      "0 1 2 3 0 "
+                                    + japanese
+                                    + "\n"
+                                      "0 1 2 4 0 \x1b[31mred\x07\ttab\n"
+                                      "0 1 2 5 0 \xb4\xc1\xbb\xfa\n"
+                                      "0 1 2 6 0 \xff\xfe bytes\n"
+                                      "0 1 2 7 0 e\xcc\x81 combining\n"));
     session.see("Exit");
     session.expectScreen("tree/names-collapsed");
     session.send(space + down + space);
@@ -383,9 +389,13 @@ TEST(Tree, ShowsALongNameAsFarAsTheScreenIsWide)
         euc += "\xb4\xc1";
         japanese += "漢";
     }
-    RunOptions options = treeOn("1", "0 1 2 1 0 " + std::string(400, 'y') + "\n"
-                                     "0 1 2 2 0 " + euc + "\n"
-                                     "0 1 2 3 0 " + japanese + "\n");
+    RunOptions options = treeOn("1", "0 1 2 1 0 " + std::string(400, 'y')
+                                         + "\n"
+                                           "0 1 2 2 0 "
+                                         + euc
+                                         + "\n"
+                                           "0 1 2 3 0 "
+                                         + japanese + "\n");
     options.columns = 160;
     Session session(options);
     session.see("Exit");

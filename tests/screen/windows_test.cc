@@ -16,8 +16,8 @@ struct Look {
 };
 
 // On BIRCH the Ethernet adapter stands below the SCSI adapter.
-const Device ethernetOfBirch = {"Ethernet adapter 1", space + down + down + space + down + space
-                                                         + down + space + down};
+const Device ethernetOfBirch = {"Ethernet adapter 1",
+                                space + down + down + space + down + space + down + space + down};
 
 const Look looks[] = {
     {"cpu", "ALDER", &cpuModule},

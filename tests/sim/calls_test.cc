@@ -159,9 +159,15 @@ TEST_P(Properties, AreThoseOfTheMachineAndNoOthers)
 {
     begin();
     const std::map<std::tuple<int, int, int>, std::string> expected = {
-        {{1, 1, 8}, "4"},         {{1, 2, 8}, "4"},         {{1, 3, 8}, "3"},
-        {{1, 4, 8}, "3"},         {{2, 1, 27}, "4.1.0068"}, {{2, 2, 27}, "4.1.0068"},
-        {{3, 1, 9002}, "3"},      {{3, 2, 9002}, "4"},      {{3, 3, 9002}, "5"},
+        {{1, 1, 8}, "4"},
+        {{1, 2, 8}, "4"},
+        {{1, 3, 8}, "3"},
+        {{1, 4, 8}, "3"},
+        {{2, 1, 27}, "4.1.0068"},
+        {{2, 2, 27}, "4.1.0068"},
+        {{3, 1, 9002}, "3"},
+        {{3, 2, 9002}, "4"},
+        {{3, 3, 9002}, "5"},
         {{2, 1, 28}, "Valid, running from the primary bank"},
         {{2, 2, 28}, "Valid, running from the primary bank"},
     };
@@ -209,12 +215,25 @@ TEST_P(Properties, AreConvertedToNumbers)
 {
     begin();
     const std::tuple<const char *, int, int> cases[] = {
-        {"4", 0, 4},           {" 4 ", 0, 4},          {"-7", 0, -7},       {"+7", 0, 7},
-        {"007", 0, 7},         {"2147483647", 0, 2147483647},               {"\t3\n", 0, 3},
-        {"-2147483648", 0, -2147483647 - 1},           {"2147483648", -1, 99},
-        {"-2147483649", -1, 99}, {"", -1, 99},         {" ", -1, 99},       {"x", -1, 99},
-        {"4x", -1, 99},        {"4 4", -1, 99},        {"+-4", -1, 99},     {"-", -1, 99},
-        {"4.0", -1, 99},       {"0x4", -1, 99},
+        {"4", 0, 4},
+        {" 4 ", 0, 4},
+        {"-7", 0, -7},
+        {"+7", 0, 7},
+        {"007", 0, 7},
+        {"2147483647", 0, 2147483647},
+        {"\t3\n", 0, 3},
+        {"-2147483648", 0, -2147483647 - 1},
+        {"2147483648", -1, 99},
+        {"-2147483649", -1, 99},
+        {"", -1, 99},
+        {" ", -1, 99},
+        {"x", -1, 99},
+        {"4x", -1, 99},
+        {"4 4", -1, 99},
+        {"+-4", -1, 99},
+        {"-", -1, 99},
+        {"4.0", -1, 99},
+        {"0x4", -1, 99},
     };
     for (const auto &[text, result, number] : cases) {
         int value = 99;
@@ -255,9 +274,9 @@ TEST_P(Settings, AreWrittenAsOneAndReadAsTwo)
 TEST_P(Settings, ThatThereAreNotFail)
 {
     begin();
-    const std::tuple<int, int, int> cases[] = {
-        {0, YAT_CLASS_GENERAL, 1}, {1, YAT_CLASS_GENERAL, 1}, {4, YAT_CLASS_GENERAL, 1},
-        {2, YAT_CLASS_GENERAL, 0}, {2, YAT_CLASS_GENERAL, 2}, {2, 20002, 1}};
+    const std::tuple<int, int, int> cases[] = {{0, YAT_CLASS_GENERAL, 1}, {1, YAT_CLASS_GENERAL, 1},
+                                               {4, YAT_CLASS_GENERAL, 1}, {2, YAT_CLASS_GENERAL, 0},
+                                               {2, YAT_CLASS_GENERAL, 2}, {2, 20002, 1}};
     for (const auto &[kind, object, index] : cases) {
         int value = 1;
         EXPECT_EQ(PutBBDriverSettings(kind, object, index, &value), 0);

@@ -86,10 +86,21 @@ TEST_F(Configured, MistakeKeepsYatsimFromWorking)
 {
     configure(wrong);
     const std::vector<std::string> commands[] = {
-        {"init"},           {"list"},         {"show"},          {"show", "cpu1"},
-        {"fail", "cpu1"},   {"repair", "cpu1"}, {"pull", "cpu1"},  {"insert", "cpu1"},
-        {"journal"},        {"export"},       {"import", "x"},   {"reset"},
-        {"set", "time", "+1"}, {"inject", "IfSupport", "0"}, {"list", "--json"},
+        {"init"},
+        {"list"},
+        {"show"},
+        {"show", "cpu1"},
+        {"fail", "cpu1"},
+        {"repair", "cpu1"},
+        {"pull", "cpu1"},
+        {"insert", "cpu1"},
+        {"journal"},
+        {"export"},
+        {"import", "x"},
+        {"reset"},
+        {"set", "time", "+1"},
+        {"inject", "IfSupport", "0"},
+        {"list", "--json"},
     };
     for (const auto &command : commands) {
         const auto result = runYatsim(command);

@@ -2,9 +2,9 @@
 // Descriptions of machines: what is right, and what is told about what is not.
 #include "common/file.h"
 #include "sim/description.h"
-#include "yatsim/writing.h"
 #include "support.h"
 #include "support/problem.h"
+#include "yatsim/writing.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

@@ -5,9 +5,9 @@
 #include "sim/description.h"
 #include "sim/orders.h"
 #include "sim/words.h"
-#include "yatsim/writing.h"
 #include "support.h"
 #include "yat/ft.h"
+#include "yatsim/writing.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
@@ -37,8 +37,8 @@ Machine machineOf(const std::string &toml)
 }
 
 const Verb allVerbs[] = {Verb::clearMtbf,    Verb::bringUp,    Verb::bringDown, Verb::setMtbfType,
-                      Verb::burnFirmware, Verb::putSetting, Verb::fail,      Verb::repair,
-                      Verb::pull,         Verb::insert,     Verb::set};
+                         Verb::burnFirmware, Verb::putSetting, Verb::fail,      Verb::repair,
+                         Verb::pull,         Verb::insert,     Verb::set};
 
 rc::Gen<DeviceId> anyDevice(const Machine &machine)
 {
@@ -65,7 +65,8 @@ std::vector<std::string> argumentsFor(Verb verb)
 Order anyOperation(const Machine &machine)
 {
     Order operation;
-    operation.verb = *rc::gen::elementOf(std::vector<Verb>(std::begin(allVerbs), std::end(allVerbs)));
+    operation.verb =
+        *rc::gen::elementOf(std::vector<Verb>(std::begin(allVerbs), std::end(allVerbs)));
     operation.argument = *rc::gen::elementOf(argumentsFor(operation.verb));
     operation.device = *anyDevice(machine);
     operation.code = supportCode(operation.verb, operation.device.classCode) + 1;
@@ -251,9 +252,7 @@ TEST(Machine, KeepsCountingFailuresWhenItForgetsTheirTimes)
     EXPECT_EQ(find(machine, ethernet)->failures.size(), failuresKept);
     EXPECT_EQ(mtbf(*find(machine, ethernet)), hour);
     const Machine again = atRest(machine);
-    EXPECT_EQ(find(movedTo(again, machine.now), ethernet)
-                  ->failureCount,
-              100);
+    EXPECT_EQ(find(movedTo(again, machine.now), ethernet)->failureCount, 100);
 }
 
 TEST(Machine, CountsNoFurtherThanADescriptionCanSay)

@@ -70,14 +70,15 @@ TEST_P(Modules, StartInStepsThatTakeTime)
     EXPECT_EQ(start("CPU module 2"), 1);
     EXPECT_EQ(start("CPU module 2"), 0); // once is enough
     const std::pair<double, const char *> steps[] = {
-        {0, "Starting 0 %"},       {5, "Starting 25 %"},       {14.9, "Starting 99 %"},
+        {0, "Starting 0 %"},        {5, "Starting 25 %"},       {14.9, "Starting 99 %"},
         {0.1, "Synchronising 0 %"}, {10, "Synchronising 25 %"}, {29.9, "Synchronising 99 %"},
         {0.1, "Running, duplex"},
     };
     for (const auto &[seconds, state] : steps) {
         pass(seconds);
         EXPECT_EQ(cpuState(2), state);
-        EXPECT_EQ(cpuState(1), state == std::string("Running, duplex") ? state : "Running, simplex");
+        EXPECT_EQ(cpuState(1),
+                  state == std::string("Running, duplex") ? state : "Running, simplex");
     }
 }
 

@@ -18,7 +18,7 @@ using namespace sim;
 namespace {
 
 constexpr unsigned longestPlay = 120; // seconds
-constexpr int mostTries = 100;         // to make the machine, while the disk is full
+constexpr int mostTries = 100;        // to make the machine, while the disk is full
 
 yat_device *recordOf(yat_device *above, DeviceId id)
 {
@@ -150,8 +150,8 @@ Player::Player(const std::vector<Act> &wanted, const std::function<void()> &prep
                bool watchesPairs)
     : acts(wanted)
 {
-    void *shared = mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE,
-                        MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    void *shared =
+        mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (shared == MAP_FAILED || acts.size() > mostActs || master < 0 || grantpt(master) != 0
         || unlockpt(master) != 0)
@@ -203,11 +203,10 @@ std::string Player::compare(const std::vector<JournalRow> &rows, bool writingFai
         const Act &act = acts[static_cast<size_t>(i)];
         const bool isAnswered = i < answered;
         const int result = progress->results[i];
-        const std::string name = "act " + std::to_string(i) + " of " + terminal + " ("
-                                 + nameOf(act.operation.device) + " "
-                                 + std::string(nameOf(act.operation.verb)) + " "
-                                 + std::to_string(act.operation.code) + " "
-                                 + act.operation.argument + ")";
+        const std::string name =
+            "act " + std::to_string(i) + " of " + terminal + " (" + nameOf(act.operation.device)
+            + " " + std::string(nameOf(act.operation.verb)) + " "
+            + std::to_string(act.operation.code) + " " + act.operation.argument + ")";
         while (row < rows.size() && !isFromActs(rows[row], terminal))
             ++row;
         const bool mayBeMissing = !isAnswered || (writingFailed && result == 0);
@@ -224,7 +223,8 @@ std::string Player::compare(const std::vector<JournalRow> &rows, bool writingFai
     }
     for (; row < rows.size(); ++row)
         if (isFromActs(rows[row], terminal))
-            return "row " + std::to_string(*rows[row].id) + " of " + terminal + " was not asked for";
+            return "row " + std::to_string(*rows[row].id) + " of " + terminal
+                   + " was not asked for";
     return {};
 }
 
@@ -291,10 +291,9 @@ Act anyBlow(const Machine &machine, const std::function<int(int)> &below)
     case 3: return {.operation = {.verb = Verb::insert, .device = module}};
     case 4:
     case 5: {
-        const std::string call =
-            anyOf({"InitBringUp", "InitBringDown", "ClearMTBF", "SetMtbfType", "BurnFirmware",
-                   "PutBBDriverSettings"},
-                  below);
+        const std::string call = anyOf({"InitBringUp", "InitBringDown", "ClearMTBF", "SetMtbfType",
+                                        "BurnFirmware", "PutBBDriverSettings"},
+                                       below);
         const int result = below(4) - 1;
         const Injection injection = {.call = call,
                                      .result = result < 2 ? std::optional(result) : std::nullopt,
@@ -302,8 +301,7 @@ Act anyBlow(const Machine &machine, const std::function<int(int)> &below)
                                      .delay = below(3)};
         return {.operation = {}, .injection = injection};
     }
-    case 6:
-        return {.operation = {.verb = Verb::fail, .device = module, .argument = "permanent"}};
+    case 6: return {.operation = {.verb = Verb::fail, .device = module, .argument = "permanent"}};
     case 7: {
         const std::string argument = anyOf({"", "", "permanent"}, below);
         return {
@@ -315,7 +313,6 @@ Act anyBlow(const Machine &machine, const std::function<int(int)> &below)
             return {.operation = {}, .another = anyOf({"reset", "import"}, below)};
         [[fallthrough]];
     default:
-        return {.operation = {.verb = Verb::set,
-                              .argument = "time=+" + std::to_string(below(60))}};
+        return {.operation = {.verb = Verb::set, .argument = "time=+" + std::to_string(below(60))}};
     }
 }

@@ -53,7 +53,10 @@ protected:
     std::string biosVersion(int number) const;
     std::string biosStatus(int number) const;
 
-    yat_device *record(const std::string &device) const { return (*interface)[device]; }
+    yat_device *record(const std::string &device) const
+    {
+        return (*interface)[device];
+    }
 
     // What yatsim knows of a device, and its journal.
     nlohmann::json shown(const std::string &device);
@@ -71,7 +74,6 @@ private:
 
 std::string scenarioName(const testing::TestParamInfo<bool> &info);
 
-#define PLAY_ALONE(name)                                                                          \
+#define PLAY_ALONE(name)                                                                           \
     INSTANTIATE_TEST_SUITE_P(Played, name, testing::Values(false), scenarioName)
-#define PLAY_SCENARIOS(name)                                                                      \
-    INSTANTIATE_TEST_SUITE_P(Played, name, testing::Bool(), scenarioName)
+#define PLAY_SCENARIOS(name) INSTANTIATE_TEST_SUITE_P(Played, name, testing::Bool(), scenarioName)

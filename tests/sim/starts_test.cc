@@ -102,12 +102,12 @@ TEST_P(Starts, CompareVersionsByTheNumbersInThem)
         bool updates;
     };
     begin();
-    for (const auto &[running, starting, updates] : {
-             Case{"4.1.0100", "4.1.99", true}, Case{"4.1.0010", "4.1.009", true},
-             Case{"4.1.5", "4.1.05", false}, Case{"4.1.99", "4.1.0100", false},
-             Case{"4.10", "4.9", true}, Case{"4.9", "4.10", false}, Case{"4.1b", "4.1a", true},
-             Case{"4.1", "4.1", false}, Case{"4.1.1", "4.1", true}, Case{"4.1", "4.1.0", false},
-             Case{"5", "4.99999999999999999999999", true}, Case{"1.0", "1.00", false}}) {
+    for (const auto &[running, starting, updates] :
+         {Case{"4.1.0100", "4.1.99", true}, Case{"4.1.0010", "4.1.009", true},
+          Case{"4.1.5", "4.1.05", false}, Case{"4.1.99", "4.1.0100", false},
+          Case{"4.10", "4.9", true}, Case{"4.9", "4.10", false}, Case{"4.1b", "4.1a", true},
+          Case{"4.1", "4.1", false}, Case{"4.1.1", "4.1", true}, Case{"4.1", "4.1.0", false},
+          Case{"5", "4.99999999999999999999999", true}, Case{"1.0", "1.00", false}}) {
         SCOPED_TRACE(std::string(running) + " " + starting);
         EXPECT_EQ(stop("CPU module 2"), 1);
         pass(10);
@@ -117,8 +117,7 @@ TEST_P(Starts, CompareVersionsByTheNumbersInThem)
         EXPECT_EQ(cpuState(2), updates ? "Updating BIOS 0 %" : "Starting 0 %");
         pass(120);
         EXPECT_EQ(cpuState(2), "Running, duplex");
-        EXPECT_EQ(biosVersion(2),
-                  updates ? running : starting);
+        EXPECT_EQ(biosVersion(2), updates ? running : starting);
     }
 }
 

@@ -68,10 +68,10 @@ TEST_F(Yatsim, KnowsAMachineByItsDescription)
     std::filesystem::current_path(sandbox.directory());
     steer("--machine ./own.toml init");
     EXPECT_EQ(asJson("--machine " + file + " journal").size(), 1u);
-    EXPECT_EQ(asJson("--machine ./../" + sandbox.directory().filename().string()
-                     + "/own.toml journal")
-                  .size(),
-              1u);
+    EXPECT_EQ(
+        asJson("--machine ./../" + sandbox.directory().filename().string() + "/own.toml journal")
+            .size(),
+        1u);
     EXPECT_EQ(asJson("--machine ./own.toml journal")[0].at("argument"), file);
     std::filesystem::current_path(before);
 }

@@ -7,8 +7,7 @@
 #include <vector>
 
 // An own, empty directory, which is removed with all that is in it.
-class TemporaryDirectory
-{
+class TemporaryDirectory {
 public:
     explicit TemporaryDirectory(
         const std::filesystem::path &parent = std::filesystem::temp_directory_path());

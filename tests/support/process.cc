@@ -23,8 +23,7 @@ std::vector<char *> pointersTo(std::vector<std::string> &texts)
 }
 
 // A file in memory that takes an output.
-class Output
-{
+class Output {
 public:
     Output() : descriptor(memfd_create("output", MFD_CLOEXEC)) {}
     ~Output()

@@ -81,7 +81,8 @@ int callBoundary(void)
     if (ClearMTBF(&device, 2) == 1 || InitBringUp(&device, 6) == 1 || InitBringDown(&device, 8) == 1
         || SetMtbfType(&device, 14, "0") == 1 || BurnFirmware(&device, 10, "FWCOPY") == 1)
         return 5;
-    if (GetBBDriverSettings(2, 20003, 1, &value) != 0 || PutBBDriverSettings(2, 20003, 1, &value) != 0)
+    if (GetBBDriverSettings(2, 20003, 1, &value) != 0
+        || PutBBDriverSettings(2, 20003, 1, &value) != 0)
         return 6;
     if (GetDeviceFacts(&device, &facts) != 0 || GetSupportReason(&device, 1, 1, text) != 0
         || strcmp(text, "untouched") != 0)

@@ -28,8 +28,14 @@ std::string lookUp(const char *key, const std::string &file)
 
 class Catalogue : public testing::Test {
 protected:
-    Catalogue() { setlocale(LC_ALL, "C.UTF-8"); }
-    ~Catalogue() override { setlocale(LC_ALL, "C"); }
+    Catalogue()
+    {
+        setlocale(LC_ALL, "C.UTF-8");
+    }
+    ~Catalogue() override
+    {
+        setlocale(LC_ALL, "C");
+    }
 };
 
 int columns(const std::string &text)
@@ -59,7 +65,8 @@ TEST_F(Catalogue, FindsATextByItsKey)
     EXPECT_EQ(lookUp("FIRST_ID", file), "one");
     EXPECT_EQ(lookUp("SECOND_ID", file), "two  ");
     EXPECT_EQ(lookUp("THIRD_ID", file), "");
-    for (const char *unknown : {"FOURTH_ID", "FIRST", "IRST_ID", "FIRST_ID \"one\"", "", "#", "%end"})
+    for (const char *unknown :
+         {"FOURTH_ID", "FIRST", "IRST_ID", "FIRST_ID \"one\"", "", "#", "%end"})
         EXPECT_EQ(lookUp(unknown, file), "") << unknown;
 }
 
@@ -139,8 +146,8 @@ TEST(CatalogueFile, IsOpenedBelowTheRoot)
 TEST(CatalogueFile, IsNothingElse)
 {
     int size = -7;
-    for (const char *path : {"/data/none.rc", "data/E_mrvutil.rc", "/data", "/data/../../x",
-                             "", "/lib/../data/E_mrvutil.rc"})
+    for (const char *path : {"/data/none.rc", "data/E_mrvutil.rc", "/data", "/data/../../x", "",
+                             "/lib/../data/E_mrvutil.rc"})
         EXPECT_EQ(OpenStrFile(path, &size), nullptr) << path;
     EXPECT_EQ(OpenStrFile(nullptr, &size), nullptr);
     EXPECT_EQ(OpenStrFile("/data/E_mrvutil.rc", nullptr), nullptr);
@@ -167,11 +174,26 @@ protected:
                 keysInFile.push_back(line.substr(0, line.find(' ')));
     }
 
-    int width(const char *key) const { return columns(texts.at(key)); }
-    int compact(const char *key) const { return width(key) + 3; } // as newt draws a compact button
-    int button(const char *key) const { return width(key) + 5; }
-    int radio(const char *key) const { return width(key) + 4; }
-    int row(const char *label, const char *key) const { return width(label) + compact(key); }
+    int width(const char *key) const
+    {
+        return columns(texts.at(key));
+    }
+    int compact(const char *key) const
+    {
+        return width(key) + 3;
+    } // as newt draws a compact button
+    int button(const char *key) const
+    {
+        return width(key) + 5;
+    }
+    int radio(const char *key) const
+    {
+        return width(key) + 4;
+    }
+    int row(const char *label, const char *key) const
+    {
+        return width(label) + compact(key);
+    }
 
     std::map<std::string, std::string> texts;
     std::vector<std::string> keysInFile;
@@ -201,7 +223,8 @@ TEST_P(ProductCatalogue, FitsTheBuffersThatItIsCopiedInto)
     for (const auto &[key, text] : texts)
         if (key.starts_with("QUERYWIN_") || key.starts_with("WINDOW_TITLE_")
             || key == "LABEL_ONLINETOOFFLINE_ID" || key == "BBDRV_NOSET_ID"
-            || key == "BBDRV_SETTING_ID" || key == "UPDATE_ERROR_ID" || key == "UPDATE_NOTFOUND_ID") {
+            || key == "BBDRV_SETTING_ID" || key == "UPDATE_ERROR_ID"
+            || key == "UPDATE_NOTFOUND_ID") {
             EXPECT_LT(text.size(), 80u) << key;
         }
     EXPECT_LT(("[*] " + texts.at("QUERYWIN_QUICKDUMP_ID")).size(), 80u);
@@ -276,7 +299,8 @@ INSTANTIATE_TEST_SUITE_P(Product, ProductCatalogue, testing::Values("E", "J"));
 TEST(ProductCatalogues, AreInTheirLanguages)
 {
     const std::string english = readFile(STAGE "/data/E_mrvutil.rc");
-    EXPECT_TRUE(std::ranges::all_of(english, [](char c) { return static_cast<signed char>(c) > 0; }));
+    EXPECT_TRUE(
+        std::ranges::all_of(english, [](char c) { return static_cast<signed char>(c) > 0; }));
     // Every Japanese text has Japanese in it, but for what is no language.
     const std::set<std::string> neutral = {"BUTTON_OK_ID", "BURN_FILE_DEFAULT"};
     std::istringstream japanese(readFile(STAGE "/data/J_mrvutil.rc"));
@@ -284,8 +308,9 @@ TEST(ProductCatalogues, AreInTheirLanguages)
         const std::string key = line.substr(0, line.find(' '));
         if (line.empty() || line[0] == '#' || line[0] == '%' || neutral.contains(key))
             continue;
-        EXPECT_TRUE(std::ranges::any_of(line, [](char c) { return static_cast<signed char>(c) < 0; }))
-            << line;
+        EXPECT_TRUE(std::ranges::any_of(line, [](char c) {
+            return static_cast<signed char>(c) < 0;
+        })) << line;
     }
 }
 

@@ -148,9 +148,10 @@ TEST_F(CheckboxTree, FindsItsWayInLongLists)
 
 TEST_F(CheckboxTree, TakesItsPathAsArgumentsToo)
 {
-    EXPECT_EQ(yat_newtCheckboxTreeAddItem(tree, "top", 1, 0, nullptr, nullptr, 0, NEWT_ARG_LAST), 0);
-    EXPECT_EQ(yat_newtCheckboxTreeAddItem(tree, "child", 2, 0, nullptr, nullptr, 0,
-                                          NEWT_ARG_APPEND, NEWT_ARG_LAST),
+    EXPECT_EQ(yat_newtCheckboxTreeAddItem(tree, "top", 1, 0, nullptr, nullptr, 0, NEWT_ARG_LAST),
+              0);
+    EXPECT_EQ(yat_newtCheckboxTreeAddItem(tree, "child", 2, 0, nullptr, nullptr, 0, NEWT_ARG_APPEND,
+                                          NEWT_ARG_LAST),
               0);
     EXPECT_EQ(yat_newtCheckboxTreeAddItem(tree, "x", 3, 0, nullptr, nullptr, 4, 0, NEWT_ARG_LAST),
               -1);
@@ -275,7 +276,7 @@ TEST_F(CheckboxTree, IgnoresWhatIsNotForIt)
     EXPECT_EQ(answer(EV_FOCUS, EV_NORMAL), ER_SWALLOWED);
     EXPECT_EQ(answer(EV_UNFOCUS, EV_NORMAL), ER_SWALLOWED);
     for (const int key : std::vector<int>{'\r', ' ', NEWT_KEY_UP, NEWT_KEY_DOWN, NEWT_KEY_PGUP,
-                                           NEWT_KEY_PGDN, 'x', NEWT_KEY_F12, -1})
+                                          NEWT_KEY_PGDN, 'x', NEWT_KEY_F12, -1})
         EXPECT_EQ(answer(EV_KEYPRESS, EV_NORMAL, key), ER_SWALLOWED) << key; // also when empty
 }
 
@@ -310,9 +311,12 @@ TEST_F(CheckboxTree, SetsAndResetsLeavesAndBranches)
     Item leaf{}, branch{}, child{};
     insertSibling(branch.children, 0, &child);
     for (Item *item : {&leaf, &branch})
-        for (const auto &[mode, selected] :
-             {std::pair{SetMode::set, 1}, {SetMode::set, 1}, {SetMode::reset, 0},
-              {SetMode::reset, 0}, {SetMode::toggle, 1}, {SetMode::toggle, 0}}) {
+        for (const auto &[mode, selected] : {std::pair{SetMode::set, 1},
+                                             {SetMode::set, 1},
+                                             {SetMode::reset, 0},
+                                             {SetMode::reset, 0},
+                                             {SetMode::toggle, 1},
+                                             {SetMode::toggle, 0}}) {
             yat_ctSetItem(tree, item, mode);
             EXPECT_EQ(item->selected, selected);
         }

@@ -10,8 +10,14 @@ namespace {
 
 class Conversion : public testing::Test {
 protected:
-    Conversion() { setlocale(LC_ALL, "C.UTF-8"); }
-    ~Conversion() override { setlocale(LC_ALL, "C"); }
+    Conversion()
+    {
+        setlocale(LC_ALL, "C.UTF-8");
+    }
+    ~Conversion() override
+    {
+        setlocale(LC_ALL, "C");
+    }
 
     static std::string convert(const std::string &source, int size = 1024)
     {
@@ -34,20 +40,22 @@ TEST_F(Conversion, LeavesWhatIsValidUnchanged)
 TEST_F(Conversion, TakesEuc)
 {
     EXPECT_EQ(convert("\xb4\xc1\xbb\xfa 1"), "漢字 1");
-    EXPECT_EQ(convert("\x8e\xb6\x8e\xc5"), "ｶﾅ");           // half-width kana
-    EXPECT_EQ(convert("\x8f\xb0\xa1"), "丂");                // the supplementary set
-    EXPECT_EQ(convert("\xa1\xc1"), "\xe3\x80\x9c");          // wave dash, not full-width tilde
-    EXPECT_EQ(convert("\xad\xa1"), "①");                     // a vendor's character
+    EXPECT_EQ(convert("\x8e\xb6\x8e\xc5"), "ｶﾅ");   // half-width kana
+    EXPECT_EQ(convert("\x8f\xb0\xa1"), "丂");       // the supplementary set
+    EXPECT_EQ(convert("\xa1\xc1"), "\xe3\x80\x9c"); // wave dash, not full-width tilde
+    EXPECT_EQ(convert("\xad\xa1"), "①");            // a vendor's character
 }
 
 TEST_F(Conversion, ReplacesWhatIsNeither)
 {
     const std::string replaced = "\xef\xbf\xbd";
-    EXPECT_EQ(convert("a\xff" "b"), "a" + replaced + "b");
-    EXPECT_EQ(convert("\xb4"), replaced);                    // cut in the middle
+    EXPECT_EQ(convert("a\xff"
+                      "b"),
+              "a" + replaced + "b");
+    EXPECT_EQ(convert("\xb4"), replaced); // cut in the middle
     EXPECT_EQ(convert("\xb4\xc1\xbb"), "漢" + replaced);
     EXPECT_EQ(convert("\x8f\xb0"), replaced + replaced);
-    EXPECT_EQ(convert("\xb4 x"), replaced + " x");           // the second byte is its own character
+    EXPECT_EQ(convert("\xb4 x"), replaced + " x"); // the second byte is its own character
     EXPECT_EQ(convert("\x80\x8e\x20"), replaced + replaced + " ");
 }
 

@@ -9,8 +9,14 @@ namespace {
 
 class Display : public testing::Test {
 protected:
-    Display() { setlocale(LC_ALL, "C.UTF-8"); }
-    ~Display() override { setlocale(LC_ALL, "C"); }
+    Display()
+    {
+        setlocale(LC_ALL, "C.UTF-8");
+    }
+    ~Display() override
+    {
+        setlocale(LC_ALL, "C");
+    }
 };
 
 std::string inBuffer(const char *source, size_t size)

@@ -45,11 +45,10 @@ TEST(Sources, OfTwoWindowsShareNoTwentyLines)
                 std::string block;
                 for (size_t j = i; j < i + tooMuch; ++j)
                     block += lines[j] + "\n";
-                const auto [place, isNew] =
-                    places.emplace(block, entry.path().filename().string());
-                EXPECT_TRUE(isNew) << entry.path().filename() << " has what stands in "
-                                   << place->second << ":\n"
-                                   << block;
+                const auto [place, isNew] = places.emplace(block, entry.path().filename().string());
+                EXPECT_TRUE(isNew)
+                    << entry.path().filename() << " has what stands in " << place->second << ":\n"
+                    << block;
             }
         }
     EXPECT_GT(files, 20);

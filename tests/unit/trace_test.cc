@@ -22,7 +22,10 @@ namespace {
 
 class Trace : public testing::Test {
 protected:
-    Trace() { setenv("YAT_STATE_DIR", directory.path.c_str(), 1); }
+    Trace()
+    {
+        setenv("YAT_STATE_DIR", directory.path.c_str(), 1);
+    }
     ~Trace() override
     {
         unsetenv("YAT_STATE_DIR");

@@ -60,8 +60,8 @@ TEST(Loader, LeavesTheReasonOfAFailureInDlerror)
     const char *reason = dlerror();
     ASSERT_NE(reason, nullptr);
     EXPECT_NE(strstr(reason, "YATGetDeviceID"), nullptr);
-    for (const auto &[handle, name] : {std::pair<void *, const char *>{nullptr, "main"},
-                                       {module, nullptr}}) {
+    for (const auto &[handle, name] :
+         {std::pair<void *, const char *>{nullptr, "main"}, {module, nullptr}}) {
         EXPECT_EQ(GetProcAddress(handle, name), nullptr);
         EXPECT_NE(dlerror(), nullptr);
     }

@@ -45,8 +45,8 @@ int ask(const char *name, const char *user)
     if (user && setuid(static_cast<uid_t>(atoi(user))) != 0)
         return complain(user, strerror(errno));
     void *const module = LoadLibrary((std::string(root) + "/lib/yathwinfo.dll").c_str());
-    const auto entry = reinterpret_cast<decltype(&YATGetDeviceID)>(
-        GetProcAddress(module, "YATGetDeviceID"));
+    const auto entry =
+        reinterpret_cast<decltype(&YATGetDeviceID)>(GetProcAddress(module, "YATGetDeviceID"));
     if (!entry)
         return complain(name, dlerror());
     unsigned char response[16];

@@ -9,5 +9,5 @@ constexpr int mannerFunction = 0x30, mannerCommand = 0x01;
 
 enum class Manner : unsigned char { prompt, slow, silent, truncating, busy, brief, lengthy };
 
-constexpr std::array<std::string_view, 7> mannerNames = {
-    "prompt", "slow", "silent", "truncating", "busy", "brief", "lengthy"};
+constexpr std::array<std::string_view, 7> mannerNames = {"prompt", "slow",  "silent", "truncating",
+                                                         "busy",   "brief", "lengthy"};

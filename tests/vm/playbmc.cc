@@ -206,8 +206,7 @@ int main(int count, char **arguments)
     const pid_t machine = fork();
     if (machine == 0)
         become(arguments + 3);
-    const int process =
-        machine > 0 ? static_cast<int>(syscall(SYS_pidfd_open, machine, 0)) : -1;
+    const int process = machine > 0 ? static_cast<int>(syscall(SYS_pidfd_open, machine, 0)) : -1;
     if (process < 0)
         return 125;
     const bool inTime = play(listener, process, Clock::now() + std::chrono::seconds(seconds));

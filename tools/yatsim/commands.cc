@@ -7,10 +7,10 @@
 #include "sim/numbers.h"
 #include "sim/setkeys.h"
 #include "sim/words.h"
+#include "text/encoding.h"
 #include "yatsim/journal.h"
 #include "yatsim/steering.h"
 #include "yatsim/writing.h"
-#include "text/encoding.h"
 
 #include <algorithm>
 #include <cstdio>

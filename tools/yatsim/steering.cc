@@ -34,9 +34,9 @@ try {
     return readDescription(path);
 } catch (const yat::Problem &problem) {
     try {
-        writeDownRefusal(store, {.operation = operation,
-                                 .argument = yat::fromDisplay(path),
-                                 .result = problem.what()});
+        writeDownRefusal(
+            store,
+            {.operation = operation, .argument = yat::fromDisplay(path), .result = problem.what()});
     } catch (const yat::Problem &) {
         // The mistake is what the user has to know.
     }
@@ -53,9 +53,8 @@ void replaceMachine(Store &store, const std::string &file, bool keepsClock,
         putMachine(*store.database, store.state, machine,
                    keepsClock ? clock.simulated : clock.real);
         store.state.injections.clear();
-        writeDown(store, {.operation = operation,
-                          .argument = yat::fromDisplay(path),
-                          .result = "done"});
+        writeDown(store,
+                  {.operation = operation, .argument = yat::fromDisplay(path), .result = "done"});
     });
 }
 
