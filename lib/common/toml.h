@@ -10,8 +10,8 @@
 #define TOML_EXCEPTIONS 0
 #define TOML_HEADER_ONLY 0
 #define TOML_ENABLE_FORMATTERS 0
-#define TOML_FLOAT_CHARCONV                                                                        \
-    1 // else a stream reads numbers, and brings half of the C++ library along
+// Else a stream reads numbers, and brings half of the C++ library along.
+#define TOML_FLOAT_CHARCONV 1
 #include <toml++/toml.h>
 
 #include <string>
