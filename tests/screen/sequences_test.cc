@@ -3,7 +3,6 @@
 #include "session.h"
 
 #include <set>
-#include <thread>
 
 using namespace keys;
 
@@ -104,14 +103,6 @@ std::vector<std::string> unknownSequences()
     return result;
 }
 
-// Sends a part and waits until the program has taken it, so that it gets the rest by itself.
-void sendPart(Terminal &terminal, const std::string &part)
-{
-    terminal.send(part);
-    while (terminal.unread() > 0)
-        std::this_thread::yield();
-}
-
 // A key that follows acts, and one that undoes it as well.
 void expectNextKey(Session &session, const std::string &sequence)
 {
@@ -137,11 +128,11 @@ void expectNothing(Session &session, const std::string &sequence)
     Terminal &terminal = session.terminal();
     const std::string before = terminal.picture();
     for (size_t split = 1; split <= sequence.size(); ++split) {
-        sendPart(terminal, sequence.substr(0, split));
-        sendPart(terminal, sequence.substr(split));
+        terminal.sendPart(sequence.substr(0, split));
+        terminal.sendPart(sequence.substr(split));
     }
     if (sequence.size() % 2 == 0) // an even number of times: a key that toggles would go unseen
-        sendPart(terminal, sequence);
+        terminal.sendPart(sequence);
     terminal.waitUntilIdle();
     ASSERT_EQ(terminal.picture(), before) << testing::PrintToString(sequence);
     expectNextKey(session, sequence);
@@ -206,7 +197,6 @@ void expectOneKey(Session &session, const std::function<void()> &goBack)
     Terminal &terminal = session.terminal();
     const auto picture = [&] {
         terminal.waitUntilIdle();
-        terminal.settle(std::chrono::milliseconds(2));
         return terminal.picture();
     };
     goBack();
@@ -216,9 +206,9 @@ void expectOneKey(Session &session, const std::function<void()> &goBack)
         std::string whole;
         for (size_t split = key.size(); split > 0; --split) {
             ASSERT_EQ(picture(), start);
-            sendPart(terminal, key.substr(0, split));
+            terminal.sendPart(key.substr(0, split));
             if (split < key.size())
-                sendPart(terminal, key.substr(split));
+                terminal.sendPart(key.substr(split));
             if (split == key.size())
                 whole = picture();
             ASSERT_EQ(picture(), whole) << testing::PrintToString(key) << " after byte " << split;
@@ -303,7 +293,7 @@ TEST(Sequences, WaitASecondWhereTheEnvironmentSaysNothingOfUse)
         session.see("[-]");
         session.terminal().waitUntilIdle();
         const std::string before = session.terminal().picture();
-        sendPart(session.terminal(), "\x1b");
+        session.terminal().sendPart("\x1b");
         session.terminal().settle(std::chrono::milliseconds(50));
         session.terminal().send("[1;5A");
         EXPECT_EQ(session.stillPicture(), before) << delay;
@@ -339,7 +329,7 @@ TEST(Sequences, AreOneKeyWithinTheDelayAndTwoBeyondIt)
         session.see("┤ PCI module 1 --");
         session.terminal().waitUntilIdle();
         const std::string before = session.stillPicture();
-        sendPart(session.terminal(), "\x1b");
+        session.terminal().sendPart("\x1b");
         if (!isWithin)
             session.seeNot("┤ PCI module 1 --");
         const std::string after = session.stillPicture();

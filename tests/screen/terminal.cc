@@ -18,6 +18,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -187,7 +188,8 @@ static long long bytesReadBy(pid_t process)
 
 void Terminal::send(const std::string &keys)
 {
-    readWhenTaken = bytesReadBy(program) + static_cast<long long>(keys.size());
+    readWhenTaken =
+        std::max(readWhenTaken, bytesReadBy(program)) + static_cast<long long>(keys.size());
     takenAtLatest = Clock::now() + std::chrono::milliseconds(500);
     if (write(descriptor, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
         throw std::runtime_error("the terminal takes no keys");
@@ -302,15 +304,25 @@ bool Terminal::isStopped() const
 
 // The kernel hands on what was sent a little later. Keys may also be thrown away, or be for a child
 // of the program.
-bool Terminal::hasTakenWhatWasSent() const
+bool Terminal::hasTakenWhatWasSent()
 {
-    return unread() == 0
-           && (bytesReadBy(program) >= readWhenTaken || Clock::now() >= takenAtLatest);
+    if (Clock::now() >= takenAtLatest)
+        readWhenTaken = 0;
+    return unread() == 0 && bytesReadBy(program) >= readWhenTaken;
+}
+
+void Terminal::sendPart(const std::string &part)
+{
+    send(part);
+    while (!hasTakenWhatWasSent())
+        std::this_thread::yield();
 }
 
 void Terminal::waitUntilIdle()
 {
     waitUntil([this] { return hasTakenWhatWasSent() && (waitsForOthers(program) || isStopped()); });
+    if (!ended && !isHungUp() && !isStopped())
+        drawAll();
 }
 
 bool Terminal::asksForKeyWithin(std::chrono::milliseconds limit)
@@ -328,10 +340,13 @@ void Terminal::drawAll()
     static const std::string mark = "\x1b]drawn\a";
     while (pump(std::chrono::milliseconds(0)))
         continue;
+    const size_t drawn = written.size();
     if (write(replica, mark.data(), mark.size()) != static_cast<ssize_t>(mark.size()))
         throw std::runtime_error("the terminal takes no output");
-    if (waitUntil([this] { return written.ends_with(mark); }))
-        written.erase(written.size() - mark.size());
+    size_t found = written.npos;
+    waitUntil([&] { return (found = written.find(mark, drawn)) != written.npos; });
+    if (found != written.npos)
+        written.erase(found, mark.size());
 }
 
 int Terminal::unread() const

@@ -32,18 +32,20 @@ public:
     // Sends keys as the terminal's bytes.
     void send(const std::string &keys);
 
+    // The same, and waits until the program has taken them, so that it gets what follows by itself.
+    void sendPart(const std::string &part);
+
     // Draws what the program writes until the condition holds. False when the deadline passes or
     // the program ends before.
     bool waitUntil(const std::function<bool()> &condition,
                    std::chrono::milliseconds limit = deadline);
 
-    // Draws what the program writes until it has taken what was sent and waits, or has ended:
+    // Draws all that the program writes until it has taken what was sent and waits, or has ended:
     // what is seen on the screen may be seen before the program has done what comes after it.
     void waitUntilIdle();
 
     // The same for so long at most, until it waits for a key: neither for the rest of a sequence
-    // nor for that of a paste. All that it has written is drawn then. False when that was not
-    // enough.
+    // nor for that of a paste. False when that was not enough.
     bool asksForKeyWithin(std::chrono::milliseconds limit);
 
     // Draws what the program writes until it writes nothing for so long.
@@ -112,7 +114,7 @@ public:
 
 private:
     bool pump(std::chrono::milliseconds limit);
-    bool hasTakenWhatWasSent() const;
+    bool hasTakenWhatWasSent();
     void drawAll();
     void letCountsBeWritten();
     static int propertySet(VTermProp property, VTermValue *value, void *self);
