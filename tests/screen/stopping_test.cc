@@ -3,6 +3,7 @@
 #include "job.h"
 #include "session.h"
 
+#include <algorithm>
 #include <csignal>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -103,8 +104,17 @@ struct Shell {
         })) << terminal.picture();
     }
 
-    // The tree's window is there whole, and the tree takes keys.
-    void expectScreen(int columns = 80)
+    // Until the program is where the spy holds it.
+    void seeHeld(const std::string &call)
+    {
+        EXPECT_TRUE(terminal.waitUntil([&] {
+            const Calls calls = workspace.calls();
+            return std::ranges::find(calls, call + "() is held") != calls.end();
+        })) << terminal.picture();
+    }
+
+    // The tree's window is there whole.
+    void expectWhole(int columns = 80)
     {
         EXPECT_TRUE(terminal.waitUntil([&] {
             const Terminal::Modes modes = terminal.modes();
@@ -113,6 +123,12 @@ struct Shell {
                    && terminal.contains("Esc: leave")
                    && terminal.rows().at(0) == std::string(static_cast<size_t>(columns), ' ');
         })) << terminal.picture();
+    }
+
+    // The same, and the tree takes keys.
+    void expectScreen(int columns = 80)
+    {
+        expectWhole(columns);
         terminal.waitUntilIdle();
         const bool isExpanded = terminal.contains("CPU modules");
         terminal.send(space);
@@ -441,6 +457,46 @@ TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
     shell.see("Close");
     shell.see("Esc: leave");
     EXPECT_FALSE(shell.terminal.contains("..."));
+}
+
+// It is dropped with all that was typed, and newt does not wait for another one.
+TEST(Stopping, BetweenTheSightOfAKeyAndItsReadingComesBackWhole)
+{
+    for (const std::string &key : {space, ctrlO, down}) {
+        Shell shell({.script = "select real held"});
+        shell.runSpied();
+        shell.expectWhole();
+        shell.terminal.send(key);
+        shell.seeHeld("select");
+        shell.kill(SIGTSTP);
+        shell.expectPrompt();
+        EXPECT_TRUE(shell.jobIs('T'));
+        shell.workspace.letGo();
+        shell.type("fg");
+        shell.expectWhole();
+        EXPECT_FALSE(shell.terminal.contains("CPU modules"));
+        shell.expectScreen();
+        shell.expectEnd();
+    }
+}
+
+// The stop waits until the key is read, which then acts when the program is back.
+TEST(Stopping, WhileAKeyIsReadComesBackWholeAndKeepsTheKey)
+{
+    Shell shell({.script = "SLang_getkey real held"});
+    shell.runSpied();
+    shell.expectWhole();
+    shell.terminal.send(space);
+    shell.seeHeld("SLang_getkey");
+    shell.kill(SIGTSTP);
+    shell.workspace.letGo();
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.type("fg");
+    shell.expectWhole();
+    shell.see("CPU modules");
+    shell.expectScreen();
+    shell.expectEnd();
 }
 
 TEST(Stopping, WaitsWhileTheScreenIsEntered)

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <map>
 #include <newt.h>
+#include <slang.h>
+#include <sys/select.h>
 #include <unistd.h>
 #include <vector>
 
@@ -28,6 +30,15 @@ struct Held {
             waitFor(*rule);
     }
 };
+
+// Where a rule holds the program, the test sees that it has come there.
+void holdAt(const char *call)
+{
+    if (const Rule *rule = ruleFor(call)) {
+        record(std::string(call) + "() is held");
+        waitFor(*rule);
+    }
+}
 
 } // namespace
 
@@ -73,6 +84,22 @@ int raise(int signal)
         && access((std::string(counts) + "/" + std::to_string(getpid())).c_str(), F_OK) == 0)
         exit(0);
     return real<decltype(raise)>("raise")(signal);
+}
+
+// newt has found a key in the terminal.
+int select(int count, fd_set *reading, fd_set *writing, fd_set *failing, timeval *limit)
+{
+    const int ready = real<decltype(select)>("select")(count, reading, writing, failing, limit);
+    if (ready > 0 && isInNewt(__builtin_return_address(0)) && FD_ISSET(STDIN_FILENO, reading))
+        holdAt("select");
+    return ready;
+}
+
+// The program reads a key.
+unsigned int SLang_getkey(void)
+{
+    holdAt("SLang_getkey");
+    return real<decltype(SLang_getkey)>("SLang_getkey")();
 }
 
 void newtCls(void)
