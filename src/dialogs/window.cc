@@ -215,6 +215,7 @@ void openWindow(newtComponent form, const Grid &grid, newtGrid newts, const char
         newtGridFree(newts, 1);
     if (const int wake = resizeDescriptor(); wake >= 0)
         newtFormWatchFd(form, wake, NEWT_FD_READ);
+    dropKeys(); // which were meant for what was there before
     windows.push_back(std::move(window));
     ctrlAIsHotKey = false;
 }

@@ -22,6 +22,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <newt.h>
 #include <optional>
 #include <poll.h>
 #include <slang.h>
@@ -225,3 +226,7 @@ extern "C" __attribute__((visibility("default"))) unsigned int SLang_getkey(void
     }
     endWithoutTerminal();
 }
+
+// newt drops the keys itself whenever it opens a window, one that comes back at another size or
+// after a stop among them. The program does so where a window is new.
+extern "C" __attribute__((visibility("default"))) void newtFlushInput(void) {}

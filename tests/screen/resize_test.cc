@@ -57,6 +57,17 @@ TEST(Resize, ThereAndBackLeavesTheScreenAsItWas)
     session.expectScreen("resize/ethernet");
 }
 
+TEST(Resize, KeepsTheKeysThatAreTypedMeanwhile)
+{
+    Session session({.script = "newtCls real held at=2"});
+    session.see("Exit");
+    session.terminal().resize(30, 90);
+    session.seeNot("Exit");
+    session.terminal().send(keys::space);
+    session.files().letGo();
+    session.see("CPU modules");
+}
+
 TEST(Resize, TheTreeFollowsTheHeight)
 {
     Session session({.rows = 40});

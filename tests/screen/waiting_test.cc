@@ -183,3 +183,25 @@ TEST(Waiting, TakesAPasteToItsEnd)
     session.see("Close");
     session.expectScreen("devices/pci-CEDAR-en-80x24");
 }
+
+// newt shows for a moment that a button is pressed.
+TEST(Waiting, ForAQuestionAnswersItWithNoKeyOfBefore)
+{
+    Session general({.program = "mrvgeneral"});
+    general.see("Execute");
+    general.send(space + tab + tab + enter + enter);
+    general.see("Change the settings of the server?");
+    general.stillPicture();
+    general.see("Change the settings of the server?");
+    EXPECT_EQ(general.calls("PutBBDriverSettings"), Calls{});
+
+    Session module({.script = "IfSupport 1"});
+    open(module, cpuModule);
+    press(module, 8);
+    module.see("Update method:");
+    module.send(tab + tab + enter + enter);
+    module.see("Copy the BIOS of the running CPU module to this one?");
+    module.stillPicture();
+    module.see("Copy the BIOS of the running CPU module to this one?");
+    EXPECT_EQ(module.calls("BurnFirmware"), Calls{});
+}
