@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The BMC firmware window: the revision from the plug-in, and the update program around which the
 // terminal changes hands.
+#include "job.h"
 #include "session.h"
 
 #include <csignal>
@@ -42,6 +43,8 @@ struct Update : Session {
         : Session(firmware("system 0 text=" + command, language))
     {
         see("04.17");
+        terminal().waitUntilIdle();
+        openBefore = openFilesOf(terminal().pid());
         before = terminal().picture();
         entered = timesEntered();
         send(enter);
@@ -66,6 +69,8 @@ struct Update : Session {
                    && !terminal().modes().canonical && !terminal().modes().echo;
         })) << before
             << terminal().picture();
+        terminal().waitUntilIdle();
+        EXPECT_EQ(openFilesOf(terminal().pid()), openBefore);
         send(tab + enter);
         expectExit(1);
         EXPECT_TRUE(terminal().cursorIsVisible());
@@ -81,6 +86,7 @@ struct Update : Session {
     }
 
     std::string before;
+    std::vector<std::string> openBefore;
     size_t entered;
 };
 

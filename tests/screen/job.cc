@@ -4,7 +4,9 @@
 #include "support/files.h"
 #include "support/process.h"
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -58,4 +60,18 @@ char stateOf(pid_t process)
     const std::string line = readFile("/proc/" + std::to_string(process) + "/stat");
     const size_t name = line.rfind(") ");
     return name == line.npos ? '\0' : line.at(name + 2);
+}
+
+std::vector<std::string> openFilesOf(pid_t process)
+{
+    namespace fs = std::filesystem;
+    std::vector<std::string> result;
+    for (const auto &entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+        const fs::path target = fs::read_symlink(entry.path());
+        const std::string name = target.filename();
+        const bool isTerminal = target.parent_path() == "/dev/pts";
+        result.push_back(isTerminal ? "terminal" : name.substr(0, name.find(":[")));
+    }
+    std::ranges::sort(result);
+    return result;
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The main screen: what it shows on each machine, how it is left.
 #include "frame.h"
-#include "session.h"
+#include "job.h"
+#include "navigation.h"
 
 #include <algorithm>
 
@@ -126,6 +127,25 @@ TEST(MainScreen, KeepsHomeAndF12FromEndingIt)
     session.see("[-] FT server");
     session.send(keys::ctrlA);
     session.expectExit(1);
+}
+
+TEST(MainScreen, HasOpenWhatItNeedsAndNoMoreAfterAWindow)
+{
+    Session session({.script = "StatusChange real held"});
+    const std::vector<std::string> needed = {
+        "CEDAR.db", "CEDAR.db-shm", "CEDAR.db-wal", "YATmrvutil.log", "pipe",
+        "pipe",     "terminal",     "terminal",     "terminal",       "tty"};
+    session.see("FT server");
+    session.terminal().waitUntilIdle();
+    EXPECT_EQ(openFilesOf(session.terminal().pid()), needed);
+    session.send(pciModule.path + keys::enter);
+    session.see("..."); // so long that it says so
+    session.files().letGo();
+    session.see("Close");
+    session.send("\x1b");
+    session.seeNot("┤ PCI module 1 --");
+    session.terminal().waitUntilIdle();
+    EXPECT_EQ(openFilesOf(session.terminal().pid()), needed);
 }
 
 TEST(MainScreen, LeavesTheTreeWithTabAndComesBack)

@@ -75,6 +75,8 @@ pid_t start(const std::vector<std::string> &command, const StartOptions &options
         ::signal(signal, SIG_DFL);
     if (options.prepare)
         options.prepare();
+    close_range(STDERR_FILENO + 1, ~0u,
+                CLOSE_RANGE_CLOEXEC); // what whoever runs the tests has open
     execve(arguments[0], arguments.data(), options.environment ? environment.data() : environ);
     _exit(126);
 }
