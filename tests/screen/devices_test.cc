@@ -299,6 +299,16 @@ TEST(State, IsWrappedIntoItsTwoLines)
     EXPECT_FALSE(session.terminal().contains("other"));
 }
 
+TEST(State, TellsTheTerminalNothing)
+{
+    Session session({.script = "StatusChange 0 text=a\u202eb\u009bc\td\u2066\x1b[41m"});
+    open(session, pciModule);
+    session.see(" a?b?c "); // newt makes the tab blanks
+    session.see(" d??[41m ");
+    for (const char *raw : {"\u202e", "\u009b", "\u2066"})
+        EXPECT_EQ(session.terminal().output().find(raw), std::string::npos) << raw;
+}
+
 TEST(State, OfTheSimulatedMachineFollowsAnOperation)
 {
     Session session;

@@ -88,6 +88,16 @@ TEST(BiosData, CutsALongText)
     session.expectScreen("bios/long");
 }
 
+TEST(BiosData, TellsTheTerminalNothing)
+{
+    Session session({.script = "yat_ft_get_property 0 at=2 text=1\u202e2\n"
+                               "yat_ft_get_property 0 at=3 text=3\u20284"});
+    openBios(session);
+    session.see("1?2 ");
+    session.see("3?4 ");
+    EXPECT_EQ(session.terminal().output().find("\u202e"), std::string::npos);
+}
+
 TEST(BiosData, StaysWithinANarrowTerminal)
 {
     for (const int columns : {76, 75, 72, 71, 60, 40}) {

@@ -90,6 +90,15 @@ TEST(LongMessageBox, IsWrappedAt72Columns)
     }
 }
 
+TEST(LongMessageBox, EndsItsLinesWhereItsTextDoes)
+{
+    std::string text = "first\n\nthird";
+    text.resize(150, ' ');
+    Session session(toolkit("msgWindowEx", "Long", text));
+    session.see("│ third ");
+    EXPECT_TRUE(session.terminal().contains("│ first "));
+}
+
 TEST(LongMessageBox, CanBeEmpty)
 {
     Session session(toolkit("msgWindowEx", "Long", ""));
