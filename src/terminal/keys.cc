@@ -16,12 +16,14 @@
 #include "terminal/stopping.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <newt.h>
 #include <optional>
 #include <poll.h>
@@ -44,21 +46,30 @@ volatile sig_atomic_t sequenceIsCut;
 
 using Milliseconds = std::chrono::milliseconds;
 
-bool isKeyThere()
+// What newt has seen in the terminal, a stop may have dropped since then, or a shell read, and newt
+// waits for more than keys. So this does not wait. S-Lang has the terminal opened for itself alone
+// unless it is not the controlling one; then there is no shell either.
+unsigned int readKey()
 {
+    const unsigned int nothing = inSequence ? SLANG_GETKEY_ERROR : noKey;
+    if (SLang_TT_Read_FD > STDERR_FILENO)
+        fcntl(SLang_TT_Read_FD, F_SETFL, O_NONBLOCK);
     pollfd input{.fd = SLang_TT_Read_FD, .events = POLLIN, .revents = 0};
-    return SLang_Input_Buffer_Len > 0 || poll(&input, 1, 0) != 0;
+    if (poll(&input, 1, 0) == 0)
+        return nothing;
+    unsigned char key = 0;
+    const ssize_t count = read(SLang_TT_Read_FD, &key, 1);
+    if (count < 0 && errno == EAGAIN)
+        return nothing;
+    return count == 1 ? key : SLANG_GETKEY_ERROR;
 }
 
-// A stop drops what newt has just seen, and S-Lang would wait for another key then: newt waits for
-// more than keys. So nothing stops the program between the look and the reading.
 unsigned int getKeyOfSlang()
 {
     using GetKey = unsigned int();
     static GetKey *const original = reinterpret_cast<GetKey *>(dlsym(RTLD_NEXT, "SLang_getkey"));
     const HeldStops held;
-    const unsigned int nothing = inSequence ? SLANG_GETKEY_ERROR : noKey;
-    const unsigned int key = isKeyThere() ? original() : nothing;
+    const unsigned int key = SLang_Input_Buffer_Len > 0 ? original() : readKey();
     if (!inSequence)
         sequenceIsCut = 0; // a stop that comes from here on cuts the one that this begins
     return key;

@@ -119,8 +119,8 @@ HeldStops::HeldStops()
 {
     sigset_t stops;
     sigemptyset(&stops);
-    for (const int signal : {SIGTSTP, SIGTTIN, SIGTTOU})
-        sigaddset(&stops, signal);
+    for (const Handled &each : handled)
+        sigaddset(&stops, each.signal);
     sigprocmask(SIG_BLOCK, &stops, &before);
 }
 

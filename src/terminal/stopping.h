@@ -21,7 +21,8 @@ constexpr char neverInForeground[] = "the program is in the background, and no s
 void watchStops();
 void forgetStops();
 
-// While there is one, a stop that the program can be asked for waits.
+// While there is one, a stop that the program can be asked for waits, and so does what follows when
+// it is continued.
 struct HeldStops {
     HeldStops();
     ~HeldStops();

@@ -483,11 +483,11 @@ TEST(Stopping, BetweenTheSightOfAKeyAndItsReadingComesBackWhole)
 // The stop waits until the key is read, which then acts when the program is back.
 TEST(Stopping, WhileAKeyIsReadComesBackWholeAndKeepsTheKey)
 {
-    Shell shell({.script = "SLang_getkey real held"});
+    Shell shell({.script = "read real held"});
     shell.runSpied();
     shell.expectWhole();
     shell.terminal.send(space);
-    shell.seeHeld("SLang_getkey");
+    shell.seeHeld("read");
     shell.kill(SIGTSTP);
     shell.workspace.letGo();
     shell.expectPrompt();
@@ -495,6 +495,29 @@ TEST(Stopping, WhileAKeyIsReadComesBackWholeAndKeepsTheKey)
     shell.type("fg");
     shell.expectWhole();
     shell.see("CPU modules");
+    shell.expectScreen();
+    shell.expectEnd();
+}
+
+// The shell reads the key with what is typed for it.
+TEST(Stopping, ThatDoesNotAskWhileAKeyIsReadComesBackWhole)
+{
+    Shell shell({.script = "read real held"});
+    shell.runSpied();
+    shell.expectWhole();
+    shell.terminal.send(space);
+    shell.seeHeld("read");
+    shell.kill(SIGSTOP);
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.workspace.letGo();
+    shell.terminal.waitUntilIdle();
+    const size_t written = shell.terminal.output().size();
+    shell.type("fg");
+    EXPECT_TRUE(shell.terminal.waitUntil([&] {
+        return shell.terminal.output().find("Esc: leave", written) != std::string::npos;
+    })) << shell.terminal.picture();
+    shell.expectWhole();
+    EXPECT_FALSE(shell.terminal.contains("CPU modules"));
     shell.expectScreen();
     shell.expectEnd();
 }
