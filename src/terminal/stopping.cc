@@ -18,24 +18,53 @@ namespace {
 
 bool consoleWasSilent;
 
+// While there is one, the signal has the effect that it has by itself, once it is let through, and
+// SIGCONT waits.
+struct UsualEffect {
+    explicit UsualEffect(int one) : signal(one)
+    {
+        struct sigaction usual = {};
+        usual.sa_handler = SIG_DFL;
+        sigaction(signal, &usual, &former);
+        const sigset_t continuing = setOf(SIGCONT);
+        sigprocmask(SIG_BLOCK, &continuing, &before);
+    }
+    ~UsualEffect()
+    {
+        sigaction(signal, &former, nullptr);
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+    }
+    UsualEffect(const UsualEffect &) = delete;
+    UsualEffect &operator=(const UsualEffect &) = delete;
+
+    void letThrough() const
+    {
+        const sigset_t stopping = setOf(signal);
+        sigprocmask(SIG_UNBLOCK, &stopping, nullptr);
+    }
+
+    static sigset_t setOf(int signal)
+    {
+        sigset_t set;
+        sigemptyset(&set);
+        sigaddset(&set, signal);
+        return set;
+    }
+
+    const int signal;
+    struct sigaction former = {};
+    sigset_t before;
+};
+
 // Does what the system does by itself at this signal, and returns when the program is continued.
 // False at once where the system lets nothing stop it, because no shell could continue it.
 bool stopBy(int signal)
 {
-    struct sigaction usual = {}, former;
-    usual.sa_handler = SIG_DFL;
-    sigaction(signal, &usual, &former);
-    sigset_t stopping, continuing, before, pending;
-    sigemptyset(&stopping);
-    sigaddset(&stopping, signal);
-    sigemptyset(&continuing);
-    sigaddset(&continuing, SIGCONT);
-    sigprocmask(SIG_BLOCK, &continuing, &before);
+    const UsualEffect usual(signal);
     raise(signal); // and no SIGCONT of before is pending any more
-    sigprocmask(SIG_UNBLOCK, &stopping, nullptr);
+    usual.letThrough();
+    sigset_t pending;
     sigpending(&pending);
-    sigaction(signal, &former, nullptr);
-    sigprocmask(SIG_SETMASK, &before, nullptr);
     return sigismember(&pending, SIGCONT) == 1;
 }
 
@@ -43,10 +72,9 @@ bool stopBy(int signal)
 void goOn(int)
 {
     const int savedErrno = errno;
-    const bool mayStay = isInForeground() || terminalIsLent || stopBy(SIGTTIN);
-    const bool isThere = isInForeground();
-    if (!isThere && !mayStay)
+    if (!terminalIsLent && !awaitForeground())
         endAtOnce(neverInForeground);
+    const bool isThere = isInForeground();
     if ((isThere || terminalIsLent) && consoleWasSilent) {
         silenceConsole();
         consoleWasSilent = false;
@@ -87,12 +115,19 @@ bool isInForeground()
     return foreground < 0 || foreground == getpgrp();
 }
 
+// From the background the system lets nobody say whose the terminal is: it stops who tries, until a
+// shell has said it. To look and to stop then would be two steps, with the shell's between them.
 bool awaitForeground()
 {
-    while (!isInForeground())
-        if (!stopBy(SIGTTIN) && !isInForeground())
-            return false;
-    return true;
+    if (isInForeground())
+        return true;
+    const UsualEffect usual(SIGTTOU);
+    usual.letThrough();
+    int result = -1;
+    do
+        result = tcsetpgrp(STDIN_FILENO, getpgrp());
+    while (result != 0 && errno == EINTR);
+    return result == 0;
 }
 
 void watchStops()

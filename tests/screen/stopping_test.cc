@@ -234,6 +234,23 @@ TEST(Stopping, IsWhatTheProgramDoesInTheBackground)
     shell.expectEnd();
 }
 
+TEST(Stopping, InTheBackgroundIsNoneWhenTheShellBringsItBackMeanwhile)
+{
+    Shell shell({.script = "tcgetpgrp real held"});
+    shell.runSpied();
+    shell.expectScreen();
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.type("bg");
+    shell.seeHeld("tcgetpgrp");
+    shell.type("fg");
+    shell.terminal.waitUntilIdle(); // the shell has done it
+    shell.workspace.letGo();
+    shell.expectScreen();
+    shell.expectEnd();
+}
+
 // Its rest is dropped with all that was typed.
 TEST(Stopping, InTheMiddleOfASequenceLeavesNoEscOfIt)
 {

@@ -101,6 +101,15 @@ ssize_t read(int descriptor, void *bytes, size_t count)
     return real<decltype(read)>("read")(descriptor, bytes, count);
 }
 
+// The program is in the background.
+pid_t tcgetpgrp(int descriptor)
+{
+    const pid_t group = real<decltype(tcgetpgrp)>("tcgetpgrp")(descriptor);
+    if (group > 0 && group != getpgrp())
+        holdAt("tcgetpgrp");
+    return group;
+}
+
 void newtCls(void)
 {
     if (IS_OF_THE_PROGRAM)
