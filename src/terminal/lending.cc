@@ -14,6 +14,7 @@ volatile sig_atomic_t terminalIsLent;
 
 void lendTerminal()
 {
+    const HeldStops held; // which find the terminal either the program's or lent
     unmarkPastes();
     newtSuspend();
     showCursor();
@@ -32,6 +33,7 @@ void reclaimTerminal()
 {
     if (isOthers() && !awaitForeground())
         endAtOnce(neverInForeground);
+    const HeldStops held;
     terminalIsLent = 0;
     resetTerminal();
     disguiseTerminal();

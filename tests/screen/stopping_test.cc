@@ -453,6 +453,40 @@ TEST(Stopping, WhileTheTerminalIsLentLeavesItToTheShellThen)
     shell.expectPrompt();
 }
 
+// What it was asked for in between takes effect when the terminal has changed hands.
+TEST(Stopping, WaitsWhileTheTerminalChangesHands)
+{
+    for (const std::string call : {"newtSuspend", "newtResume"}) {
+        Shell shell({.program = "mrvfirmware",
+                     .script = "system 0 text=echo READY; read answer\n" + call + " real held"});
+        shell.runSpied();
+        shell.see("04.17");
+        shell.terminal.send(enter);
+        if (call == "newtResume") {
+            shell.see("READY");
+            shell.terminal.send("\n");
+        }
+        shell.seeHeld(call);
+        shell.kill(SIGTSTP);
+        shell.workspace.letGo();
+        EXPECT_TRUE(shell.jobIs('T'));
+        shell.expectPrompt();
+        shell.type("fg");
+        if (call == "newtSuspend") {
+            shell.see("READY");
+            shell.expectPrompt();
+            shell.terminal.send("\n");
+        }
+        EXPECT_TRUE(shell.terminal.waitUntil([&] {
+            return shell.terminal.inAlternateScreen() && !shell.terminal.modes().canonical
+                   && shell.terminal.contains("04.17") && shell.terminal.contains("Close");
+        })) << shell.terminal.picture();
+        shell.terminal.waitUntilIdle();
+        shell.terminal.send(tab + enter);
+        shell.expectPrompt();
+    }
+}
+
 TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
 {
     Shell shell({.script = "StatusChange real held"});
