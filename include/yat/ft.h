@@ -139,17 +139,24 @@ YAT_API int call_yat_is_ft(int reserved);
 YAT_API int StatusChange(int kind, int number, int code, char *text);
 
 /* The operations. Each has a support code that IfSupport is asked with before, and an
- * operation code, which is the support code plus one:
- *
- *     device    ClearMTBF  InitBringUp  InitBringDown  BurnFirmware  SetMtbfType
- *     CPU          1, 2       5, 6          7, 8          9, 10        13, 14
- *     PCI         15, 16     19, 20        21, 22                      23, 24
- *     SCSI        25, 26
- *     Ethernet    31, 32
+ * operation code, which is the support code plus one.
  *
  * The record is one from CreateTreeViewData. A code that does not belong to the
  * operation and the record's class is refused, and so is a null pointer. A refused or
  * failed operation changes nothing. */
+
+/* Support codes: of a class of devices, for a call below. */
+#define YAT_SUPPORT_CPU_CLEAR_MTBF 1
+#define YAT_SUPPORT_CPU_BRING_UP 5
+#define YAT_SUPPORT_CPU_BRING_DOWN 7
+#define YAT_SUPPORT_CPU_BURN_FIRMWARE 9
+#define YAT_SUPPORT_CPU_SET_MTBF_TYPE 13
+#define YAT_SUPPORT_PCI_CLEAR_MTBF 15
+#define YAT_SUPPORT_PCI_BRING_UP 19
+#define YAT_SUPPORT_PCI_BRING_DOWN 21
+#define YAT_SUPPORT_PCI_SET_MTBF_TYPE 23
+#define YAT_SUPPORT_SCSI_CLEAR_MTBF 25
+#define YAT_SUPPORT_ETHERNET_CLEAR_MTBF 31
 
 /* Returns non-zero when the machine supports the operation on this device now, else 0.
  *

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Words for the values of include/yat that the simulated machine and yatctl share.
+// The values of include/yat, and words for them, that the platforms and yatctl share.
 #pragma once
 
 #include "yat/device.h"
@@ -34,5 +34,44 @@ inline constexpr DeviceClass deviceClasses[] = {
     {YAT_CLASS_SCSI_ADAPTER, "scsi", "scsi", "scsi_adapter", "SCSI"},
     {YAT_CLASS_ETHERNET_ADAPTER, "ethernet", "eth", "ethernet_adapter", "Ethernet"},
 };
+
+// The operations on devices of each class, which stand together.
+struct SupportCode {
+    int classCode;
+    std::string_view call; // of yat/ft.h, which takes the next code
+    int code;              // for IfSupport
+};
+
+inline constexpr SupportCode supportCodes[] = {
+    {YAT_CLASS_CPU_MODULE, "ClearMTBF", YAT_SUPPORT_CPU_CLEAR_MTBF},
+    {YAT_CLASS_CPU_MODULE, "InitBringUp", YAT_SUPPORT_CPU_BRING_UP},
+    {YAT_CLASS_CPU_MODULE, "InitBringDown", YAT_SUPPORT_CPU_BRING_DOWN},
+    {YAT_CLASS_CPU_MODULE, "BurnFirmware", YAT_SUPPORT_CPU_BURN_FIRMWARE},
+    {YAT_CLASS_CPU_MODULE, "SetMtbfType", YAT_SUPPORT_CPU_SET_MTBF_TYPE},
+    {YAT_CLASS_PCI_MODULE, "ClearMTBF", YAT_SUPPORT_PCI_CLEAR_MTBF},
+    {YAT_CLASS_PCI_MODULE, "InitBringUp", YAT_SUPPORT_PCI_BRING_UP},
+    {YAT_CLASS_PCI_MODULE, "InitBringDown", YAT_SUPPORT_PCI_BRING_DOWN},
+    {YAT_CLASS_PCI_MODULE, "SetMtbfType", YAT_SUPPORT_PCI_SET_MTBF_TYPE},
+    {YAT_CLASS_SCSI_ADAPTER, "ClearMTBF", YAT_SUPPORT_SCSI_CLEAR_MTBF},
+    {YAT_CLASS_ETHERNET_ADAPTER, "ClearMTBF", YAT_SUPPORT_ETHERNET_CLEAR_MTBF},
+};
+
+// The support code of a call for devices of a class, 0 when it has none.
+constexpr int supportCode(std::string_view call, int classCode)
+{
+    for (const SupportCode &each : supportCodes)
+        if (each.call == call && each.classCode == classCode)
+            return each.code;
+    return 0;
+}
+
+// The call that a support code asks for, empty when the class has no such code.
+constexpr std::string_view callAskedFor(int classCode, int code)
+{
+    for (const SupportCode &each : supportCodes)
+        if (each.classCode == classCode && each.code == code)
+            return each.call;
+    return {};
+}
 
 } // namespace yat

@@ -5,6 +5,7 @@
 #include "common/answers.h"
 #include "common/complaints.h"
 #include "common/problem.h"
+#include "common/terms.h"
 #include "host/calls.h"
 #include "host/journal.h"
 #include "host/lock.h"
@@ -19,44 +20,38 @@ namespace {
 
 constexpr char traceSource[] = "yathost";
 
-struct Code {
-    int classCode, supportCode; // the operation's code is the next one
-    std::optional<Verb> verb;   // nothing for what this server can't do
+struct Operation {
+    std::string_view call; // of yat/ft.h
     const char *name;
+    std::optional<Verb> verb{}; // nothing for what this server can't do
 };
 
-constexpr Code codes[] = {
-    {YAT_CLASS_CPU_MODULE, 1, Verb::clear, "clear"},
-    {YAT_CLASS_CPU_MODULE, 5, Verb::start, "start"},
-    {YAT_CLASS_CPU_MODULE, 7, Verb::stop, "stop"},
-    {YAT_CLASS_CPU_MODULE, 9, {}, "firmware update"},
-    {YAT_CLASS_CPU_MODULE, 13, {}, "MTBF type"},
-    {YAT_CLASS_PCI_MODULE, 15, Verb::clear, "clear"},
-    {YAT_CLASS_PCI_MODULE, 19, Verb::start, "start"},
-    {YAT_CLASS_PCI_MODULE, 21, Verb::stop, "stop"},
-    {YAT_CLASS_PCI_MODULE, 23, {}, "MTBF type"},
-    {YAT_CLASS_SCSI_ADAPTER, 25, Verb::clear, "clear"},
-    {YAT_CLASS_ETHERNET_ADAPTER, 31, Verb::clear, "clear"},
+constexpr Operation operations[] = {
+    {"ClearMTBF", "clear", Verb::clear},   {"InitBringUp", "start", Verb::start},
+    {"InitBringDown", "stop", Verb::stop}, {"BurnFirmware", "firmware update"},
+    {"SetMtbfType", "MTBF type"},
 };
+static_assert(std::ranges::all_of(operations, [](const Operation &each) {
+    return yat::supportCode(each.call, YAT_CLASS_CPU_MODULE) != 0;
+}));
 
-const Code *codeOf(const Device &device, int supportCode)
+const Operation *operationOf(const Device &device, int supportCode)
 {
-    const auto *const found = std::ranges::find_if(codes, [&](const Code &code) {
-        return code.classCode == classOf(device.kind) && code.supportCode == supportCode;
-    });
-    return found == std::end(codes) ? nullptr : found;
+    const auto *const found = std::ranges::find(
+        operations, yat::callAskedFor(classOf(device.kind), supportCode), &Operation::call);
+    return found == std::end(operations) ? nullptr : found;
 }
 
 // What a call asks for.
 struct Asked {
     const Device *device = nullptr;
-    const Code *code = nullptr;
+    const Operation *operation = nullptr;
 };
 
 Asked askedFor(const yat_device *record, int supportCode)
 {
     Asked asked{.device = listedDevice(record)};
-    asked.code = asked.device ? codeOf(*asked.device, supportCode) : nullptr;
+    asked.operation = asked.device ? operationOf(*asked.device, supportCode) : nullptr;
     return asked;
 }
 
@@ -72,15 +67,15 @@ Refusal checkAsked(Machine &machine, const Asked &asked)
 try {
     if (!asked.device)
         return {YAT_DETAIL_NO_DEVICE, {"there is no such device", "この装置はありません"}};
-    if (!asked.code)
+    if (!asked.operation)
         return {YAT_DETAIL_UNSUPPORTED,
                 {"a device of its class has no such operation",
                  "この種類の装置にこの操作はありません"}};
-    if (!asked.code->verb)
+    if (!asked.operation->verb)
         return {YAT_DETAIL_UNSUPPORTED,
                 {"this server has no such operation", "このサーバにこの操作はありません"}};
     machine = readMachine();
-    return check(machine, *asked.device, *asked.code->verb);
+    return check(machine, *asked.device, *asked.operation->verb);
 } catch (const yat::Problem &problem) {
     return refusalOf(problem);
 }
@@ -133,7 +128,7 @@ int tryTo(const Asked &asked, const char *name)
     const Refusal others = lockOthersOut(lock);
     Machine machine;
     Refusal refusal = checkAsked(machine, asked);
-    if (refusal.detail == 0 && std::string_view(asked.code->name) != name)
+    if (refusal.detail == 0 && std::string_view(asked.operation->name) != name)
         refusal = {YAT_DETAIL_UNSUPPORTED,
                    {"the code is that of another operation", "この操作の操作コードではありません"}};
     if (refusal.detail == 0)
@@ -144,7 +139,7 @@ int tryTo(const Asked &asked, const char *name)
     }
     note(asked, name, "begun", "");
     lookAnew();
-    carryOut(machine, *asked.device, *asked.code->verb);
+    carryOut(machine, *asked.device, *asked.operation->verb);
     noteDone(asked, name);
     return 1;
 }
@@ -172,7 +167,7 @@ int ifSupport(yat_device *device, int code, int *detail)
         *detail = refusal.detail;
     if (refusal.detail == 0)
         return 1;
-    note(asked, asked.code ? asked.code->name : "an unknown operation", "refused",
+    note(asked, asked.operation ? asked.operation->name : "an unknown operation", "refused",
          refusal.why.english);
     return 0;
 }

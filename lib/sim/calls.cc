@@ -29,7 +29,7 @@ DeviceId idOf(const yat_device *device)
 const RefusalTerm &refusalOf(const Machine &machine, const yat_device *device, int code)
 {
     const DeviceId id = idOf(device);
-    const auto verb = verbOfSupportCode(id.classCode, code);
+    const auto verb = valueOf(verbs, yat::callAskedFor(id.classCode, code));
     return *rowOf(refusals, verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode);
 }
 

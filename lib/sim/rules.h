@@ -178,16 +178,21 @@ template <class Table> struct Word {
 };
 template <class Table> Word(const Table &) -> Word<Table>;
 
-// A list of words, a bit for the code of each.
+// A list of words for the operations on a class of devices, a bit for the support code of each.
 struct Codes {
-    std::span<const SupportCode> codes;
+    int classCode;
 
+    unsigned bitOf(const VerbTerm &verb) const // 0 for one that the class does not have
+    {
+        const int code = supportCode(verb.value, classCode);
+        return code == 0 ? 0 : 1u << code;
+    }
     Json write(unsigned value) const
     {
         Json json = Json::array();
-        for (const SupportCode &each : codes)
-            if (value & 1u << each.code)
-                json.push_back(rowOf(verbs, each.verb)->support);
+        for (const VerbTerm &each : verbs)
+            if (value & bitOf(each))
+                json.push_back(each.support);
         return json;
     }
     bool read(const Json &json, unsigned &value) const
@@ -197,12 +202,12 @@ struct Codes {
         unsigned bits = 0;
         for (const Json &each : json) {
             const auto word = each.get_ptr<const std::string *>();
-            const auto found = std::ranges::find_if(codes, [&](const SupportCode &code) {
-                return word && rowOf(verbs, code.verb)->support == *word;
+            const auto found = std::ranges::find_if(verbs, [&](const VerbTerm &verb) {
+                return word && verb.support == *word && bitOf(verb) != 0;
             });
-            if (found == codes.end())
+            if (found == std::end(verbs))
                 return false;
-            bits |= 1u << found->code;
+            bits |= bitOf(*found);
         }
         value |= bits;
         return true;
@@ -210,8 +215,9 @@ struct Codes {
     std::string expected() const
     {
         std::vector<std::string_view> words;
-        for (const SupportCode &each : codes)
-            words.push_back(rowOf(verbs, each.verb)->support);
+        for (const VerbTerm &each : verbs)
+            if (bitOf(each) != 0)
+                words.push_back(each.support);
         return "a list of any of " + joined(words, "\"");
     }
 };

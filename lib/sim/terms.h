@@ -210,26 +210,6 @@ inline constexpr VerbTerm verbs[] = {
     {Verb::set, "set", ""},
 };
 
-// What a machine may support. The operation code is one above.
-struct SupportCode {
-    Verb verb;
-    int classCode, code;
-};
-
-inline constexpr SupportCode supportCodes[] = {
-    {Verb::clearMtbf, YAT_CLASS_CPU_MODULE, 1},
-    {Verb::bringUp, YAT_CLASS_CPU_MODULE, 5},
-    {Verb::bringDown, YAT_CLASS_CPU_MODULE, 7},
-    {Verb::burnFirmware, YAT_CLASS_CPU_MODULE, 9},
-    {Verb::setMtbfType, YAT_CLASS_CPU_MODULE, 13},
-    {Verb::clearMtbf, YAT_CLASS_PCI_MODULE, 15},
-    {Verb::bringUp, YAT_CLASS_PCI_MODULE, 19},
-    {Verb::bringDown, YAT_CLASS_PCI_MODULE, 21},
-    {Verb::setMtbfType, YAT_CLASS_PCI_MODULE, 23},
-    {Verb::clearMtbf, YAT_CLASS_SCSI_ADAPTER, 25},
-    {Verb::clearMtbf, YAT_CLASS_ETHERNET_ADAPTER, 31},
-};
-
 using yat::DeviceClass;
 
 inline constexpr std::span<const DeviceClass> deviceClasses = yat::deviceClasses;
@@ -311,26 +291,7 @@ constexpr std::string_view nameOf(Refusal refusal)
 // The support code of an operation on a class of devices, 0 when it has none.
 constexpr int supportCode(Verb verb, int classCode)
 {
-    for (const SupportCode &each : supportCodes)
-        if (each.verb == verb && each.classCode == classCode)
-            return each.code;
-    return 0;
-}
-
-// Those of a class of devices, which stand together.
-constexpr std::span<const SupportCode> supportCodesOf(int classCode)
-{
-    const auto isOther = [=](const SupportCode &each) { return each.classCode != classCode; };
-    const auto first = std::ranges::find_if_not(supportCodes, isOther);
-    return {first, std::find_if(first, std::end(supportCodes), isOther)};
-}
-
-constexpr std::optional<Verb> verbOfSupportCode(int classCode, int code)
-{
-    for (const SupportCode &each : supportCodes)
-        if (each.classCode == classCode && each.code == code)
-            return each.verb;
-    return {};
+    return yat::supportCode(nameOf(verb), classCode);
 }
 
 } // namespace sim

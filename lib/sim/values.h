@@ -50,7 +50,7 @@ template <class Keys> void machineKeys(Keys &keys, Properties &machine)
     keys.table("timing", [&] { timingKeys(keys, machine.timing); });
     keys.table("supports", [&] {
         for (const DeviceClass &each : deviceClasses)
-            keys(each.key, machine.supported, Codes{supportCodesOf(each.value)});
+            keys(each.key, machine.supported, Codes{each.value});
     });
 }
 

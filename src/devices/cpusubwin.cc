@@ -110,13 +110,13 @@ int showBios(yat_device *device)
 
 constexpr Button buttons[] = {
     {closeButton, leave},
-    {clearButton, operate, &clearMtbf, 1, clearQuestion},
-    {stopButton, operate, &bringDown, 7, stopQuestion},
-    {startButton, operate, &bringUp, 5, startQuestion},
+    {clearButton, operate, &clearMtbf, YAT_SUPPORT_CPU_CLEAR_MTBF, clearQuestion},
+    {stopButton, operate, &bringDown, YAT_SUPPORT_CPU_BRING_DOWN, stopQuestion},
+    {startButton, operate, &bringUp, YAT_SUPPORT_CPU_BRING_UP, startQuestion},
     {changeButton, refuse, &changeJumpSwitch},
     {executeButton, refuse, &takeDump},
     {diagnoseButton, refuse, &diagnose},
-    {setMtbfTypeButton, setSelectedType, &setMtbfType, 13},
+    {setMtbfTypeButton, setSelectedType, &setMtbfType, YAT_SUPPORT_CPU_SET_MTBF_TYPE},
     {.part = updateButton, .action = openDialog, .opens = FirmUpdate},
     {refreshButton, refresh},
     {.part = versionButton, .action = openDialog, .opens = showBios},

@@ -31,7 +31,7 @@ constexpr TextKey questions[] = {"QUERYWIN_CLEAR_ID", "QUERYWIN_ETHERNETSTOP_ID"
 // The window has a button for the first two only.
 constexpr Button buttons[] = {
     {closeButton, leave},
-    {clearButton, operate, &clearMtbf, 31, clearQuestion},
+    {clearButton, operate, &clearMtbf, YAT_SUPPORT_ETHERNET_CLEAR_MTBF, clearQuestion},
     {startButton, refuse, &bringUp},
     {stopButton, refuse, &bringDown},
     {diagnoseButton, refuse, &diagnose},

@@ -73,11 +73,11 @@ constexpr TextKey questions[] = {"QUERYWIN_CLEAR_ID", "QUERYWIN_PCISTOP_ID",
 
 constexpr Button buttons[] = {
     {closeButton, leave},
-    {clearButton, operate, &clearMtbf, 15, clearQuestion},
-    {stopButton, operate, &bringDown, 21, stopQuestion},
-    {startButton, operate, &bringUp, 19, startQuestion},
+    {clearButton, operate, &clearMtbf, YAT_SUPPORT_PCI_CLEAR_MTBF, clearQuestion},
+    {stopButton, operate, &bringDown, YAT_SUPPORT_PCI_BRING_DOWN, stopQuestion},
+    {startButton, operate, &bringUp, YAT_SUPPORT_PCI_BRING_UP, startQuestion},
     {diagnoseButton, refuse, &diagnose},
-    {setMtbfTypeButton, setSelectedType, &setMtbfType, 23},
+    {setMtbfTypeButton, setSelectedType, &setMtbfType, YAT_SUPPORT_PCI_SET_MTBF_TYPE},
     {refreshButton, refresh},
 };
 

@@ -44,7 +44,7 @@ constexpr TextKey questions[] = {"QUERYWIN_CLEAR_ID", "QUERYWIN_ADAPTERSTOP_ID",
 // The window has no button to stop, start or update the adapter.
 constexpr Button buttons[] = {
     {closeButton, leave},
-    {clearButton, operate, &clearMtbf, 25, clearQuestion},
+    {clearButton, operate, &clearMtbf, YAT_SUPPORT_SCSI_CLEAR_MTBF, clearQuestion},
     {diagnoseButton, refuse, &diagnose},
     {stopButton, refuse, &bringDown},
     {startButton, refuse, &bringUp},

@@ -40,11 +40,10 @@ bool confirm(bool copies)
 
 bool update(yat_device *device, bool copies)
 {
-    constexpr int support = 9;
-    return copies ? carryOut(burnFirmware, support, "TITTLE_UPDATECOPY_ID", device,
-                             [] { return "FWCOPY"; })
-                  : carryOut(burnFirmware, support, "TITTLE_FILEPATHUP_ID", device,
-                             [] { return "FWBURN"; });
+    return copies ? carryOut(burnFirmware, YAT_SUPPORT_CPU_BURN_FIRMWARE, "TITTLE_UPDATECOPY_ID",
+                             device, [] { return "FWCOPY"; })
+                  : carryOut(burnFirmware, YAT_SUPPORT_CPU_BURN_FIRMWARE, "TITTLE_FILEPATHUP_ID",
+                             device, [] { return "FWBURN"; });
 }
 
 } // namespace

@@ -22,44 +22,58 @@ Machine machineOf(const std::string &shippedName)
     return movedTo(parseDescription(shipped(shippedName), shippedName), 0);
 }
 
-// A row of the codes of the operations that include/yat/ft.h tells: the class, and a support code
-// with its operation code for each operation that it has.
-std::set<std::string> codesToldIn(const std::string &columns, const std::string &row)
-{
-    std::set<std::string> result;
-    const std::regex codes("([0-9]+), ([0-9]+)");
-    const std::string device = row.substr(row.find_first_not_of("* "), 3);
-    for (std::sregex_iterator pair(row.begin(), row.end(), codes), end; pair != end; ++pair) {
-        const size_t at = static_cast<size_t>(pair->position());
-        const size_t begin = columns.rfind(' ', at) + 1;
-        const std::string verb = columns.substr(begin, columns.find(' ', begin) - begin);
-        result.insert(device + " " + verb + " " + (*pair)[0].str());
-    }
-    return result;
-}
-
 } // namespace
 
+// The header's names tell the class and the call.
 TEST(SupportCodes, AreThoseThatTheHeaderTells)
 {
-    std::set<std::string> told, known;
-    std::string columns;
-    std::istringstream header(readFile(std::filesystem::path(SOURCES) / "include/yat/ft.h"));
-    for (std::string line; std::getline(header, line);)
-        if (line.find("device    ClearMTBF") != std::string::npos)
-            columns = line;
-        else if (!columns.empty() && line.size() > 4)
-            told.merge(codesToldIn(columns, line));
-        else if (!columns.empty())
-            break;
-    const std::map<int, std::string> devices = {{YAT_CLASS_CPU_MODULE, "CPU"},
-                                                {YAT_CLASS_PCI_MODULE, "PCI"},
-                                                {YAT_CLASS_SCSI_ADAPTER, "SCS"},
-                                                {YAT_CLASS_ETHERNET_ADAPTER, "Eth"}};
-    for (const auto &[verb, classCode, code] : supportCodes)
-        known.insert(devices.at(classCode) + " " + std::string(nameOf(verb)) + " "
-                     + std::to_string(code) + ", " + std::to_string(code + 1));
-    EXPECT_EQ(told, known);
+    const std::map<std::string, int> classes = {{"CPU", YAT_CLASS_CPU_MODULE},
+                                                {"PCI", YAT_CLASS_PCI_MODULE},
+                                                {"SCSI", YAT_CLASS_SCSI_ADAPTER},
+                                                {"ETHERNET", YAT_CLASS_ETHERNET_ADAPTER}};
+    const std::map<std::string, Verb> calls = {{"CLEAR_MTBF", Verb::clearMtbf},
+                                               {"BRING_UP", Verb::bringUp},
+                                               {"BRING_DOWN", Verb::bringDown},
+                                               {"BURN_FIRMWARE", Verb::burnFirmware},
+                                               {"SET_MTBF_TYPE", Verb::setMtbfType}};
+    const std::string header = readFile(std::filesystem::path(SOURCES) / "include/yat/ft.h");
+    const std::regex line("#define YAT_SUPPORT_([A-Z]+)_([A-Z_]+) ([0-9]+)\n");
+    size_t told = 0;
+    for (std::sregex_iterator it(header.begin(), header.end(), line), end; it != end;
+         ++it, ++told) {
+        const int classCode = classes.at((*it)[1]), code = std::stoi((*it)[3]);
+        const Verb verb = calls.at((*it)[2]);
+        EXPECT_EQ(supportCode(verb, classCode), code) << it->str();
+        EXPECT_EQ(yat::callAskedFor(classCode, code), nameOf(verb)) << it->str();
+    }
+    EXPECT_EQ(told, std::size(yat::supportCodes));
+}
+
+// So are the words for machine types and classes of devices.
+TEST(Terms, AreThereForWhatTheHeadersName)
+{
+    const auto namesIn = [](const char *header, const std::string &pattern) {
+        const std::string text = readFile(std::filesystem::path(SOURCES) / "include/yat" / header);
+        std::map<std::string, int> names;
+        const std::regex line("#define YAT_" + pattern + " ([0-9]+)");
+        for (std::sregex_iterator it(text.begin(), text.end(), line), end; it != end; ++it)
+            names[(*it)[1]] = std::stoi((*it)[2]);
+        return names;
+    };
+    std::map<std::string, int> types, classes;
+    for (const yat::MachineType &each : yat::machineTypes)
+        types[std::string(each.word)] = each.value;
+    for (const DeviceClass &each : deviceClasses)
+        classes[std::string(each.key)] = each.value;
+    EXPECT_EQ(types, namesIn("ft.h", "MACHINE_([A-Z]+)"));
+    std::map<std::string, int> named;
+    for (const auto &[name, code] : namesIn("device.h", "CLASS_([A-Z]+_(?:MODULE|ADAPTER))")) {
+        std::string key;
+        for (const char letter : name)
+            key += static_cast<char>(tolower(letter));
+        named[key] = code;
+    }
+    EXPECT_EQ(classes, named);
 }
 
 // A word is kept in the state and read again.

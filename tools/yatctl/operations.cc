@@ -2,6 +2,7 @@
 #include "yatctl/operations.h"
 
 #include "base/record.h"
+#include "common/terms.h"
 #include "yatctl/confirmation.h"
 #include "yatctl/failure.h"
 #include "yatctl/report.h"
@@ -17,13 +18,9 @@ namespace {
 
 constexpr char traceSource[] = "yatctl";
 
-struct SupportCode {
-    int classCode, code; // the operation's is one above
-};
-
 struct Operation {
     std::string_view command, does; // "Stop" CPU module 1
-    std::vector<SupportCode> codes;
+    std::string_view call;          // of yat/ft.h
     int (*run)(yat_device *device, int code, const char *argument);
     int leadsTo = 0; // what is waited for, YAT_DEVICE_...
 };
@@ -33,30 +30,16 @@ template <auto call> int withoutArgument(yat_device *device, int code, const cha
     return call(device, code);
 }
 
-const std::vector<Operation> operations = {
-    {"start",
-     "Start",
-     {{YAT_CLASS_CPU_MODULE, 5}, {YAT_CLASS_PCI_MODULE, 19}},
-     withoutArgument<InitBringUp>,
-     YAT_DEVICE_RUNNING},
-    {"stop",
-     "Stop",
-     {{YAT_CLASS_CPU_MODULE, 7}, {YAT_CLASS_PCI_MODULE, 21}},
-     withoutArgument<InitBringDown>,
-     YAT_DEVICE_STOPPED},
-    {"clear",
-     "Clear the MTBF count of",
-     {{YAT_CLASS_CPU_MODULE, 1},
-      {YAT_CLASS_PCI_MODULE, 15},
-      {YAT_CLASS_SCSI_ADAPTER, 25},
-      {YAT_CLASS_ETHERNET_ADAPTER, 31}},
-     withoutArgument<ClearMTBF>},
-    {"set-type",
-     "Set the MTBF type of",
-     {{YAT_CLASS_CPU_MODULE, 13}, {YAT_CLASS_PCI_MODULE, 23}},
-     SetMtbfType},
-    {"update", "Update the BIOS of", {{YAT_CLASS_CPU_MODULE, 9}}, BurnFirmware, YAT_DEVICE_STOPPED},
+constexpr Operation operations[] = {
+    {"start", "Start", "InitBringUp", withoutArgument<InitBringUp>, YAT_DEVICE_RUNNING},
+    {"stop", "Stop", "InitBringDown", withoutArgument<InitBringDown>, YAT_DEVICE_STOPPED},
+    {"clear", "Clear the MTBF count of", "ClearMTBF", withoutArgument<ClearMTBF>},
+    {"set-type", "Set the MTBF type of", "SetMtbfType", SetMtbfType},
+    {"update", "Update the BIOS of", "BurnFirmware", BurnFirmware, YAT_DEVICE_STOPPED},
 };
+static_assert(std::ranges::all_of(operations, [](const Operation &each) {
+    return yat::supportCode(each.call, YAT_CLASS_CPU_MODULE) != 0;
+}));
 
 const Operation &operationOf(const Request &request)
 {
@@ -74,15 +57,14 @@ std::string platformArgument(const Request &request)
 // Asks whether the machine supports it now. Returns its code.
 int askForSupport(const Operation &operation, const Device &device)
 {
-    const auto found =
-        std::ranges::find(operation.codes, device.classCode, &SupportCode::classCode);
+    const int code = yat::supportCode(operation.call, device.classCode);
     const std::string what = std::string(operation.command) + " " + device.shortName;
-    if (found == operation.codes.end())
+    if (code == 0)
         throw Failure(refused, what + ": there is no such operation for a device of its class");
     int detail = 0;
-    if (IfSupport(device.record, found->code, &detail) == 0)
-        throw Failure(refused, what + ": " + reasonFor(device, found->code, detail));
-    return found->code;
+    if (IfSupport(device.record, code, &detail) == 0)
+        throw Failure(refused, what + ": " + reasonFor(device, code, detail));
+    return code;
 }
 
 void wait(const Request &request, const Operation &operation, Device &device)
