@@ -4,6 +4,7 @@
 #include "bigmachine.h"
 #include "report.h"
 #include "support/files.h"
+#include "yat/export.h"
 #include "yat/ft.h"
 #include "yatsim/writing.h"
 
@@ -31,7 +32,7 @@ int steps, transactions;
 } // namespace
 
 // In the place of SQLite's, for whatever this process loads.
-extern "C" __attribute__((visibility("default"))) int sqlite3_step(sqlite3_stmt *statement)
+extern "C" YAT_API int sqlite3_step(sqlite3_stmt *statement)
 {
     static const auto real =
         reinterpret_cast<decltype(&sqlite3_step)>(dlsym(RTLD_NEXT, "sqlite3_step"));

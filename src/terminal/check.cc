@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "terminal/check.h"
 
+#include "yat/export.h"
+
 #include <cstdlib>
 #include <langinfo.h>
 #include <slang.h>
@@ -42,4 +44,4 @@ std::string terminalFault(const std::string &data)
 
 // newt has it read once more when it starts, which is after this; the program's definition comes
 // before S-Lang's.
-extern "C" __attribute__((visibility("default"))) void SLtt_get_terminfo(void) {}
+extern "C" YAT_API void SLtt_get_terminfo(void) {}

@@ -14,6 +14,7 @@
 #include "terminal/ending.h"
 #include "terminal/sequences.h"
 #include "terminal/stopping.h"
+#include "yat/export.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -221,7 +222,7 @@ void dropKeys()
     }
 }
 
-extern "C" __attribute__((visibility("default"))) unsigned int SLang_getkey(void)
+extern "C" YAT_API unsigned int SLang_getkey(void)
 {
     constexpr int mostFailures = 100; // a read can fail for a signal, but not for ever
     for (int failures = 0; failures < mostFailures; ++failures) {

@@ -4,6 +4,7 @@
 #include "terminal/redrawing.h"
 
 #include "terminal/keys.h"
+#include "yat/export.h"
 
 #include <dlfcn.h>
 #include <newt.h>
@@ -21,7 +22,7 @@ void redrawScreen()
 }
 
 // What newt gives them back with; the program's definition comes before S-Lang's.
-extern "C" __attribute__((visibility("default"))) void SLang_reset_tty(void)
+extern "C" YAT_API void SLang_reset_tty(void)
 {
     using Reset = void();
     static Reset *const original = reinterpret_cast<Reset *>(dlsym(RTLD_NEXT, "SLang_reset_tty"));

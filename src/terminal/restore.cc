@@ -2,6 +2,7 @@
 #include "terminal/restore.h"
 
 #include "terminal/stopping.h"
+#include "yat/export.h"
 
 #include <csignal>
 #include <dlfcn.h>
@@ -169,7 +170,7 @@ void resetTerminal()
 
 // newt shows and hides the cursor with this, and does not tell. The program's definition comes
 // before S-Lang's.
-extern "C" __attribute__((visibility("default"))) int SLtt_set_cursor_visibility(int show)
+extern "C" YAT_API int SLtt_set_cursor_visibility(int show)
 {
     using Set = int(int);
     static Set *const original =

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "terminal/size.h"
 
+#include "yat/export.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -77,7 +79,7 @@ bool resizePending()
 
 // For newt and the program, this comes before the function of S-Lang's, which takes any size: the
 // memory of a screen of 20,000 by 20,000 characters is more than most machines have.
-extern "C" __attribute__((visibility("default"))) void SLtt_get_screen_size(void)
+extern "C" YAT_API void SLtt_get_screen_size(void)
 {
     using GetSize = void();
     static GetSize *const original =

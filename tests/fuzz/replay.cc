@@ -8,6 +8,7 @@
 // fuzz_TARGET.failed.
 #include "fuzz.h"
 #include "support/files.h"
+#include "yat/export.h"
 
 #include <algorithm>
 #include <csignal>
@@ -19,12 +20,12 @@
 namespace fs = std::filesystem;
 
 // So that the sanitizers' failures come as a signal too.
-extern "C" __attribute__((visibility("default"))) const char *__asan_default_options()
+extern "C" YAT_API const char *__asan_default_options()
 {
     return "abort_on_error=1";
 }
 
-extern "C" __attribute__((visibility("default"))) const char *__ubsan_default_options()
+extern "C" YAT_API const char *__ubsan_default_options()
 {
     return "abort_on_error=1:print_stacktrace=1";
 }

@@ -4,6 +4,7 @@
 #include "sim/injection.h"
 #include "sim/statefile.h"
 #include "stored.h"
+#include "yat/export.h"
 #include "yatsim/steering.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ int countWait(sqlite3_vfs *, int microseconds)
 } // namespace
 
 // In the place of the C library's, for SQLite as well.
-extern "C" __attribute__((visibility("default"))) int fdatasync(int file)
+extern "C" YAT_API int fdatasync(int file)
 {
     ++syncs;
     return fsync(file);

@@ -2,6 +2,8 @@
 #undef _FORTIFY_SOURCE // which has an open of its own
 #include "system.h"
 
+#include "yat/export.h"
+
 #include <cstdarg>
 #include <ctime>
 #include <fcntl.h>
@@ -11,7 +13,7 @@
 std::function<void(const std::string &)> beforeOpening;
 long long stoppedAt;
 
-extern "C" __attribute__((visibility("default"))) int open(const char *file, int flags, ...)
+extern "C" YAT_API int open(const char *file, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
@@ -22,7 +24,7 @@ extern "C" __attribute__((visibility("default"))) int open(const char *file, int
     return static_cast<int>(syscall(SYS_openat, AT_FDCWD, file, flags, mode));
 }
 
-extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock, timespec *now)
+extern "C" YAT_API int clock_gettime(clockid_t clock, timespec *now)
 {
     if (stoppedAt == 0 || clock != CLOCK_REALTIME)
         return static_cast<int>(syscall(SYS_clock_gettime, clock, now));

@@ -70,8 +70,7 @@ pid_t writeInChild(const char *name, int count, int megabytes, int generations)
 } // namespace
 
 // The library's own write is this one, because the program comes before the C library.
-extern "C" __attribute__((visibility("default"))) ssize_t write(int file, const void *bytes,
-                                                                size_t size)
+extern "C" YAT_API ssize_t write(int file, const void *bytes, size_t size)
 {
     const auto during = std::exchange(duringShortWrite, {});
     const long written = syscall(SYS_write, file, bytes, during ? size / 2 : size);
