@@ -69,7 +69,8 @@ std::map<std::string, std::string> Workspace::environment() const
         {"UBSAN_OPTIONS", "print_stacktrace=1:" + log},
         {"LSAN_OPTIONS", std::string("print_suppressions=0:suppressions='") + SUPPRESSIONS + "'"},
     };
-    for (const char *name : {"YAT_COUNTS", "GCOV_ERROR_FILE", "GCOV_PREFIX"}) // where lines are counted
+    for (const char *name :
+         {"YAT_COUNTS", "GCOV_ERROR_FILE", "GCOV_PREFIX"}) // where lines are counted
         if (const char *value = getenv(name))
             result[name] = value;
     for (const auto &[name, value] : options.environment) {
