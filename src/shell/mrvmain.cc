@@ -212,6 +212,24 @@ static bool hasPrinted()
     return false;
 }
 
+// Which of the two options is given. False, with the usage printed, for anything else.
+static bool readOptions(int argc, char **argv, bool &kernelLogOff)
+{
+    kernelLogOff = true;
+    debug_flag = 0;
+    if (argc == 2 && strncmp(argv[1], "-debug", 7) == 0) {
+        debug_flag = 1;
+        printf("\n");
+    } else if (argc == 2 && strcmp(argv[1], "-d") == 0) {
+        kernelLogOff = false;
+    } else if (argc > 1) {
+        usage(argv[0]);
+        TRACE_AS(YAT_TRACE_ERROR, "main", "<missing argument.");
+        return false;
+    }
+    return true;
+}
+
 int main(int argc, char **argv)
 {
     holdStandardStreams();
@@ -221,18 +239,9 @@ int main(int argc, char **argv)
     adoptLocale();
     adoptName();
 
-    bool kernelLogOff = true;
-    debug_flag = 0;
-    if (argc == 2 && strncmp(argv[1], "-debug", 7) == 0) {
-        debug_flag = 1;
-        printf("\n");
-    } else if (argc == 2 && strcmp(argv[1], "-d") == 0) {
-        kernelLogOff = false;
-    } else if (argc > 1) {
-        usage(argv[0]);
-        TRACE_ERROR("<missing argument.");
+    bool kernelLogOff;
+    if (!readOptions(argc, argv, kernelLogOff))
         return 0;
-    }
 
     char path[50] = {};
     TRACE("enter utility/main() of mrvutil.");

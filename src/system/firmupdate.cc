@@ -46,6 +46,16 @@ bool update(yat_device *device, bool copies)
                              device, [] { return "FWBURN"; });
 }
 
+// The method that takes the data file, with the file below it.
+Grid makeFileGrid(newtComponent method, newtComponent label, newtComponent file)
+{
+    return {1,
+            3,
+            {{0, 0, method, NEWT_ANCHOR_LEFT, {.left = 1}},
+             {0, 1, label, NEWT_ANCHOR_LEFT, {.left = 5}},
+             {0, 2, file, NEWT_ANCHOR_LEFT, {.left = 5}}}};
+}
+
 } // namespace
 
 int FirmUpdate(yat_device *datap)
@@ -64,20 +74,16 @@ int FirmUpdate(yat_device *datap)
         1,
         2,
         {{0, 0, heading, NEWT_ANCHOR_LEFT}, {0, 1, copyMethod, NEWT_ANCHOR_LEFT, {.left = 1}}}};
-    const Grid pathGrid = {1,
-                           3,
-                           {{0, 0, fileMethod, NEWT_ANCHOR_LEFT, {.left = 1}},
-                            {0, 1, fileLabel, NEWT_ANCHOR_LEFT, {.left = 5}},
-                            {0, 2, file, NEWT_ANCHOR_LEFT, {.left = 5}}}};
     const Grid buttonGrid = {2,
                              1,
                              {{0, 0, execute, NEWT_ANCHOR_LEFT, {.top = 1}},
                               {1, 0, close, NEWT_ANCHOR_RIGHT, {.top = 1}}}};
-    const Grid grid = {1,
-                       3,
-                       {{0, 0, methodGrid, NEWT_ANCHOR_TOP},
-                        {0, 1, pathGrid, NEWT_ANCHOR_TOP, {.top = 1}},
-                        {0, 2, buttonGrid, NEWT_ANCHOR_TOP}}};
+    const Grid grid = {
+        1,
+        3,
+        {{0, 0, methodGrid, NEWT_ANCHOR_TOP},
+         {0, 1, makeFileGrid(fileMethod, fileLabel, file), NEWT_ANCHOR_TOP, {.top = 1}},
+         {0, 2, buttonGrid, NEWT_ANCHOR_TOP}}};
     openWindow(form, grid, text("WINDOW_TITLE_FIRMUP_ID"), GridEnd::freed);
     newtFormAddComponents(form, heading, copyMethod, fileMethod, fileLabel, file, execute, close,
                           nullptr);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // How the sources are laid out: which folder stands on which, what a file is called, how long it
-// is.
+// is, and each function in it.
 #include "support/files.h"
 
 #include <algorithm>
@@ -8,6 +8,7 @@
 #include <map>
 #include <regex>
 #include <set>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -155,6 +156,27 @@ TEST(Structure, NoFileHasMoreThan400Lines)
 {
     for (const Source &source : sourcesBelow({"base", "src", "lib", "tools"}))
         EXPECT_LE(std::ranges::count(source.text, '\n'), 400) << source.path;
+}
+
+// From the brace that begins a function at the left to the one that ends it.
+TEST(Structure, NoFunctionHasMoreThan40Lines)
+{
+    size_t functions = 0;
+    for (const Source &source : sourcesBelow({"base", "src", "lib", "tools"})) {
+        std::istringstream text(source.text);
+        int number = 0, begin = 0;
+        for (std::string line; std::getline(text, line);) {
+            ++number;
+            if (line == "{" || (begin == 0 && line.starts_with("try")))
+                begin = number;
+            if (line != "}" || begin == 0)
+                continue;
+            EXPECT_LE(number - begin + 1, 40) << source.path << ":" << begin;
+            begin = 0;
+            ++functions;
+        }
+    }
+    EXPECT_GT(functions, 1000u);
 }
 
 // Of a program with another one's rights, the environment is not to be trusted.

@@ -19,10 +19,6 @@ const char about[] =
     "failures, repairs, modules pulled and inserted. Use it alongside mrvutil, which shows\n"
     "the changes when its window is refreshed.\n";
 
-const char aboutDevices[] =
-    "DEVICE is a short name such as cpu1, pci2, scsi1 or ethernet3, or the name that mrvutil\n"
-    "shows, such as \"CPU module 1\". 'yatsim list' names them all.";
-
 const char footer[] =
     "Examples:\n"
     "  yatsim list                            the devices and their states\n"
@@ -41,16 +37,22 @@ const char footer[] =
     "'yatsim SUBCOMMAND --help' describes a subcommand. See also yatsim(1) and, for the\n"
     "descriptions of machines, yat-machine(5).";
 
-std::string setHelp()
+std::string aboutDevices()
+{
+    return "DEVICE is a short name such as cpu1, pci2, scsi1 or ethernet3, or the name that"
+           " mrvutil\nshows, such as \"CPU module 1\". 'yatsim list' names them all.";
+}
+
+std::string aboutKeys()
 {
     std::string result;
     for (const SetKey &key : setKeys())
         result += "  " + std::string(key.owner != SetKey::machine ? "DEVICE." : "") + key.key
                   + "\n      " + key.values + "\n";
-    return "Keys and their values:\n" + result + "\n" + aboutDevices;
+    return "Keys and their values:\n" + result + "\n" + aboutDevices();
 }
 
-std::string injectHelp()
+std::string aboutInjections()
 {
     std::string calls;
     for (const auto &call : injectableCalls)
@@ -76,70 +78,68 @@ std::string emptiness(const std::string &argument)
 constexpr Word device = {"DEVICE", "The device's short name or its display name"};
 
 struct Command {
-    const char *name, *help;
+    const char *name;
     void (*run)(const Request &);
-    std::array<Word, 2> words{};
+    const char *help;
     bool prints = false;
-    std::string more{}; // below the help
+    std::array<Word, 2> words{};
+    std::string (*more)() = nullptr; // below the help
 };
 
-const std::vector<Command> &commands()
-{
-    static const std::vector<Command> all = {
-        {"init", "Create the state of a machine that has none yet", init},
-        {"list", "List the devices and their states", listDevices, {}, true},
-        {"show",
-         "Show a device, or the machine with its clock and its injections",
-         show,
-         {{{"DEVICE", "The device; without it, the machine is shown", false}}},
-         true,
-         aboutDevices},
-        {"fail",
-         "Make a device fail; its MTBF type decides whether it starts again",
-         act<Verb::fail>,
-         {{device}},
-         false,
-         aboutDevices},
-        {"repair",
-         "Repair a broken device; its failures stay counted",
-         act<Verb::repair>,
-         {{device}},
-         false,
-         aboutDevices},
-        {"pull",
-         "Pull a module out, whatever it is doing",
-         act<Verb::pull>,
-         {{device}},
-         false,
-         aboutDevices},
-        {"insert",
-         "Insert a module into its empty slot",
-         act<Verb::insert>,
-         {{device}},
-         false,
-         aboutDevices},
-        {"inject",
-         "Make a platform call fail, hang, or answer as you like",
-         injectCall,
-         {{{"CALL", "The call, by its name"}, {"RESULT", "A number, 'real' or 'off'"}}},
-         false,
-         injectHelp()},
-        {"set",
-         "Set a value of the machine, or of a device",
-         set,
-         {{{"KEY", "KEY of the machine, or DEVICE.KEY"}, {"VALUE", "The value", true, true}}},
-         false,
-         setHelp()},
-        {"journal", "Print the journal of all operations requested", journal, {}, true},
-        {"export", "Print the description of a machine like this one", exportDescription, {}, true},
-        {"import",
-         "Rebuild the machine from a description; the journal continues",
-         importDescription,
-         {{{"FILE", "The description, see yat-machine(5)"}}}},
-        {"reset", "Rebuild the machine from its own description; the journal continues", reset},
-    };
-    return all;
-}
+constexpr Command commands[] = {
+    {"init", init, "Create the state of a machine that has none yet"},
+    {"list", listDevices, "List the devices and their states", true},
+    {"show",
+     show,
+     "Show a device, or the machine with its clock and its injections",
+     true,
+     {{{"DEVICE", "The device; without it, the machine is shown", false}}},
+     aboutDevices},
+    {"fail",
+     act<Verb::fail>,
+     "Make a device fail; its MTBF type decides whether it starts again",
+     false,
+     {{device}},
+     aboutDevices},
+    {"repair",
+     act<Verb::repair>,
+     "Repair a broken device; its failures stay counted",
+     false,
+     {{device}},
+     aboutDevices},
+    {"pull",
+     act<Verb::pull>,
+     "Pull a module out, whatever it is doing",
+     false,
+     {{device}},
+     aboutDevices},
+    {"insert",
+     act<Verb::insert>,
+     "Insert a module into its empty slot",
+     false,
+     {{device}},
+     aboutDevices},
+    {"inject",
+     injectCall,
+     "Make a platform call fail, hang, or answer as you like",
+     false,
+     {{{"CALL", "The call, by its name"}, {"RESULT", "A number, 'real' or 'off'"}}},
+     aboutInjections},
+    {"set",
+     set,
+     "Set a value of the machine, or of a device",
+     false,
+     {{{"KEY", "KEY of the machine, or DEVICE.KEY"}, {"VALUE", "The value", true, true}}},
+     aboutKeys},
+    {"journal", journal, "Print the journal of all operations requested", true},
+    {"export", exportDescription, "Print the description of a machine like this one", true},
+    {"import",
+     importDescription,
+     "Rebuild the machine from a description; the journal continues",
+     false,
+     {{{"FILE", "The description, see yat-machine(5)"}}}},
+    {"reset", reset, "Rebuild the machine from its own description; the journal continues"},
+};
 
 // The limits of a number, told by messages and not by the help.
 CLI::Validator between(int64_t least, int64_t most)
@@ -178,7 +178,8 @@ void addOptions(CLI::App &app, Request &request, const Command &command)
         app.add_option("--text", request.text, "What the call gives: a text, or numbers")
             ->type_name("TEXT");
     }
-    app.footer(command.more);
+    if (command.more)
+        app.footer(command.more());
 }
 
 // The help of a subcommand has the options that it shares with the others, too.
@@ -202,7 +203,7 @@ std::string toString(const CLI::App &app, const CLI::ParseError &problem)
         return (rest.empty() ? problem.what() : "no option '" + rest[0] + "'")
                + "; 'yatsim --help' says more";
     std::vector<std::string> known;
-    for (const Command &command : commands())
+    for (const Command &command : commands)
         known.push_back(command.name);
     return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + list(known);
 }
@@ -231,7 +232,7 @@ std::optional<Request> parseCommandLine(int argc, char **argv)
         ->check(emptiness);
     app.set_version_flag("--version", std::string("yatsim of mrvutil ") + yat::productVersion,
                          "Print the version of the product and exit");
-    for (const Command &command : commands()) {
+    for (const Command &command : commands) {
         CLI::App *each = app.add_subcommand(command.name, command.help);
         addOptions(*each, request, command);
         each->callback([&request, &command] { request.command = command.run; });
