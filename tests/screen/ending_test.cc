@@ -59,6 +59,8 @@ TEST_P(EverySignal, RestoresTheTerminalAndTakesItsEffect)
     session.terminal().kill(signal);
     session.expectSignal(signal);
     expectRestored(session);
+    EXPECT_EQ(session.terminal().output().find(program + std::string(": ")), std::string::npos)
+        << session.terminal().output(); // it has no reason of its own
 }
 
 // All that end a process by themselves and can be told of it before.
