@@ -32,6 +32,8 @@ const std::vector<Expected> sequences = {
     {"\x1bOZ", "\x1bOZ"},
     {"\x1bOw", "\x1bOw"},
     {"\x1b[R", "\x1b[R"},
+    {"\x1b[a", ""},
+    {"\x1bOa", ""},
     {"\x1b[25~", ""},
     {"\x1b[34~", ""},
     {"\x1b[1;5A", ""},
