@@ -4,14 +4,49 @@
 
 #include "yat/export.h"
 
+#include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 std::function<void(const std::string &)> beforeOpening;
+std::function<void()> duringShortWrite;
+std::map<std::string, int> nextErrors;
 long long stoppedAt;
+
+static bool fails(const char *call)
+{
+    const auto error = nextErrors.extract(call);
+    if (!error.empty())
+        errno = error.mapped();
+    return !error.empty();
+}
+
+#define CALL(name, parameters, ...)                                                                \
+    extern "C" YAT_API int name parameters                                                         \
+    {                                                                                              \
+        return fails(#name) ? -1 : static_cast<int>(syscall(SYS_##name, __VA_ARGS__));             \
+    }
+CALL(fchmod, (int file, mode_t mode), file, mode)
+CALL(fsync, (int file), file)
+CALL(ftruncate, (int file, off_t size), file, size)
+CALL(rename, (const char *from, const char *to), from, to)
+
+extern "C" YAT_API ssize_t write(int file, const void *bytes, size_t size)
+{
+    if (fails("write"))
+        return -1;
+    const auto during = std::exchange(duringShortWrite, {});
+    const long written = syscall(SYS_write, file, bytes, during ? size / 2 : size);
+    if (during)
+        during();
+    return written;
+}
 
 extern "C" YAT_API int open(const char *file, int flags, ...)
 {
