@@ -61,7 +61,11 @@ std::string readFile(const std::string &file)
 
 void appendToFile(const std::string &file, const std::string &text)
 {
-    throwUnlessWritten(file, finish(openOwnFile(file, O_WRONLY | O_APPEND), text));
+    const int descriptor = openOwnFile(file, O_RDWR | O_APPEND);
+    char last = '\n'; // also of an empty file, which has no byte to read
+    const bool isTorn =
+        pread(descriptor, &last, 1, lseek(descriptor, 0, SEEK_END) - 1) == 1 && last != '\n';
+    throwUnlessWritten(file, finish(descriptor, isTorn ? '\n' + text : text));
 }
 
 void replaceFile(const std::string &file, const std::string &text, mode_t permissions)

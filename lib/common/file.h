@@ -11,8 +11,9 @@ namespace yat {
 // to be a configuration or a description.
 std::string readFile(const std::string &file);
 
-// Adds to the end of a file of the product's own, see openOwnFile. It is on the disk afterwards.
-// Throws Problem, "FILE can't be written: REASON".
+// Adds lines to the end of a file of the product's own, see openOwnFile, and ends a line before
+// that the disk took a part of. They are on the disk afterwards. Throws Problem, "FILE can't be
+// written: REASON".
 void appendToFile(const std::string &file, const std::string &text);
 
 // Gives a file another text and these permissions. Whoever reads it sees the old one or the new

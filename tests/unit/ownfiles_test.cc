@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What the product makes for itself: who may read it, and which paths it doesn't take.
+#include "common/file.h"
 #include "common/library.h"
 #include "common/ownfiles.h"
 #include "common/problem.h"
 #include "support/files.h"
 #include "system.h"
 
+#include <cerrno>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -53,6 +55,7 @@ struct OwnFiles : testing::Test {
     const TemporaryDirectory directory;
     const fs::path &top = directory.path;
     const mode_t mask = umask(022);
+    const size_t openFiles = countOpenFiles();
 };
 
 } // namespace
@@ -120,7 +123,6 @@ TEST_F(OwnFiles, AreStillWhatTheyWereOnceTheyAreOpen)
         beforeOpening = {};
         return refusal;
     };
-    const size_t open = countOpenFiles();
     EXPECT_EQ(refusalAfter([] {}), "");
     EXPECT_EQ(refusalAfter([&] {
                   fs::remove(file);
@@ -137,7 +139,7 @@ TEST_F(OwnFiles, AreStillWhatTheyWereOnceTheyAreOpen)
                   fs::create_directory(file);
               }),
               "Is a directory");
-    EXPECT_EQ(countOpenFiles(), open);
+    EXPECT_EQ(countOpenFiles(), openFiles);
     EXPECT_EQ(readFile(victim), "precious");
 }
 
@@ -148,6 +150,52 @@ TEST_F(OwnFiles, SayWhyTheyCantBeMade)
     EXPECT_EQ(refusalOfDirectory(top / "file/below"), "Not a directory");
     EXPECT_EQ(refusalOfDirectory(""), "No such file or directory");
     EXPECT_EQ(refusalOfFile(top / "none/file"), "No such file or directory");
+}
+
+TEST_F(OwnFiles, AreReplacedOrLeftAsTheyWere)
+{
+    const fs::path file = top / "file";
+    yat::replaceFile(file, "old\n", 0644);
+    EXPECT_EQ(modeOf(file), 0644);
+    const auto refusal = [&] {
+        return refusalOf(file, [&] { yat::replaceFile(file, "new\n", 0600); });
+    };
+    const auto expectNothingDone = [&](const char *call) {
+        EXPECT_EQ(readFile(file), "old\n") << call;
+        EXPECT_EQ(modeOf(file), 0644) << call;
+        EXPECT_EQ(std::distance(fs::directory_iterator(top), {}), 1) << call;
+        EXPECT_EQ(countOpenFiles(), openFiles) << call;
+    };
+    for (const char *call : {"fchmod", "write", "fsync", "rename"}) {
+        nextErrors = {{call, EIO}};
+        EXPECT_EQ(refusal(), "Input/output error") << call;
+        expectNothingDone(call);
+    }
+    duringShortWrite = [] {};
+    EXPECT_EQ(refusal(), "No space left on device");
+    expectNothingDone("short write");
+    EXPECT_EQ(refusal(), "");
+    EXPECT_EQ(readFile(file), "new\n");
+    EXPECT_EQ(modeOf(file), 0600);
+}
+
+TEST_F(OwnFiles, AreAddedToInWholeLines)
+{
+    const fs::path file = top / "file";
+    const auto refusalOfLine = [&](const char *line) {
+        return refusalOf(file, [&] { yat::appendToFile(file, line); });
+    };
+    EXPECT_EQ(refusalOfLine("first\n"), "");
+    for (const char *call : {"write", "fsync"}) {
+        nextErrors = {{call, EIO}};
+        EXPECT_EQ(refusalOfLine("second\n"), "Input/output error") << call;
+    }
+    duringShortWrite = [] {};
+    EXPECT_EQ(refusalOfLine("torn..\n"), "No space left on device");
+    EXPECT_EQ(refusalOfLine("third\n"), "");
+    EXPECT_EQ(refusalOfLine("fourth\n"), "");
+    EXPECT_EQ(readFile(file), "first\nsecond\ntor\nthird\nfourth\n");
+    EXPECT_EQ(countOpenFiles(), openFiles);
 }
 
 TEST_F(OwnFiles, MayBeToldByARelativePath)
