@@ -5,7 +5,6 @@
 #include "text/utf8.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cwchar>
 #include <iconv.h>
@@ -26,26 +25,15 @@ public:
     Conversion(const Conversion &) = delete;
     Conversion &operator=(const Conversion &) = delete;
 
-    // Appends the converted text; false, with nothing appended, when it can't be converted.
-    bool append(std::string &result, std::string_view text) const
+    // Appends the character converted; false, with nothing appended, when it can't be.
+    bool append(std::string &result, std::string_view character) const
     {
-        if (!exists())
-            return false;
         char buffer[256];
-        char *in = const_cast<char *>(text.data());
-        size_t inLeft = text.size();
-        const size_t before = result.size();
-        iconv(descriptor, nullptr, nullptr, nullptr, nullptr);
-        while (inLeft > 0) {
-            char *out = buffer;
-            size_t outLeft = sizeof buffer;
-            const size_t status = iconv(descriptor, &in, &inLeft, &out, &outLeft);
-            result.append(buffer, sizeof buffer - outLeft);
-            if (status == static_cast<size_t>(-1) && errno != E2BIG) {
-                result.resize(before);
-                return false;
-            }
-        }
+        char *in = const_cast<char *>(character.data()), *out = buffer;
+        size_t inLeft = character.size(), outLeft = sizeof buffer;
+        if (!exists() || iconv(descriptor, &in, &inLeft, &out, &outLeft) == static_cast<size_t>(-1))
+            return false;
+        result.append(buffer, out);
         return true;
     }
 

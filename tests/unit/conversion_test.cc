@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "text/encoding.h"
+#include "text/utf8.h"
 #include "yat/text.h"
 
 #include <clocale>
@@ -85,4 +87,33 @@ TEST_F(Conversion, ForALocaleWithoutTheCharactersWritesQuestionMarks)
     EXPECT_EQ(convert("plain"), "plain");
     EXPECT_EQ(convert("\xb4\xc1 1"), "? 1");
     EXPECT_EQ(convert("\xff"), "?");
+}
+
+TEST(Utf8, HasSequencesUpToItsBorders)
+{
+    for (const auto &[sequence, character] : {std::pair<std::string_view, char32_t>{"\x7F", 0x7F},
+                                              {"\xC2\x80", 0x80},
+                                              {"\xDF\xBF", 0x7FF},
+                                              {"\xE0\xA0\x80", 0x800},
+                                              {"\xED\x9F\xBF", 0xD7FF},
+                                              {"\xEE\x80\x80", 0xE000},
+                                              {"\xEF\xBF\xBF", 0xFFFF},
+                                              {"\xF0\x90\x80\x80", 0x10000},
+                                              {"\xF4\x8F\xBF\xBF", 0x10FFFF}}) {
+        const std::string text = std::string(sequence) + "\x80";
+        EXPECT_EQ(yat::utf8Length(text), sequence.size()) << std::hex << +character;
+        EXPECT_EQ(yat::utf8Length(sequence.substr(0, sequence.size() - 1)), 0u);
+        EXPECT_EQ(yat::utf8Character(sequence), character);
+    }
+    for (const std::string_view none :
+         {"", "\x80\x80", "\xBF\x80", "\xC1\xBF", "\xC2\x7F", "\xC2\xC0", "\xE0\x9F\xBF",
+          "\xE1\x80\x7F", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF1\x80\x80\xC0",
+          "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"})
+        EXPECT_EQ(yat::utf8Length(none), 0u) << none;
+}
+
+TEST(Json, HasNothingRawThatATerminalObeys)
+{
+    EXPECT_EQ(yat::escapedJson("{\"a\": \"~\x7F\u0080\u009F\u00A0\u202E漢\"}\n"),
+              "{\"a\": \"~\\u007F\\u0080\\u009F\u00A0\\u202E漢\"}\n");
 }
