@@ -3,6 +3,8 @@
 #include "support/files.h"
 #include "yat/facts.h"
 #include "yat/ft.h"
+#include "yat/platform.h"
+#include "yat/trace.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -78,8 +80,6 @@ struct Refused {
 const Refused refused[] = {
     {"foreign", "has no symbol YatPlatform"},
     {"magic", "has the wrong magic number"},
-    {"version", "has the wrong version or size"},
-    {"size", "has the wrong version or size"},
     {"refusing", "refuses to open"},
 };
 
@@ -88,6 +88,7 @@ class EveryRefused : public testing::TestWithParam<Refused> {};
 void expectRefused(const Refused &platform)
 {
     Root root(std::string(PLATFORMS "/platform_") + platform.name + ".dll");
+    root.call<decltype(TraceLog)>("TraceLog")(YAT_TRACE_ERROR, "s", "f", 1, "of another time");
     EXPECT_EQ(root.init(), 0);
     EXPECT_TRUE(isEmpty(root.functions()));
     EXPECT_FALSE(root.isLoaded());
@@ -114,6 +115,26 @@ TEST(Platform, ThatLacksAnyOfItsFunctionsIsRefused)
         expectRefused({"good", "lacks functions"});
     }
     unsetenv("YAT_GAP");
+}
+
+TEST(Platform, OfAnotherVersionOrSizeIsRefused)
+{
+    constexpr size_t now = sizeof(yat_platform), before = offsetof(yat_platform, get_facts);
+    for (const auto &[version, size] : {std::pair<int, size_t>{1, before},
+                                        {2, before - 8},
+                                        {2, now},
+                                        {3, before},
+                                        {3, now - 8},
+                                        {3, now + 8},
+                                        {4, before},
+                                        {4, now}}) {
+        SCOPED_TRACE(std::to_string(version) + ", " + std::to_string(size));
+        setenv("YAT_VERSION", std::to_string(version).c_str(), 1);
+        setenv("YAT_SIZE", std::to_string(size).c_str(), 1);
+        expectRefused({"good", "has the wrong version or size"});
+    }
+    unsetenv("YAT_VERSION");
+    unsetenv("YAT_SIZE");
 }
 
 TEST(Platform, ThatIsMissingIsACleanFailure)
@@ -270,5 +291,9 @@ TEST(Platform, NeedNotTellFacts)
 
 TEST(Platform, OfVersion2IsTakenAndTellsNoFacts)
 {
+    setenv("YAT_VERSION", "2", 1);
+    setenv("YAT_SIZE", std::to_string(offsetof(yat_platform, get_facts)).c_str(), 1);
     EXPECT_EQ(toldBy("old"), "");
+    unsetenv("YAT_VERSION");
+    unsetenv("YAT_SIZE");
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A platform with one fault, chosen when it is compiled; or one that lacks the function of which
-// YAT_GAP has the number.
+// YAT_GAP has the number, or has the version YAT_VERSION and the size YAT_SIZE.
 #include "yat/platform.h"
 
 #include <cstdlib>
@@ -70,11 +70,16 @@ int close()
     return 1;
 }
 
+uint32_t wanted(const char *variable, size_t otherwise)
+{
+    const char *value = getenv(variable);
+    return static_cast<uint32_t>(value ? atoi(value) : static_cast<int>(otherwise));
+}
+
 bool isGap()
 {
-    static int number; // counts the functions of the table, in order
-    const char *gap = getenv("YAT_GAP");
-    return ++number == (gap ? atoi(gap) : 0);
+    static uint32_t number; // counts the functions of the table, in order
+    return ++number == wanted("YAT_GAP", 0);
 }
 template <class Function> Function *unlessGap(Function *function)
 {
@@ -94,20 +99,8 @@ const yat_platform YatPlatform = {
 #else
     .magic = YAT_PLATFORM_MAGIC,
 #endif
-#ifdef PLATFORM_VERSION
-    .version = YAT_PLATFORM_VERSION + 1,
-#elif defined PLATFORM_OLD
-    .version = 2,
-#else
-    .version = YAT_PLATFORM_VERSION,
-#endif
-#ifdef PLATFORM_SIZE
-    .size = sizeof(yat_platform) - 8,
-#elif defined PLATFORM_OLD
-    .size = offsetof(yat_platform, get_facts),
-#else
-    .size = sizeof(yat_platform),
-#endif
+    .version = wanted("YAT_VERSION", YAT_PLATFORM_VERSION),
+    .size = wanted("YAT_SIZE", sizeof(yat_platform)),
     .open = unlessGap(open),
     .close = unlessGap(close),
     .functions =
