@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "support/files.h"
+#include "yat/trace.h"
 #include "yat/winshim.h"
 
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -69,6 +73,86 @@ TEST(Loader, LeavesTheReasonOfAFailureInDlerror)
     EXPECT_EQ(FreeLibrary(nullptr), 0);
 }
 
+namespace {
+
+// Loads and unloads a library that traces in between, and ends the program.
+void endAfter(const std::function<void(void *)> &work)
+{
+    TraceLog(YAT_TRACE_ERROR, "s", "f", 1, "of another time");
+    initnewtlib();
+    void *module = LoadLibrary(STAGE "/lib/yatcore.dll");
+    work(module);
+    FreeLibrary(module);
+    exit(0);
+}
+
+// That work is done in a process of its own, which has not told anything yet.
+struct Told : testing::Test {
+    Told()
+    {
+        testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    }
+};
+
+} // namespace
+
+TEST_F(Told, IsTheFirstErrorThatALibraryTraced)
+{
+    const auto trace = [](void *) {
+        TraceLog(YAT_TRACE_PROGRESS, "s", "f", 1, ">");
+        TraceLog(YAT_TRACE_MEMORY, "s", "f", 1, "memory");
+        TraceLog(YAT_TRACE_ERROR, "s", "f", 1, "%s", std::string(1500, 'x').c_str());
+        TraceLog(YAT_TRACE_ERROR, "s", "f", 1, "last");
+    };
+    EXPECT_EXIT(endAfter(trace), testing::ExitedWithCode(0), "^unit_test: x{1023}\n$");
+    EXPECT_EXIT(endAfter([](void *) {}), testing::ExitedWithCode(0), "^$");
+}
+
+TEST_F(Told, IsOnceThatTheLogCannotBeWritten)
+{
+    const auto lose = [](void *) {
+        for (const char *nowhere : {"/proc/nowhere", "/dev/null"}) {
+            setenv("YAT_STATE_DIR", nowhere, 1);
+            setenv("XDG_STATE_HOME", nowhere, 1);
+            TraceLogInit(0, "lost", 0, 0, 0);
+        }
+    };
+    EXPECT_EXIT(endAfter(lose), testing::ExitedWithCode(0),
+                "^unit_test: /proc/nowhere can't be written: [^\n]* is not in the trace log\n$");
+}
+
+TEST_F(Told, IsOnceWhatIsWrongWithALibrary)
+{
+    const auto look = [](void *module) {
+        GetProcAddress(module, "Nothing");
+        TraceLog(YAT_TRACE_ERROR, "s", "f", 1, "what follows from it");
+    };
+    EXPECT_EXIT(endAfter(look), testing::ExitedWithCode(0),
+                "^unit_test: [^\n]*undefined symbol: Nothing; install the product again\n$");
+    const auto load = [](void *) { LoadLibrary("/none.dll"); };
+    EXPECT_EXIT(endAfter(load), testing::ExitedWithCode(0),
+                "^unit_test: /none.dll: cannot open [^\n]*; install the product again\n$");
+}
+
+// As when the program was first run with sudo.
+TEST_F(Told, IsThatRootMadeTheLogsOfAnotherUser)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can make files of root's";
+    const auto lose = [](void *) {
+        const TemporaryDirectory directory;
+        std::filesystem::create_directory(directory.path / "log");
+        EXPECT_EQ(chown(directory.path.c_str(), 65534, 0), 0);
+        setenv("YAT_STATE_DIR", directory.path.c_str(), 1);
+        EXPECT_EQ(setresuid(65534, 65534, 0), 0);
+        TraceLogInit(0, "lost", 0, 0, 0);
+        EXPECT_EQ(setresuid(0, 0, 0), 0);
+    };
+    EXPECT_EXIT(endAfter(lose), testing::ExitedWithCode(0),
+                "^unit_test: [^\n]*/log can't be written: Permission denied; what the program did "
+                "is not in the trace log\n$");
+}
+
 TEST(Root, IsAboveTheLibrary)
 {
     char stage[PATH_MAX], buffer[4096];
@@ -85,7 +169,9 @@ TEST(Root, NeedsRoomForAllOfIt)
     char small[4096] = "untouched";
     EXPECT_EQ(GetYatRootPath(small, length), 0);
     EXPECT_STREQ(small, "untouched");
+    memset(small, 'x', sizeof small);
     EXPECT_EQ(GetYatRootPath(small, length + 1), 1);
+    EXPECT_EQ(small[length + 1], 'x');
     EXPECT_EQ(GetYatRootPath(small, 0), 0);
     EXPECT_EQ(GetYatRootPath(small, -1), 0);
     EXPECT_EQ(GetYatRootPath(nullptr, 4096), 0);
