@@ -45,19 +45,17 @@ try {
         return 0;
     }
     std::optional<int> injected;
-    hwinfo::Response deviceId{};
-    int result = 1;
+    std::optional<hwinfo::Response> deviceId;
     try {
         deviceId = hwinfo::interpret(askMachine(injected));
     } catch (const yat::Problem &problem) {
         std::istringstream lines(problem.what());
         for (std::string line; std::getline(lines, line);)
             TRACE_ERROR("%s", line.c_str());
-        result = 0;
     }
-    result = injected.value_or(result);
+    const int result = injected.value_or(deviceId ? 1 : 0);
     if (result != 0)
-        std::ranges::copy(deviceId, response);
+        std::ranges::copy(deviceId.value_or(hwinfo::Response()), response);
     TRACE("<");
     return result;
 } catch (const std::exception &problem) {

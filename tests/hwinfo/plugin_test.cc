@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The plug-in as programs use it: loaded, asked, unloaded.
 #include "hwinfo/bmc.h"
+#include "sim/store.h"
 #include "support/files.h"
 #include "support/symbols.h"
 #include "support/trace.h"
 #include "yat/hwinfo.h"
 #include "yat/trace.h"
 #include "yat/winshim.h"
+#include "yatsim/steering.h"
 
 #include <algorithm>
 #include <array>
@@ -191,6 +193,29 @@ TEST_F(PluginTest, FailsWithoutADescription)
     const Lines records = takeTrace();
     ASSERT_EQ(records.size(), 3u);
     EXPECT_TRUE(records[1].starts_with("1 YATGetDeviceID " + missing + ": ")) << records[1];
+}
+
+TEST_F(PluginTest, AnswersWhatIsInjected)
+{
+    const auto injected = [&](const std::string &machine, const sim::Injection &injection) {
+        setenv("YAT_MACHINE", machine.c_str(), 1);
+        sim::Store store = sim::configuredStore();
+        sim::inject(store, injection);
+        return ask(machine);
+    };
+    const std::string cedar = describe("response = [0, 32, 1, 4, 0x17]");
+    const Asked answered = injected(cedar, {.call = "YATGetDeviceID", .text = "0 1 2 3 4"});
+    EXPECT_EQ(answered.result, 1);
+    EXPECT_EQ(answered.response, (Response{0, 1, 2, 3, 4}));
+    const Asked refused = injected(cedar, {.call = "YATGetDeviceID", .result = 0});
+    EXPECT_EQ(refused.result, 0);
+    EXPECT_EQ(refused.response, untouched);
+    const Asked strange = injected(cedar, {.call = "YATGetDeviceID", .result = 7});
+    EXPECT_EQ(strange.result, 7);
+    EXPECT_EQ(strange.response, (Response{0, 32, 1, 4, 0x17}));
+    const Asked pretended = injected(describe(""), {.call = "YATGetDeviceID", .result = -1});
+    EXPECT_EQ(pretended.result, -1);
+    EXPECT_EQ(pretended.response, Response());
 }
 
 TEST_F(PluginTest, AsksTheHardwareWhereThatIsChosen)
