@@ -33,7 +33,7 @@ constexpr char traceSource[] = "catalogue";
 constexpr std::string_view endLine = "%end";
 
 int openedSize = -1; // of the file last opened, -1 for none
-char openedName[PATH_MAX];
+std::string openedName;
 
 // Says what is wrong with the file of the texts, once: without one, whatever is looked up is empty.
 void complainOfTexts(const std::string &what)
@@ -108,18 +108,17 @@ try {
     const std::string root = yat::productRoot();
     if (root.empty())
         return nullptr;
-    const std::string name = root + path;
-    openedName[name.copy(openedName, sizeof openedName - 1)] = '\0';
+    openedName = root + path;
     struct stat status;
     std::string fault;
     FILE *file = nullptr;
-    if (stat(openedName, &status) != 0)
+    if (stat(openedName.c_str(), &status) != 0)
         fault = yat::reason(errno);
     else if (!S_ISREG(status.st_mode)) // nor opened: a FIFO would hold us up
         fault = "it is no regular file";
     else if (status.st_size > INT_MAX)
         fault = "it is too large";
-    else if (file = fopen(openedName, "re"); !file)
+    else if (file = fopen(openedName.c_str(), "re"); !file)
         fault = yat::reason(errno);
     if (!fault.empty()) {
         complainOfTexts(" can't be read: " + fault);
@@ -128,7 +127,7 @@ try {
     *size = openedSize = static_cast<int>(status.st_size);
     if (openedSize == 0)
         complainOfTexts(" is empty");
-    TRACE("mrvutil %s, texts of %s", yat::productVersion, openedName);
+    TRACE("mrvutil %s, texts of %s", yat::productVersion, openedName.c_str());
     return file;
 } catch (const std::exception &problem) {
     yat::complainOf(problem);
