@@ -89,6 +89,14 @@ TEST_F(Conversion, ForALocaleWithoutTheCharactersWritesQuestionMarks)
     EXPECT_EQ(convert("\xff"), "?");
 }
 
+TEST_F(Conversion, FromTheLocaleReplacesWhatIsNoCharacter)
+{
+    EXPECT_EQ(yat::fromDisplay("a漢é"), "a漢é");
+    EXPECT_EQ(yat::fromDisplay("a\xff漢\xe6\xbc"), "a\uFFFD漢\uFFFD\uFFFD");
+    EXPECT_EQ(yat::toDisplay("a\xff漢\xe6\xbc"), "a\uFFFD漢\uFFFD\uFFFD");
+    EXPECT_EQ(yat::printable("a\xff漢\xe6\xbc\x7F\u202E"), "a?漢????");
+}
+
 TEST(Utf8, HasSequencesUpToItsBorders)
 {
     for (const auto &[sequence, character] : {std::pair<std::string_view, char32_t>{"\x7F", 0x7F},
@@ -116,4 +124,5 @@ TEST(Json, HasNothingRawThatATerminalObeys)
 {
     EXPECT_EQ(yat::escapedJson("{\"a\": \"~\x7F\u0080\u009F\u00A0\u202E漢\"}\n"),
               "{\"a\": \"~\\u007F\\u0080\\u009F\u00A0\\u202E漢\"}\n");
+    EXPECT_EQ(yat::escapedJson("\xff~"), "\xff~"); // which no JSON has in it
 }

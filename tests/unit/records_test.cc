@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "common/records.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string toString(const yat_device &device)
+{
+    std::string text = std::to_string(device.Hierarchy);
+    if (device.identity)
+        text += std::string(" ") + device.lpszTreeName + " "
+                + std::to_string(device.identity->Instance);
+    for (int i = 0; i < device.NextDevNum; ++i) {
+        const yat_device &child = *device.children[i];
+        EXPECT_EQ(child.parent, device.identity ? &device : nullptr);
+        text += " (" + toString(child) + ")";
+    }
+    return text;
+}
+
+yat::DeviceRow row(int number, const char *name, int parent)
+{
+    return {.identity = {.Instance = number, .ClassCode = 2, .DevicePathID = {}},
+            .name = name,
+            .parent = parent};
+}
+
+} // namespace
+
+TEST(Records, AreATreeUntilItIsGivenBack)
+{
+    yat_device *none = yat::makeRecords({});
+    yat_device *some = yat::makeRecords({row(1, "CPU", -1), row(2, "PCI", -1), row(3, "SCSI", 1),
+                                         row(4, "disk", 2), row(5, "LAN", 1)});
+    EXPECT_EQ(toString(*none), "0");
+    EXPECT_EQ(toString(*some), "0 (1 CPU 1) (1 PCI 2 (2 SCSI 3 (3 disk 4)) (2 LAN 5))");
+    EXPECT_EQ(some->parent, nullptr);
+    yat_device foreign{};
+    for (yat_device *other : {&foreign, some->children[0]}) {
+        EXPECT_EQ(yat::freeTree(&other), 0);
+        EXPECT_NE(other, nullptr);
+    }
+    EXPECT_EQ(yat::freeTree(&none), 1);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(toString(*some), "0 (1 CPU 1) (1 PCI 2 (2 SCSI 3 (3 disk 4)) (2 LAN 5))");
+    EXPECT_EQ(yat::freeTree(&some), 1);
+    EXPECT_EQ(yat::freeTree(&some), 0);
+}
