@@ -37,7 +37,6 @@ const char *faultOf(newtComponent label)
     label->ops->mapped(label, 1);
     if (label->isMapped != 1)
         return "mapped flag";
-    label->ops->mapped(label, 0);
     const Event event{.kind = EV_KEYPRESS, .phase = EV_EARLY, .u = {.key = 'x'}};
     if (label->ops->event(label, event).kind != ER_IGNORED)
         return "event result";

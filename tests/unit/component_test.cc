@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <vector>
 
 namespace {
@@ -45,6 +46,7 @@ protected:
         if (int *path = yat_newtCheckboxTreeFindItem(tree, data)) {
             for (int *position = path; *position != NEWT_ARG_LAST; ++position)
                 result.push_back(*position);
+            EXPECT_GE(malloc_usable_size(path), (result.size() + 1) * sizeof *path);
             free(path);
         }
         return result;
@@ -67,11 +69,6 @@ using Path = std::vector<int>;
 
 } // namespace
 
-TEST(ComponentRecord, IsThatOfTheLoadedNewt)
-{
-    EXPECT_EQ(componentFault(), nullptr);
-}
-
 TEST_F(CheckboxTree, IsMadeAsAsked)
 {
     int left, top, columns, rows;
@@ -86,18 +83,26 @@ TEST_F(CheckboxTree, IsMadeAsAsked)
     EXPECT_EQ(ctOps.destroy, yat_ctDestroy);
     EXPECT_EQ(ctOps.place, yat_ctPlace);
     EXPECT_EQ(ctOps.mapped, yat_ctMapped);
+    const TreeWidget &widget = treeOf(tree);
+    EXPECT_EQ(std::tuple(widget.curWidth, widget.curHeight, widget.flags, widget.pad),
+              std::tuple(0, 0, 0, 0));
+    EXPECT_EQ(widget.scrollbar, nullptr);
+    EXPECT_EQ(widget.result, nullptr);
 }
 
 TEST_F(CheckboxTree, PlacesItsScrollBarAtItsRightEdge)
 {
     newtComponentDestroy(tree);
-    tree = yat_newtCheckboxTreeMulti(1, 1, 5, " ", NEWT_FLAG_SCROLL);
+    tree = yat_newtCheckboxTreeMulti(1, 2, 5, " ", NEWT_FLAG_SCROLL);
+    const newtComponent bar = treeOf(tree).scrollbar;
+    EXPECT_EQ(std::tuple(bar->left, bar->top, bar->height), std::tuple(1, 2, 5));
     add("x", 1, {0}); // 1 + 4 + 2 for the scroll bar
     EXPECT_EQ(width(), 7);
     tree->ops->place(tree, 10, 20);
     int left, top;
     newtComponentGetPosition(tree, &left, &top);
     EXPECT_EQ(std::pair(left, top), std::pair(10, 20));
+    EXPECT_EQ(std::pair(bar->left, bar->top), std::pair(16, 20));
 }
 
 TEST_F(CheckboxTree, RefusesAPathThatLeadsNowhere)
@@ -213,6 +218,12 @@ TEST_F(CheckboxTree, TellsAndSetsTheStateOfALeaf)
     yat_newtCheckboxTreeSetEntryValue(tree, 9, 'a'); // unknown
     EXPECT_EQ(yat_newtCheckboxTreeGetEntryValue(tree, 1), 'c');
     EXPECT_EQ(yat_newtCheckboxTreeGetEntryValue(tree, 3), 0);
+
+    newtComponentDestroy(tree);
+    tree = yat_newtCheckboxTreeMulti(0, 0, 5, " ", 0);
+    add("of a state that is none", 1, {0}, NEWT_FLAG_SELECTED);
+    EXPECT_EQ(yat_newtCheckboxTreeGetEntryValue(tree, 1), 0);
+    EXPECT_EQ(treeOf(tree).model.items.root->items[0]->flags, NEWT_FLAG_SELECTED);
 }
 
 TEST_F(CheckboxTree, ListsTheLeavesOfAState)
@@ -343,6 +354,8 @@ TEST_F(CheckboxTree, OfAnyHeightAndDepthHoldsTogether)
             EXPECT_EQ(add("x", depth + 1, path), 0);
             path.back() = 0;
         }
+        EXPECT_EQ(pathOf(200).size(), 200u);
+        EXPECT_EQ(pathOf(6), Path(6)); // its end fits no less room
         yat_newtCheckboxTreeSetCurrent(tree, 200);
         for (const int key : {NEWT_KEY_UP, NEWT_KEY_PGUP, NEWT_KEY_PGDN, NEWT_KEY_DOWN, int{' '}})
             for (int i = 0; i < 3; ++i)
