@@ -358,13 +358,19 @@ TEST(BmcUpdate, SignalFromOutsideLeavesTheTerminalAsTheUpdateProgramHasIt)
 
 TEST(BmcUpdate, FindsANewSizeOfTheTerminal)
 {
-    Update session("echo READY; read answer");
-    session.see("READY");
-    session.terminal().resize(40, 100);
-    session.send("\r");
-    session.see("04.17");
-    session.see("Close");
-    session.expectScreen("devices/firmware-CEDAR-en-100x40");
+    for (const auto &[rows, columns] : {std::pair{40, 100}, {40, 80}, {24, 100}}) {
+        Update session("echo READY; read answer");
+        session.see("READY");
+        session.terminal().resize(rows, columns);
+        session.send("\r");
+        session.see("Close");
+        RunOptions options = firmware();
+        options.rows = rows;
+        options.columns = columns;
+        Session started(options); // at that size
+        started.see("04.17");
+        EXPECT_EQ(session.stillPicture(), started.stillPicture());
+    }
 }
 
 TEST(BmcFirmware, DumpModePrintsTheRevision)

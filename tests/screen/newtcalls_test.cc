@@ -289,6 +289,67 @@ TEST(Order, OfAFailedTreeIsReleaseThenRecord)
                    "TraceLog(1, mrvmain, EditParameter, <mkTree(pTreeData) failed.)"});
 }
 
+// Only then is it done what the record says.
+TEST(Order, OfAnEndIsWindowThenRecord)
+{
+    struct {
+        std::string program, script, tree;
+        Calls keysSent, wanted;
+    } const cases[] = {
+        {"mrvutil",
+         "",
+         "",
+         {ctrlO},
+         {"newtGridFree(FT Server Utility, 1)", "TraceLog(0, mrvmain, mkTree, <Finished*",
+          "FreeTreeViewData(root) = 1", "TraceLog(0, mrvmain, EditParameter, <)", "newtFinished()",
+          "klogctl(8, null, 6)", "ft_FunctionRelease() = 1", "freenewtlib()", "freeslanglib()",
+          "TraceLog(0, mrvmain, main, <)"}},
+        {"mrvutil",
+         "CreateTreeViewData 0",
+         "",
+         {enter},
+         {"newtGridWrappedWindow(Error)", "newtPopWindow()",
+          "TraceLog(1, mrvmain, EditParameter, <Create data structure for tree view failed.)"}},
+        {"mrvutil",
+         "",
+         "0 9 2 1 0 too deep\n",
+         {enter},
+         {"newtGridWrappedWindow(Error)", "newtPopWindow()",
+          "TraceLog(1, mrvmain, TreeDrawItem, error happen when drawing the tree.)"}},
+        {"mrvutil",
+         "",
+         "",
+         {cpuModule.path + enter, backTab + enter},
+         {"TraceLog(0, cpusubwin, CpuSubWin, >[IN]*", "CPGetText(QUERYWIN_DUMP_ID)",
+          "TraceLog(0, cpusubwin, CpuSubWin, number = 1 devName = 2)", "StatusChange(2, 1, 9001)*",
+          "newtPopWindow()", "TraceLog(0, cpusubwin, CpuSubWin, <)"}},
+        {"mrvutil",
+         "",
+         "",
+         {cpuModule.path + enter, tab + tab + tab + tab + tab + tab + tab + tab + tab + enter,
+          enter},
+         {"TraceLog(0, cpusubwin, BiosData, >*", "newtPopWindow()",
+          "TraceLog(0, cpusubwin, BiosData, <)"}},
+        {"mrvfirmware",
+         "system -1",
+         "",
+         {enter, enter, tab + enter},
+         {"system(*", "TraceLog(0, firmware, Entrance, >)", "newtPopWindow()",
+          "TraceLog(0, firmware, Entrance, <)", "newtPopWindow()",
+          "TraceLog(0, firmware, Firmware, <)"}},
+    };
+    for (const auto &[program, script, tree, keysSent, wanted] : cases) {
+        RunOptions options = watched({.program = program, .script = script, .tree = tree});
+        options.environment["YAT_SPY_MORE"] = "screen texts trace";
+        Session session(options);
+        session.see("┤");
+        for (const std::string &key : keysSent)
+            session.send(key);
+        session.stillPicture();
+        expectInOrder(session.calls(), wanted);
+    }
+}
+
 TEST(Questions, AreFetchedAtTheOpeningButForTheMtbfType)
 {
     const Calls ofCpu = {"CPGetText(QUERYWIN_CLEAR_ID)", "CPGetText(QUERYWIN_STOP_ID)",

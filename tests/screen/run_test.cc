@@ -151,6 +151,18 @@ TEST(CommandLine, DumpModeFailsWhenItCannotPrint)
     }
 }
 
+// What is printed later may find room again.
+TEST(CommandLine, DumpModeFailsWhenItCouldNotPrintAllOfIt)
+{
+    std::string tree;
+    for (int i = 0; i < 100; ++i)
+        tree += "0 1 2 1 0 CPU\n";
+    Workspace workspace({.arguments = {"-debug"}, .script = "fflush 0", .tree = tree});
+    const Finished run = runPlain(workspace, {.output = "/dev/full"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.errors, "mrvutil: standard output can't be written\n");
+}
+
 TEST(CommandLine, DumpModeWritesIntoNothingElseWhenItsOutputIsClosed)
 {
     for (const int closed : {STDOUT_FILENO, STDERR_FILENO, STDIN_FILENO}) {
@@ -303,6 +315,13 @@ TEST(Terminal, OfUnknownSizeHasTheUsualOne)
     session.expectScreen("main/CEDAR-en-80x24-collapsed");
     session.send(keys::ctrlO);
     session.expectExit(1);
+}
+
+TEST(Terminal, IsNotUsedByAnotherNewt)
+{
+    expectRefusalInTerminal({.script = "newtComponentTakesFocus 0"},
+                            "the installed newt lays its components out differently (focus flag); "
+                            "install newt 0.52.9 or a later 0.52");
 }
 
 TEST(Language, IsThatOfTheEnvironment)

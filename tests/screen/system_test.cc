@@ -269,9 +269,14 @@ TEST(General, HasTheOptionsAndStatusesOfTheUtility)
     const Finished run = runPlain(dump);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output, "\nBB_DRV_AUTO_BURN: 2\nBB_DRV_AUTO_BRING_UP: 0\n");
-    Workspace failing(
-        {.program = "mrvgeneral", .arguments = {"-debug"}, .script = "GetBBDriverSettings 0"});
-    EXPECT_EQ(runPlain(failing).status, 0);
+    for (const char *at : {"1", "2"}) {
+        Workspace failing({.program = "mrvgeneral",
+                           .arguments = {"-debug"},
+                           .script = std::string("GetBBDriverSettings 0 at=") + at});
+        const Finished failed = runPlain(failing);
+        EXPECT_EQ(failed.status, 0);
+        EXPECT_EQ(failed.output, "\n");
+    }
     Workspace other({.program = "mrvgeneral",
                      .arguments = {"-debug"},
                      .script = "ft_FunctionInit 2\nGetBBDriverSettings -1 text=7"});

@@ -129,7 +129,8 @@ void showTree()
     closeWindow(form);
 }
 
-// The window of TOOLKIT_COUNT, a class code, for a device that has no name.
+// The window of TOOLKIT_COUNT, a class code, for a device that has no name; for one of which
+// nothing is known where that is 0.
 void showNameless()
 {
     yat_identity identity{1, number("TOOLKIT_COUNT"), {}};
@@ -141,6 +142,7 @@ void showNameless()
     case YAT_CLASS_PCI_MODULE: PciSubWin(&device); break;
     case YAT_CLASS_SCSI_ADAPTER: ScsiAdapter(&device); break;
     case YAT_CLASS_ETHERNET_ADAPTER: Ethernet(&device); break;
+    case YAT_CLASS_NONE: device.identity = nullptr; Ethernet(&device);
     }
 }
 
@@ -187,6 +189,14 @@ void tryControls()
         state = other;
         tryAll(0, 0);
     }
+    state = ' ';
+    CheckStruct = {.components = nullptr, .first = 0, .last = 0, .state = &state};
+    CheckboxStruct = {.components = fields + 1, .first = 0, .last = 0, .state = nullptr};
+    for (const newtComponent field : fields)
+        field->takesFocus = 0;
+    CheckButtonFunc(nullptr, nullptr);
+    CheckBoxFunc(nullptr, nullptr);
+    TRACE("halves: %d %d", fields[0]->takesFocus, fields[1]->takesFocus);
     std::string accepted;
     for (int key = -0x100; key < 0x9000; ++key)
         if (const int result = EntryNumricFilter(nullptr, nullptr, key, 0))

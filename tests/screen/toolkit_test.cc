@@ -212,9 +212,11 @@ TEST(Chooser, WithoutButtonsIsLeftByKeys)
     for (const char *count : {"0", "-3"}) {
         RunOptions options = toolkit("SelectFromButtons", "Choose", "None at all.");
         options.environment["TOOLKIT_COUNT"] = count;
+        options.environment["YAT_SPY_MORE"] = "forms";
         options.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0:detect_leaks=0";
         Session session(options);
         session.see("None at all.");
+        EXPECT_EQ(session.calls("grid").at(0), "grid 1 = 1x2");
         session.send(keys::ctrlO);
         session.expectExit(1);
     }
@@ -258,7 +260,7 @@ TEST(Fields, FollowTheirControlRecordsAndNeverAnEmptyRange)
     Session session(toolkit("controls", nullptr, ""));
     session.expectExit(1);
     const std::vector<std::string> trace = session.trace("toolkit");
-    ASSERT_EQ(trace.size(), 10u);
+    ASSERT_EQ(trace.size(), 11u);
     EXPECT_EQ(trace[0], "0 tryControls zero: 1 1");
     // A blank greys them out, any other character lets them be used.
     const std::string states[] = {
@@ -266,8 +268,9 @@ TEST(Fields, FollowTheirControlRecordsAndNeverAnEmptyRange)
         "32 from 0 to 0: 0 0", "0 from 0 to 0: 1 1",  "32 from 0 to 0: 0 0", "42 from 0 to 0: 1 1"};
     for (size_t i = 0; i < std::size(states); ++i)
         EXPECT_EQ(trace[i + 1], "0 operator() state " + states[i]);
-    EXPECT_EQ(trace[9], "0 tryControls keys: 45 48 49 50 51 52 53 54 55 56 57 32769 32770 32772 "
-                        "32773 32774 32775 32776 32777");
+    EXPECT_EQ(trace[9], "0 tryControls halves: 0 0"); // of a record, which control nothing
+    EXPECT_EQ(trace[10], "0 tryControls keys: 45 48 49 50 51 52 53 54 55 56 57 32769 32770 32772 "
+                         "32773 32774 32775 32776 32777");
 }
 
 TEST(NamelessDevice, HasATitleWithoutAName)
@@ -294,6 +297,15 @@ TEST(NamelessDevice, HasATitleWithoutAName)
         EXPECT_EQ(session.trace(source).at(2), record);
         EXPECT_EQ(session.calls("newtGridWrappedWindow()").size(), 2u); // question and success
     }
+}
+
+TEST(UnknownDevice, HasTheNumberZero)
+{
+    RunOptions options = toolkit("nameless", nullptr, "");
+    options.environment["TOOLKIT_COUNT"] = "0";
+    Session session(options);
+    session.see("┤  --FT Server Utility ├");
+    EXPECT_EQ(session.trace("ethernet").at(1), "0 Ethernet number = 0 devName = 13");
 }
 
 TEST(ClassNames, ArePairedByPosition)
@@ -332,16 +344,21 @@ TEST(AdapterUpdate, IsJapaneseOnAJapaneseSystem)
 
 TEST(AdapterUpdate, IsNeverSupported)
 {
-    Session session(toolkit("FMUpdate", nullptr, ""));
+    RunOptions options = toolkit("FMUpdate", nullptr, "");
+    options.environment["YAT_SPY_MORE"] = "texts";
+    Session session(options);
     session.see("Close");
+    EXPECT_EQ(session.calls("CPGetText(QUERYWIN"), Calls{"CPGetText(QUERYWIN_UPDATE_ID)"});
     session.expectScreen("boxes/adapter-update");
-    session.send("/tmp/file" + keys::enter + keys::f12 + keys::ctrlA);
-    session.see("/tmp/file");
+    session.send("mp/file" + keys::enter + keys::f12 + keys::ctrlA + "t"); // Home, in an entry
+    session.see("tmp/file");
     session.send(keys::tab + keys::enter);
     session.see("The firmware of this device cannot be updated now.");
     session.send(keys::enter);
     session.seeNot("cannot be updated");
-    session.send(keys::tab + keys::enter);
+    session.send(keys::backTab + keys::ctrlA + "/");
+    session.see("/tmp/file");
+    session.send(keys::tab + keys::tab + keys::enter);
     session.expectExit(1);
     EXPECT_TRUE(session.calls("IfSupport").empty() && session.calls("BurnFirmware").empty());
     EXPECT_EQ(session.trace("fmupdate"),

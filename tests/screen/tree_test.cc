@@ -100,11 +100,12 @@ TEST(Tree, HidesCpuModulesOfPathOneOnBirch)
 
 TEST(Tree, HidesDevicesOfPath254OnCedar)
 {
-    Session session(treeOn("3", cpuModules + pciModules + "0 1 3 4 254 -\n"));
+    Session session(treeOn("3", cpuModules + pciModules + "0 1 3 4 254 -\n0 1 3 5 255 PCI 5"));
     session.see("Exit");
-    session.send(expandAll(8));
+    session.send(expandAll(9));
     expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- CPU 1", " |   |- CPU 2",
-                         " |   `- CPU 3", " `- [-] PCI modules", "     |- PCI 1", "     `- PCI 3"});
+                         " |   `- CPU 3", " `- [-] PCI modules", "     |- PCI 1", "     |- PCI 3",
+                         "     `- PCI 5"});
     expectInOrder(session.trace("mrvmain"), {"0 mkTree get an invalid device PCI 2.",
                                              "0 mkTree get an invalid device NULL."});
 }
@@ -174,15 +175,30 @@ TEST(Tree, PutsDevicesUnderTheirModuleByItsInstance)
                                 "1 2 8 1 10 SCSI 1\n"
                                 "2 3 13 1 10 Ethernet 1\n"
                                 "1 2 13 2 10 Ethernet 2\n"
+                                "2 3 13 3 10 Ethernet 3\n"
                                 "0 1 3 2 11 PCI 2\n"
                                 "1 2 8 2 11 SCSI 2\n"));
     session.see("Exit");
     // The only class here is taken for the first group.
-    session.send(expandAll(10));
+    session.send(expandAll(11));
+    expectTree(session, {"[-] FT server", " |- [-] CPU modules", " |   |- [-] PCI 1",
+                         " |   |   |- [-] SCSI 1", " |   |   |   `- Ethernet 1",
+                         " |   |   `- [-] Ethernet 2", " |   |       `- Ethernet 3",
+                         " |   `- [-] PCI 2", " |       `- SCSI 2", " `- PCI modules"});
+}
+
+// Whatever its instance is.
+TEST(Tree, PutsDevicesUnderTheFirstModuleOfAClass)
+{
+    Session session(treeOn("1", "0 1 2 2 0 CPU 2\n"
+                                "1 2 8 1 0 SCSI 1\n"
+                                "0 1 3 2 10 PCI 2\n"
+                                "1 2 8 2 10 SCSI 2\n"));
+    session.see("Exit");
+    session.send(expandAll(7));
     expectTree(session,
-               {"[-] FT server", " |- [-] CPU modules", " |   |- [-] PCI 1",
-                " |   |   |- [-] SCSI 1", " |   |   |   `- Ethernet 1", " |   |   `- Ethernet 2",
-                " |   `- [-] PCI 2", " |       `- SCSI 2", " `- PCI modules"});
+               {"[-] FT server", " |- [-] CPU modules", " |   `- [-] CPU 2", " |       `- SCSI 1",
+                " `- [-] PCI modules", "     `- [-] PCI 2", "         `- SCSI 2"});
 }
 
 TEST(Tree, LeavesOutWhatIsNoDevice)

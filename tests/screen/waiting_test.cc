@@ -120,6 +120,17 @@ TEST(Waiting, IsShownOnEveryTerminal)
     }
 }
 
+TEST(Waiting, IsShownAtOnceForAnOperation)
+{
+    Session session({.script = "IfSupport 1\nClearMTBF 1"});
+    open(session, pciModule);
+    session.send(enter);
+    session.see("Clear the MTBF count of this device?");
+    session.send(enter);
+    session.see("The operation was successful.");
+    EXPECT_NE(session.terminal().output().find("PCI module 1: Clear ..."), std::string::npos);
+}
+
 // The name is cut where the screen ends, in front of a character that has no room.
 TEST(Waiting, FitsANarrowScreen)
 {

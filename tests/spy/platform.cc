@@ -8,6 +8,7 @@
 #include "yat/trace.h"
 #include "yat/winshim.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -93,6 +94,14 @@ __attribute__((noinline)) void soilStack()
 __attribute__((constructor)) void keepToThisProgram()
 {
     unsetenv("LD_PRELOAD");
+}
+
+// The same for the variables that the program has to set itself.
+__attribute__((constructor)) void soilVariables()
+{
+    for (const auto &[name, size] : {std::pair{"debug_flag", 1}, {"param", 8}})
+        if (void *variable = dlsym(RTLD_DEFAULT, name))
+            std::fill_n(static_cast<int *>(variable), size, 7);
 }
 
 } // namespace
@@ -257,6 +266,13 @@ void __syslog_chk(int priority, int, const char *format, ...) // by fortified li
     va_start(arguments, format);
     recordSyslog(priority, format, arguments);
     va_end(arguments);
+}
+
+// What the program has printed.
+int fflush(FILE *stream)
+{
+    const Rule *rule = stream == stdout ? ruleFor("fflush") : nullptr;
+    return rule ? rule->number() : real<decltype(fflush)>("fflush")(stream);
 }
 
 // With a text in its rule, that is the command that really runs.

@@ -183,6 +183,13 @@ void newtSetSuspendCallback(newtSuspendCallback callback, void *data)
     real<decltype(newtSetSuspendCallback)>("newtSetSuspendCallback")(callback, data);
 }
 
+// With a rule for it, no component does.
+void newtComponentTakesFocus(newtComponent component, int takes)
+{
+    if (!ruleFor("newtComponentTakesFocus"))
+        real<decltype(newtComponentTakesFocus)>("newtComponentTakesFocus")(component, takes);
+}
+
 void newtDrawRootText(int column, int row, const char *text)
 {
     if (IS_OF_THE_PROGRAM)
