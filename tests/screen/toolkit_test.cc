@@ -22,7 +22,7 @@ void expectOnlyItsButtonToEndIt(Session &session, const std::string &shown)
     for (const std::string &key :
          {std::string("\x1b"), keys::ctrlA + keys::ctrlO + keys::f12 + "x"}) {
         session.send(key);
-        session.stillPicture();
+        EXPECT_TRUE(session.terminal().asksForKeyWithin(deadline));
         session.see(shown);
     }
     session.send(keys::enter);
