@@ -103,6 +103,22 @@ std::vector<std::string> unknownSequences()
     return result;
 }
 
+// Longer than what is kept of a sequence, and a paste that is longer than what a terminal holds.
+// The Space would act as a key of its own.
+std::vector<std::string> longSequences()
+{
+    std::string paste;
+    for (int i = 0; i < 1001; ++i)
+        paste += "q\r \x0f\x1b[A\x01\t";
+    std::vector<std::string> result = {csi("200~") + paste + csi("201~"),
+                                       csi(std::string(300, '1') + " q")};
+    for (const size_t length : {54, 55, 56, 57, 58, 300})
+        for (const std::string end : {"\a", "\x1b\\"})
+            for (const std::string begin : {"\x1b]52;c;", "\x1bP1+r", "\x1b_G"})
+                result.push_back(begin + std::string(length, '7') + " " + end);
+    return result;
+}
+
 // A key that follows acts, and one that undoes it as well.
 void expectNextKey(Session &session, const std::string &sequence)
 {
@@ -136,6 +152,14 @@ void expectNothing(Session &session, const std::string &sequence)
     terminal.waitUntilIdle();
     ASSERT_EQ(terminal.picture(), before) << testing::PrintToString(sequence);
     expectNextKey(session, sequence);
+}
+
+// A terminal takes no more at once than a program has room for.
+void sendAll(Terminal &terminal, const std::string &bytes)
+{
+    constexpr size_t most = 1000;
+    for (size_t at = 0; at < bytes.size(); at += most)
+        terminal.sendPart(bytes.substr(at, most));
 }
 
 class EveryTerminalType : public testing::TestWithParam<const char *> {};
@@ -256,6 +280,20 @@ TEST(Sequences, ThatHaveNoEndGiveWayToAControlKey)
             session.send(sequence + key);
             session.expectExit(1);
         }
+}
+
+TEST(Sequences, DoNothingHoweverLongTheyAre)
+{
+    Session session({.program = "mrvgeneral"});
+    session.see("[*] Update the firmware");
+    const std::string before = session.stillPicture();
+    for (const std::string &sequence : longSequences()) {
+        sendAll(session.terminal(), sequence);
+        session.terminal().waitUntilIdle();
+        ASSERT_EQ(session.terminal().picture(), before)
+            << testing::PrintToString(sequence.substr(0, 20));
+        expectNextKey(session, "");
+    }
 }
 
 TEST(Sequences, AreOneKeyOnASlowLineToo)
