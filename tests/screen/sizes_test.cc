@@ -248,6 +248,24 @@ struct Step {
     }
 };
 
+// Where the focus was, in the rows with their columns.
+using Places = std::multiset<std::pair<std::string, int>>;
+
+Places placesOf(const std::vector<Step> &steps)
+{
+    Places result;
+    for (const auto &[frame, cursor, showsCursor] : steps)
+        result.emplace(frame.rows.at(static_cast<size_t>(cursor.row - frame.top - 1)),
+                       cursor.col - frame.left);
+    return result;
+}
+
+// All rows of a window, without those that keep its content from its frame; and where Tab leads to.
+struct Whole {
+    std::vector<std::string> rows;
+    Places places;
+};
+
 class EverySize : public testing::TestWithParam<std::tuple<const Tour *, Look>> {
 protected:
     const Tour &tour = *std::get<0>(GetParam());
@@ -342,7 +360,7 @@ protected:
     void expectMarks(const Frame &before, const Visit &visit);
     std::vector<Step> walk(const Visit &visit);
     void expectFocus(const std::vector<Step> &steps, bool isTree);
-    std::vector<std::string> wholeContent(const Visit &visit);
+    Whole whole(const Visit &visit, bool walks);
     void expectSlice(const Frame &step, const std::vector<std::string> &content);
     void expectAllIsSeen(const Visit &visit, const std::vector<Step> &steps,
                          const std::vector<std::string> &content);
@@ -423,8 +441,7 @@ void EverySize::expectFocus(const std::vector<Step> &steps, bool isTree)
     }
 }
 
-// All rows of the window, without those that keep its content from its frame.
-std::vector<std::string> EverySize::wholeContent(const Visit &visit)
+Whole EverySize::whole(const Visit &visit, bool walks)
 {
     session.terminal().resize(tall, size.columns);
     std::vector<std::string> rows;
@@ -436,11 +453,12 @@ std::vector<std::string> EverySize::wholeContent(const Visit &visit)
         rows = frame(visit).value_or(Frame{}).rows;
         return !rows.empty() && rows.size() > now->rows.size() - 1;
     });
-    const Frame whole = seen(visit);
-    EXPECT_FALSE(whole.moreAbove || whole.moreBelow) << session.terminal().picture();
+    const Frame all = seen(visit);
+    EXPECT_FALSE(all.moreAbove || all.moreBelow) << session.terminal().picture();
+    const Places places = walks ? placesOf(walk(visit)) : Places{};
     session.terminal().resize(size.rows, size.columns);
     session.terminal().settle(std::chrono::milliseconds(30));
-    return {whole.rows.begin() + 1, whole.rows.end() - 1};
+    return {{all.rows.begin() + 1, all.rows.end() - 1}, places};
 }
 
 bool isBlank(const std::string &row)
@@ -539,7 +557,11 @@ void EverySize::look_(const Visit &visit)
     if (visit.isTree) {
         expectItems(visit);
     } else {
-        const std::vector<std::string> content = wholeContent(visit);
+        const bool scrolls = std::ranges::any_of(
+            steps, [](const Step &step) { return step.frame.moreAbove || step.frame.moreBelow; });
+        const Whole all = whole(visit, scrolls);
+        const std::vector<std::string> &content = all.rows;
+        EXPECT_TRUE(std::ranges::includes(placesOf(steps), all.places)) << "Tab passes some by";
         for (const Step &step : steps)
             expectSlice(step.frame, content);
         expectAllIsSeen(visit, steps, content);
