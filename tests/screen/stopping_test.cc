@@ -372,6 +372,13 @@ TEST(Stopping, OfWhatNoShellHasStartedLeavesItAsItIs)
         EXPECT_FALSE(terminal.modes().canonical || terminal.modes().echo);
         EXPECT_EQ(session.calls("klogctl").back(), "klogctl(6, null, 0)");
     }
+    const size_t written = terminal.output().size();
+    terminal.kill(SIGCONT); // which nothing came before
+    EXPECT_TRUE(terminal.waitUntil([&] { return terminal.output().size() > written; }));
+    EXPECT_EQ(session.stillPicture(), before);
+    EXPECT_TRUE(terminal.inAlternateScreen());
+    EXPECT_FALSE(terminal.modes().canonical || terminal.modes().echo);
+    EXPECT_EQ(session.calls("klogctl").size(), calls);
     session.send(ctrlO);
     session.expectExit(1);
 }
