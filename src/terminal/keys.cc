@@ -241,4 +241,4 @@ extern "C" YAT_API unsigned int SLang_getkey(void)
 
 // newt drops the keys itself whenever it opens a window, one that comes back at another size or
 // after a stop among them. The program does so where a window is new.
-extern "C" __attribute__((visibility("default"))) void newtFlushInput(void) {}
+extern "C" YAT_API void newtFlushInput(void) {}
