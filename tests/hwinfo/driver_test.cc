@@ -255,6 +255,8 @@ TEST_F(DriverTest, TellsErrorsOfTheDriver)
     expectProblem(refusing, "sending to " + device + ": Invalid argument");
     Driver failing{.messages = {{.bytes = good}}, .receiveError = ENODEV};
     expectProblem(failing, "receiving from " + device + ": No such device");
+    Driver cancelled{.messages = {{.bytes = good}}, .receiveError = ECANCELED};
+    expectProblem(cancelled, "receiving from " + device + ": Operation canceled");
     Driver gone{.brokenOff = true};
     expectProblem(gone, "receiving from " + device + ": Input/output error");
 }

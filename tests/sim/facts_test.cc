@@ -158,6 +158,7 @@ TEST_P(Facts, SayWhyAnOperationIsNotSupported)
     EXPECT_EQ(reason("CPU module 1", 5), "the module is not stopped");
     EXPECT_EQ(reason("CPU module 1", 7), ""); // it is supported
     EXPECT_EQ(stop("CPU module 2"), 1);
+    EXPECT_EQ(reason("CPU module 2", 5), "the module is not stopped"); // but stopping
     EXPECT_EQ(reason("CPU module 1", 7), "the module is the only one of its pair that is running");
     char text[1024] = "untouched";
     EXPECT_EQ(GetSupportReason(record("CPU module 1"), 5, YAT_DETAIL_LAST_RUNNING, text), 0);

@@ -106,6 +106,7 @@ TEST_F(Catalogue, SurvivesWhatIsNoCatalogue)
           std::string("KEY_ID\"text\"\n%end"), std::string("\"\n%end"), std::string("\\\n%end")})
         EXPECT_EQ(lookUp("KEY_ID", file), "");
     EXPECT_EQ(lookUp("KEY_ID", "KEY_ID \"open\n%end"), "open");
+    EXPECT_EQ(lookUp("KEY_ID", "KEY_ID \"open\r\n%end"), "open");
     EXPECT_EQ(lookUp("KEY_ID", "KEY_ID \"end\\\n%end"), "end\\");
     EXPECT_EQ(lookUp("KEY_ID", "KEY_ID \"a\xff\xc3(b\"\n%end"), "a\xef\xbf\xbd\xef\xbf\xbd(b");
 }

@@ -42,6 +42,8 @@ const Configuration configurations[] = {
      "the line after a backslash can't begin with a non-ASCII character"},
     {"HeaderWithoutName", "\n[=\n", "", "expected the name of a table after '['"},
     {"BraceInAList", "\na = [}\n", "", "expected a value or ']', saw '}'"},
+    {"TimeThatIsNone", "\na = 1979-05-27T9\n", "",
+     "Error while parsing value: could not determine value type"},
     {"DateWithoutTime", "\na = 1979-05-27T\n", "", "expected a time of day after the date"},
 };
 
