@@ -155,6 +155,20 @@ TEST(CatalogueFile, IsNothingElse)
     EXPECT_EQ(size, -7);
 }
 
+TEST(CatalogueFile, IsToldOfOnce)
+{
+    testing::GTEST_FLAG(death_test_style) = "threadsafe"; // a process that has told nothing yet
+    const auto open = [] {
+        int size;
+        for (const char *path : {"/data/none.rc", "/data"})
+            OpenStrFile(path, &size);
+        exit(0);
+    };
+    EXPECT_EXIT(open(), testing::ExitedWithCode(0),
+                "^unit_test: [^\n]*/data/none.rc can't be read: No such file or directory; install "
+                "the product again\n$");
+}
+
 // ---- The product's own catalogues
 
 namespace {
