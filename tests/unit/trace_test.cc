@@ -124,6 +124,7 @@ TEST_F(Trace, LongSourceLeavesTheLineWhole)
     TraceLog(0, source.c_str(), "f", 1, "text");
     TraceLog(0, "s", "f", 1, "next");
     ASSERT_EQ(lines("long.log").size(), 2u);
+    EXPECT_EQ(lines("long.log")[0].size(), 20480u);
     EXPECT_TRUE(lines("long.log")[1].ends_with("next"));
 }
 
