@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "system.h"
 #include "text/encoding.h"
 #include "text/utf8.h"
 #include "yat/text.h"
 
+#include <cerrno>
 #include <clocale>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -95,6 +97,15 @@ TEST_F(Conversion, FromTheLocaleReplacesWhatIsNoCharacter)
     EXPECT_EQ(yat::fromDisplay("a\xff漢\xe6\xbc"), "a\uFFFD漢\uFFFD\uFFFD");
     EXPECT_EQ(yat::toDisplay("a\xff漢\xe6\xbc"), "a\uFFFD漢\uFFFD\uFFFD");
     EXPECT_EQ(yat::printable("a\xff漢\xe6\xbc\x7F\u202E"), "a?漢????");
+}
+
+TEST_F(Conversion, GoesOnWithoutAConverter)
+{
+    nextErrors = {{"iconv_open", EINVAL}}; // of the first of two
+    EXPECT_EQ(yat::fromEuc("\xb4\xc1 \xa1\xc1"), "漢 ～");
+    setlocale(LC_ALL, "C");
+    nextErrors = {{"iconv_open", EINVAL}};
+    EXPECT_EQ(yat::toDisplay("a漢"), "a?");
 }
 
 TEST(Utf8, HasSequencesUpToItsBorders)

@@ -8,7 +8,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <iconv.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -36,6 +38,13 @@ CALL(fchmod, (int file, mode_t mode), file, mode)
 CALL(fsync, (int file), file)
 CALL(ftruncate, (int file, off_t size), file, size)
 CALL(rename, (const char *from, const char *to), from, to)
+
+extern "C" YAT_API iconv_t iconv_open(const char *to, const char *from)
+{
+    static auto *const real =
+        reinterpret_cast<decltype(&iconv_open)>(dlsym(RTLD_NEXT, "iconv_open"));
+    return fails("iconv_open") ? reinterpret_cast<iconv_t>(-1) : real(to, from);
+}
 
 extern "C" YAT_API ssize_t write(int file, const void *bytes, size_t size)
 {
