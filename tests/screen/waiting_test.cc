@@ -82,6 +82,7 @@ TEST_P(EveryReading, IsToldWhenItTakesLongAndDropsWhatIsTyped)
     session.see(reading.after);
     session.seeNot("...");
     const std::string after = session.stillPicture();
+    EXPECT_EQ(session.terminal().output().find('\0'), std::string::npos);
 
     // As when it is quick; then nothing is told.
     std::string quick = reading.script;
