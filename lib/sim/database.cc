@@ -24,65 +24,92 @@ int systemError(sqlite3 *handle)
     return sqlite3_system_errno(handle);
 }
 
-std::string explanation(const SqliteError &error, int systemError)
+std::string explanation(int code, const char *text, int systemError)
 {
     // SQLite takes a disk that can't be read now for a file that is damaged.
-    const int code = error.code;
     if (systemError != 0
         && (code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB))
-        return "can't be used: " + yat::reason(systemError);
+        return " can't be used: " + yat::reason(systemError);
     switch (code) {
     case SQLITE_NOTADB:
-        return "is damaged or belongs to another program and was left alone; move it away to start "
-               "afresh";
-    case SQLITE_CORRUPT: return std::string("is damaged: ") + error.what();
-    case SQLITE_BUSY: return "is in use by another program; try again when that has finished";
-    case SQLITE_FULL: return "can't be written: the disk is full";
-    case SQLITE_READONLY: return "can't be written: it is read-only";
-    default: return std::string("can't be used: ") + error.what();
+        return " is damaged or belongs to another program and was left alone; move it away to "
+               "start afresh";
+    case SQLITE_CORRUPT: return std::string(" is damaged: ") + text;
+    case SQLITE_BUSY: return " is in use by another program; try again when that has finished";
+    case SQLITE_FULL: return " can't be written: the disk is full";
+    case SQLITE_READONLY: return " can't be written: it is read-only";
+    default: return std::string(" can't be used: ") + text;
     }
+}
+
+// A machine needs few of the 20 pages that SQLite would make room for in each connection. That can
+// be changed before its first use only; where that is over, so be it.
+void saveMemory()
+{
+    static const int result = sqlite3_config(SQLITE_CONFIG_PAGECACHE, nullptr, 0, 0);
+    static_cast<void>(result);
 }
 
 } // namespace
 
 // A connection belongs to one thread, as the calls do: it needs no lock for each value it gives.
-Database::Database(const std::string &path, int flags)
-try : file(yat::fromDisplay(path)), connection(path, flags | SQLITE_OPEN_NOMUTEX, longestWait) {
-} catch (const SqliteError &error) { // there is no handle to ask, but nothing else has failed
-    throw yat::Problem(yat::fromDisplay(path) + " " + explanation(error, errno));
+Database::Database(const std::string &path, int flags) : file(yat::fromDisplay(path))
+{
+    saveMemory();
+    sqlite3 *opened = nullptr; // also where that fails
+    const int result = sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    handle.reset(opened);
+    if (result != SQLITE_OK) // there is no file to ask, but nothing else has failed
+        throw SqliteError(result, file + explanation(result, sqlite3_errstr(result), errno));
+    sqlite3_busy_timeout(opened, longestWait);
 }
 
-Statement &Database::prepared(const char *sql)
+void Database::exec(const std::string &sql) const
+{
+    require(sqlite3_exec(handle.get(), sql.c_str(), nullptr, nullptr, nullptr));
+}
+
+sqlite3_stmt *Database::prepared(const char *sql)
 {
     const auto known = statements.find(std::string_view(sql));
-    return known != statements.end()
-               ? known->second
-               : statements.emplace(sql, Statement(connection, sql)).first->second;
+    if (known != statements.end())
+        return known->second.get();
+    sqlite3_stmt *statement = nullptr;
+    require(sqlite3_prepare_v2(handle.get(), sql, -1, &statement, nullptr));
+    StatementHandle prepared(statement);
+    return statements.emplace(sql, std::move(prepared)).first->second.get();
 }
 
 int64_t Database::number(const char *sql)
 {
     int64_t result = 0;
-    each(sql, [&](const QueryRow &row) { result = row.integer(0); });
+    each(prepared(sql), [&](sqlite3_stmt *row) { result = sqlite3_column_int64(row, 0); });
     return result;
+}
+
+void Database::require(int result) const
+{
+    if (result != SQLITE_OK)
+        fail(result);
+}
+
+void Database::fail(int code) const
+{
+    sqlite3 *failed = handle.get();
+    throw SqliteError(code, file + explanation(code, sqlite3_errmsg(failed), systemError(failed)));
 }
 
 void Database::setSynced(bool wanted)
 {
     if (wanted != isSynced)
-        connection.exec(wanted ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
+        exec(wanted ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
     isSynced = wanted;
-}
-
-yat::Problem Database::problem(const SqliteError &error) const
-{
-    return yat::Problem(file + " " + explanation(error, systemError(connection.handle())));
 }
 
 bool Database::isStillThere() const
 {
     int hasMoved = 0;
-    return sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved)
+    return sqlite3_file_control(handle.get(), "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved)
                == SQLITE_OK
            && !hasMoved;
 }
@@ -95,13 +122,34 @@ std::optional<CommitMark> Database::commitMark() const
     constexpr int regionSize = 32768;
     sqlite3_file *main = nullptr;
     volatile void *shared = nullptr;
-    if (sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_FILE_POINTER, &main)
-            != SQLITE_OK
+    if (sqlite3_file_control(handle.get(), "main", SQLITE_FCNTL_FILE_POINTER, &main) != SQLITE_OK
         || main->pMethods->xShmMap(main, 0, regionSize, 0, &shared) != SQLITE_OK || !shared)
         return {};
     CommitMark mark;
     memcpy(mark.data(), const_cast<const void *>(shared), mark.size());
     return mark;
+}
+
+Transaction::Transaction(const Database &begun, bool writes, int patience) : database(begun)
+{
+    sqlite3 *handle = database.handle.get();
+    sqlite3_busy_timeout(handle, patience);
+    const int result =
+        sqlite3_exec(handle, writes ? "BEGIN IMMEDIATE" : "BEGIN", nullptr, nullptr, nullptr);
+    sqlite3_busy_timeout(handle, longestWait);
+    database.require(result);
+}
+
+Transaction::~Transaction()
+{
+    if (!isCommitted) // what fails here was undone before
+        sqlite3_exec(database.handle.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::commit()
+{
+    database.exec("COMMIT");
+    isCommitted = true;
 }
 
 } // namespace sim

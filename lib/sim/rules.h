@@ -6,6 +6,8 @@
 //                                     such function, the value itself
 //     bool read(json, value &) const  false, with nothing changed, for what it can't be
 //     std::string expected() const    what it can be, for messages
+//
+// A value that may be missing is a std::optional of what its rule is about.
 #pragma once
 
 #include "sim/terms.h"
@@ -23,6 +25,22 @@ template <class Rule, class Value> Json written(const Rule &rule, const Value &v
         return rule.write(value);
     else
         return value;
+}
+
+template <class Rule, class Value> Json written(const Rule &rule, const std::optional<Value> &value)
+{
+    return value ? written(rule, *value) : Json();
+}
+
+template <class Rule, class Value> bool isRead(const Rule &rule, const Json &json, Value &value)
+{
+    return rule.read(json, value);
+}
+
+template <class Rule, class Value>
+bool isRead(const Rule &rule, const Json &json, std::optional<Value> &value)
+{
+    return rule.read(json, value.emplace());
 }
 
 // Words with commas between them, each with quotes of that kind around it.

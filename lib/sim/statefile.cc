@@ -50,18 +50,14 @@ void setAside(const std::string &log)
 void makeTables(const std::string &file, const std::function<void(Database &)> &fill)
 {
     Database database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    try {
-        database.connection.exec("PRAGMA journal_mode = OFF"); // it is whole, or nobody's
-        Transaction transaction(database.connection);
-        database.connection.exec("PRAGMA application_id = " + std::to_string(applicationId)
-                                 + "; PRAGMA user_version = " + std::to_string(stateVersion));
-        database.connection.exec(schema());
-        fill(database);
-        transaction.commit();
-        database.connection.exec("PRAGMA journal_mode = WAL");
-    } catch (const SqliteError &error) {
-        throw database.problem(error);
-    }
+    database.exec("PRAGMA journal_mode = OFF"); // it is whole, or nobody's
+    Transaction transaction(database);
+    database.exec("PRAGMA application_id = " + std::to_string(applicationId)
+                  + "; PRAGMA user_version = " + std::to_string(stateVersion));
+    database.exec(schema());
+    fill(database);
+    transaction.commit();
+    database.exec("PRAGMA journal_mode = WAL");
 }
 
 } // namespace
@@ -91,7 +87,7 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
 void checkVersion(Database &database)
 {
     if (database.number("PRAGMA application_id") != applicationId)
-        throw database.problem(SqliteError(SQLITE_NOTADB, ""));
+        database.fail(SQLITE_NOTADB);
     if (database.number("PRAGMA user_version") != stateVersion)
         throw yat::Problem(database.file
                            + " was made by another version of this program and was left alone; use "
@@ -103,18 +99,14 @@ std::unique_ptr<Database> openStateFile(const std::string &file)
     for (const char *ending : {"", "-wal", "-shm", "-journal"})
         yat::requireOwnFile(file + ending);
     auto database = std::make_unique<Database>(file, SQLITE_OPEN_READWRITE);
-    sqlite3 *handle = database->connection.handle();
+    sqlite3 *handle = database->handle.get();
     // Until it is known to be sound, closing it must not write it.
     sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    try {
-        Transaction transaction(database->connection);
-        checkVersion(*database);
-        if (sqlite3_db_readonly(handle, "main") != 0)
-            throw SqliteError(SQLITE_READONLY, "");
-        transaction.commit();
-    } catch (const SqliteError &error) {
-        throw database->problem(error);
-    }
+    Transaction transaction(*database);
+    checkVersion(*database);
+    if (sqlite3_db_readonly(handle, "main") != 0)
+        database->fail(SQLITE_READONLY);
+    transaction.commit();
     sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
     return database;
 }

@@ -45,7 +45,7 @@ void readIfWritten(Store &store)
     const auto mark = store.database->commitMark();
     if (store.isWriting || (mark && mark == store.mark))
         return;
-    Transaction transaction(store.database->connection);
+    Transaction transaction(*store.database);
     catchUp(store);
     transaction.commit();
     store.mark = mark;
@@ -58,19 +58,6 @@ void setClock(MachineState &state, Time real)
     advance(state.machine, simulatedTime(state.clock, real));
     state.clock = {.simulated = state.machine.now, .real = real, .scale = wantedScale()};
 }
-
-// How long the database waits for another program, as long as this is there.
-struct Patience {
-    sqlite3 *handle;
-    Patience(const Database &database, int milliseconds) : handle(database.connection.handle())
-    {
-        sqlite3_busy_timeout(handle, milliseconds);
-    }
-    ~Patience()
-    {
-        sqlite3_busy_timeout(handle, longestWait);
-    }
-};
 
 // Whether the file could not be written, or was not read at that moment.
 bool isOnlyUnwritten(const SqliteError &error)
@@ -91,10 +78,9 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
     }
     openStore(store);
     Database &database = *store.database;
-    const Patience patience(database, isOperation ? longestWait : 0);
     try {
         database.setSynced(isOperation);
-        Transaction transaction(database.connection, true);
+        Transaction transaction(database, true, isOperation ? longestWait : 0);
         catchUp(store);
         store.isWriting = true;
         setClock(store.state, realTime());
@@ -113,7 +99,7 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
             forget(store);
         if (mayBeLost)
             return false;
-        throw database.problem(error);
+        throw;
     } catch (...) {
         forget(store);
         throw;
@@ -227,19 +213,10 @@ bool openStore(Store &store)
     return isNew;
 }
 
-void withFile(Store &store, const std::function<void(Database &)> &work)
-{
-    openStore(store);
-    try {
-        work(*store.database);
-    } catch (const SqliteError &problem) {
-        throw store.database->problem(problem);
-    }
-}
-
 const Machine &look(Store &store)
 {
-    withFile(store, [&](Database &) { readIfWritten(store); });
+    openStore(store);
+    readIfWritten(store);
     MachineState &state = store.state;
     const Time real = realTime(), now = simulatedTime(state.clock, real);
     const bool isAsWritten = !isAnythingDue(state.machine, now)
@@ -252,8 +229,10 @@ const Machine &look(Store &store)
 const std::vector<Injection> &injections(Store &store)
 {
     if (!store.isWriting
-        && !(store.database && store.mark && store.mark == store.database->commitMark()))
-        withFile(store, [&](Database &) { readIfWritten(store); });
+        && !(store.database && store.mark && store.mark == store.database->commitMark())) {
+        openStore(store);
+        readIfWritten(store);
+    }
     return store.state.injections;
 }
 

@@ -51,9 +51,6 @@ std::string stateFileIn(const std::string &directory, const yat::ConfiguredMachi
 // there is none. True when it was made.
 bool openStore(Store &store);
 
-// Runs work on the file.
-void withFile(Store &store, const std::function<void(Database &)> &work);
-
 // The machine as it is now; it stays in place until the next call on the store.
 const Machine &look(Store &store);
 

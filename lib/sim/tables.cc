@@ -91,46 +91,50 @@ struct Names : ColumnKeys {
 };
 
 struct Binding : ColumnKeys {
-    Statement &statement;
+    const Database &database;
+    sqlite3_stmt *statement;
     int at = 0;
 
-    explicit Binding(Statement &row) : statement(row) {}
+    Binding(const Database &file, sqlite3_stmt *row) : database(file), statement(row) {}
 
     void operator()(std::string_view, const auto &value, const auto &rule, Presence = optional)
     {
         const Json json = written(rule, value);
-        ++at;
-        if (json.is_null())
-            statement.bind(at);
-        else if (json.is_string())
-            statement.bind(at, json.get_ref<const std::string &>());
-        else if (json.is_number_integer())
-            statement.bind(at, json.get<int64_t>());
-        else if (json.is_number())
-            statement.bind(at, json.get<double>());
-        else if (json.is_boolean())
-            statement.bind(at, int64_t{json.get<bool>()});
-        else
-            statement.bindBlob(at, json.dump());
+        database.require(bind(json, ++at));
     }
 
-    template <class Value, class Rule>
-    void operator()(std::string_view key, const std::optional<Value> &value, const Rule &rule,
-                    Presence = optional)
+private:
+    int bind(const Json &json, int position) const
     {
-        value ? operator()(key, *value, rule) : statement.bind(++at);
+        if (json.is_null())
+            return sqlite3_bind_null(statement, position);
+        if (json.is_boolean())
+            return sqlite3_bind_int(statement, position, json.get<bool>());
+        if (json.is_number_float())
+            return sqlite3_bind_double(statement, position, json.get<double>());
+        if (json.is_number())
+            return sqlite3_bind_int64(statement, position, json.get<int64_t>());
+        const bool isText = json.is_string();
+        const std::string bytes = isText ? json.get<std::string>() : json.dump();
+        const int size = static_cast<int>(bytes.size());
+        return isText
+                   ? sqlite3_bind_text(statement, position, bytes.data(), size, SQLITE_TRANSIENT)
+                   : sqlite3_bind_blob(statement, position, bytes.data(), size, SQLITE_TRANSIENT);
     }
 };
 
-Json jsonOf(const QueryRow &row, int column)
+Json jsonOf(sqlite3_stmt *row, int column)
 {
-    switch (row.type(column)) {
-    case SQLITE_INTEGER: return row.integer(column);
-    case SQLITE_FLOAT: return row.real(column);
-    case SQLITE_TEXT: return row.bytes(column);
-    case SQLITE_BLOB: return Json::parse(row.bytes(column), nullptr, false);
-    default: return {};
-    }
+    const int type = sqlite3_column_type(row, column);
+    if (type == SQLITE_INTEGER)
+        return sqlite3_column_int64(row, column);
+    if (type == SQLITE_FLOAT)
+        return sqlite3_column_double(row, column);
+    if (type == SQLITE_NULL)
+        return {};
+    const auto *bytes = static_cast<const char *>(sqlite3_column_blob(row, column));
+    const std::string_view text(bytes, static_cast<size_t>(sqlite3_column_bytes(row, column)));
+    return type == SQLITE_TEXT ? Json(text) : Json::parse(text, nullptr, false);
 }
 
 [[noreturn]] void damaged(const Database &database, const std::string &what)
@@ -140,10 +144,10 @@ Json jsonOf(const QueryRow &row, int column)
 
 struct Reading : ColumnKeys {
     const Database &database;
-    const QueryRow &row;
+    sqlite3_stmt *row;
     int at = 0;
 
-    Reading(const Database &file, const QueryRow &read) : database(file), row(read) {}
+    Reading(const Database &file, sqlite3_stmt *read) : database(file), row(read) {}
 
     void operator()(std::string_view key, auto &value, const auto &rule,
                     Presence presence = optional)
@@ -151,19 +155,9 @@ struct Reading : ColumnKeys {
         Json json = jsonOf(row, at++);
         if (std::is_same_v<decltype(value), bool &> && (json == 0 || json == 1))
             json = json == 1;
-        if (json.is_null() ? presence == required : !rule.read(json, value))
+        if (json.is_null() ? presence == required : !isRead(rule, json, value))
             damaged(database,
                     "wrong value for '" + std::string(key) + "', expected " + rule.expected());
-    }
-
-    template <class Value, class Rule>
-    void operator()(std::string_view key, std::optional<Value> &value, const Rule &rule,
-                    Presence = optional)
-    {
-        if (row.type(at) == SQLITE_NULL)
-            ++at;
-        else
-            operator()(key, value.emplace(), rule);
     }
 };
 
@@ -182,15 +176,12 @@ template <class... Value> void putRow(Database &database, const char *table, Val
         keysOf(names, value...);
         return std::string("INSERT OR REPLACE INTO ") + table + " VALUES (" + names.places + ")";
     }();
-    Statement &statement = database.prepared(sql.c_str());
-    const QueryEnd end{statement};
-    Binding binding(statement);
+    Binding binding(database, database.prepared(sql.c_str()));
     keysOf(binding, value...);
-    statement.step();
+    database.each(binding.statement, [](sqlite3_stmt *) {});
 }
 
-template <class... Value>
-void readRow(const Database &database, const QueryRow &row, Value &...value)
+template <class... Value> void readRow(const Database &database, sqlite3_stmt *row, Value &...value)
 {
     Reading reading(database, row);
     keysOf(reading, value...);
@@ -221,20 +212,21 @@ MachineState readState(Database &database)
     MachineState state;
     Machine &machine = state.machine;
     bool isThere = false;
-    database.each("SELECT * FROM machine", [&](const QueryRow &row) {
+    database.each(database.prepared("SELECT * FROM machine"), [&](sqlite3_stmt *row) {
         readRow(database, row, state);
         isThere = true;
     });
     if (!isThere)
         damaged(database, "the machine is missing");
     machine.now = state.clock.simulated;
-    database.each("SELECT * FROM device ORDER BY position", [&](const QueryRow &row) {
-        int position = 0;
-        readRow(database, row, position, machine.devices.emplace_back());
-        if (position != static_cast<int>(machine.devices.size()) - 1)
-            damaged(database, "a device is missing");
-    });
-    database.each("SELECT * FROM injection ORDER BY id", [&](const QueryRow &row) {
+    database.each(database.prepared("SELECT * FROM device ORDER BY position"),
+                  [&](sqlite3_stmt *row) {
+                      int position = 0;
+                      readRow(database, row, position, machine.devices.emplace_back());
+                      if (position != static_cast<int>(machine.devices.size()) - 1)
+                          damaged(database, "a device is missing");
+                  });
+    database.each(database.prepared("SELECT * FROM injection ORDER BY id"), [&](sqlite3_stmt *row) {
         readRow(database, row, state.injections.emplace_back());
     });
     makeIndex(machine);
@@ -244,7 +236,7 @@ MachineState readState(Database &database)
 
 void writeMachine(Database &database, MachineState &state)
 {
-    database.run("DELETE FROM device");
+    database.exec("DELETE FROM device");
     for (size_t i = 0; i < state.machine.devices.size(); ++i)
         state.machine.index.changed.insert(static_cast<int>(i));
     writeChanges(database, state);
@@ -261,7 +253,7 @@ void writeChanges(Database &database, MachineState &state)
 
 void writeInjections(Database &database, std::vector<Injection> &injections)
 {
-    database.run("DELETE FROM injection");
+    database.exec("DELETE FROM injection");
     for (Injection &injection : injections)
         putRow(database, "injection", injection);
 }
@@ -274,14 +266,14 @@ void addToJournal(Database &database, JournalRow row)
 void readJournal(Database &database, int64_t last,
                  const std::function<void(const JournalRow &)> &work)
 {
-    database.each(
-        "SELECT * FROM (SELECT * FROM journal ORDER BY id DESC LIMIT ?) ORDER BY id",
-        [&](const QueryRow &columns) {
-            JournalRow row;
-            readRow(database, columns, row);
-            work(row);
-        },
-        last > 0 ? last : int64_t{-1});
+    sqlite3_stmt *query = database.prepared(
+        "SELECT * FROM (SELECT * FROM journal ORDER BY id DESC LIMIT ?) ORDER BY id");
+    database.require(sqlite3_bind_int64(query, 1, last > 0 ? last : -1));
+    database.each(query, [&](sqlite3_stmt *columns) {
+        JournalRow row;
+        readRow(database, columns, row);
+        work(row);
+    });
 }
 
 } // namespace sim

@@ -28,7 +28,7 @@ bios_status = "Valid"
 struct State : sim::Database {
     State() : Database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
     {
-        connection.exec(sim::schema());
+        exec(sim::schema());
     }
     void write(sim::MachineState state)
     {
@@ -43,12 +43,11 @@ std::vector<std::string> changesOf(sim::Database &database)
     std::vector<std::string> changes;
     for (const std::string table : {"machine", "device", "injection"})
         database.each(
-            "SELECT name FROM pragma_table_info(?)",
-            [&](const sim::QueryRow &row) {
-                changes.push_back("UPDATE " + table + " SET " + std::string(row.bytes(0))
-                                  + " = CAST(? AS ");
-            },
-            table);
+            database.prepared(("SELECT name FROM pragma_table_info('" + table + "')").c_str()),
+            [&](sqlite3_stmt *row) {
+                const auto *name = reinterpret_cast<const char *>(sqlite3_column_text(row, 0));
+                changes.push_back("UPDATE " + table + " SET " + name + " = CAST(? AS ");
+            });
     return changes;
 }
 
@@ -66,9 +65,13 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Input input(data, size);
     const std::string &change = changes[input.byte() % changes.size()];
     const std::string update = change + types[input.byte() % std::size(types)];
-    const sim::Transaction undone(database.connection);
+    const sim::Transaction undone(database);
     try {
-        database.run(update.c_str(), std::string(input.rest()));
+        sqlite3_stmt *statement = database.prepared(update.c_str());
+        const std::string value(input.rest());
+        database.require(sqlite3_bind_text(statement, 1, value.data(),
+                                           static_cast<int>(value.size()), SQLITE_TRANSIENT));
+        database.each(statement, [](sqlite3_stmt *) {});
         const sim::MachineState read = sim::readState(database);
         other.write(read);
         const sim::MachineState again = sim::readState(other);

@@ -45,8 +45,8 @@ protected:
         ASSERT_EQ(follow(replay, store), "");
         // Mostly the log of the file is left to the next one, as it is by those that are killed.
         if (!thorough)
-            sqlite3_db_config(store.database->connection.handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE,
-                              1, nullptr);
+            sqlite3_db_config(store.database->handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1,
+                              nullptr);
         if (thorough) {
             ASSERT_EQ(integrityOf(store), "ok");
         }

@@ -55,7 +55,7 @@ std::vector<std::string> statementsOf(Store &store, const std::function<void()> 
 {
     openStore(store);
     std::vector<std::string> statements;
-    sqlite3 *handle = store.database->connection.handle();
+    sqlite3 *handle = store.database->handle.get();
     sqlite3_trace_v2(handle, SQLITE_TRACE_STMT, noteStatement, &statements);
     work();
     sqlite3_trace_v2(handle, 0, nullptr, nullptr);
@@ -121,7 +121,7 @@ TEST(Store, NeverWaitsForAWriterToLook)
 {
     Stored stored;
     look(stored.store);
-    Connection other(stored.store.file, SQLITE_OPEN_READWRITE, 0);
+    Database other(stored.store.file, SQLITE_OPEN_READWRITE);
     const Transaction writes(other, true);
     other.exec("UPDATE machine SET data_file = 'unfinished'");
     EXPECT_EQ(look(stored.store).dataFileVersion, "4.1.0072"); // or it would fail in the end
@@ -137,7 +137,7 @@ TEST(Store, LooksAtWhatIsDueWhileAnotherProgramWrites)
     sqlite3_vfs *system = sqlite3_vfs_find(nullptr);
     const auto sleeps = std::exchange(system->xSleep, countWait);
     {
-        Connection other(stored.store.file, SQLITE_OPEN_READWRITE, 0);
+        Database other(stored.store.file, SQLITE_OPEN_READWRITE);
         const Transaction writes(other, true);
         while (find(look(stored.store), cpu2)->state != State::stopped) {
         }

@@ -39,13 +39,16 @@ inline std::vector<sim::JournalRow> journalOf(sim::Store &store)
 // SQL in a connection of its own, as somebody with another program would write it.
 inline void tamper(const sim::Store &store, const std::string &sql)
 {
-    sim::Connection(store.file, SQLITE_OPEN_READWRITE, 0).exec(sql);
+    sim::Database(store.file, SQLITE_OPEN_READWRITE).exec(sql);
 }
 
 // What SQLite finds wrong with the whole file; "ok" for nothing.
 inline std::string integrityOf(const sim::Store &store)
 {
-    const sim::Connection connection(store.file, SQLITE_OPEN_READONLY, 0);
-    sim::Statement statement(connection, "PRAGMA integrity_check");
-    return statement.step() ? std::string(statement.bytes(0)) : "";
+    sim::Database database(store.file, SQLITE_OPEN_READONLY);
+    std::string result;
+    database.each(database.prepared("PRAGMA integrity_check"), [&](sqlite3_stmt *row) {
+        result += reinterpret_cast<const char *>(sqlite3_column_text(row, 0));
+    });
+    return result;
 }

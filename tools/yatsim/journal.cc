@@ -35,20 +35,17 @@ bool tryToRead(const std::string &file, const std::function<void(Database &)> &w
         Database database(wasInUse ? file : unchanging(file),
                           SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
         database.file = yat::fromDisplay(file);
-        try {
-            checkVersion(database);
-            work(database);
-        } catch (const SqliteError &error) {
-            if (wasInUse && error.code == SQLITE_CANTOPEN)
-                throw yat::Problem(database.file
-                                   + " can't be read: a program was killed while it worked on it; "
-                                     "whoever may write it has to look at the machine first");
-            throw database.problem(error);
-        }
-    } catch (const yat::Problem &) {
-        if (wasInUse == isInUse())
-            throw;
-        return false;
+        checkVersion(database);
+        work(database);
+    } catch (const yat::Problem &problem) {
+        if (wasInUse != isInUse())
+            return false;
+        const auto *error = dynamic_cast<const SqliteError *>(&problem);
+        if (wasInUse && error && error->code == SQLITE_CANTOPEN)
+            throw yat::Problem(yat::fromDisplay(file)
+                               + " can't be read: a program was killed while it worked on it; "
+                                 "whoever may write it has to look at the machine first");
+        throw;
     }
     return wasInUse || (!isInUse() && std::filesystem::last_write_time(file) == before);
 }
@@ -66,7 +63,8 @@ void readStateFile(const std::string &file, const std::function<void(Database &)
 
 void readJournal(Store &store, int64_t last, const OnRow &work)
 {
-    withFile(store, [&](Database &database) { readJournal(database, last, work); });
+    openStore(store);
+    readJournal(*store.database, last, work);
 }
 
 void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRow &work)

@@ -78,7 +78,7 @@ void inject(Store &store, Injection injection)
 {
     write(store, [&] {
         writeDown(store, {.operation = "inject", .argument = toText(injection), .result = "done"});
-        injection.id = sqlite3_last_insert_rowid(store.database->connection.handle());
+        injection.id = sqlite3_last_insert_rowid(store.database->handle.get());
         store.state.injections.push_back(std::move(injection));
     });
 }
