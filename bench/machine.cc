@@ -3,9 +3,9 @@
 #include "bigmachine.h"
 #include "common/records.h"
 #include "report.h"
+#include "sim/calls.h"
 #include "sim/course.h"
 #include "sim/orders.h"
-#include "sim/records.h"
 
 #include <unistd.h>
 
@@ -48,7 +48,8 @@ void recordsOf(benchmark::State &state)
 {
     const Machine machine = machineOf(state);
     for (auto _ : state) {
-        yat_device *root = makeRecords(machine);
+        yat_device *root = nullptr;
+        createTree(machine, &root);
         if (yat::freeTree(&root) != 1)
             return state.SkipWithError("there are no records");
     }

@@ -3,6 +3,7 @@
 
 #include "text/encoding.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -22,7 +23,10 @@ std::vector<std::unique_ptr<Tree>> trees;
 void fillRecord(Tree &tree, const DeviceRow &device, size_t position)
 {
     const size_t parent = static_cast<size_t>(device.parent) + 1; // the root of a top-level device
-    tree.identities[position] = device.identity;
+    yat_identity &identity = tree.identities[position];
+    identity.ClassCode = device.classCode;
+    identity.Instance = device.number;
+    std::ranges::copy(device.path, identity.DevicePathID);
     tree.names[position] = toDisplay(device.name);
 
     yat_device &record = tree.records[position + 1];

@@ -4,13 +4,15 @@
 
 #include "yat/device.h"
 
+#include <array>
 #include <string_view>
 #include <vector>
 
 namespace yat {
 
 struct DeviceRow {
-    yat_identity identity;
+    int classCode, number;
+    std::array<uint8_t, 8> path;
     std::string_view name; // in UTF-8
     int parent;            // its position, -1 for a top-level device
 };

@@ -119,15 +119,9 @@ int createTree(yat_device **root)
     lookAnew();
     list(readMachine());
     std::vector<yat::DeviceRow> rows;
-    for (const Device &device : listed) {
-        yat::DeviceRow &row =
-            rows.emplace_back(yat::DeviceRow{.identity = {.Instance = device.instance,
-                                                          .ClassCode = classOf(device.kind),
-                                                          .DevicePathID = {}},
-                                             .name = device.name,
-                                             .parent = device.parent});
-        std::ranges::copy(device.path, row.identity.DevicePathID);
-    }
+    for (const Device &device : listed)
+        rows.push_back(
+            {classOf(device.kind), device.instance, device.path, device.name, device.parent});
     *root = yat::makeRecords(rows);
     return 1;
 }

@@ -3,7 +3,6 @@
 
 #include "common/answers.h"
 #include "common/records.h"
-#include "sim/records.h"
 #include "sim/words.h"
 #include "yat/winshim.h"
 
@@ -126,7 +125,12 @@ yat_facts factsOf(const Machine &machine, const Device &device)
 
 int createTree(const Machine &machine, yat_device **root)
 {
-    *root = makeRecords(machine);
+    std::vector<yat::DeviceRow> rows;
+    rows.reserve(machine.devices.size());
+    for (const Device &device : machine.devices)
+        rows.push_back({device.id.classCode, device.id.number, device.path, device.name,
+                        device.parent});
+    *root = yat::makeRecords(rows);
     return 1;
 }
 

@@ -3,9 +3,9 @@
 // the machine's code, so that no clock has to decide.
 #include "bigmachine.h"
 #include "common/records.h"
+#include "sim/calls.h"
 #include "sim/course.h"
 #include "sim/orders.h"
-#include "sim/records.h"
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -102,7 +102,8 @@ size_t stepsOfRecords(int devices)
 {
     const Machine machine = machineOf(devices);
     return stepsOf([&] {
-        yat_device *root = makeRecords(machine);
+        yat_device *root = nullptr;
+        createTree(machine, &root);
         EXPECT_EQ(yat::freeTree(&root), 1);
     });
 }

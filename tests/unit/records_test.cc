@@ -21,9 +21,7 @@ std::string toString(const yat_device &device)
 
 yat::DeviceRow row(int number, const char *name, int parent)
 {
-    return {.identity = {.Instance = number, .ClassCode = 2, .DevicePathID = {}},
-            .name = name,
-            .parent = parent};
+    return {.classCode = 2, .number = number, .path = {}, .name = name, .parent = parent};
 }
 
 } // namespace
