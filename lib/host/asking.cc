@@ -4,11 +4,11 @@
 #include "base/record.h"
 #include "common/answers.h"
 #include "common/complaints.h"
+#include "common/lock.h"
 #include "common/problem.h"
 #include "common/terms.h"
 #include "host/calls.h"
 #include "host/journal.h"
-#include "host/lock.h"
 #include "host/operations.h"
 #include "host/reading.h"
 
@@ -80,7 +80,7 @@ try {
     return refusalOf(problem);
 }
 
-Refusal lockOthersOut(std::optional<Lock> &lock)
+Refusal lockOthersOut(std::optional<yat::Lock> &lock)
 try {
     lock.emplace("host.operation.lock", false);
     return lock->isHeld ? Refusal{}
@@ -124,7 +124,7 @@ try {
 
 int tryTo(const Asked &asked, const char *name)
 {
-    std::optional<Lock> lock;
+    std::optional<yat::Lock> lock;
     const Refusal others = lockOthersOut(lock);
     Machine machine;
     Refusal refusal = checkAsked(machine, asked);

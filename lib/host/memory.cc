@@ -2,14 +2,14 @@
 #include "host/memory.h"
 
 #include "common/file.h"
+#include "common/lock.h"
+#include "common/numbers.h"
 #include "common/ownfiles.h"
 #include "common/paths.h"
 #include "common/problem.h"
-#include "host/lock.h"
 #include "host/sysfs.h"
 
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -54,12 +54,10 @@ uint64_t numberOf(const json &object, const std::string &name, uint64_t most)
 
 int processorNamed(const std::string &name)
 {
-    uint64_t number = 0;
-    const char *end = name.data() + name.size();
-    const auto result = std::from_chars(name.data(), end, number);
-    if (result.ec != std::errc() || result.ptr != end)
+    const auto number = yat::numberIn<uint64_t>(name);
+    if (!number)
         throw yat::Problem("\"" + name + "\" is no processor");
-    return static_cast<int>(checked(number, name, INT_MAX));
+    return static_cast<int>(checked(*number, name, INT_MAX));
 }
 
 Memory fromJson(const json &text)
@@ -122,7 +120,7 @@ Memory readMemory()
 
 void changeMemory(const std::function<void(Memory &)> &change)
 {
-    const Lock lock("host.json.lock", true);
+    const yat::Lock lock("host.json.lock", true);
     const std::string file = fileName();
     const Memory before = memoryIn(file);
     Memory memory = before;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "sim/clock.h"
 
+#include "common/numbers.h"
 #include "common/problem.h"
-#include "sim/numbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,7 +30,7 @@ double wantedScale()
     const char *wanted = secure_getenv("YAT_TIME_SCALE");
     if (!wanted || !*wanted)
         return 1;
-    const auto scale = numberIn<double>(wanted);
+    const auto scale = yat::numberIn<double>(wanted);
     if (!scale || !(*scale >= 0 && *scale <= fastest))
         throw yat::Problem("wrong value '" + std::string(wanted)
                            + "' for YAT_TIME_SCALE, expected a number from 0 to 1000000");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "sim/injection.h"
 
-#include "sim/numbers.h"
+#include "common/numbers.h"
 
 #include <algorithm>
 #include <chrono>
@@ -51,8 +51,8 @@ std::optional<std::vector<uint8_t>> bytesOf(std::string_view text)
         std::string_view word = text.substr(0, text.find_first_of(blanks));
         text.remove_prefix(word.size());
         const bool isHexadecimal = word.starts_with("0x");
-        const auto byte =
-            isHexadecimal ? numberIn<uint8_t>(word.substr(2), 16) : numberIn<uint8_t>(word, 10);
+        const auto byte = isHexadecimal ? yat::numberIn<uint8_t>(word.substr(2), 16)
+                                        : yat::numberIn<uint8_t>(word, 10);
         if (!byte || bytes.size() == longestResponse)
             return {};
         bytes.push_back(*byte);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "sim/setkeys.h"
 
+#include "common/numbers.h"
 #include "sim/course.h"
-#include "sim/numbers.h"
 #include "sim/values.h"
 #include "sim/words.h"
 
@@ -18,7 +18,7 @@ constexpr Term<bool> switches[] = {{true, "on"}, {false, "off"}};
 
 bool setLength(Time &time, std::string_view value, const Measure &rule)
 {
-    const auto number = numberIn<double>(value);
+    const auto number = yat::numberIn<double>(value);
     return number && rule.read(*number, time);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "sim/statefile.h"
 
+#include "common/lock.h"
 #include "common/ownfiles.h"
 #include "sim/tables.h"
 #include "text/encoding.h"
@@ -8,31 +9,10 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <unistd.h>
 
 namespace sim {
 namespace {
-
-// The lock that lets one process at a time make files in a directory.
-class DirectoryLock {
-public:
-    explicit DirectoryLock(const std::string &path)
-        : descriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
-    {
-        while (descriptor >= 0 && flock(descriptor, LOCK_EX) != 0 && errno == EINTR) {
-        }
-    }
-    ~DirectoryLock()
-    {
-        if (descriptor >= 0)
-            close(descriptor);
-    }
-    DirectoryLock(const DirectoryLock &) = delete;
-    DirectoryLock &operator=(const DirectoryLock &) = delete;
-
-    const int descriptor;
-};
 
 // A log without its file may be all that is left of what was done, for instance when the file was
 // moved away alone: it must not be taken for the new one's, and it must not be lost.
@@ -67,7 +47,8 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
     const std::filesystem::path path = file;
     const std::string directory = path.parent_path().string();
     yat::makeOwnDirectory(directory);
-    const DirectoryLock lock(directory);
+    // One process at a time makes files there.
+    const yat::Lock lock(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), true);
     if (exists(path))
         return false;
     // Made under another name, so that a file of this name is always whole.

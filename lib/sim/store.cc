@@ -2,11 +2,11 @@
 #include "sim/store.h"
 
 #include "common/file.h"
+#include "common/numbers.h"
 #include "common/ownfiles.h"
 #include "common/paths.h"
 #include "sim/course.h"
 #include "sim/description.h"
-#include "sim/numbers.h"
 #include "sim/statefile.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -141,7 +141,7 @@ std::string nameOfPath(const std::string &path)
     const std::filesystem::path whole = wholePath(path);
     char digits[17];
     snprintf(digits, sizeof digits, "%016llx",
-             static_cast<unsigned long long>(hashOf(whole.string())));
+             static_cast<unsigned long long>(yat::hashOf(whole.string())));
     return whole.stem().string() + "-" + digits;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Operations that do not come to their end: they have failed, with what the machine says then.
-#include "host/lock.h"
+#include "common/lock.h"
 #include "host/operations.h"
 #include "host/processors.h"
 #include "host/sysfs.h"
@@ -141,7 +141,7 @@ TEST_F(Ends, OperationThatWasKilledIsSeenAsItIs)
     EXPECT_EQ(waitpid(program, &status, 0), program);
     EXPECT_TRUE(WIFSIGNALED(status)); // it was in the middle
     // Its writer, which may not be at its end, has the lock as well.
-    while (!host::Lock("host.operation.lock", false).isHeld
+    while (!yat::Lock("host.operation.lock", false).isHeld
            && std::chrono::steady_clock::now() < end)
         usleep(2000);
     EXPECT_EQ(journal(), (Lines{"PCI module 1 (slot 1) stop begun "}));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What is done to a server, and what is not: only what is allowed, can be and is asked for.
-#include "host/lock.h"
+#include "common/lock.h"
 #include "host/operations.h"
 #include "host/sysfs.h"
 #include "kernel.h"
@@ -217,7 +217,7 @@ TEST_F(Operations, OneAtATime)
 {
     addPackages(2, 1);
     yat_device *module = record(2, 2);
-    const host::Lock other("host.operation.lock", false);
+    const yat::Lock other("host.operation.lock", false);
     ASSERT_TRUE(other.isHeld);
     EXPECT_EQ(CALL(InitBringDown)(module, stopCpu + 1), 0);
     EXPECT_EQ(online(1), "1");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The state file: how it comes to be.
-#include "sim/numbers.h"
+#include "common/numbers.h"
 #include "sim/statefile.h"
 #include "stored.h"
 #include "support/privileges.h"
@@ -32,7 +32,7 @@ TEST(StateFile, IsMadeFromTheDescriptionAtFirstUse)
 TEST(StateFile, HasTheTablesOfItsVersion)
 {
     EXPECT_EQ(stateVersion, 1);
-    EXPECT_EQ(hashOf(schema()), 0x3c8c62c47b89bf02) << schema();
+    EXPECT_EQ(yat::hashOf(schema()), 0x3c8c62c47b89bf02) << schema();
 }
 
 // What the description says is needed no more then.

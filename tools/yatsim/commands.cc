@@ -2,9 +2,9 @@
 #include "yatsim/commands.h"
 
 #include "common/configuration.h"
+#include "common/numbers.h"
 #include "common/problem.h"
 #include "sim/injection.h"
-#include "sim/numbers.h"
 #include "sim/setkeys.h"
 #include "sim/words.h"
 #include "text/encoding.h"
@@ -77,7 +77,7 @@ void checkInjection(const Request &request)
             names.emplace_back(each.word);
         throw yat::Problem("no call '" + call + "', expected one of " + list(names));
     }
-    if (!numberIn<int>(result) && result != "real" && result != "off")
+    if (!yat::numberIn<int>(result) && result != "real" && result != "off")
         throw yat::Problem("wrong result '" + result
                            + "', expected a 32-bit number, 'real' or 'off'");
     if (result == "off" && (request.times || request.delay || request.text))
@@ -87,7 +87,7 @@ void checkInjection(const Request &request)
     const std::string wrong = "wrong text '" + *request.text + "' for " + call + ", expected ";
     if (known == InjectedText::none)
         throw yat::Problem(call + " returns only its result, so it takes no --text");
-    if (known == InjectedText::number && !numberIn<int>(*request.text))
+    if (known == InjectedText::number && !yat::numberIn<int>(*request.text))
         throw yat::Problem(wrong + "a 32-bit number");
     if (known == InjectedText::bytes && !bytesOf(*request.text))
         throw yat::Problem(wrong + "1 to 16 numbers from 0 to 255, 0x before hexadecimal ones");
@@ -167,7 +167,7 @@ void injectCall(const Request &request)
         return;
     }
     const Injection injection{.call = call,
-                              .result = numberIn<int>(result),
+                              .result = yat::numberIn<int>(result),
                               .times = request.times.value_or(1),
                               .delay = request.delay.value_or(0),
                               .text = request.text};

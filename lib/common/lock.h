@@ -4,12 +4,13 @@
 
 #include <string>
 
-namespace host {
+namespace yat {
 
-// Holds a file of the state directory while it lives.
+// Holds a file while it lives. Waits for it, or doesn't.
 struct Lock {
-    // Waits for it, or doesn't. Throws Problem when the file can't be made.
+    // A file of the state directory. Throws Problem when it can't be made.
     Lock(const std::string &name, bool waits);
+    Lock(int openFile, bool waits); // which is closed in the end
     ~Lock();
     Lock(const Lock &) = delete;
     Lock &operator=(const Lock &) = delete;
@@ -18,4 +19,4 @@ struct Lock {
     bool isHeld;
 };
 
-} // namespace host
+} // namespace yat

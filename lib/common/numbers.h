@@ -7,7 +7,7 @@
 #include <optional>
 #include <string_view>
 
-namespace sim {
+namespace yat {
 
 // The number that a text consists of; nothing for any other text. The format is that of
 // std::from_chars.
@@ -29,4 +29,4 @@ constexpr uint64_t hashOf(std::string_view text)
     return hash;
 }
 
-} // namespace sim
+} // namespace yat

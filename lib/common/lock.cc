@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "host/lock.h"
+#include "common/lock.h"
 
 #include "common/ownfiles.h"
 #include "common/paths.h"
@@ -9,11 +9,15 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-namespace host {
+namespace yat {
 
 Lock::Lock(const std::string &name, bool waits)
+    : Lock(openOwnFile(stateDirectory() + "/" + name, O_RDWR, 0600), waits)
 {
-    descriptor = yat::openOwnFile(yat::stateDirectory() + "/" + name, O_RDWR, 0600);
+}
+
+Lock::Lock(int openFile, bool waits) : descriptor(openFile)
+{
     int result;
     while ((result = flock(descriptor, waits ? LOCK_EX : LOCK_EX | LOCK_NB)) != 0
            && errno == EINTR) {
@@ -23,7 +27,8 @@ Lock::Lock(const std::string &name, bool waits)
 
 Lock::~Lock()
 {
-    close(descriptor);
+    if (descriptor >= 0)
+        close(descriptor);
 }
 
-} // namespace host
+} // namespace yat
