@@ -3,7 +3,7 @@
 // whatever the processes want and whatever happens to the system's clock.
 #pragma once
 
-#include "sim/time.h"
+#include "sim/terms.h"
 
 namespace sim {
 

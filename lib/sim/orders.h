@@ -5,6 +5,7 @@
 #include "sim/machine.h"
 
 #include <string>
+#include <vector>
 
 namespace sim {
 
@@ -25,7 +26,18 @@ Refusal check(const Machine &machine, Verb verb, DeviceId device, int code);
 //     burnFirmware  "FWCOPY" or "FWBURN"
 //     putSetting    "1" or "0"
 //     fail          "" or "permanent": it fails again at each start until it is repaired
-//     set           "KEY=VALUE", see sim/setkeys.h
+//     set           "KEY=VALUE", see setKeys
 Refusal apply(Machine &machine, const Order &order);
+
+// What can be set from outside.
+struct SetKey {
+    const char *key;
+    enum Owner { machine, module, cpuModule } owner;
+    std::string values; // what they can be, for messages and manuals
+    // Sets it, of its owner; false, with nothing changed, for a value that it can't have.
+    bool (*set)(Machine &machine, Device *device, const std::string &value);
+};
+
+const std::vector<SetKey> &setKeys();
 
 } // namespace sim

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "common/terms.h"
-#include "sim/time.h"
 #include "yat/device.h"
 #include "yat/facts.h"
 #include "yat/ft.h"
@@ -20,6 +19,12 @@
 #include <vector>
 
 namespace sim {
+
+using Time = int64_t; // microseconds; of a moment: since 1970 in UTC
+
+constexpr Time second = 1'000'000;
+constexpr Time hour = 3600 * second;
+constexpr Time lastMoment = 253'402'300'799 * second; // the end of the year 9999
 
 // ---- Limits
 

@@ -5,7 +5,6 @@
 #include "common/version.h"
 #include "shared/program.h"
 #include "sim/injection.h"
-#include "sim/setkeys.h"
 #include "text/encoding.h"
 #include "yatsim/commands.h"
 

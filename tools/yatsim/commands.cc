@@ -5,7 +5,6 @@
 #include "common/numbers.h"
 #include "common/problem.h"
 #include "sim/injection.h"
-#include "sim/setkeys.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 #include "yatsim/journal.h"
