@@ -2,36 +2,28 @@
 #include "sim/course.h"
 
 #include <algorithm>
-#include <string_view>
+#include <cstring>
 
 namespace sim {
 namespace {
 
-// Whether a BIOS version is older than another one. The numbers in them count as numbers, whatever
-// zeros they begin with.
-bool isOlder(std::string_view left, std::string_view right)
+// A version without the zeros that its numbers begin with.
+std::string withoutZeros(std::string version)
 {
-    const auto isDigit = [](char byte) { return byte >= '0' && byte <= '9'; };
-    const auto takeNumber = [&](std::string_view &text) {
-        const auto end = std::ranges::find_if_not(text, isDigit);
-        std::string_view number(text.begin(), end);
-        text.remove_prefix(number.size());
-        number.remove_prefix(std::min(number.find_first_not_of('0'), number.size()));
-        return number;
-    };
-    while (!left.empty() && !right.empty()) {
-        if (isDigit(left[0]) && isDigit(right[0])) {
-            const std::string_view one = takeNumber(left), other = takeNumber(right);
-            if (one != other)
-                return one.size() != other.size() ? one.size() < other.size() : one < other;
-        } else if (left[0] != right[0]) {
-            return left < right;
-        } else {
-            left.remove_prefix(1);
-            right.remove_prefix(1);
-        }
+    constexpr char digits[] = "0123456789";
+    for (size_t at = 0; (at = version.find_first_of(digits, at)) != version.npos;) {
+        const size_t end = std::min(version.find_first_not_of(digits, at), version.size());
+        const size_t zeros = std::min(version.find_first_not_of('0', at), end - 1) - at;
+        version.erase(at, zeros);
+        at = end - zeros;
     }
-    return left.empty() && !right.empty();
+    return version;
+}
+
+// Whether a BIOS version is older than another one. The numbers in them count as numbers.
+bool isOlder(const std::string &left, const std::string &right)
+{
+    return strverscmp(withoutZeros(left).c_str(), withoutZeros(right).c_str()) < 0;
 }
 
 // The BIOS of a module that is about to start is brought up to that of the running one.
