@@ -21,19 +21,6 @@ int positionAt(const std::vector<int> &positions, int number)
                : -1;
 }
 
-int positionOf(const Machine &machine, DeviceId id)
-{
-    const auto positions = machine.index.byNumber.find(id.classCode);
-    return positions == machine.index.byNumber.end() ? -1
-                                                     : positionAt(positions->second, id.number);
-}
-
-// Also for a machine that can be changed.
-template <class AnyMachine> auto deviceAt(AnyMachine &machine, int position)
-{
-    return position < 0 ? nullptr : &machine.devices[static_cast<size_t>(position)];
-}
-
 } // namespace
 
 bool isModule(DeviceId id)
@@ -86,34 +73,21 @@ Machine atRest(Machine machine)
     return machine;
 }
 
-const Device *find(const Machine &machine, DeviceId id)
-{
-    return deviceAt(machine, positionOf(machine, id));
-}
-
-Device *find(Machine &machine, DeviceId id)
-{
-    return deviceAt(machine, positionOf(machine, id));
-}
-
 const Device *moduleOfBoard(const Machine &machine, int board)
 {
     return deviceAt(machine, positionAt(machine.index.byBoard, board));
 }
 
-const Device *partnerOf(const Machine &machine, const Device &device)
-{
-    return find(machine, {device.id.classCode, device.partner});
-}
-
-Device *partnerOf(Machine &machine, const Device &device)
-{
-    return find(machine, {device.id.classCode, device.partner});
-}
-
 const Device *carrierOf(const Machine &machine, const Device &device)
 {
     return deviceAt(machine, device.carrier);
+}
+
+int positionOf(const Machine &machine, DeviceId id)
+{
+    const auto positions = machine.index.byNumber.find(id.classCode);
+    return positions == machine.index.byNumber.end() ? -1
+                                                     : positionAt(positions->second, id.number);
 }
 
 int positionOf(const Machine &machine, const Device &device)

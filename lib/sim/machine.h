@@ -62,7 +62,17 @@ struct Index {
     bool operator==(const Index &) const = default;
 };
 
-struct Machine : Properties {
+struct Machine {
+    std::string name;
+    int type = YAT_MACHINE_PLAIN;
+    std::vector<uint8_t> bmcResponse; // to Get Device ID, the completion code first
+    std::string dataFileVersion;      // of the BIOS in the firmware data file
+    bool automaticFirmwareUpdate = false;
+    bool automaticModuleStart = false;
+    Time mtbfThreshold = 24 * hour;
+    Timing timing;
+    unsigned supported = 0; // a bit for each support code
+
     Time now = 0;
     // CPU modules, then PCI modules, each class in instance order; each module followed by its
     // adapters, each of these by those below it.
@@ -90,13 +100,27 @@ Machine atRest(Machine machine);
 // and operations.
 void makeIndex(Machine &machine);
 
-const Device *find(const Machine &machine, DeviceId id);
-Device *find(Machine &machine, DeviceId id);
-const Device *moduleOfBoard(const Machine &machine, int board);
-const Device *partnerOf(const Machine &machine, const Device &device);
-Device *partnerOf(Machine &machine, const Device &device);
-const Device *carrierOf(const Machine &machine, const Device &device); // of an adapter, or null
+int positionOf(const Machine &machine, DeviceId id); // -1 for none
 int positionOf(const Machine &machine, const Device &device);
+
+// These give null for none, and what can be changed of a machine that can.
+auto *deviceAt(auto &&machine, int position)
+{
+    return position < 0 ? nullptr : &machine.devices[static_cast<size_t>(position)];
+}
+
+auto *find(auto &&machine, DeviceId id)
+{
+    return deviceAt(machine, positionOf(machine, id));
+}
+
+auto *partnerOf(auto &&machine, const Device &device)
+{
+    return find(machine, DeviceId{device.id.classCode, device.partner});
+}
+
+const Device *moduleOfBoard(const Machine &machine, int board);
+const Device *carrierOf(const Machine &machine, const Device &device); // of an adapter
 
 // Whether the machine type has an operation for a class of devices.
 bool supports(const Machine &machine, Verb verb, int classCode);

@@ -48,20 +48,6 @@ struct Timing {
     bool operator==(const Timing &) const = default;
 };
 
-// What a machine has as a whole.
-struct Properties {
-    std::string name;
-    int type = YAT_MACHINE_PLAIN;
-    std::vector<uint8_t> bmcResponse; // to Get Device ID, the completion code first
-    std::string dataFileVersion;      // of the BIOS in the firmware data file
-    bool automaticFirmwareUpdate = false;
-    bool automaticModuleStart = false;
-    Time mtbfThreshold = 24 * hour;
-    Timing timing;
-    unsigned supported = 0; // a bit for each support code
-    bool operator==(const Properties &) const = default;
-};
-
 // The states of a module: those that last, then those that end by themselves.
 enum class State {
     empty,

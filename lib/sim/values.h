@@ -34,7 +34,7 @@ template <class Keys> void timingKeys(Keys &keys, Timing &timing)
 }
 
 // Those of the machine itself.
-template <class Keys> void machineKeys(Keys &keys, Properties &machine)
+template <class Keys> void machineKeys(Keys &keys, Machine &machine)
 {
     keys("name", machine.name, name, required);
     keys("type", machine.type, Word{machineTypes}, required);
