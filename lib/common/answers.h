@@ -2,9 +2,17 @@
 // What the calls of yat/ft.h put into the buffers of their callers.
 #pragma once
 
+#include "yat/winshim.h"
+
 #include <string>
 
 namespace yat {
+
+// Whether texts are to be Japanese.
+inline bool isJapanese()
+{
+    return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
+}
 
 // Puts a text, in UTF-8, into the buffer of a property; false when it is too long.
 bool putProperty(const std::string &text, char *buffer, unsigned long *size);

@@ -214,7 +214,7 @@ int getReason(yat_device *device, int code, int, char *text)
     const Refusal refusal = checkAsked(machine, askedFor(device, code));
     if (refusal.detail == 0)
         return 0;
-    yat::putState(isJapanese() ? refusal.why.japanese : refusal.why.english, text);
+    yat::putState(yat::isJapanese() ? refusal.why.japanese : refusal.why.english, text);
     return 1;
 }
 

@@ -6,7 +6,6 @@
 #include "host/names.h"
 #include "host/reading.h"
 #include "host/words.h"
-#include "yat/winshim.h"
 
 #include <algorithm>
 #include <chrono>
@@ -22,7 +21,7 @@ std::vector<Device> listed;
 
 void list(const Machine &machine)
 {
-    listed = devicesOf(machine, nameOf, isJapanese());
+    listed = devicesOf(machine, nameOf, yat::isJapanese());
     forgetNames();
 }
 
@@ -140,7 +139,7 @@ static std::optional<std::string> propertyOf(const Machine &machine, int kind, i
     if (property == YAT_PROPERTY_BIOS_VERSION && !machine.biosVersion.empty())
         return machine.biosVersion;
     if (property == YAT_PROPERTY_BIOS_STATUS)
-        return biosStatusText(isJapanese());
+        return biosStatusText(yat::isJapanese());
     return {};
 }
 
@@ -161,7 +160,7 @@ int statusChange(int kind, int number, int code, char *text)
         return -1;
     const Look look = lookFor(kind, number, -code);
     const auto state =
-        stateText(look.machine, *device, countsSinceCleared(look, *device), isJapanese());
+        stateText(look.machine, *device, countsSinceCleared(look, *device), yat::isJapanese());
     if (!state)
         return -1;
     yat::putState(*state, text);
@@ -203,11 +202,6 @@ const Device *listedDevice(const yat_device *record)
                && std::ranges::equal(identity->DevicePathID, device.path);
     });
     return found == listed.end() ? nullptr : &*found;
-}
-
-bool isJapanese()
-{
-    return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
 }
 
 void lookAnew()

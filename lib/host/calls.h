@@ -18,9 +18,6 @@ int getFacts(yat_device *device, yat_facts *facts);
 // The device that a record stands for; null for none of those that were listed last.
 const Device *listedDevice(const yat_device *record);
 
-// Whether the texts are to be Japanese.
-bool isJapanese();
-
 // Has no question answered by what was read before.
 void lookAnew();
 

@@ -4,18 +4,12 @@
 #include "common/answers.h"
 #include "common/records.h"
 #include "sim/words.h"
-#include "yat/winshim.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace sim {
 namespace {
-
-bool isJapanese()
-{
-    return GetSystemDefaultLangID() == YAT_LANGUAGE_JAPANESE;
-}
 
 DeviceId idOf(const yat_device *device)
 {
@@ -32,46 +26,23 @@ const RefusalTerm &refusalOf(const Machine &machine, const yat_device *device, i
     return *rowOf(refusals, verb ? check(machine, *verb, id, code + 1) : Refusal::wrongCode);
 }
 
-const Device *ifInstalled(const Device *device)
-{
-    return device && device->state != State::empty ? device : nullptr;
-}
-
-std::optional<std::string> boardProperty(const Machine &machine, int number, int property)
-{
-    const Device *module = ifInstalled(moduleOfBoard(machine, number));
-    if (!module || property != YAT_PROPERTY_MTBF_TYPE || machine.type != YAT_MACHINE_CEDAR)
-        return {};
-    return std::to_string(module->mtbfType + 2); // read two above what is written
-}
-
-std::optional<std::string> cpuProperty(const Machine &machine, int number, int property)
-{
-    const Device *module = ifInstalled(find(machine, {YAT_CLASS_CPU_MODULE, number}));
-    if (module && property == YAT_PROPERTY_BIOS_VERSION)
-        return module->biosVersion;
-    if (module && property == YAT_PROPERTY_BIOS_STATUS)
-        return biosStatusText(machine, *module, isJapanese());
-    return {};
-}
-
-std::optional<std::string> pciProperty(const Machine &machine, int number, int property)
-{
-    const Device *module = find(machine, {YAT_CLASS_PCI_MODULE, number});
-    if (!module || property != YAT_PROPERTY_RELATIONAL_INDEX)
-        return {};
-    return std::to_string(module->board);
-}
-
-// A property; nothing for one that does not exist.
+// A property; nothing for one that does not exist. The kinds of modules are their classes.
 std::optional<std::string> propertyOf(const Machine &machine, int kind, int number, int property)
 {
-    switch (kind) {
-    case YAT_KIND_BOARD: return boardProperty(machine, number, property);
-    case YAT_KIND_CPU_MODULE: return cpuProperty(machine, number, property);
-    case YAT_KIND_PCI_MODULE: return pciProperty(machine, number, property);
-    default: return {};
-    }
+    const Device *module =
+        kind == YAT_KIND_BOARD ? moduleOfBoard(machine, number) : find(machine, {kind, number});
+    if (module && kind == YAT_KIND_PCI_MODULE && property == YAT_PROPERTY_RELATIONAL_INDEX)
+        return std::to_string(module->board);
+    if (!module || module->state == State::empty)
+        return {};
+    if (kind == YAT_KIND_BOARD && property == YAT_PROPERTY_MTBF_TYPE
+        && machine.type == YAT_MACHINE_CEDAR)
+        return std::to_string(module->mtbfType + 2); // read two above what is written
+    if (kind == YAT_KIND_CPU_MODULE && property == YAT_PROPERTY_BIOS_VERSION)
+        return module->biosVersion;
+    if (kind == YAT_KIND_CPU_MODULE && property == YAT_PROPERTY_BIOS_STATUS)
+        return biosStatusText(machine, *module, yat::isJapanese());
+    return {};
 }
 
 // ---- Facts
@@ -128,8 +99,8 @@ int createTree(const Machine &machine, yat_device **root)
     std::vector<yat::DeviceRow> rows;
     rows.reserve(machine.devices.size());
     for (const Device &device : machine.devices)
-        rows.push_back({device.id.classCode, device.id.number, device.path, device.name,
-                        device.parent});
+        rows.push_back(
+            {device.id.classCode, device.id.number, device.path, device.name, device.parent});
     *root = yat::makeRecords(rows);
     return 1;
 }
@@ -155,7 +126,7 @@ int statusChange(const Machine &machine, int kind, int number, int code, char *t
     const Device *module = isKnown ? find(machine, {kind, number}) : nullptr;
     if (!module)
         return -1;
-    yat::putState(stateText(machine, *module, isJapanese()), text);
+    yat::putState(stateText(machine, *module, yat::isJapanese()), text);
     return 0;
 }
 
@@ -186,7 +157,7 @@ int getReason(const Machine &machine, yat_device *device, int code, int detail, 
     const RefusalTerm &refusal = refusalOf(machine, device, code);
     if (refusal.value == Refusal::none || refusal.detail != detail)
         return 0;
-    yat::putState(std::string(isJapanese() ? refusal.japanese : refusal.word), text);
+    yat::putState(std::string(yat::isJapanese() ? refusal.japanese : refusal.word), text);
     return 1;
 }
 
