@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <tuple>
 #include <type_traits>
 
 namespace {
@@ -22,14 +23,17 @@ using namespace sim;
 
 constexpr char traceSource[] = "yatcore";
 
-// Has the user told, and puts it into the trace log, each line once.
-void complain(std::string_view problem) noexcept
+// Has the user told what a call can't say, and puts it into the trace log, each line once.
+void tell(const std::exception &problem) noexcept
 {
-    while (!problem.empty()) {
-        const std::string_view line = problem.substr(0, problem.find('\n'));
+    if (dynamic_cast<const std::bad_alloc *>(&problem))
+        return yat::complainOf(problem);
+    std::string_view rest = problem.what();
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
         if (yat::complain(line))
             TRACE_ERROR("%.*s", static_cast<int>(line.size()), line.data());
-        problem.remove_prefix(std::min(line.size() + 1, problem.size()));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
     }
 }
 
@@ -55,41 +59,23 @@ Injection injectionIfAny(CallName call)
 try {
     return injectionFor(call);
 } catch (const yat::Problem &problem) {
-    complain(problem.what());
+    tell(problem);
     return {};
 }
 
-// What a call gives besides its result: a property, another text, or a number; the others give
-// nothing. False when it can't be given.
-bool give(const std::string &text, int, int, int, char *buffer, unsigned long *size)
+// What a call gives besides its result goes to its last argument: a number, a text, or a property
+// with its size behind it; other calls give nothing. False when it can't be given.
+template <class... Arguments> bool give(const std::string &text, Arguments... arguments)
 {
-    return buffer && size && yat::putProperty(text, buffer, size);
-}
-
-bool give(const std::string &text, int, int, int, char *state)
-{
-    yat::putState(text, state);
-    return true;
-}
-
-bool give(const std::string &text, int, int, int, int *value)
-{
-    *value = atoi(text.c_str());
-    return true;
-}
-
-bool give(const std::string &text, char *source, int *value)
-{
-    return source && value && give(text, 0, 0, 0, value);
-}
-
-bool give(const std::string &text, yat_device *, int, int, char *reason)
-{
-    return give(text, 0, 0, 0, reason);
-}
-
-bool give(const std::string &, auto...)
-{
+    constexpr size_t last = sizeof...(arguments) - 1;
+    const std::tuple all(arguments...);
+    const auto to = std::get<last>(all);
+    if constexpr (std::is_same_v<decltype(to), unsigned long *const>)
+        return to && std::get<last - 1>(all) && yat::putProperty(text, std::get<last - 1>(all), to);
+    else if constexpr (std::is_same_v<decltype(to), char *const>)
+        yat::putState(text, to);
+    else if constexpr (std::is_same_v<decltype(to), int *const>)
+        *to = atoi(text.c_str());
     return true;
 }
 
@@ -131,8 +117,9 @@ struct Answered<call, name> {
 int toIntegerAnswered(char *text, int *value)
 {
     constexpr CallName name = "Linux_ConvertDataToInt";
-    return opened && isKnown(*opened, name) ? Answered<yat::toInteger, name>::run(text, value)
-                                            : yat::toInteger(text, value);
+    return text && value && opened && isKnown(*opened, name)
+               ? Answered<yat::toInteger, name>::run(text, value)
+               : yat::toInteger(text, value);
 }
 
 // The value that it gives is the reason for a no.
@@ -189,11 +176,8 @@ try {
     if (result == 0)
         opened.reset();
     return result;
-} catch (const std::bad_alloc &problem) {
-    yat::complainOf(problem);
-    return 1;
 } catch (const std::exception &problem) {
-    complain(problem.what());
+    tell(problem);
     return 1; // the calls will fail that need the machine
 }
 
@@ -203,16 +187,6 @@ int closePlatform()
     yat::tellComplaints();
     opened.reset();
     return result;
-}
-
-void tell(const std::exception &problem)
-{
-    if (dynamic_cast<const yat::Problem *>(&problem))
-        complain(problem.what());
-    else if (dynamic_cast<const std::bad_alloc *>(&problem))
-        yat::complainOf(problem);
-    else
-        TRACE_ERROR("%s", problem.what());
 }
 
 template <auto call, CallName name>
