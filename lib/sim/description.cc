@@ -21,7 +21,7 @@ public:
 
     template <class Value, class Rule>
     void operator()(std::string_view key, Value &value, const Rule &rule,
-                    Presence presence = optional)
+                    Presence presence = mayBeMissing)
     {
         const toml::node *node = find(key);
         if (!node && presence == required)
@@ -216,7 +216,7 @@ void readAdapters(Reader &reader, std::vector<Device> &devices, int level)
             Device adapter;
             adapter.parent = carrier;
             adapter.state = State::duplex;
-            deviceKeys(reader, adapter, optional);
+            deviceKeys(reader, adapter, mayBeMissing);
             checkIdentity(reader, adapter);
             devices.push_back(std::move(adapter));
             readAdapters(reader, devices, level + 1);
@@ -301,7 +301,7 @@ void checkPair(Reader &reader, const DescribedModule &described,
 
 void readModules(Reader &reader, Machine &machine, std::string_view key, int classCode)
 {
-    const Presence mtbfType = machine.type == YAT_MACHINE_CEDAR ? required : optional;
+    const Presence mtbfType = machine.type == YAT_MACHINE_CEDAR ? required : mayBeMissing;
     std::vector<DescribedModule> modules;
     for (const toml::table *table : reader.tables(key))
         modules.push_back(readModule(reader, *table, classCode, mtbfType));

@@ -80,7 +80,7 @@ struct ColumnKeys {
 struct Names : ColumnKeys {
     std::string columns{}, places{};
 
-    void operator()(std::string_view key, const auto &, const auto &, Presence = optional)
+    void operator()(std::string_view key, const auto &, const auto &, Presence = mayBeMissing)
     {
         const bool isFirst = columns.empty();
         columns.append(isFirst ? "" : ", ")
@@ -97,7 +97,7 @@ struct Binding : ColumnKeys {
 
     Binding(const Database &file, sqlite3_stmt *row) : database(file), statement(row) {}
 
-    void operator()(std::string_view, const auto &value, const auto &rule, Presence = optional)
+    void operator()(std::string_view, const auto &value, const auto &rule, Presence = mayBeMissing)
     {
         const Json json = written(rule, value);
         database.require(bind(json, ++at));
@@ -150,7 +150,7 @@ struct Reading : ColumnKeys {
     Reading(const Database &file, sqlite3_stmt *read) : database(file), row(read) {}
 
     void operator()(std::string_view key, auto &value, const auto &rule,
-                    Presence presence = optional)
+                    Presence presence = mayBeMissing)
     {
         Json json = jsonOf(row, at++);
         if (std::is_same_v<decltype(value), bool &> && (json == 0 || json == 1))

@@ -14,7 +14,7 @@
 
 namespace sim {
 
-enum Presence { required, optional };
+enum Presence { required, mayBeMissing };
 
 constexpr Text name = {.least = 1, .most = 127, .isLine = true};
 constexpr Text version = {.least = 1, .most = longestVersion};
@@ -68,7 +68,7 @@ template <class Keys> void pathKey(Keys &keys, PathIdentifier &path)
 
 template <class Keys> void biosKeys(Keys &keys, Device &module)
 {
-    const Presence presence = Keys::isOfState ? optional : required;
+    const Presence presence = Keys::isOfState ? mayBeMissing : required;
     keys("bios_version", module.biosVersion, version, presence);
     keys("bios_status", module.biosStatus, version, presence);
     bool isValid = module.bios != Bios::invalid;

@@ -15,7 +15,8 @@ struct Writer {
     Json values = Json::object();
 
     template <class Value, class Rule>
-    void operator()(std::string_view key, const Value &value, const Rule &rule, Presence = optional)
+    void operator()(std::string_view key, const Value &value, const Rule &rule,
+                    Presence = mayBeMissing)
     {
         if (Json json = written(rule, value); !json.is_null())
             values[key] = std::move(json);
@@ -37,7 +38,7 @@ Json tableOf(Machine &machine, size_t &next)
 {
     const int position = static_cast<int>(next);
     Writer writer;
-    deviceKeys(writer, machine.devices[next++], optional);
+    deviceKeys(writer, machine.devices[next++], mayBeMissing);
     while (next < machine.devices.size() && machine.devices[next].parent == position)
         writer.values["adapter"].push_back(tableOf(machine, next));
     return std::move(writer.values);
