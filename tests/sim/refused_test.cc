@@ -66,65 +66,6 @@ size_t lineOf(const std::string &description, const std::string &text)
     return 1 + static_cast<size_t>(std::ranges::count(before, '\n'));
 }
 
-void expectOperationsToFail(int classCode, const std::vector<int> &supports)
-{
-    yat_identity identity = {.Instance = 1, .ClassCode = classCode, .DevicePathID = {}};
-    yat_device device{};
-    device.identity = &identity;
-    for (const int support : supports) {
-        SCOPED_TRACE("class " + std::to_string(classCode) + " code " + std::to_string(support));
-        int why = 77;
-        EXPECT_EQ(IfSupport(&device, support, &why), 0);
-        EXPECT_EQ(why, 77);
-        EXPECT_EQ(ClearMTBF(&device, support + 1), 0);
-        EXPECT_EQ(InitBringUp(&device, support + 1), 0);
-        EXPECT_EQ(InitBringDown(&device, support + 1), 0);
-        EXPECT_EQ(BurnFirmware(&device, support + 1, "FWCOPY"), 0);
-        EXPECT_EQ(SetMtbfType(&device, support + 1, "1"), 0);
-    }
-}
-
-void expectEveryCallToFail()
-{
-    yat_device own{}, *root = nullptr, *tree = &own;
-    EXPECT_EQ(CreateTreeViewData(&root), 0);
-    EXPECT_EQ(root, nullptr);
-    EXPECT_EQ(FreeTreeViewData(&tree), 0);
-    EXPECT_EQ(tree, &own);
-    EXPECT_EQ(call_yat_is_ft(0), YAT_MACHINE_QUERY_FAILED);
-
-    char text[1025] = "untouched", number[] = "4";
-    unsigned long size = sizeof text;
-    EXPECT_EQ(StatusChange(YAT_KIND_CPU_MODULE, 1, YAT_STATE_CPU_MODULE, text), -1);
-    EXPECT_EQ(StatusChange(YAT_KIND_PCI_MODULE, 1, YAT_STATE_PCI_MODULE, text), -1);
-    const std::pair<int, int> properties[] = {
-        {YAT_KIND_BOARD, YAT_PROPERTY_MTBF_TYPE},
-        {YAT_KIND_CPU_MODULE, YAT_PROPERTY_BIOS_VERSION},
-        {YAT_KIND_CPU_MODULE, YAT_PROPERTY_BIOS_STATUS},
-        {YAT_KIND_PCI_MODULE, YAT_PROPERTY_RELATIONAL_INDEX},
-    };
-    for (const auto &[kind, id] : properties)
-        EXPECT_NE(yat_ft_func.yat_ft_get_property(kind, 1, id, text, &size), 0) << kind << id;
-    EXPECT_STREQ(text, "untouched");
-    EXPECT_EQ(size, sizeof text);
-
-    expectOperationsToFail(YAT_CLASS_CPU_MODULE, {1, 5, 7, 9, 13});
-    expectOperationsToFail(YAT_CLASS_PCI_MODULE, {15, 19, 21, 23});
-    expectOperationsToFail(YAT_CLASS_SCSI_ADAPTER, {25});
-    expectOperationsToFail(YAT_CLASS_ETHERNET_ADAPTER, {31});
-
-    for (const int kind : {YAT_SETTING_AUTO_BURN, YAT_SETTING_AUTO_BRING_UP}) {
-        int value = 77, on = 1;
-        EXPECT_EQ(GetBBDriverSettings(kind, YAT_CLASS_GENERAL, 1, &value), 0);
-        EXPECT_EQ(value, 77);
-        EXPECT_EQ(PutBBDriverSettings(kind, YAT_CLASS_GENERAL, 1, &on), 0);
-        EXPECT_EQ(on, 1);
-    }
-    int value = 77;
-    EXPECT_EQ(yat_ft_func.Linux_ConvertDataToInt(number, &value), 0); // needs no machine
-    EXPECT_EQ(value, 4);
-}
-
 void Refused::expectRefused(const std::vector<std::string> &problems)
 {
     ASSERT_EQ(TraceLogInit(0, "scenario", 0, 0, 0), 1);

@@ -72,6 +72,10 @@ private:
     bool wasWatched = false;
 };
 
+// Expects each call that needs the machine to fail by its convention, with what it was given for an
+// answer as it was.
+void expectEveryCallToFail();
+
 std::string scenarioName(const testing::TestParamInfo<bool> &info);
 
 #define PLAY_ALONE(name)                                                                           \
