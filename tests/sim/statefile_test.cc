@@ -191,6 +191,16 @@ void makeReadOnly(const Stored &stored, fs::perms more = fs::perms::none)
     fs::permissions(stored.sandbox.directory(), fs::perms(0555) | more);
 }
 
+void asAReader(const Stored &stored, const std::function<void()> &work)
+{
+    makeReadOnly(stored);
+    {
+        const AsSomebodyElse now;
+        work();
+    }
+    makeReadOnly(stored, fs::perms::owner_all);
+}
+
 std::vector<std::string> namesBeside(const Stored &stored)
 {
     std::vector<std::string> names;
@@ -217,13 +227,10 @@ TEST(StateFile, IsReadByWhoMayNotWriteIt)
     Stored stored;
     perform(stored.store, stopCpu2);
     stored.store.database.reset();
-    makeReadOnly(stored);
-    {
-        const AsSomebodyElse now;
+    asAReader(stored, [&] {
         EXPECT_EQ(operationsRead(), (Operations{"init", "InitBringDown"}));
         EXPECT_EQ(namesBeside(stored), (Operations{"CEDAR.db"}));
-    }
-    makeReadOnly(stored, fs::perms::owner_all);
+    });
 }
 
 TEST(StateFile, IsReadWithItsLogWhileAProgramWorksOnIt)
@@ -232,13 +239,10 @@ TEST(StateFile, IsReadWithItsLogWhileAProgramWorksOnIt)
     perform(stored.store, stopCpu2);
     const auto before = namesBeside(stored);
     ASSERT_EQ(before.size(), 3u);
-    makeReadOnly(stored);
-    {
-        const AsSomebodyElse now;
+    asAReader(stored, [&] {
         EXPECT_EQ(operationsRead(), (Operations{"init", "InitBringDown"}));
         EXPECT_EQ(namesBeside(stored), before);
-    }
-    makeReadOnly(stored, fs::perms::owner_all);
+    });
 }
 
 TEST(StateFile, WithALogOfNobodyIsNotReadAndSaysWhy)
@@ -247,15 +251,12 @@ TEST(StateFile, WithALogOfNobodyIsNotReadAndSaysWhy)
     look(stored.store);
     stored.store.database.reset();
     writeFile(stored.store.file + "-wal", "");
-    makeReadOnly(stored);
-    {
-        const AsSomebodyElse now;
+    asAReader(stored, [&] {
         EXPECT_EQ(problemOf([] { operationsRead(); }),
                   stored.store.file
                       + " can't be read: a program was killed while it worked on it; whoever may "
                         "write it has to look at the machine first");
-    }
-    makeReadOnly(stored, fs::perms::owner_all);
+    });
 }
 
 TEST(StateFile, OfAnotherProgramIsNotRead)
@@ -265,14 +266,11 @@ TEST(StateFile, OfAnotherProgramIsNotRead)
     stored.store.database.reset();
     tamper(stored.store, "PRAGMA application_id = 7");
     fs::remove(stored.store.file + "-wal");
-    makeReadOnly(stored);
-    {
-        const AsSomebodyElse now;
+    asAReader(stored, [&] {
         const std::string problem = problemOf([] { operationsRead(); });
         EXPECT_TRUE(problem.starts_with(stored.store.file + " is damaged or belongs to"))
             << problem;
-    }
-    makeReadOnly(stored, fs::perms::owner_all);
+    });
 }
 
 TEST(StateFile, IsReadAnewWhenItIsWrittenMeanwhile)
