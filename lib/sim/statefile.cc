@@ -27,11 +27,11 @@ void setAside(const std::string &log)
                            + " is in the way and can't be set aside: " + yat::reason(errno));
 }
 
-void makeTables(const std::string &file, const std::function<void(Database &)> &fill)
+void makeTables(const std::string &file, const std::function<void(yat::Database &)> &fill)
 {
-    Database database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    yat::Database database(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     database.exec("PRAGMA journal_mode = OFF"); // it is whole, or nobody's
-    Transaction transaction(database);
+    yat::Transaction transaction(database);
     database.exec("PRAGMA application_id = " + std::to_string(applicationId)
                   + "; PRAGMA user_version = " + std::to_string(stateVersion));
     database.exec(schema());
@@ -42,7 +42,7 @@ void makeTables(const std::string &file, const std::function<void(Database &)> &
 
 } // namespace
 
-bool createStateFile(const std::string &file, const std::function<void(Database &)> &fill)
+bool createStateFile(const std::string &file, const std::function<void(yat::Database &)> &fill)
 {
     const std::filesystem::path path = file;
     const std::string directory = path.parent_path().string();
@@ -65,7 +65,7 @@ bool createStateFile(const std::string &file, const std::function<void(Database 
     return true;
 }
 
-void checkVersion(Database &database)
+void checkVersion(yat::Database &database)
 {
     if (database.number("PRAGMA application_id") != applicationId)
         database.fail(SQLITE_NOTADB);
@@ -75,15 +75,15 @@ void checkVersion(Database &database)
                              "that version, or move the file away to start afresh");
 }
 
-std::unique_ptr<Database> openStateFile(const std::string &file)
+std::unique_ptr<yat::Database> openStateFile(const std::string &file)
 {
     for (const char *ending : {"", "-wal", "-shm", "-journal"})
         yat::requireOwnFile(file + ending);
-    auto database = std::make_unique<Database>(file, SQLITE_OPEN_READWRITE);
+    auto database = std::make_unique<yat::Database>(file, SQLITE_OPEN_READWRITE);
     sqlite3 *handle = database->handle.get();
     // Until it is known to be sound, closing it must not write it.
     sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    Transaction transaction(*database);
+    yat::Transaction transaction(*database);
     checkVersion(*database);
     if (sqlite3_db_readonly(handle, "main") != 0)
         database->fail(SQLITE_READONLY);

@@ -3,7 +3,7 @@
 // one.
 #pragma once
 
-#include "sim/database.h"
+#include "database/database.h"
 
 #include <functional>
 #include <memory>
@@ -13,13 +13,13 @@ namespace sim {
 
 // Makes the file, whole or not at all, unless there already is one of that name; fill puts the
 // machine into its tables. True when it was made.
-bool createStateFile(const std::string &file, const std::function<void(Database &)> &fill);
+bool createStateFile(const std::string &file, const std::function<void(yat::Database &)> &fill);
 
 // Throws what keeps it from being a state of this version.
-void checkVersion(Database &database);
+void checkVersion(yat::Database &database);
 
 // Opens the file. One that is damaged, or made by another program or by another version of this
 // one, is refused and left as it is.
-std::unique_ptr<Database> openStateFile(const std::string &file);
+std::unique_ptr<yat::Database> openStateFile(const std::string &file);
 
 } // namespace sim

@@ -45,7 +45,7 @@ void readIfWritten(Store &store)
     const auto mark = store.database->commitMark();
     if (store.isWriting || (mark && mark == store.mark))
         return;
-    Transaction transaction(*store.database);
+    yat::Transaction transaction(*store.database);
     catchUp(store);
     transaction.commit();
     store.mark = mark;
@@ -60,7 +60,7 @@ void setClock(MachineState &state, Time real)
 }
 
 // Whether the file could not be written, or was not read at that moment.
-bool isOnlyUnwritten(const SqliteError &error)
+bool isOnlyUnwritten(const yat::SqliteError &error)
 {
     const int code = error.code;
     return code == SQLITE_BUSY || code == SQLITE_FULL || code == SQLITE_IOERR;
@@ -77,10 +77,10 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
         return true;
     }
     openStore(store);
-    Database &database = *store.database;
+    yat::Database &database = *store.database;
     try {
         database.setSynced(isOperation);
-        Transaction transaction(database, true, isOperation ? longestWait : 0);
+        yat::Transaction transaction(database, true, isOperation ? yat::longestWait : 0);
         catchUp(store);
         store.isWriting = true;
         setClock(store.state, realTime());
@@ -93,7 +93,7 @@ bool transact(Store &store, bool isOperation, const std::function<void()> &work)
         transaction.commit();
         store.isWriting = false;
         return true;
-    } catch (const SqliteError &error) {
+    } catch (const yat::SqliteError &error) {
         const bool mayBeLost = !isOperation && isOnlyUnwritten(error);
         if (store.isWriting || !mayBeLost)
             forget(store);
@@ -124,7 +124,7 @@ bool makeFile(Store &store)
 {
     const std::string path = wholePath(store.descriptionFile);
     const Machine machine = readDescription(path);
-    return createStateFile(store.file, [&](Database &database) {
+    return createStateFile(store.file, [&](yat::Database &database) {
         const Time now = realTime();
         MachineState state = {.clock = {.real = now, .scale = wantedScale()}};
         putMachine(database, state, machine, now);
@@ -194,7 +194,7 @@ std::string wholePath(const std::string &file)
     return error ? file : whole.string();
 }
 
-void putMachine(Database &database, MachineState &state, const Machine &machine, Time now)
+void putMachine(yat::Database &database, MachineState &state, const Machine &machine, Time now)
 {
     state.machine = movedTo(machine, now);
     state.clock.simulated = now;

@@ -24,10 +24,10 @@ struct Store {
     std::string descriptionFile;         // what a machine without a state is made from
     std::optional<yat::Caller> caller{}; // for the journal; the user of this process if none
 
-    std::unique_ptr<Database> database{}; // when it is open
-    MachineState state{};                 // as the file has it, and the time as it is
-    std::optional<int64_t> version{};     // of the file when it was read, as SQLite counts it
-    std::optional<CommitMark> mark{};     // of the file when it was read, or older
+    std::unique_ptr<yat::Database> database{}; // when it is open
+    MachineState state{};                      // as the file has it, and the time as it is
+    std::optional<int64_t> version{};          // of the file when it was read, as SQLite counts it
+    std::optional<yat::CommitMark> mark{};     // of the file when it was read, or older
     bool isWriting = false;
 };
 
@@ -38,7 +38,7 @@ Store configuredStore(const yat::ConfiguredMachine &machine = yat::configuredMac
 Machine readDescription(const std::string &file);
 
 // Puts a machine in the place of the one that may be there, as it would be then.
-void putMachine(Database &database, MachineState &state, const Machine &machine, Time now);
+void putMachine(yat::Database &database, MachineState &state, const Machine &machine, Time now);
 
 // The absolute path of a file; the path as given where that can't be found out.
 std::string wholePath(const std::string &file);

@@ -91,11 +91,11 @@ struct Names : ColumnKeys {
 };
 
 struct Binding : ColumnKeys {
-    const Database &database;
+    const yat::Database &database;
     sqlite3_stmt *statement;
     int at = 0;
 
-    Binding(const Database &file, sqlite3_stmt *row) : database(file), statement(row) {}
+    Binding(const yat::Database &file, sqlite3_stmt *row) : database(file), statement(row) {}
 
     void operator()(std::string_view, const auto &value, const auto &rule, Presence = mayBeMissing)
     {
@@ -137,17 +137,17 @@ Json jsonOf(sqlite3_stmt *row, int column)
     return type == SQLITE_TEXT ? Json(text) : Json::parse(text, nullptr, false);
 }
 
-[[noreturn]] void damaged(const Database &database, const std::string &what)
+[[noreturn]] void damaged(const yat::Database &database, const std::string &what)
 {
     throw yat::Problem(database.file + " is damaged: " + what);
 }
 
 struct Reading : ColumnKeys {
-    const Database &database;
+    const yat::Database &database;
     sqlite3_stmt *row;
     int at = 0;
 
-    Reading(const Database &file, sqlite3_stmt *read) : database(file), row(read) {}
+    Reading(const yat::Database &file, sqlite3_stmt *read) : database(file), row(read) {}
 
     void operator()(std::string_view key, auto &value, const auto &rule,
                     Presence presence = mayBeMissing)
@@ -169,7 +169,7 @@ template <class... Value> std::string definitionOf(const std::string &table)
 }
 
 // Writes a row, in place of the one that has its key.
-template <class... Value> void putRow(Database &database, const char *table, Value &...value)
+template <class... Value> void putRow(yat::Database &database, const char *table, Value &...value)
 {
     static const std::string sql = [&] {
         Names names;
@@ -181,14 +181,15 @@ template <class... Value> void putRow(Database &database, const char *table, Val
     database.each(binding.statement, [](sqlite3_stmt *) {});
 }
 
-template <class... Value> void readRow(const Database &database, sqlite3_stmt *row, Value &...value)
+template <class... Value>
+void readRow(const yat::Database &database, sqlite3_stmt *row, Value &...value)
 {
     Reading reading(database, row);
     keysOf(reading, value...);
 }
 
 // What no rule of a single value says.
-void check(const Database &database, const Machine &machine)
+void check(const yat::Database &database, const Machine &machine)
 {
     for (const Device &device : machine.devices) {
         if (device.partner != 0 && !partnerOf(machine, device))
@@ -207,7 +208,7 @@ std::string schema()
            + journalIsNeverRewritten;
 }
 
-MachineState readState(Database &database)
+MachineState readState(yat::Database &database)
 {
     MachineState state;
     Machine &machine = state.machine;
@@ -234,7 +235,7 @@ MachineState readState(Database &database)
     return state;
 }
 
-void writeMachine(Database &database, MachineState &state)
+void writeMachine(yat::Database &database, MachineState &state)
 {
     database.exec("DELETE FROM device");
     for (size_t i = 0; i < state.machine.devices.size(); ++i)
@@ -242,7 +243,7 @@ void writeMachine(Database &database, MachineState &state)
     writeChanges(database, state);
 }
 
-void writeChanges(Database &database, MachineState &state)
+void writeChanges(yat::Database &database, MachineState &state)
 {
     Machine &machine = state.machine;
     for (int position : machine.index.changed)
@@ -251,19 +252,19 @@ void writeChanges(Database &database, MachineState &state)
     putRow(database, "machine", state);
 }
 
-void writeInjections(Database &database, std::vector<Injection> &injections)
+void writeInjections(yat::Database &database, std::vector<Injection> &injections)
 {
     database.exec("DELETE FROM injection");
     for (Injection &injection : injections)
         putRow(database, "injection", injection);
 }
 
-void addToJournal(Database &database, JournalRow row)
+void addToJournal(yat::Database &database, JournalRow row)
 {
     putRow(database, "journal", row);
 }
 
-void readJournal(Database &database, int64_t last,
+void readJournal(yat::Database &database, int64_t last,
                  const std::function<void(const JournalRow &)> &work)
 {
     sqlite3_stmt *query = database.prepared(

@@ -3,8 +3,8 @@
 // the journal of what was asked of it.
 #pragma once
 
+#include "database/database.h"
 #include "sim/clock.h"
-#include "sim/database.h"
 #include "sim/machine.h"
 
 #include <cstdint>
@@ -49,20 +49,20 @@ constexpr int stateVersion = 1;           // of the tables and of what may be in
 std::string schema();
 
 // Reads all but the journal. What can't be is thrown as damage of the file.
-MachineState readState(Database &database);
+MachineState readState(yat::Database &database);
 
 // Writes a machine, in place of the one that may be there.
-void writeMachine(Database &database, MachineState &state);
+void writeMachine(yat::Database &database, MachineState &state);
 
 // Writes what has changed of the machine since it was last read or written.
-void writeChanges(Database &database, MachineState &state);
+void writeChanges(yat::Database &database, MachineState &state);
 
-void writeInjections(Database &database, std::vector<Injection> &injections);
+void writeInjections(yat::Database &database, std::vector<Injection> &injections);
 
-void addToJournal(Database &database, JournalRow row);
+void addToJournal(yat::Database &database, JournalRow row);
 
 // Calls work for the last rows of the journal, 0 for all, the oldest first.
-void readJournal(Database &database, int64_t last,
+void readJournal(yat::Database &database, int64_t last,
                  const std::function<void(const JournalRow &)> &work);
 
 } // namespace sim

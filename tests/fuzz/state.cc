@@ -25,7 +25,7 @@ bios_version = "1"
 bios_status = "Valid"
 )";
 
-struct State : sim::Database {
+struct State : yat::Database {
     State() : Database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
     {
         exec(sim::schema());
@@ -38,7 +38,7 @@ struct State : sim::Database {
 };
 
 // The beginnings of the statements that change a column.
-std::vector<std::string> changesOf(sim::Database &database)
+std::vector<std::string> changesOf(yat::Database &database)
 {
     std::vector<std::string> changes;
     for (const std::string table : {"machine", "device", "injection"})
@@ -65,7 +65,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Input input(data, size);
     const std::string &change = changes[input.byte() % changes.size()];
     const std::string update = change + types[input.byte() % std::size(types)];
-    const sim::Transaction undone(database);
+    const yat::Transaction undone(database);
     try {
         sqlite3_stmt *statement = database.prepared(update.c_str());
         const std::string value(input.rest());
@@ -76,7 +76,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         other.write(read);
         const sim::MachineState again = sim::readState(other);
         REQUIRE(again.machine == read.machine && again.injections == read.injections);
-    } catch (const sim::SqliteError &error) {
+    } catch (const yat::SqliteError &error) {
         REQUIRE(error.code == SQLITE_MISMATCH); // a key that is no number
     } catch (const yat::Problem &problem) {
         REQUIRE(std::string_view(problem.what()).starts_with(":memory: is damaged: "));

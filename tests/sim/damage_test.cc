@@ -63,7 +63,7 @@ TEST(StateFile, OfAnotherProgramIsRefusedAndLeftAlone)
     for (const std::string id : {"0", "42"}) {
         Stored stored;
         fs::create_directories(fs::path(stored.store.file).parent_path());
-        Database(stored.store.file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
+        yat::Database(stored.store.file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)
             .exec("PRAGMA application_id = " + id
                   + "; CREATE TABLE machine (x); INSERT INTO machine VALUES (1)");
         expectRefused(stored, " is damaged or belongs to another program and was left alone");

@@ -279,7 +279,7 @@ TEST(StateFile, IsReadAnewWhenItIsWrittenMeanwhile)
     look(stored.store);
     stored.store.database.reset();
     std::vector<int64_t> counts;
-    readStateFile(stored.store.file, [&](Database &database) {
+    readStateFile(stored.store.file, [&](yat::Database &database) {
         counts.push_back(database.number("SELECT count(*) FROM journal"));
         if (counts.size() > 1)
             return;

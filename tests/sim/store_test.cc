@@ -121,8 +121,8 @@ TEST(Store, NeverWaitsForAWriterToLook)
 {
     Stored stored;
     look(stored.store);
-    Database other(stored.store.file, SQLITE_OPEN_READWRITE);
-    const Transaction writes(other, true);
+    yat::Database other(stored.store.file, SQLITE_OPEN_READWRITE);
+    const yat::Transaction writes(other, true);
     other.exec("UPDATE machine SET data_file = 'unfinished'");
     EXPECT_EQ(look(stored.store).dataFileVersion, "4.1.0072"); // or it would fail in the end
     stored.store.database.reset();
@@ -137,8 +137,8 @@ TEST(Store, LooksAtWhatIsDueWhileAnotherProgramWrites)
     sqlite3_vfs *system = sqlite3_vfs_find(nullptr);
     const auto sleeps = std::exchange(system->xSleep, countWait);
     {
-        Database other(stored.store.file, SQLITE_OPEN_READWRITE);
-        const Transaction writes(other, true);
+        yat::Database other(stored.store.file, SQLITE_OPEN_READWRITE);
+        const yat::Transaction writes(other, true);
         while (find(look(stored.store), cpu2)->state != State::stopped) {
         }
     }
@@ -233,7 +233,7 @@ TEST(Journal, CantBeRewritten)
           "DELETE FROM journal WHERE id = 2",
           "INSERT OR REPLACE INTO journal VALUES (2, 0, 0, '', '', '', '', 0, '', '')",
           "REPLACE INTO journal VALUES (1, 0, 0, '', '', '', '', 0, '', '')"})
-        EXPECT_THROW(tamper(stored.store, sql), SqliteError) << sql;
+        EXPECT_THROW(tamper(stored.store, sql), yat::SqliteError) << sql;
     EXPECT_EQ(journalOf(stored.store).size(), 2u);
 }
 

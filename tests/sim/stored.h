@@ -39,13 +39,13 @@ inline std::vector<sim::JournalRow> journalOf(sim::Store &store)
 // SQL in a connection of its own, as somebody with another program would write it.
 inline void tamper(const sim::Store &store, const std::string &sql)
 {
-    sim::Database(store.file, SQLITE_OPEN_READWRITE).exec(sql);
+    yat::Database(store.file, SQLITE_OPEN_READWRITE).exec(sql);
 }
 
 // What SQLite finds wrong with the whole file; "ok" for nothing.
 inline std::string integrityOf(const sim::Store &store)
 {
-    sim::Database database(store.file, SQLITE_OPEN_READONLY);
+    yat::Database database(store.file, SQLITE_OPEN_READONLY);
     std::string result;
     database.each(database.prepared("PRAGMA integrity_check"), [&](sqlite3_stmt *row) {
         result += reinterpret_cast<const char *>(sqlite3_column_text(row, 0));

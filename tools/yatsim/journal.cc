@@ -26,21 +26,21 @@ std::string unchanging(const std::string &file)
 // Where a program works on the file, SQLite reads its log by the memory that they share. It would
 // make both where there are none, so it has to be told then that nobody writes; whether that held
 // is seen afterwards.
-bool tryToRead(const std::string &file, const std::function<void(Database &)> &work)
+bool tryToRead(const std::string &file, const std::function<void(yat::Database &)> &work)
 {
     const auto isInUse = [&] { return std::filesystem::exists(file + "-wal"); };
     const auto before = std::filesystem::last_write_time(file);
     const bool wasInUse = isInUse();
     try {
-        Database database(wasInUse ? file : unchanging(file),
-                          SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+        yat::Database database(wasInUse ? file : unchanging(file),
+                               SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
         database.file = yat::fromDisplay(file);
         checkVersion(database);
         work(database);
     } catch (const yat::Problem &problem) {
         if (wasInUse != isInUse())
             return false;
-        const auto *error = dynamic_cast<const SqliteError *>(&problem);
+        const auto *error = dynamic_cast<const yat::SqliteError *>(&problem);
         if (wasInUse && error && error->code == SQLITE_CANTOPEN)
             throw yat::Problem(yat::fromDisplay(file)
                                + " can't be read: a program was killed while it worked on it; "
@@ -52,7 +52,7 @@ bool tryToRead(const std::string &file, const std::function<void(Database &)> &w
 
 } // namespace
 
-void readStateFile(const std::string &file, const std::function<void(Database &)> &work)
+void readStateFile(const std::string &file, const std::function<void(yat::Database &)> &work)
 {
     for (int tries = 0; tries < 100; ++tries)
         if (tryToRead(file, work))
@@ -76,7 +76,7 @@ void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRo
         return readJournal(store, last, work);
     }
     std::vector<JournalRow> rows;
-    readStateFile(file, [&](Database &database) {
+    readStateFile(file, [&](yat::Database &database) {
         rows.clear();
         readJournal(database, last, [&](const JournalRow &row) { rows.push_back(row); });
     });

@@ -16,6 +16,6 @@ void readJournal(const yat::ConfiguredMachine &machine, int64_t last, const OnRo
 
 // Reads a file that this user may read and not write: work is called with it, and once more when
 // others have written it meanwhile. Nothing is left beside it.
-void readStateFile(const std::string &file, const std::function<void(Database &)> &work);
+void readStateFile(const std::string &file, const std::function<void(yat::Database &)> &work);
 
 } // namespace sim

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "sim/database.h"
+#include "database/database.h"
 
 #include "text/encoding.h"
 
 #include <cerrno>
 #include <cstring>
 
-namespace sim {
+namespace yat {
 namespace {
 
 // Why the file, or its log, could not be read or written last; 0 for no such reason.
@@ -29,7 +29,7 @@ std::string explanation(int code, const char *text, int systemError)
     // SQLite takes a disk that can't be read now for a file that is damaged.
     if (systemError != 0
         && (code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB))
-        return " can't be used: " + yat::reason(systemError);
+        return " can't be used: " + reason(systemError);
     switch (code) {
     case SQLITE_NOTADB:
         return " is damaged or belongs to another program and was left alone; move it away to "
@@ -53,7 +53,7 @@ void saveMemory()
 } // namespace
 
 // A connection belongs to one thread, as the calls do: it needs no lock for each value it gives.
-Database::Database(const std::string &path, int flags) : file(yat::fromDisplay(path))
+Database::Database(const std::string &path, int flags) : file(fromDisplay(path))
 {
     saveMemory();
     sqlite3 *opened = nullptr; // also where that fails
@@ -152,4 +152,4 @@ void Transaction::commit()
     isCommitted = true;
 }
 
-} // namespace sim
+} // namespace yat

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The database that holds a machine's state: SQLite's handles as values. What was opened is closed
-// again, what fails is thrown, and other writers are noticed. SQLiteCpp does much of that, but with
-// streams, which bring the C++ library's locales along: a third of what yatcore.dll was, and 0.6 MB
-// of each program's memory.
+// A database in a file that several programs share: SQLite's handles as values. What was opened is
+// closed again, what fails is thrown, and other writers are noticed. SQLiteCpp does much of that,
+// but with streams, which bring the C++ library's locales along: a third of what yatcore.dll was,
+// and 0.6 MB of each program's memory.
 #pragma once
 
 #include "common/problem.h"
@@ -15,10 +15,10 @@
 #include <sqlite3.h>
 #include <string>
 
-namespace sim {
+namespace yat {
 
-struct SqliteError : yat::Problem {
-    SqliteError(int result, const std::string &text) : yat::Problem(text), code(result) {}
+struct SqliteError : Problem {
+    SqliteError(int result, const std::string &text) : Problem(text), code(result) {}
     int code; // SQLITE_...
 };
 
@@ -108,4 +108,4 @@ private:
     bool isCommitted = false;
 };
 
-} // namespace sim
+} // namespace yat
