@@ -135,25 +135,20 @@ Terminal::Terminal(const TerminalOptions &options)
     decoder = options.encoding == "UTF-8" ? nullptr : iconv_open("UTF-8", options.encoding.c_str());
 }
 
-// Where the lines that run are counted, the spy lets a program write its counts that is to be ended
-// and has a file of its number (spy/screen.cc).
-void Terminal::letCountsBeWritten()
+void Terminal::letCountsBeWritten(pid_t process)
 {
-    const char *counts = getenv("YAT_COUNTS");
-    if (!counts)
+    if (!getenv("YAT_COUNTS"))
         return;
-    const std::string wanted = std::string(counts) + "/" + std::to_string(program);
-    std::ofstream(wanted.c_str());
-    ::kill(program, SIGTERM);
-    ::kill(program, SIGCONT);
-    wait(std::chrono::seconds(2));
-    unlink(wanted.c_str());
+    ::kill(process, SIGTERM);
+    ::kill(process, SIGCONT);
+    waitUntil([process] { return stateOf(process) == 'Z' || stateOf(process) == '\0'; },
+              std::chrono::seconds(2));
 }
 
 Terminal::~Terminal()
 {
     if (!ended && child > 0)
-        letCountsBeWritten();
+        letCountsBeWritten(program);
     if (!ended && child > 0) {
         ::kill(program, SIGKILL);
         waitpid(child, nullptr, 0);

@@ -62,6 +62,11 @@ public:
     }
 
     void kill(int signal) const;
+
+    // Where the lines that run are counted, ends a process so that it writes its counts first
+    // (spy/screen.cc).
+    void letCountsBeWritten(pid_t process);
+
     pid_t pid() const
     {
         return program;
@@ -116,7 +121,6 @@ private:
     bool pump(std::chrono::milliseconds limit);
     bool hasTakenWhatWasSent();
     void drawAll();
-    void letCountsBeWritten();
     static int propertySet(VTermProp property, VTermValue *value, void *self);
 
     int descriptor = -1;
