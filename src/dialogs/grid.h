@@ -19,7 +19,8 @@ struct Grid {
     std::vector<Cell> cells;
 };
 
-// One cell: where it is, what stands in it, a component or a grid, how it is placed there.
+// One cell: where it is, what stands in it, a component or a grid, how it is placed there. A grid
+// has nothing beside it.
 struct Cell {
     int column, row;
     newtComponent component = nullptr;

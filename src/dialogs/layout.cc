@@ -43,26 +43,18 @@ std::vector<Cell> rowOf(const Grid &grid, int row)
     return cells;
 }
 
-int widthOf(Cells cells);
-
-// What a cell takes when its text has all the room that it needs.
+// What a component takes when its text has all the room that it needs.
 int widthOf(const Cell &cell)
 {
-    int width = 0;
-    if (!cell.component) {
-        for (int row = 0; row < cell.grid.rows; ++row)
-            width = std::max(width, widthOf(rowOf(cell.grid, row)));
-    } else if (const ComponentText *text = textOf(cell.component)) {
+    int width = cell.component->width;
+    if (const ComponentText *text = textOf(cell.component))
         width = markWidth(*text) + widest(wrapText(text->text, 1 << 20));
-    } else {
-        width = cell.component->width;
-    }
     return cell.padding.left + width + cell.padding.right;
 }
 
 int gapBehind(const Cell &cell)
 {
-    return cell.component && textOf(cell.component) ? gap : 0;
+    return textOf(cell.component) ? gap : 0;
 }
 
 int widthOf(Cells cells)
@@ -146,7 +138,7 @@ int placeRow(Layout &layout, Cells cells, const Area &area)
     const int room = area.width - (right.empty() ? 0 : rightWidth + gap);
     if (left.empty() ? rightWidth <= area.width : leftWidth <= room)
         return std::max(placeBeside(layout, left, area), placeBeside(layout, right, rightArea));
-    if (left.size() == 1 && left[0].component && textOf(left[0].component) && room >= leastText)
+    if (left.size() == 1 && textOf(left[0].component) && room >= leastText)
         return std::max(placeCell(layout, left[0], {area.left, area.top, room}),
                         placeBeside(layout, right, rightArea));
     return placeBelowEachOther(layout, cells, area);

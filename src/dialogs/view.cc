@@ -24,12 +24,12 @@ struct View {
 };
 std::map<newtComponent, View> views; // by their forms
 
-View *viewWith(newtComponent component)
+View &viewWith(newtComponent component)
 {
-    for (auto &[form, view] : views)
-        if (view.operations.contains(component))
-            return &view;
-    return nullptr;
+    const auto isIn = [component](const auto &view) {
+        return view.second.operations.contains(component);
+    };
+    return std::ranges::find_if(views, isIn)->second;
 }
 
 const Placement &partOf(const View &view, newtComponent component)
@@ -200,8 +200,7 @@ void findStops(View &view)
         view.layout.rows - view.inside.rows; // with the focus on the next component that takes it
     for (const Placement *part : order) {
         const bool isText = textOf(part->component) != nullptr;
-        if (isText && !part->component->takesFocus && part->top < inSightFrom
-            && view.layout.rows > view.inside.rows) {
+        if (isText && !part->component->takesFocus && part->top < inSightFrom) {
             part->component->takesFocus = 1;
             view.stops.push_back(part->component);
         }
@@ -230,13 +229,13 @@ bool scroll(View &view, const Placement &part, int key)
 
 void drawComponent(newtComponent component)
 {
-    const View &view = *viewWith(component);
+    const View &view = viewWith(component);
     drawPart(view, partOf(view, component));
 }
 
 EventResult takeEvent(newtComponent component, Event event)
 {
-    View &view = *viewWith(component);
+    View &view = viewWith(component);
     if (event.phase == EV_NORMAL && event.kind == EV_KEYPRESS
         && scroll(view, partOf(view, component), event.u.key)) {
         draw(view);
@@ -250,8 +249,8 @@ EventResult takeEvent(newtComponent component, Event event)
     if (event.phase == EV_NORMAL && event.kind == EV_UNFOCUS)
         view.focus = nullptr;
     const EventResult result = view.operations.at(component)->event(component, event);
-    if (const View *now = viewWith(component); now && event.phase == EV_NORMAL && textOf(component))
-        draw(*now); // its marks, and those of its group
+    if (event.phase == EV_NORMAL && textOf(component)) // which opens no window that ends the view
+        draw(view);                                    // its marks, and those of its group
     return result;
 }
 
@@ -306,8 +305,7 @@ void endView(newtComponent form)
     newtFormSetHeight(form, view.formHeight);
     const auto takesFocus = [](const Placement &part) { return part.component->takesFocus != 0; };
     const auto first = std::ranges::find_if(view.layout.parts, takesFocus);
-    const newtComponent focus = newtFormGetCurrent(form);
-    if (focus && !focus->takesFocus && first != view.layout.parts.end())
+    if (!newtFormGetCurrent(form)->takesFocus && first != view.layout.parts.end())
         newtFormSetCurrent(form, first->component);
 }
 

@@ -72,8 +72,7 @@ Place naturalPlace(const Window &window)
 // Whether a window and its frame have room above the help line.
 bool fits(const Place &place)
 {
-    return place.left >= 1 && place.left + place.width < SLtt_Screen_Cols && place.top >= 1
-           && place.top + place.height < SLtt_Screen_Rows - 1;
+    return place.left >= 1 && place.top >= 1 && place.top + place.height < SLtt_Screen_Rows - 1;
 }
 
 // The rows that a window can have.
@@ -180,7 +179,8 @@ void redrawHelpLine()
     newtRedrawHelpLine();
     SLsmg_Char_Type corner{};
     SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 1);
-    if (SLsmg_read_raw(&corner, 1) == 0 || corner.nchars > 0)
+    SLsmg_read_raw(&corner, 1);
+    if (corner.nchars > 0)
         return;
     SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 2);
     SLsmg_set_color(NEWT_COLORSET_HELPLINE);

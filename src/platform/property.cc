@@ -28,6 +28,7 @@ bool convertProperty(const TraceOrigin &origin, PropertyText &text, const char *
 {
     if (!yat_ft_func.Linux_ConvertDataToInt)
         return traceError(origin, "<function pointer of Linux_ConvertDataToInt is NULL.");
-    return yat_ft_func.Linux_ConvertDataToInt(text.data(), value) != -1
-           || traceError(origin, noNumber);
+    if (yat_ft_func.Linux_ConvertDataToInt(text.data(), value) == -1)
+        return traceError(origin, noNumber);
+    return true;
 }

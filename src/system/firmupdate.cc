@@ -40,10 +40,10 @@ bool confirm(bool copies)
 
 bool update(yat_device *device, bool copies)
 {
-    return copies ? carryOut(burnFirmware, YAT_SUPPORT_CPU_BURN_FIRMWARE, "TITTLE_UPDATECOPY_ID",
-                             device, [] { return "FWCOPY"; })
-                  : carryOut(burnFirmware, YAT_SUPPORT_CPU_BURN_FIRMWARE, "TITTLE_FILEPATHUP_ID",
-                             device, [] { return "FWBURN"; });
+    const TextKey name = copies ? TextKey("TITTLE_UPDATECOPY_ID") : TextKey("TITTLE_FILEPATHUP_ID");
+    const char *mode = copies ? "FWCOPY" : "FWBURN";
+    return carryOut(burnFirmware, YAT_SUPPORT_CPU_BURN_FIRMWARE, name, device,
+                    [mode] { return mode; });
 }
 
 // The method that takes the data file, with the file below it.

@@ -7,5 +7,7 @@ std::string displayText(const char *source)
 {
     char converted[1024];
     const int length = CodeConvertFromEUC(source, converted, sizeof converted);
-    return length < 0 ? "" : showable({converted, static_cast<size_t>(length)});
+    if (length < 0)
+        return "";
+    return showable({converted, static_cast<size_t>(length)});
 }
