@@ -53,16 +53,23 @@ TEST(Environment, OfColoursChangesNothing)
 // A child of the program may be newt's as well.
 TEST(Environment, OfColoursIsThereForChildren)
 {
-    Session session({.program = "mrvfirmware",
-                     .script = "system 0 text=echo \"<$NEWT_COLORS>\"; read answer",
-                     .environment = {{"NEWT_COLORS", "root=red,"}}});
-    session.see("04.17");
-    session.send(keys::enter);
-    session.see("<root=red,>");
-    session.send("\r");
-    session.see("04.17");
-    session.send(keys::tab + keys::enter);
-    session.expectExit(1);
+    using Variables = std::map<std::string, std::string>;
+    for (const auto &[environment, seen] :
+         {std::pair{Variables{{"NEWT_COLORS", "root=red,"}}, "<root=red,> <>"},
+          {Variables{{"NO_COLOR", "1"}}, "<> <>"},
+          {Variables{{"NO_COLOR", "1"}, {"NEWT_MONO", "yes"}}, "<> <yes>"}}) {
+        Session session(
+            {.program = "mrvfirmware",
+             .script = "system 0 text=echo \"<$NEWT_COLORS> <$NEWT_MONO>\"; read answer",
+             .environment = environment});
+        session.see("04.17");
+        session.send(keys::enter);
+        session.see(seen);
+        session.send("\r");
+        session.see("04.17");
+        session.send(keys::tab + keys::enter);
+        session.expectExit(1);
+    }
 }
 
 TEST(Environment, OfATerminalWithoutASizeIsTaken)

@@ -68,6 +68,22 @@ TEST(Resize, KeepsTheKeysThatAreTypedMeanwhile)
     session.see("CPU modules");
 }
 
+// Where a program has no descriptor left that could wake it.
+TEST(Resize, ThatCannotBeToldLeavesTheWindowsUsable)
+{
+    Session session({.script = "pipe2 -1"});
+    openEthernet(session);
+    session.terminal().resize(40, 120);
+    session.send(keys::enter);
+    session.see("Clear the MTBF count");
+    session.send(keys::ctrlA);
+    session.seeNot("Clear the MTBF count of");
+    session.send(keys::tab + keys::enter);
+    session.seeNot("MTBF");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+}
+
 TEST(Resize, TheTreeFollowsTheHeight)
 {
     Session session({.rows = 40});

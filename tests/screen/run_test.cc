@@ -286,6 +286,14 @@ TEST(Terminal, HasToHaveRoomForAWindow)
                             "the terminal has 39 columns and 12 rows; make it at least 40 by 12");
 }
 
+// Else the tree would write where that one has something else.
+TEST(Terminal, IsNotTouchedWithAnotherNewt)
+{
+    expectRefusalInTerminal({.script = "newtComponentGetSize 0"},
+                            "the installed newt lays its components out differently (size); "
+                            "install newt 0.52.9 or a later 0.52");
+}
+
 TEST(Terminal, HasToHaveCharactersThatCanBeDrawnWhole)
 {
     const char *language = "ja_JP.EUC-JP";

@@ -296,6 +296,16 @@ TEST(Sequences, DoNothingHoweverLongTheyAre)
     }
 }
 
+TEST(Sequences, LetAPasteThatGetsStuckBeOver)
+{
+    Session session;
+    session.see("FT server");
+    session.send("\x1b[200~one" + ctrlO);
+    EXPECT_TRUE(session.terminal().asksForKeyWithin(deadline));
+    session.send(space);
+    session.see("[-] FT server");
+}
+
 TEST(Sequences, AreOneKeyOnASlowLineToo)
 {
     Session session;

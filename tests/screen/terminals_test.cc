@@ -250,6 +250,38 @@ TEST(Low, WindowsWorkAsHighOnesDo)
     session.see("Stopping 0 %");
 }
 
+TEST(Low, WindowsTellThatThereIsMoreInEachEncoding)
+{
+    for (const auto &[language, above, below] :
+         {std::tuple{"en_US.UTF-8", "↑", "↓"}, {"C", "^", "v"}}) {
+        Session session({.language = language, .rows = 15});
+        openLow(session, cpuModule);
+        constexpr size_t frame = 62, top = 1, bottom = 12;
+        const auto seeAtFrame = [&](size_t row, const std::string &mark) {
+            EXPECT_TRUE(session.terminal().waitUntil([&] {
+                return session.terminal().spots().at(row).at(frame).text == mark;
+            })) << mark
+                << session.terminal().picture();
+        };
+        seeAtFrame(bottom, below);
+        session.send(backTab); // to the button at the end
+        seeAtFrame(top, above);
+    }
+}
+
+// newt would centre it with its frame cut off.
+TEST(Low, WindowsThatJustFitHaveTheirFrame)
+{
+    for (const int rows : {28, 29, 30, 31}) {
+        SCOPED_TRACE(rows);
+        Session session({.rows = rows});
+        openLow(session, cpuModule);
+        session.see("┤ CPU module 1 --FT Server Utility ├");
+        session.see("└─────────────────────────────────────────────┘");
+        EXPECT_NE(session.terminal().rows().back().find("Esc: leave"), std::string::npos);
+    }
+}
+
 TEST(Low, TheBiosViewFits)
 {
     Session session({.rows = 15});

@@ -146,7 +146,17 @@ void showNameless()
     }
 }
 
-// A tree, or in dump mode a dump, of a device that has children by its count alone.
+// What is done with no name, no device, and no screen.
+void showNothing()
+{
+    usage(nullptr);
+    TreeDrawItem(nullptr);
+    tracetree(nullptr);
+    NewtStartUp();
+}
+
+// A tree, or in dump mode a dump, of a device that has children by its count alone, or with a
+// TOOLKIT_COUNT below zero none by its count alone.
 void showCountOnly()
 {
     yat_identity identity{1, YAT_CLASS_CPU_MODULE, {}};
@@ -156,9 +166,13 @@ void showCountOnly()
     device.Hierarchy = 1;
     device.lpszTreeName = name;
     device.identity = &identity;
+    yat_device *children[] = {&device};
+    if (number("TOOLKIT_COUNT") < 0) {
+        device.NextDevNum = number("TOOLKIT_COUNT");
+        device.children = children;
+    }
     if (debug_flag)
         return tracetree(&device);
-    yat_device *children[] = {&device};
     yat_device root{};
     root.NextDevNum = 1;
     root.children = children;
@@ -234,6 +248,8 @@ int runProgram()
         TRACE("answer: %d", Get_BMC_FWRevision(nullptr));
     else if (piece == "nameless")
         showNameless();
+    else if (piece == "nothing")
+        showNothing();
     else if (piece == "countOnly")
         showCountOnly();
     else if (piece == "names")

@@ -222,6 +222,25 @@ TEST(Chooser, WithoutButtonsIsLeftByKeys)
     }
 }
 
+// Nothing in it takes the focus.
+TEST(Chooser, WithoutButtonsFollowsTheSize)
+{
+    RunOptions options = toolkit("SelectFromButtons", "Choose",
+                                 "None at all, and nothing that could ever be chosen.");
+    options.environment["TOOLKIT_COUNT"] = "0";
+    options.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0:detect_leaks=0";
+    options.rows = 12;
+    options.columns = 40;
+    Session session(options);
+    session.see("None at all, and nothing that");
+    EXPECT_FALSE(session.terminal().contains("nothing that could ever be chosen."));
+    session.terminal().resize(24, 80);
+    session.see("None at all, and nothing that could ever be chosen.");
+    session.send(keys::ctrlO);
+    session.expectExit(1);
+    EXPECT_EQ(session.trace("toolkit").at(0), "0 choose chosen: null");
+}
+
 TEST(Fields, AreGreyedOutByTheirCheckBox)
 {
     Session session(toolkit("fields", nullptr, ""));

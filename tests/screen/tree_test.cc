@@ -152,21 +152,36 @@ TEST(Tree, GoesOnWithTheClassBehindADeviceWithoutIdentity)
                 " |       `- SCSI 1", " `- [-] PCI modules", "     `- PCI 1"});
 }
 
-TEST(Tree, OfACountWithoutAnArrayHasNoDevicesThere)
+TEST(Tree, OfACountWithoutAnArrayOrBelowZeroHasNoDevicesThere)
 {
-    RunOptions options{.program = "toolkit", .environment = {{"TOOLKIT", "countOnly"}}};
-    Session session(options);
-    session.see("Exit");
-    session.send(expandAll(6));
-    expectTree(session,
-               {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1", " `- PCI modules"});
-    session.send(ctrlO);
-    session.expectExit(1);
-    options.arguments = {"-debug"};
-    Workspace dump(options);
-    EXPECT_EQ(
-        runPlain(dump).output,
-        "\nN:CPU 1                   3       H:1   I:1   ID:0   0   0   0   0   0   0   0   \n");
+    for (const auto &[count, told] : {std::pair{"0", "3 "}, {"-2", "-2"}}) {
+        RunOptions options{.program = "toolkit",
+                           .environment = {{"TOOLKIT", "countOnly"}, {"TOOLKIT_COUNT", count}}};
+        Session session(options);
+        session.see("Exit");
+        session.send(expandAll(6));
+        expectTree(session,
+                   {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1", " `- PCI modules"});
+        session.send(ctrlO);
+        session.expectExit(1);
+        options.arguments = {"-debug"};
+        Workspace dump(options);
+        EXPECT_EQ(runPlain(dump).output,
+                  std::string("\nN:CPU 1                   ") + told
+                      + "      H:1   I:1   ID:0   0   0   0   0   0   0   0   \n");
+    }
+}
+
+TEST(Tree, TakesNothingForADevice)
+{
+    Workspace workspace(
+        {.program = "toolkit", .arguments = {"-debug"}, .environment = {{"TOOLKIT", "nothing"}}});
+    const Finished run = runPlain(workspace);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "\n"); // neither a usage nor a screen
+    expectInOrder(
+        workspace.trace("mrvmain"),
+        {"0 TreeDrawItem >", "1 TreeDrawItem <[IN]param error. datap is NULL.", "0 main <"});
 }
 
 TEST(Tree, PutsDevicesUnderTheirModuleByItsInstance)

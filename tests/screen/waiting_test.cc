@@ -167,6 +167,24 @@ TEST(Waiting, EndsWithASignalAsElsewhere)
     EXPECT_FALSE(session.terminal().inAlternateScreen());
 }
 
+// By what time it took, that is; what is done to the machine is told of at once.
+TEST(Waiting, IsNotToldWhereTheSystemHasNoTimer)
+{
+    Session session({.script = "timer_create -1\nStatusChange real delay=1500\n"
+                               "InitBringDown 1 held"});
+    session.see("Exit");
+    session.send(pciModule.path + enter);
+    session.see("Close");
+    EXPECT_EQ(session.terminal().output().find("PCI module 1 ..."), std::string::npos);
+    press(session, 5);
+    session.see("Stop this PCI module");
+    session.send(enter);
+    session.see("  PCI module 1: Stop ...");
+    session.files().letGo();
+    session.see("The operation was successful.");
+    session.seeNot("Stop ...");
+}
+
 TEST(Waiting, IsOverWhereTheTerminalTakesNoOutputMeanwhile)
 {
     Session session({.script = heldScript});
@@ -182,6 +200,16 @@ TEST(Waiting, IsOverWhereTheTerminalTakesNoOutputMeanwhile)
     session.see("┤ PCI module 1 --FT Server Utility ├");
     session.see("Esc: leave");
     session.seeNot("...");
+}
+
+TEST(Waiting, EndsInOrderWhereTheTerminalIsGoneMeanwhile)
+{
+    Session session({.script = heldScript, .ignoreHangup = true});
+    openHeld(session);
+    session.terminal().hangUp();
+    session.files().letGo();
+    session.expectExit(0);
+    expectInOrder(session.calls(), {"StatusChange*", "ft_FunctionRelease() = 1"});
 }
 
 TEST(Waiting, TakesAPasteToItsEnd)

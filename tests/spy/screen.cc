@@ -4,9 +4,11 @@
 #include "forms.h"
 #include "script.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <map>
 #include <newt.h>
@@ -113,6 +115,27 @@ void _exit(int status)
     writeCounts();
     real<decltype(_exit)>("_exit")(status);
     __builtin_unreachable();
+}
+
+// What the system refuses by a rule.
+#define REFUSABLE(name, parameters, arguments, fault)                                              \
+    int name parameters                                                                            \
+    {                                                                                              \
+        if (!ruleFor(#name))                                                                       \
+            return real<decltype(name)>(#name) arguments;                                          \
+        errno = fault;                                                                             \
+        return -1;                                                                                 \
+    }
+REFUSABLE(pipe2, (int *ends, int flags), (ends, flags), EMFILE)
+REFUSABLE(timer_create, (clockid_t clock, sigevent *event, timer_t *timer), (clock, event, timer),
+          EAGAIN)
+
+// By a rule, another newt than the one that the program knows.
+void newtComponentGetSize(newtComponent component, int *width, int *height)
+{
+    real<decltype(newtComponentGetSize)>("newtComponentGetSize")(component, width, height);
+    if (ruleFor("newtComponentGetSize"))
+        ++*width;
 }
 
 // newt has found a key in the terminal.
