@@ -179,6 +179,39 @@ TEST(Platform, IsOpenedOnceAndReleasedOnce)
     EXPECT_EQ(release(), 1);
 }
 
+TEST(Platform, ThatIsNotOpenOrGetsNothingToFillRefusesEachCall)
+{
+    Root root(PLATFORMS "/platform_good.dll");
+    yat_device *tree = nullptr, device{};
+    int value = 5;
+    char text[1024] = "";
+    const auto expectNoFilling = [&] {
+        EXPECT_EQ(root.call<decltype(CreateTreeViewData)>("CreateTreeViewData")(nullptr), 0);
+        EXPECT_EQ(root.call<decltype(FreeTreeViewData)>("FreeTreeViewData")(nullptr), 0);
+        EXPECT_EQ(root.call<decltype(StatusChange)>("StatusChange")(2, 1, 9001, nullptr), -1);
+        EXPECT_EQ(root.call<decltype(IfSupport)>("IfSupport")(nullptr, 1, &value), 0);
+        EXPECT_EQ(root.call<decltype(GetBBDriverSettings)>("GetBBDriverSettings")(2, 3, 1, nullptr),
+                  0);
+    };
+    expectNoFilling();
+    EXPECT_EQ(root.call<decltype(CreateTreeViewData)>("CreateTreeViewData")(&tree), 0);
+    EXPECT_EQ(root.call<decltype(FreeTreeViewData)>("FreeTreeViewData")(&tree), 0);
+    EXPECT_EQ(root.call<decltype(call_yat_is_ft)>("call_yat_is_ft")(0), -1);
+    EXPECT_EQ(root.call<decltype(StatusChange)>("StatusChange")(2, 1, 9001, text), -1);
+    EXPECT_EQ(root.call<decltype(IfSupport)>("IfSupport")(&device, 1, &value), 0);
+    EXPECT_EQ(root.call<decltype(ClearMTBF)>("ClearMTBF")(&device, 1), 0);
+    EXPECT_EQ(root.call<decltype(InitBringUp)>("InitBringUp")(&device, 1), 0);
+    EXPECT_EQ(root.call<decltype(InitBringDown)>("InitBringDown")(&device, 1), 0);
+    EXPECT_EQ(root.call<decltype(SetMtbfType)>("SetMtbfType")(&device, 1, "1"), 0);
+    EXPECT_EQ(root.call<decltype(BurnFirmware)>("BurnFirmware")(&device, 10, "FWCOPY"), 0);
+    EXPECT_EQ(root.call<decltype(GetBBDriverSettings)>("GetBBDriverSettings")(2, 3, 1, &value), 0);
+    EXPECT_EQ(root.call<decltype(PutBBDriverSettings)>("PutBBDriverSettings")(2, 3, 1, &value), 0);
+    EXPECT_EQ(value, 5);
+    EXPECT_STREQ(text, "");
+    ASSERT_EQ(root.init(), 1);
+    expectNoFilling();
+}
+
 TEST(Platform, OfTheHardwareIsAnother)
 {
     Root root(PLATFORMS "/platform_good.dll", "yathost.dll");

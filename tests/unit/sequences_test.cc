@@ -56,6 +56,7 @@ const std::vector<Expected> sequences = {
     {"\x1b[3$", ""},
     {"\x1b[33$", ""},
     {"\x1b[2;0$y", ""},
+    {"\x1b[2;$y", ""},
     {"\x1b[I", ""},
     {"\x1b[O", ""},
     {"\x1b[M !!", ""},
