@@ -112,7 +112,7 @@ std::vector<std::string> longSequences()
         paste += "q\r \x0f\x1b[A\x01\t";
     std::vector<std::string> result = {csi("200~") + paste + csi("201~"),
                                        csi(std::string(300, '1') + " q")};
-    for (const size_t length : {54, 55, 56, 57, 58, 300})
+    for (const size_t length : {54ul, 55ul, 56ul, 57ul, 58ul, 300ul})
         for (const std::string end : {"\a", "\x1b\\"})
             for (const std::string begin : {"\x1b]52;c;", "\x1bP1+r", "\x1b_G"})
                 result.push_back(begin + std::string(length, '7') + " " + end);
