@@ -64,14 +64,12 @@ private:
 
 } // namespace
 
-Waiting::Waiting(const std::string &device, const std::string &action)
-    : line("  " + device), outer(current)
+Waiting::Waiting(const std::string &device, const std::string &action) : line("  " + device)
 {
     // Texts are padded for their windows.
     if (const size_t first = action.find_first_not_of(' '); first != action.npos)
         line += ": " + action.substr(first, action.find_last_not_of(' ') + 1 - first);
     line += " ...";
-    interruptWaiting();
     current = this;
     begin(patience);
 }
@@ -79,8 +77,7 @@ Waiting::Waiting(const std::string &device, const std::string &action)
 Waiting::~Waiting()
 {
     end();
-    current = outer;
-    resumeWaiting();
+    current = nullptr;
 }
 
 void Waiting::draw()

@@ -7,7 +7,8 @@
 
 // While one lives, the machine is asked for something or does something. Where that takes long, the
 // help line says what it is. Whatever is typed meanwhile is dropped. Nothing may be drawn but
-// windows; one that is open interrupts the waiting. In dump mode nothing happens at all.
+// windows; one that is open interrupts the waiting. No other may live in it. In dump mode nothing
+// happens at all.
 class Waiting {
 public:
     // Names a device, and what is done to it unless that is empty.
@@ -28,7 +29,6 @@ private:
 
     std::string line;
     std::string screen, showing, hiding; // bytes for the terminal
-    Waiting *outer;
     bool isActive = false;
 };
 

@@ -33,13 +33,12 @@ int widest(const std::vector<std::string> &lines)
 
 using Cells = std::span<const Cell>;
 
-// The cells of a grid's row.
+// The cells of a grid's row, which a grid has from left to right.
 std::vector<Cell> rowOf(const Grid &grid, int row)
 {
     std::vector<Cell> cells;
     std::ranges::copy_if(grid.cells, std::back_inserter(cells),
                          [row](const Cell &cell) { return cell.row == row; });
-    std::ranges::sort(cells, {}, &Cell::column);
     return cells;
 }
 

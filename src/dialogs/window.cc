@@ -166,7 +166,6 @@ void fitScreen()
     SLtt_get_screen_size();
     SLsmg_reinit_smg();
     newtCls();
-    newtRedrawHelpLine();
     for (Window &window : windows)
         reopen(window);
     newtRefresh();

@@ -110,18 +110,16 @@ static void leaveScreen()
     undisguiseTerminal();
     restoreConsole();
     releaseTerminal();
-    screenOn = false;
 }
 
 // What is done after the windows, whether they ended by themselves or with their terminal.
 static void tearDown()
 {
-    const bool hadScreen = screenOn;
     if (screenOn)
         leaveScreen();
     if ((program.alwaysReleases || yat_ft_func.handle) && ft_FunctionRelease() == 0)
         TRACE_AS(YAT_TRACE_ERROR, "main", "Release keldor I/F by ft_release failed.");
-    if (hadScreen)
+    if (screenOn)
         dropTyped(); // while the release took its time
     freenewtlib();
     freeslanglib();

@@ -137,7 +137,7 @@ void setItem(TreeModel &model, Item *item, SetMode mode)
     const Item *first = model.flatList[model.first];
     rebuildFlatList(model);
     // What has just been hidden is represented by the branch that hides it.
-    const int branch = std::max(flatPosition(model, item), 0);
+    const int branch = flatPosition(model, item);
     const auto positionOf = [&](const Item *wanted) {
         const int position = flatPosition(model, wanted);
         return position >= 0 ? position : branch;
