@@ -30,7 +30,6 @@ struct Window {
     Fit fit;
     Layout natural{}; // as newt places the components, the first cell of the grid at 0, 0
     int offset = 0;   // of that cell from a column behind the frame
-    bool hotKeys = false;
     // What the window has at the screen's present size.
     bool isNatural = true;
     Layout layout{};
@@ -216,7 +215,6 @@ void openWindow(newtComponent form, const Grid &grid, newtGrid newts, const char
         newtFormWatchFd(form, wake, NEWT_FD_READ);
     dropKeys(); // which were meant for what was there before
     windows.push_back(std::move(window));
-    ctrlAIsHotKey = false;
 }
 
 void setText(newtComponent textbox, const char *text)
@@ -235,7 +233,6 @@ void addHotKeys(newtComponent form)
 {
     newtFormAddHotKey(form, hotKeyA);
     newtFormAddHotKey(form, hotKeyO);
-    windows.back().hotKeys = ctrlAIsHotKey = true;
 }
 
 newtComponent runForm(newtComponent form)
@@ -279,7 +276,6 @@ static void forgetWindow(newtComponent form)
         forgetText(component);
     newtFormDestroy(form);
     windows.pop_back();
-    ctrlAIsHotKey = !windows.empty() && windows.back().hotKeys;
 }
 
 void closeWindow(newtComponent form)

@@ -6,7 +6,8 @@
 // follows it. So a sequence is read whole first: newt gets the key that it stands for, or none.
 //
 // newt takes Ctrl-A for the Home key before it looks at hot keys, so a hot key of code 1 would
-// never fire. A key beyond a byte passes its key map; cut to a byte again it is 1.
+// never fire. A key beyond a byte passes its key map; cut to a byte again it is 1, which an entry
+// takes for Home as well.
 //
 // And newt goes on reading a terminal that is gone.
 #include "terminal/keys.h"
@@ -32,8 +33,6 @@
 #include <string>
 #include <unistd.h>
 #include <utility>
-
-bool ctrlAIsHotKey;
 
 namespace {
 
@@ -166,7 +165,7 @@ void learnKeys()
 
 unsigned int keyOfByte(unsigned int byte)
 {
-    return byte == ctrlA && ctrlAIsHotKey ? beyondKeyMap | ctrlA : byte;
+    return byte == ctrlA ? beyondKeyMap | ctrlA : byte;
 }
 
 // Reads what follows an Esc. Returns the first byte of the key that newt gets for it.

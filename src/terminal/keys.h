@@ -2,9 +2,6 @@
 // The keys, before newt sees them.
 #pragma once
 
-// True while Ctrl-A is a hot key of the window opened last; what opens windows keeps it so.
-extern bool ctrlAIsHotKey;
-
 // What has been read of a sequence is no key: its rest has been dropped. A handler may call this.
 void cutSequence();
 
