@@ -86,6 +86,7 @@ TEST_F(CheckboxTree, IsMadeAsAsked)
     const TreeWidget &widget = treeOf(tree);
     EXPECT_EQ(std::tuple(widget.curWidth, widget.curHeight, widget.flags, widget.pad),
               std::tuple(0, 0, 0, 0));
+    EXPECT_EQ(std::pair(widget.madeWidth, widget.madeHeight), std::pair(0, 5));
     EXPECT_EQ(widget.scrollbar, nullptr);
     EXPECT_EQ(widget.result, nullptr);
 }
