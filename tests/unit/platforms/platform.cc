@@ -7,8 +7,9 @@
 
 namespace {
 
-int zero(yat_device **)
+int tree(yat_device **root)
 {
+    *root = nullptr;
     return 0;
 }
 int property(int, int, int, char *, unsigned long *)
@@ -19,13 +20,14 @@ int isFt(int)
 {
     return 2;
 }
-int status(int, int, int, char *)
+int status(int, int, int, char *text)
 {
+    *text = '\0';
     return -1;
 }
-int support(yat_device *, int, int *)
+int support(yat_device *device, int, int *)
 {
-    return 0;
+    return device->NextDevNum;
 }
 int plain(yat_device *, int)
 {
@@ -39,8 +41,9 @@ int withText(yat_device *, int, const char *)
 {
     return 0;
 }
-int setting(int, int, int, int *)
+int setting(int, int, int, int *value)
 {
+    *value = 0;
     return 0;
 }
 
@@ -106,8 +109,8 @@ const yat_platform YatPlatform = {
     .functions =
         {
             .handle = nullptr,
-            .create_tree = unlessGap(zero),
-            .free_tree = unlessGap(zero),
+            .create_tree = unlessGap(tree),
+            .free_tree = unlessGap(tree),
             .yat_ft_get_property = unlessGap(property),
             .is_ft = unlessGap(isFt),
             .status_change = unlessGap(status),
