@@ -182,7 +182,7 @@ TEST(Failure, InADescriptionIsToldWhenTheScreenIsGone)
     EXPECT_NE(session.terminal().output().find("mrvutil: " + complaint + "\r\n"),
               std::string::npos);
     EXPECT_FALSE(session.terminal().inAlternateScreen());
-    expectInOrder(session.trace("yatcore"), {"1 complain " + complaint});
+    expectInOrder(session.trace("yatcore"), {"1 tell " + complaint});
 }
 
 TEST(Failure, OfAnEmptyCatalogueLeavesTheTextsEmpty)

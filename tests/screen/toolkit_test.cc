@@ -43,7 +43,7 @@ TEST(MessageBox, LooksLikeItsPicture)
 TEST(MessageBox, LetsItsTextTakeTheFocusWhileItHasToScroll)
 {
     std::string text = "First words,";
-    for (int i = 0; i < 15; ++i)
+    for (int i = 0; i < 20; ++i)
         text += " and more of them in a line of its own,";
     RunOptions options = toolkit("msgWindow", "Error", text + " and the last.");
     options.rows = 12;
@@ -55,6 +55,17 @@ TEST(MessageBox, LetsItsTextTakeTheFocusWhileItHasToScroll)
     session.see("First words");
     EXPECT_FALSE(session.terminal().contains("  ok  "));
     session.send(keys::enter); // a text does nothing with it
+    session.see("First words");
+    session.send(keys::pageDown);
+    session.seeNot("First words");
+    EXPECT_FALSE(session.terminal().contains("the last"));
+    session.send(keys::pageDown);
+    session.see("the last");
+    session.send(keys::up);
+    session.send(keys::pageUp);
+    session.seeNot("the last");
+    EXPECT_FALSE(session.terminal().contains("First words"));
+    session.send(keys::pageUp);
     session.see("First words");
     session.send(keys::tab);
     session.see("  ok  ");
