@@ -289,9 +289,12 @@ TEST(Terminal, HasToHaveRoomForAWindow)
 // Else the tree would write where that one has something else.
 TEST(Terminal, IsNotTouchedWithAnotherNewt)
 {
-    expectRefusalInTerminal({.script = "newtComponentGetSize 0"},
-                            "the installed newt lays its components out differently (size); "
-                            "install newt 0.52.9 or a later 0.52");
+    for (const auto &[call, difference] :
+         {std::pair{"newtComponentGetSize", "size"}, {"newtComponentTakesFocus", "focus flag"}})
+        expectRefusalInTerminal({.script = std::string(call) + " 0"},
+                                "the installed newt lays its components out differently ("
+                                    + std::string(difference)
+                                    + "); install newt 0.52.9 or a later 0.52");
 }
 
 TEST(Terminal, HasToHaveCharactersThatCanBeDrawnWhole)
@@ -323,13 +326,6 @@ TEST(Terminal, OfUnknownSizeHasTheUsualOne)
     session.expectScreen("main/CEDAR-en-80x24-collapsed");
     session.send(keys::ctrlO);
     session.expectExit(1);
-}
-
-TEST(Terminal, IsNotUsedByAnotherNewt)
-{
-    expectRefusalInTerminal({.script = "newtComponentTakesFocus 0"},
-                            "the installed newt lays its components out differently (focus flag); "
-                            "install newt 0.52.9 or a later 0.52");
 }
 
 TEST(Language, IsThatOfTheEnvironment)
