@@ -20,8 +20,11 @@ struct sigaction former;
 std::string_view waiting, around;
 volatile sig_atomic_t isWaiting, isWritten;
 
+// What was prepared for a larger terminal would be wrapped, and scroll it.
 void writeWaiting()
 {
+    if (terminalHasShrunk())
+        return;
     isWritten = 1;
     if (!writeToTerminal(waiting))
         requestDrawing();
