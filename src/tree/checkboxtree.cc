@@ -19,7 +19,7 @@ intptr_t *collectLeaves(const TreeModel &model, int *count, int state)
     if (room == 0)
         return nullptr;
     auto *list = static_cast<intptr_t *>(malloc(static_cast<size_t>(room) * sizeof(intptr_t)));
-    for (Walk walk(model.items); walk.item && *count < room; walk.next()) {
+    for (Walk walk(model.items); list && walk.item && *count < room; walk.next()) {
         const int itemState = static_cast<int>(walk.item->selected);
         if (!isBranch(walk.item) && (state ? itemState == state : itemState != 0))
             list[(*count)++] = walk.item->data;
@@ -112,6 +112,8 @@ int *yat_newtCheckboxTreeFindItem(newtComponent component, intptr_t data)
         return nullptr;
     const size_t levels = found.places.size();
     int *path = static_cast<int *>(malloc((levels + 1) * sizeof(int)));
+    if (!path)
+        return nullptr;
     path[levels] = NEWT_ARG_LAST;
     for (size_t i = 0; i < levels; ++i)
         path[i] = found.places[i].position();
