@@ -29,7 +29,7 @@ constexpr int harmless[] = {SIGKILL, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU,
                             SIGCONT, SIGCHLD, SIGURG,  SIGWINCH};
 
 void (*endProgram)();
-bool watching, guarding; // the signals, and the terminal as well
+bool guarding; // the terminal as well as the signals
 struct sigaction former[NSIG];
 
 void leaveTerminal()
@@ -129,7 +129,6 @@ void watchSignals()
     for (int signal = 1; signal < NSIG; ++signal)
         if (isHandled(signal))
             handle(signal, signal == SIGXFSZ ? goOn : restoreAndDie);
-    watching = true;
 }
 
 void guardTerminal(void (*end)())
@@ -144,8 +143,6 @@ void guardTerminal(void (*end)())
 void releaseTerminal()
 {
     guarding = false;
-    if (!watching)
-        return;
     for (int signal = 1; signal < NSIG; ++signal)
         if (isHandled(signal) && signal != SIGXFSZ)
             sigaction(signal, &former[signal], nullptr);
