@@ -3,7 +3,7 @@
 #include "report.h"
 #include "support/files.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -7,7 +7,7 @@
 #include "yat/text.h"
 
 #include "base/display.h"
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/complaints.h"
 #include "common/paths.h"
 #include "common/problem.h"

@@ -2,7 +2,7 @@
 // The platform behind its table: loading it, and the calls that go through it.
 #include "yat/ft.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/complaints.h"
 #include "common/configuration.h"
 #include "common/library.h"

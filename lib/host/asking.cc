@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/asking.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/answers.h"
 #include "common/complaints.h"
 #include "common/lock.h"

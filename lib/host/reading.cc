@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/reading.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/problem.h"
 #include "host/functions.h"
 #include "host/processors.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // This server as a platform, yathost.dll.
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/answers.h"
 #include "common/complaints.h"
 #include "common/configuration.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The hardware information plug-in, yathwinfo.dll: the BMC's call, with the injection around it.
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/configuration.h"
 #include "common/guarded.h"
 #include "common/problem.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The simulated machine as a platform, yatcore.dll: its calls, with injections around them.
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/answers.h"
 #include "common/complaints.h"
 #include "common/configuration.h"

@@ -11,7 +11,7 @@
 #include "yat/trace.h"
 
 #include "base/display.h"
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/complaints.h"
 #include "common/ownfiles.h"
 #include "common/paths.h"

@@ -3,10 +3,10 @@
 // the order of the Tab key, and what its buttons do. One function runs them all.
 #pragma once
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "dialogs/grid.h"
 #include "dialogs/operation.h"
-#include "text/display.h"
+#include "text/displaytext.h"
 
 #include <newt.h>
 #include <optional>

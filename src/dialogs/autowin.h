@@ -5,8 +5,8 @@
 // are read only while the box is open.
 #pragma once
 
-#include "text/display.h"
-#include "text/keys.h"
+#include "text/displaytext.h"
+#include "text/textkeys.h"
 
 #include <cstddef>
 #include <newt.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "dialogs/components.h"
 
-#include "text/display.h"
+#include "text/displaytext.h"
 
 #include <algorithm>
 #include <map>

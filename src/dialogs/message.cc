@@ -3,8 +3,8 @@
 
 #include "dialogs/components.h"
 #include "dialogs/notice.h"
-#include "text/display.h"
-#include "text/keys.h"
+#include "text/displaytext.h"
+#include "text/textkeys.h"
 
 int Message(const char *title, const char *message)
 {

@@ -2,7 +2,7 @@
 // The operations on a device, and the way that every window carries one out.
 #pragma once
 
-#include "text/keys.h"
+#include "text/textkeys.h"
 #include "yat/ft.h"
 
 #include <functional>

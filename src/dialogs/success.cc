@@ -3,8 +3,8 @@
 
 #include "dialogs/components.h"
 #include "dialogs/notice.h"
-#include "text/display.h"
-#include "text/keys.h"
+#include "text/displaytext.h"
+#include "text/textkeys.h"
 
 void Success(const char *title)
 {

@@ -2,7 +2,7 @@
 #include "dialogs/view.h"
 
 #include "dialogs/components.h"
-#include "text/display.h"
+#include "text/displaytext.h"
 #include "tree/component.h"
 
 #include <algorithm>

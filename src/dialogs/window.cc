@@ -7,7 +7,7 @@
 #include "terminal/ending.h"
 #include "terminal/keys.h"
 #include "terminal/size.h"
-#include "text/display.h"
+#include "text/displaytext.h"
 #include "tree/component.h"
 
 #include <algorithm>

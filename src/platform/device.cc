@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "platform/device.h"
 
-#include "text/display.h"
+#include "text/displaytext.h"
 
 std::string nameOf(const yat_device *device)
 {

@@ -2,7 +2,7 @@
 // Reading properties of the platform's objects, with all the checks that this takes.
 #pragma once
 
-#include "base/record.h"
+#include "base/tracing.h"
 
 #include <array>
 

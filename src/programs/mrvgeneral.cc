@@ -3,7 +3,7 @@
 #include "dialogs/busyline.h"
 #include "shell/program.h"
 #include "system/general.h"
-#include "text/keys.h"
+#include "text/textkeys.h"
 #include "yat/ft.h"
 #include "yat/winshim.h"
 

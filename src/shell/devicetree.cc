@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "shell/devicetree.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "devices/cpusubwin.h"
 #include "devices/ethernet.h"
 #include "devices/pcisubwin.h"

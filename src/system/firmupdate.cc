@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "system/firmupdate.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "dialogs/components.h"
 #include "dialogs/grid.h"
 #include "dialogs/message.h"
@@ -9,7 +9,7 @@
 #include "dialogs/success.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
-#include "text/display.h"
+#include "text/displaytext.h"
 
 static constexpr char traceSource[] = "firmupdate";
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "system/fmupdate.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "dialogs/autowin.h"
 #include "dialogs/components.h"
 #include "dialogs/grid.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Shows one piece of the dialog toolkit, named by TOOLKIT in the environment, with TOOLKIT_TITLE
 // and TOOLKIT_TEXT where it takes them. What comes out of it goes to the trace log.
-#include "base/record.h"
+#include "base/tracing.h"
 #include "devices/cpusubwin.h"
 #include "devices/ethernet.h"
 #include "devices/pcisubwin.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The text catalogue: looking texts up, and the two catalogues that the product has.
 #include "support/files.h"
-#include "text/keys.h"
+#include "text/textkeys.h"
 #include "yat/text.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Texts as the terminal shows them: columns, cutting, names in EUC.
-#include "text/display.h"
+#include "text/displaytext.h"
 
 #include <clocale>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatctl/commands.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/file.h"
 #include "shared/table.h"
 #include "yatctl/bmc.h"

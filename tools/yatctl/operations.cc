@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatctl/operations.h"
 
-#include "base/record.h"
+#include "base/tracing.h"
 #include "common/terms.h"
 #include "yatctl/confirmation.h"
 #include "yatctl/failure.h"

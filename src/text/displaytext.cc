@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "text/display.h"
+#include "text/displaytext.h"
 
 #include "yat/text.h"
 
