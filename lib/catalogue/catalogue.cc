@@ -83,7 +83,7 @@ std::string unquote(std::string_view quoted)
 std::string_view findQuoted(std::string_view key, const char *catalogue)
 {
     const char *end = openedSize >= 0 ? catalogue + openedSize : nullptr;
-    for (const char *position = catalogue; position != end && *position != '\0'; ++position) {
+    for (const char *position = catalogue;; ++position) {
         const std::string_view line = withoutLeadingBlanks(nextLine(position, end));
         if (line.starts_with(endLine))
             break;
@@ -150,8 +150,7 @@ char *CPGetText(const char *key, char (*work)[1024], char *catalogue)
         const size_t length = wholeCharacters(text, sizeof *work - 1);
         memcpy(result, text.data(), length);
         result[length] = '\0';
-    } catch (const std::exception &) {
-        result[0] = '\0';
+    } catch (const std::exception &) { // it stays empty
     }
     return result;
 }

@@ -96,7 +96,7 @@ void start(Machine &machine, Device &module)
 
 void startIfAutomatic(Machine &machine, Device &module)
 {
-    if (machine.automaticModuleStart && module.state == State::stopped && canStart(machine, module))
+    if (machine.automaticModuleStart && canStart(machine, module))
         start(machine, module);
 }
 

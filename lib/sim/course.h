@@ -21,7 +21,7 @@ bool canStart(const Machine &machine, const Device &module);
 // Starts a module, by a firmware update if it needs one.
 void start(Machine &machine, Device &module);
 
-// The same, if automatic start is on, the module is stopped, and it can start.
+// The same for one that is stopped, if automatic start is on and it can start.
 void startIfAutomatic(Machine &machine, Device &module);
 
 // Takes a module out of whatever it is doing, which may leave an invalid BIOS behind.

@@ -16,9 +16,8 @@ void putAt(std::vector<int> &positions, int number, int position)
 
 int positionAt(const std::vector<int> &positions, int number)
 {
-    return number > 0 && static_cast<size_t>(number) < positions.size()
-               ? positions[static_cast<size_t>(number)]
-               : -1;
+    const size_t at = static_cast<size_t>(number); // beyond all of them for one below 0
+    return at < positions.size() ? positions[at] : -1;
 }
 
 } // namespace
