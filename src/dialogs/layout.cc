@@ -6,6 +6,7 @@
 #include "tree/component.h"
 
 #include <algorithm>
+#include <climits>
 #include <span>
 
 namespace {
@@ -20,7 +21,7 @@ int markWidth(const ComponentText &text)
 
 std::vector<std::string> linesOf(const ComponentText &text, int columns)
 {
-    return wrapText(text.text, std::max(columns - markWidth(text), 1));
+    return wrapText(text.text, columns - markWidth(text));
 }
 
 int widest(const std::vector<std::string> &lines)
@@ -47,7 +48,7 @@ int widthOf(const Cell &cell)
 {
     int width = cell.component->width;
     if (const ComponentText *text = textOf(cell.component))
-        width = markWidth(*text) + widest(wrapText(text->text, 1 << 20));
+        width = markWidth(*text) + widest(wrapText(text->text, INT_MAX));
     return cell.padding.left + width + cell.padding.right;
 }
 

@@ -43,7 +43,7 @@ constexpr int framed = 2; // columns or rows of a frame
 std::string shownTitle(const Window &window)
 {
     constexpr int around = framed + 2 * margin + 2; // with the frame's ends beside the title
-    return cutText(window.title, std::max(SLtt_Screen_Cols - around, 1));
+    return cutText(window.title, SLtt_Screen_Cols - around);
 }
 
 // As newt centres a window.
