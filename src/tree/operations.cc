@@ -185,11 +185,11 @@ void limitCheckboxTree(newtComponent component, int columns, int rows)
     if (model.flatList)
         showCurrent(model, component->height);
     if (newtComponent scrollbar = tree.scrollbar) {
-        // Where its thumb was is not to be drawn over any more.
+        // Where its thumb was, out of reach by now, is not to be drawn over any more.
         const int mapped = scrollbar->isMapped;
         scrollbar->ops->mapped(scrollbar, 0);
         scrollbar->height = component->height;
-        newtScrollbarSet(scrollbar, std::max(model.current, 0), std::max(model.flatCount - 1, 1));
+        newtScrollbarSet(scrollbar, 0, 1);
         scrollbar->ops->mapped(scrollbar, mapped);
     }
 }

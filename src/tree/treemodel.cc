@@ -163,7 +163,7 @@ void showCurrent(TreeModel &model, int height)
 {
     const int lastFirst = std::max(model.flatCount - height, 0);
     const int lowest = std::min(model.current - height + 1, model.current);
-    model.first = std::clamp(model.first, std::max(lowest, 0), std::max(model.current, 0));
+    model.first = std::clamp(model.first, std::max(lowest, 0), model.current);
     model.first = std::min(model.first, lastFirst);
 }
 

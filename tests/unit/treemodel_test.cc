@@ -288,6 +288,10 @@ TEST(TreeModel, PageDownStaysInAListThatGrewAboveTheCurrentItem)
     EXPECT_TRUE(moveCurrent(model, Move::pageDown, 3));
     EXPECT_EQ(currentItem(model), &items[1]);
     EXPECT_EQ(model.first, 3);
+    model.first = model.current = 1;
+    EXPECT_TRUE(moveCurrent(model, Move::pageDown, 2));
+    EXPECT_EQ(model.current, 3);
+    EXPECT_EQ(model.first, 3);
     delete[] model.flatList;
 }
 
