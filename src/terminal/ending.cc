@@ -80,7 +80,7 @@ void restoreAndDie(int signal, siginfo_t *info, void *)
 
 void handle(int signal, void (*handler)(int, siginfo_t *, void *))
 {
-    struct sigaction action = {};
+    struct sigaction action;
     action.sa_sigaction = handler;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigfillset(&action.sa_mask);
@@ -143,9 +143,6 @@ void guardTerminal(void (*end)())
 void releaseTerminal()
 {
     guarding = false;
-    for (int signal = 1; signal < NSIG; ++signal)
-        if (isHandled(signal) && signal != SIGXFSZ)
-            sigaction(signal, &former[signal], nullptr);
 }
 
 void endAtOnce(std::string_view why)

@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-// From here on until releaseTerminal the program says so when it ends for want of memory.
+// From here on the program says so when it ends for want of memory.
 void watchSignals();
 
 // From here on a signal that ends the program restores the terminal first, and the kernel's
