@@ -356,10 +356,11 @@ TEST(BmcUpdate, SignalFromOutsideLeavesTheTerminalAsTheUpdateProgramHasIt)
     EXPECT_EQ(session.calls("klogctl"), (Calls{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
+// Which only the update program is told of.
 TEST(BmcUpdate, FindsANewSizeOfTheTerminal)
 {
     for (const auto &[rows, columns] : {std::pair{40, 100}, {40, 80}, {24, 100}}) {
-        Update session("echo READY; read answer");
+        Update session("set -m; sh -c 'echo READY; read answer'");
         session.see("READY");
         session.terminal().resize(rows, columns);
         session.send("\r");

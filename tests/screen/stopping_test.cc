@@ -378,6 +378,7 @@ TEST(Stopping, OfWhatNoShellHasStartedLeavesItAsItIs)
     terminal.kill(SIGCONT); // which nothing came before
     EXPECT_TRUE(terminal.waitUntil([&] { return terminal.output().size() > written; }));
     EXPECT_EQ(session.stillPicture(), before);
+    EXPECT_EQ(terminal.output().find("\x1b[?1049h", written), std::string::npos);
     EXPECT_TRUE(terminal.inAlternateScreen());
     EXPECT_FALSE(terminal.modes().canonical || terminal.modes().echo);
     EXPECT_EQ(session.calls("klogctl").size(), calls);
@@ -517,6 +518,25 @@ TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
     shell.see("Close");
     shell.see("Esc: leave");
     EXPECT_FALSE(shell.terminal.contains("..."));
+}
+
+TEST(Stopping, WhileTheMachineIsAskedWritesNothingForALargerTerminal)
+{
+    Shell shell({.script = "StatusChange real held"});
+    shell.runSpied();
+    shell.expectScreen();
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(down + down + space + down + enter);
+    shell.see("PCI module 1 ...");
+    shell.kill(SIGTSTP);
+    shell.expectPrompt();
+    shell.terminal.resize(12, 80);
+    const size_t written = shell.terminal.output().size();
+    shell.type("fg");
+    EXPECT_TRUE(shell.jobIs('S'));
+    shell.workspace.letGo();
+    shell.see("MTBF type");
+    EXPECT_EQ(shell.terminal.output().find("PCI module 1 ...", written), std::string::npos);
 }
 
 // It is dropped with all that was typed, and newt does not wait for another one.
