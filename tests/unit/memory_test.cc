@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Libraries in a process that gets no memory any more.
+#include "common/complaints.h"
+#include "yat/ft.h"
+#include "yat/text.h"
+#include "yat/winshim.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace {
+
+struct WithoutMemory : testing::Test {
+    WithoutMemory()
+    {
+        testing::GTEST_FLAG(death_test_style) = "threadsafe"; // in a process of its own
+    }
+
+    static void useUp()
+    {
+        const rlimit none{.rlim_cur = 0, .rlim_max = 0};
+        setrlimit(RLIMIT_AS, &none);
+        void *volatile piece;
+        for (size_t size = 1 << 20; size > 0; size /= 2)
+            do
+                piece = malloc(size);
+            while (piece);
+    }
+};
+
+} // namespace
+
+TEST_F(WithoutMemory, CallsFailAndTheFirstOnesTellWhy)
+{
+    struct Call {
+        bool (*isRefused)();
+        const char *told;
+    };
+    const Call calls[] = {
+        {[] {
+             int size = 7;
+             return !OpenStrFile("/data/E_mrvutil.rc", &size) && size == 7;
+         },
+         "^unit_test: out of memory\n$"},
+        {[] { return ft_FunctionInit() == 0; }, "^unit_test: out of memory\n$"},
+        {[] {
+             char text[100] = "as was", catalogue[] = "KEY \"longer than without memory\"\n";
+             return GetYatRootPath(text, sizeof text) == 0
+                    && CodeConvertFromEUC(catalogue, text, sizeof text) == -1
+                    && strcmp(text, "as was") == 0
+                    && *CPGetText("KEY", &ReadString, catalogue) == '\0';
+         },
+         "^$"},
+    };
+    for (const Call &each : calls) {
+        const auto call = [&] {
+            useUp();
+            exit(each.isRefused() ? 0 : 1);
+        };
+        EXPECT_EXIT(call(), testing::ExitedWithCode(0), each.told);
+    }
+}
+
+TEST_F(WithoutMemory, ComplaintsAreToldInAscii)
+{
+    const auto complain = [] {
+        yat::complain("that is longer than texts without memory ~ \x7f \xc3\xa9");
+        useUp();
+        exit(0);
+    };
+    EXPECT_EXIT(complain(), testing::ExitedWithCode(0),
+                "^unit_test: that is longer than texts without memory ~ \\? \\?\\?\n$");
+}
