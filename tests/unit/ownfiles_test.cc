@@ -143,6 +143,24 @@ TEST_F(OwnFiles, AreStillWhatTheyWereOnceTheyAreOpen)
     EXPECT_EQ(readFile(victim), "precious");
 }
 
+TEST_F(OwnFiles, MayBeMadeByOthersMeanwhile)
+{
+    const fs::path file = top / "file";
+    for (const int madeAt : {1, 2}) {
+        fs::remove(file);
+        int openings = 0;
+        beforeOpening = [&](const std::string &name) {
+            if (name == file && ++openings == madeAt)
+                writeFile(file, "theirs");
+        };
+        const int descriptor = yat::openOwnFile(file, O_RDWR);
+        beforeOpening = {};
+        EXPECT_EQ(write(descriptor, "ours", 4), 4) << madeAt;
+        EXPECT_EQ(readFile(file), "oursrs");
+        close(descriptor);
+    }
+}
+
 TEST_F(OwnFiles, SayWhyTheyCantBeMade)
 {
     writeFile(top / "file", "");
