@@ -146,8 +146,7 @@ int getFacts(const Machine &machine, yat_device *device, yat_facts *facts)
 int ifSupport(const Machine &machine, yat_device *device, int code, int *detail)
 {
     const RefusalTerm &refusal = refusalOf(machine, device, code);
-    if (detail)
-        *detail = refusal.detail;
+    *detail = refusal.detail;
     return refusal.value == Refusal::none ? 1 : 0;
 }
 

@@ -76,7 +76,7 @@ void withInjection(Store &store, std::string_view call,
                 work(next);
         });
         if (isOver)
-            return;
+            continue;
         hangFor(store, *next);
         hungFor = next->id;
     }

@@ -88,12 +88,10 @@ bool letTimePass(Machine &machine, Device *, Value value)
 
 bool isOwner(SetKey::Owner owner, const Device *device)
 {
-    switch (owner) {
-    case SetKey::machine: return !device;
-    case SetKey::module: return device && isModule(device->id);
-    case SetKey::cpuModule: return device && device->id.classCode == YAT_CLASS_CPU_MODULE;
-    }
-    return false;
+    if (!device || owner == SetKey::machine)
+        return !device && owner == SetKey::machine;
+    return owner == SetKey::module ? isModule(device->id)
+                                   : device->id.classCode == YAT_CLASS_CPU_MODULE;
 }
 
 // Carries out "KEY=VALUE"; the device is null for a key of the machine.

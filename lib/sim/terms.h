@@ -248,11 +248,11 @@ template <class Table, class Value> constexpr auto rowOf(const Table &table, Val
     return decltype(&*std::begin(table))();
 }
 
+// The word for a value that has one.
 template <class Table, class Value>
 constexpr std::string_view wordOf(const Table &table, Value value)
 {
-    const auto row = rowOf(table, value);
-    return row ? row->word : std::string_view();
+    return rowOf(table, value)->word;
 }
 
 template <class Table> constexpr auto valueOf(const Table &table, std::string_view word)
