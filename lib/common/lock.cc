@@ -27,8 +27,7 @@ Lock::Lock(int openFile, bool waits) : descriptor(openFile)
 
 Lock::~Lock()
 {
-    if (descriptor >= 0)
-        close(descriptor);
+    close(descriptor);
 }
 
 } // namespace yat

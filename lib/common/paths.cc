@@ -53,12 +53,9 @@ std::string findProductRoot()
     Dl_info info;
     link_map *map = nullptr;
     char path[PATH_MAX];
-    if (!dladdr1(&anchor, &info, reinterpret_cast<void **>(&map), RTLD_DL_LINKMAP)
-        || !info.dli_fname)
-        return {};
+    dladdr1(&anchor, &info, reinterpret_cast<void **>(&map), RTLD_DL_LINKMAP);
     // The loader has no name for the program itself, and what it was called by may be relative.
-    const bool isProgram = map && (!map->l_name || !*map->l_name);
-    if (!realpath(isProgram ? "/proc/self/exe" : info.dli_fname, path))
+    if (!realpath(*map->l_name ? map->l_name : "/proc/self/exe", path))
         return {};
     return parent(parent(path));
 }

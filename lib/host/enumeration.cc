@@ -33,9 +33,8 @@ std::vector<KernelDevice> kernelDevices(const char *subsystem)
 {
     const Udev udev(udev_new());
     const Enumeration enumeration(udev ? udev_enumerate_new(udev.get()) : nullptr);
-    int error = enumeration ? 0 : -ENOMEM;
-    if (error >= 0)
-        error = udev_enumerate_add_match_subsystem(enumeration.get(), subsystem);
+    int error =
+        enumeration ? udev_enumerate_add_match_subsystem(enumeration.get(), subsystem) : -ENOMEM;
     if (error >= 0)
         error = udev_enumerate_scan_devices(enumeration.get());
     if (error < 0) // "none" would let a slot go whose use can't be seen

@@ -258,7 +258,7 @@ void writeWhole(Log &log, std::string_view record)
             continue;
         if (count < 0)
             refuse(log, errno);
-        if (count > 0 && !takeBack(log, count))
+        if (!takeBack(log, count))
             break;
         ++tries;
     }
