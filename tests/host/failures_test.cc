@@ -56,13 +56,16 @@ TEST_F(Unseen, ProcessorsKeepTheSlotOn)
     expectRefusal("the kernel tells of no processors below /sys/devices/system/cpu");
 }
 
-TEST_F(Unseen, RoutesKeepTheSlotOn)
+TEST_F(Unseen, NetworksKeepTheSlotOn)
 {
     server.write(server.addInterface(card, "ens3") + "/ifindex", "987654\n");
-    kernel.hidesRoutes = true;
-    expectRefusal("what uses it can't be told: the kernel doesn't tell addresses and routes: "
-                  "Operation not permitted",
-                  YAT_DETAIL_IN_USE);
+    for (const char *call : {"nl_connect", "rtnl_addr_alloc_cache", "rtnl_route_alloc_cache"}) {
+        std::filesystem::remove(state.path / "host.journal");
+        kernel.refusedCall = call;
+        expectRefusal("what uses it can't be told: the kernel doesn't tell addresses and routes: "
+                      "Operation not permitted",
+                      YAT_DETAIL_IN_USE);
+    }
 }
 
 // A slot that claims to be where nothing is.

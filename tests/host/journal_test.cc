@@ -128,6 +128,10 @@ TEST_F(Journal, IsEnglishInEveryLocale)
     CALL(InitBringUp)(slot, startPci + 1);
     CALL(InitBringUp)(rest, startPci + 1);
     CALL(ClearMTBF)(adapter, 26);
+    EXPECT_EQ(cpu(2) + ", " + pci(1), "稼働中 1/1, 稼働中");
+    server.write("/sys/bus/pci/slots/1/adapter", "0\n");
+    EXPECT_EQ(pci(1), "未搭載");
+    EXPECT_EQ(property(1, YAT_PROPERTY_BIOS_STATUS), "使用中");
     unsetenv("LC_ALL");
     setlocale(LC_CTYPE, "C");
     Lines devices;

@@ -7,8 +7,11 @@
 #include <libudev.h>
 #include <linux/fcntl.h> // the C library's may define open itself
 #include <netlink/errno.h>
+#include <netlink/netlink.h>
+#include <netlink/route/addr.h>
 #include <netlink/route/nexthop.h>
 #include <netlink/route/route.h>
+#include <unistd.h>
 
 Kernel kernel;
 
@@ -23,11 +26,13 @@ void addRoute(nl_cache *cache)
 {
     nl_addr *target = nullptr;
     nl_addr_parse("192.0.2.0/24", AF_INET, &target);
-    rtnl_nexthop *hop = rtnl_route_nh_alloc();
-    rtnl_route_nh_set_ifindex(hop, kernel.routedInterface);
     rtnl_route *route = rtnl_route_alloc();
     rtnl_route_set_dst(route, target);
-    rtnl_route_add_nexthop(route, hop);
+    for (int i = 0; i < 2; ++i) { // as over two gateways
+        rtnl_nexthop *hop = rtnl_route_nh_alloc();
+        rtnl_route_nh_set_ifindex(hop, kernel.routedInterface);
+        rtnl_route_add_nexthop(route, hop);
+    }
     nl_cache_add(cache, reinterpret_cast<nl_object *>(route));
     rtnl_route_put(route);
     nl_addr_put(target);
@@ -48,14 +53,28 @@ int open(const char *file, int flags, ...)
     if (const auto refusal = kernel.refusals.find(file);
         flags & (O_EXCL | O_WRONLY) && refusal != kernel.refusals.end()) {
         errno = refusal->second;
-        return -1;
+        return errno == 0 ? dup(STDERR_FILENO) : -1;
     }
     return next<int(const char *, int, ...)>("open")(file, flags, mode);
 }
 
+int nl_connect(nl_sock *socket, int protocol)
+{
+    return kernel.refusedCall == "nl_connect"
+               ? -NLE_PERM
+               : next<decltype(nl_connect)>("nl_connect")(socket, protocol);
+}
+
+int rtnl_addr_alloc_cache(nl_sock *socket, nl_cache **cache)
+{
+    return kernel.refusedCall == "rtnl_addr_alloc_cache"
+               ? -NLE_PERM
+               : next<decltype(rtnl_addr_alloc_cache)>("rtnl_addr_alloc_cache")(socket, cache);
+}
+
 int rtnl_route_alloc_cache(nl_sock *socket, int family, int flags, nl_cache **cache)
 {
-    if (kernel.hidesRoutes)
+    if (kernel.refusedCall == "rtnl_route_alloc_cache")
         return -NLE_PERM;
     if (kernel.routedInterface == 0)
         return next<decltype(rtnl_route_alloc_cache)>("rtnl_route_alloc_cache")(socket, family,

@@ -6,13 +6,13 @@
 #include <string>
 
 struct Kernel {
-    // Files that it opens neither for writing nor for one alone, and why.
+    // Files that it opens neither for writing nor for one alone, and why; 0 for one that it opens.
     std::map<std::string, int> refusals{};
-    std::string untoldKind{}; // of devices that it doesn't list
-    int looksAtFunctions = 0; // how often their list was asked for
-    bool hidesRoutes = false;
-    int routedInterface = 0; // the index of one that has a route to 192.0.2.0/24; 0 for this
-                             // machine's own routes
+    std::string untoldKind{};  // of devices that it doesn't list
+    int looksAtFunctions = 0;  // how often their list was asked for
+    std::string refusedCall{}; // to it, about its networks
+    int routedInterface = 0;   // the index of one that has a route to 192.0.2.0/24; 0 for this
+                               // machine's own routes
 };
 
 extern Kernel kernel;

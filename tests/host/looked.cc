@@ -81,6 +81,14 @@ yat_device *Looked::record(int classCode, int number)
     return records ? find(records, classCode, number) : nullptr;
 }
 
+yat_facts Looked::facts(int classCode, int number)
+{
+    yat_facts told{};
+    told.size = sizeof told;
+    EXPECT_EQ(CALL(GetDeviceFacts)(record(classCode, number), &told), 1);
+    return told;
+}
+
 std::string Looked::cpu(int number)
 {
     return stateOf(CALL(StatusChange), YAT_KIND_CPU_MODULE, number, YAT_STATE_CPU_MODULE);

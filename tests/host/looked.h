@@ -28,6 +28,9 @@ protected:
 
     std::string property(int number, int property);
 
+    // What is told of a device.
+    yat_facts facts(int classCode, int number);
+
     // The record of a device, of a tree that stays until the end.
     yat_device *record(int classCode, int number);
 

@@ -148,11 +148,12 @@ TEST_F(Looks, ErrorsOfMemoryAndMachineChecksAreCounted)
 {
     for (int number = 0; number < 4; ++number)
         server.addProcessor(number, number / 2);
+    server.write("/proc/interrupts", "       CPU0 CPU1 CPU2 CPU3\n\nMCE:  2 1\n");
+    EXPECT_EQ(cpu(1) + "; " + cpu(2), "2 of 2 running,\nCE 0, UE 2; 2 of 2 running");
     server.write("/proc/interrupts", "       CPU0 CPU1 CPU2 CPU3\n"
                                      " 0:  90 0 0 0 timer\n"
                                      "THR:  0 2 3 4 Threshold APIC interrupts\n"
                                      "MCE:  1 1 0 5 Machine check exceptions\n");
-    tree();
     EXPECT_EQ(cpu(1), "2 of 2 running,\nCE 2, UE 1");
     EXPECT_EQ(cpu(2), "2 of 2 running,\nCE 7, UE 5");
 
@@ -162,9 +163,13 @@ TEST_F(Looks, ErrorsOfMemoryAndMachineChecksAreCounted)
         server.write(controllers + number + "/ue_count", "20\n");
         server.write(controllers + number + "/device/numa_node", std::string(number) + "\n");
     }
+    server.write(controllers + "2/ue_count", "3\n");
+    for (const char *number : {"2", "3"})
+        server.write(controllers + number + "/device/numa_node", "1\n");
+    server.write("/sys/devices/system/node/node1/compact", "");
     server.link("/sys/devices/system/node/node1/cpu2", "/sys/devices/system/cpu/cpu2");
     EXPECT_EQ(cpu(1), "2 of 2 running,\nCE 2, UE 1"); // whose mc0 is, nobody tells
-    EXPECT_EQ(cpu(2), "2 of 2 running,\nCE 10, UE 25");
+    EXPECT_EQ(cpu(2), "2 of 2 running,\nCE 10, UE 28");
 }
 
 TEST_F(Looks, BiosIsThatOfDmi)
@@ -196,10 +201,37 @@ TEST_F(Looks, AdaptersAreBelowTheirSlots)
                "  13 1 12.1.0.0.0.0.0.0 Ethernet adapter 1 (ens3, 82574L Gigabit Network Conne)",
                "3 4 255.0.0.0.0.0.0.0 PCI module 4 (not in a slot)",
                "  8 1 255.0.31.2.0.0.0.0 SCSI adapter 1 (82574L Gigabit Network Conne)"}));
-    EXPECT_EQ(pci(1), "Stopped");
-    EXPECT_EQ(pci(2), "Not installed");
-    EXPECT_EQ(pci(3), "Running");
-    EXPECT_EQ(pci(4), "Running");
+    const auto expectStates = [&] {
+        EXPECT_EQ(pci(1) + ", " + pci(2) + ", " + pci(3) + ", " + pci(4),
+                  "Stopped, Not installed, Running, Running");
+        for (int number = 0; const int told : {YAT_DEVICE_STOPPED, YAT_DEVICE_NOT_INSTALLED,
+                                               YAT_DEVICE_RUNNING, YAT_DEVICE_RUNNING})
+            EXPECT_EQ(facts(YAT_CLASS_PCI_MODULE, ++number).state, told);
+    };
+    expectStates();
+    for (const std::string slot : {"2", "3"}) // which tell no more whether a card is there
+        server.remove("/sys/bus/pci/slots/" + slot + "/adapter");
+    expectStates();
+}
+
+TEST_F(Looks, WhatThereIsNotIsNotTold)
+{
+    server.addProcessor(0, 0);
+    const auto get =
+        static_cast<const yat_ft_functions *>(dlsym(library, "yat_ft_func"))->yat_ft_get_property;
+    char text[8] = "as was";
+    unsigned long small = 3, size = sizeof text;
+    for (const auto &[buffer, length] :
+         {std::pair{text, &small}, {nullptr, &size}, {text, nullptr}})
+        EXPECT_EQ(get(YAT_KIND_CPU_MODULE, 1, YAT_PROPERTY_BIOS_STATUS, buffer, length), -1);
+    for (const auto &[kind, code] : {std::pair{YAT_KIND_CPU_MODULE, YAT_STATE_PCI_MODULE},
+                                     {YAT_KIND_PCI_MODULE, YAT_STATE_CPU_MODULE},
+                                     {YAT_KIND_BOARD, YAT_STATE_CPU_MODULE}})
+        EXPECT_EQ(CALL(StatusChange)(kind, 1, code, text), -1);
+    EXPECT_STREQ(text, "as was");
+    yat_device stranger{};
+    yat_facts told = facts(YAT_CLASS_CPU_MODULE, 1);
+    EXPECT_EQ(CALL(GetDeviceFacts)(&stranger, &told), 0);
 }
 
 TEST_F(Looks, SlotWithoutASwitchIsNone)
@@ -209,6 +241,8 @@ TEST_F(Looks, SlotWithoutASwitchIsNone)
     server.addSlot("1", "0000:01:00", true, true);
     server.addSlot("2", "0000:02:00", true, false);
     server.remove("/sys/bus/pci/slots/1/power");
+    server.addSlot("3", "0000:03:00", true, false);
+    server.remove("/sys/bus/pci/slots/3/address");
     const Lines lines = tree();
     ASSERT_EQ(lines.size(), 4u);
     EXPECT_EQ(lines[1], "3 1 2.2.0.0.0.0.0.0 PCI module 1 (slot 2)");
@@ -221,10 +255,10 @@ TEST_F(Looks, FunctionsAreInTheOrderOfTheirAddresses)
     server.addProcessor(0, 0);
     const std::string port = server.addFunction("0000:00:01.0", bridge);
     server.addFunction("0000:03:00.0", nvme, "", port); // before the next one by its path
-    server.addFunction("0000:00:02.0", nvme);
+    server.addFunction("0000:00:02.0", nvme, "", "", "FFF0:1");
     const Lines lines = tree();
     ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[2].substr(0, 26), "  8 1 255.0.2.0.0.0.0.0 SC");
+    EXPECT_EQ(lines[2], "  8 1 255.0.2.0.0.0.0.0 SCSI adapter 1 (0000:00:02.0)"); // of nobody
     EXPECT_EQ(lines[3].substr(0, 26), "  8 2 255.3.0.0.0.0.0.0 SC");
 }
 
@@ -269,12 +303,7 @@ TEST_F(Looks, OneAnswersForAllDevicesOnceEach)
         card = server.addFunction(address + ".0", ethernet);
         server.addSlot(std::to_string(number), address, true, true);
     }
-    const auto failures = [&](int number) {
-        yat_facts facts{};
-        facts.size = sizeof facts;
-        EXPECT_EQ(CALL(GetDeviceFacts)(record(YAT_CLASS_PCI_MODULE, number), &facts), 1);
-        return facts.failures;
-    };
+    const auto failures = [&](int number) { return facts(YAT_CLASS_PCI_MODULE, number).failures; };
     record(YAT_CLASS_PCI_MODULE, 1);
     const int before = kernel.looksAtFunctions;
     for (int number = 1; number <= 30; ++number) {
@@ -301,6 +330,8 @@ TEST_F(Looks, GarbageIsPassedOver)
     server.write(card + "/aer_dev_correctable", std::string(100000, 'x'));
     server.write(card + "/aer_dev_fatal", "TOTAL_ERR_FATAL 99999999999999999999999\n");
     server.addFunction("nonsense:", ethernet);
+    server.addFunction("non.sense", "", "", "", "");
+    server.write("/sys/devices/system/cpu/smt/control", "off\n");
     server.addSlot("1", "0000:01:00", true, true);
     server.write("/sys/bus/pci/slots/1/power", "on\n");
     server.addSlot("\x1b[31m", "0000:09:00", true, false);

@@ -187,12 +187,7 @@ TEST_F(Kept, CountersBeyondAllAreTheLargest)
     const std::string path = server.addInterface(card, "ens3");
     for (const char *way : {"rx", "tx"})
         server.write(path + "/statistics/" + way + "_errors", "18446744073709551615\n");
-    const auto failures = [&] {
-        yat_facts facts{};
-        facts.size = sizeof facts;
-        EXPECT_EQ(CALL(GetDeviceFacts)(record(YAT_CLASS_ETHERNET_ADAPTER, 1), &facts), 1);
-        return facts.failures;
-    };
+    const auto failures = [&] { return facts(YAT_CLASS_ETHERNET_ADAPTER, 1).failures; };
     EXPECT_EQ(failures(), INT64_MAX);
     EXPECT_EQ(pci(1), "Running,\nCE 9223372036854775807, UE 9223372036854775807");
     EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_ETHERNET_ADAPTER, 1), 32), 1) << trace();

@@ -32,8 +32,11 @@ protected:
 TEST_F(Operations, ArePossibleOnlyWhereTheConfigurationAllowsThem)
 {
     addPackages(2, 1);
+    server.addFunction("0000:02:00.0", display, "some");
+    server.addSlot("1", "0000:02:00", true, true);
     for (const char *text : {"", "operations = false\n", "machine = 'hardware'\n"}) {
         configure(text);
+        EXPECT_EQ(support(3, 1, stopPci), "7 yatkit.toml does not allow operations");
         EXPECT_EQ(support(2, 2, stopCpu), "7 yatkit.toml does not allow operations");
         EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
         EXPECT_EQ(online(1), "1");
@@ -244,8 +247,13 @@ TEST_F(Operations, NeedTheRightToWrite)
 TEST_F(Operations, OfOtherKindsOrDevicesAreRefused)
 {
     addPackages(2, 1);
+    server.addSlot("1", "0000:02:00", true, true);
     int detail = 0, value = 1;
     yat_device *module = record(2, 2);
+    char text[1024] = "";
+    EXPECT_EQ(CALL(IfSupport)(module, stopCpu, nullptr), 1);
+    EXPECT_EQ(CALL(GetSupportReason)(module, stopCpu, 0, text), 0); // it is supported
+    EXPECT_STREQ(text, "");
     EXPECT_EQ(support(2, 2, 9), "1 this server has no such operation");
     EXPECT_EQ(support(2, 2, 13), "1 this server has no such operation");
     EXPECT_EQ(support(2, 2, stopPci), "1 a device of its class has no such operation");
@@ -259,8 +267,11 @@ TEST_F(Operations, OfOtherKindsOrDevicesAreRefused)
     EXPECT_EQ(journal().back(), "an unknown device setting refused this server has no settings");
     server.remove("/sys/bus/cpu/devices/cpu1");
     server.remove("/sys/devices/system/cpu/cpu1");
-    EXPECT_EQ(CALL(IfSupport)(module, stopCpu, &detail), 0);
-    EXPECT_EQ(detail, YAT_DETAIL_NO_DEVICE);
+    server.remove("/sys/bus/pci/slots/1");
+    for (const auto &[device, code] : {std::pair{module, stopCpu}, {record(3, 1), stopPci}}) {
+        EXPECT_EQ(CALL(IfSupport)(device, code, &detail), 0);
+        EXPECT_EQ(detail, YAT_DETAIL_NO_DEVICE);
+    }
 }
 
 TEST_F(Operations, ClearedCountsBeginAnew)
@@ -275,12 +286,10 @@ TEST_F(Operations, ClearedCountsBeginAnew)
     EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 0, UE 0");
     server.write(controller + "/ce_count", "9\n");
     EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 2, UE 0");
-    yat_facts facts{};
-    facts.size = sizeof facts;
-    EXPECT_EQ(CALL(GetDeviceFacts)(record(2, 1), &facts), 1);
-    EXPECT_EQ(facts.known, YAT_KNOWS_STATE | YAT_KNOWS_FAILURES | YAT_KNOWS_BIOS);
-    EXPECT_EQ(facts.failures, 2);
-    EXPECT_EQ(facts.state, YAT_DEVICE_RUNNING);
+    const yat_facts told = facts(2, 1);
+    EXPECT_EQ(told.known, YAT_KNOWS_STATE | YAT_KNOWS_FAILURES | YAT_KNOWS_BIOS);
+    EXPECT_EQ(told.failures, 2);
+    EXPECT_EQ(told.state, YAT_DEVICE_RUNNING);
     EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 2, UE 0"); // from the same look
 
     server.write(controller + "/ce_count", "3\n"); // its driver was loaded again
@@ -328,13 +337,15 @@ TEST_F(Operations, CountsOfAdaptersAreThoseOfWhatTheyHave)
     server.write(disks + "/host1/target1:0:0/1:0:0:0/x", "");
     server.addDisk(disks, "sdplay", 1);
     server.write(disks + "/host1/target1:0:0/1:0:0:0/ioerr_cnt", "0x1f\n");
-    const auto failures = [&](int classCode) {
-        yat_facts facts{};
-        facts.size = sizeof facts;
-        EXPECT_EQ(CALL(GetDeviceFacts)(record(classCode, 1), &facts), 1);
-        return facts.failures;
-    };
-    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER), 47);
+    server.write(server.addInterface(card, "ens4") + "/statistics/tx_errors", "3\n");
+    server.remove(card + "/net/ens4/statistics/rx_errors");
+    server.remove(server.addInterface(card, "ens5") + "/statistics");
+    server.addDisk(disks, "sdother", 2);
+    server.remove(disks + "/host2/target2:0:0/2:0:0:0/ioerr_cnt");
+    server.addDevice("/sys/devices/virtual/net/lo", "net", true, "INTERFACE=lo\n");
+    server.addDevice("/sys/devices/platform/host9/9:0:0:0", "scsi", false, "");
+    const auto failures = [&](int classCode) { return facts(classCode, 1).failures; };
+    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER), 50);
     EXPECT_EQ(pci(1), "Running,\nCE 2, UE 0"); // what PCI Express reports only
     EXPECT_EQ(failures(YAT_CLASS_SCSI_ADAPTER), 31);
     EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_SCSI_ADAPTER, 1), 26), 1) << trace();

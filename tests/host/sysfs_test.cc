@@ -99,6 +99,14 @@ TEST_F(Attribute, HasANumberBehindAWordThatBeginsALine)
         EXPECT_FALSE(host::numberOfLine(text, "TOTAL")) << text;
 }
 
+TEST(Path, IsBelowADirectoryOrThatItself)
+{
+    EXPECT_TRUE(host::isBelow("/a/b", "/a/b"));
+    EXPECT_TRUE(host::isBelow("/a/b/c", "/a/b"));
+    EXPECT_FALSE(host::isBelow("/a/bc", "/a/b"));
+    EXPECT_FALSE(host::isBelow("/a", "/a/b"));
+}
+
 TEST_F(Attribute, TellsThatItsWriterWasKilled)
 {
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0); // without a reader

@@ -29,7 +29,8 @@ struct Use {
 void mount(const Server &server, const std::string &number, const std::string &source)
 {
     server.write("/proc/self/mountinfo", "22 1 0:21 / / rw - rootfs rootfs rw\n23 22 " + number
-                                             + " / /srv/data rw - ext4 " + source + " rw\n");
+                                             + " / /srv/data rw - ext4 " + source + " rw\n24 22 "
+                                             + number + " / /mnt rw - ext4 " + source + " rw\n");
 }
 
 // A block device of the kernel's own, on others.
@@ -62,10 +63,10 @@ std::string addShared(const Parts &parts)
     return group + "/nvme0n1";
 }
 
-void drive(const Parts &parts, const std::string &driver)
+void drive(const Parts &parts, const std::string &driver, const std::string &classCode = display)
 {
-    parts.server.write(parts.inside + "/uevent",
-                       "DRIVER=" + driver + "\nPCI_CLASS=30000\nPCI_ID=8086:1\n");
+    parts.server.write(parts.inside + "/uevent", (driver.empty() ? "" : "DRIVER=" + driver + "\n")
+                                                     + "PCI_CLASS=" + classCode + "\n");
 }
 
 void beOutside(const Parts &parts)
@@ -90,8 +91,12 @@ void askOnALine(const Parts &parts)
 #define UNTOLD(why) "what uses it can't be told: " why, "使用状況を確認できません: " why
 
 const Use uses[] = {
-    {"Nothing", [](const Parts &) {}, ""},
-    {"UnusedDisk", [](const Parts &parts) { parts.server.addDisk(parts.inside, "sdplay", 1); }, ""},
+    {"UnusedDisk",
+     [](const Parts &parts) {
+         parts.server.addDisk(parts.inside, "sdplay", 1);
+         kernel.refusals["/dev/sdplay"] = 0;
+     },
+     ""},
     {"DiskBehindTheSameBridge", beOutside, ""},
     // With ARI a card's ninth function has the device number 1.
     {"DiskOfTheNinthFunction",
@@ -118,6 +123,9 @@ const Use uses[] = {
          const std::string disk = parts.server.addDisk(parts.inside, "sdplay", 1);
          addVirtual(parts.server, "dm-3", "253:3", addPartition(parts.server, disk));
          addVirtual(parts.server, "dm-4", "253:4", "/sys/devices/virtual/block/dm-3");
+         const std::string parted = "/sys/devices/virtual/block/dm-4/slaves/";
+         parts.server.link(parted + "gone", "/sys/devices/virtual/block/gone");
+         parts.server.link(parted + "sdplay", disk); // once more
          mount(parts.server, "253:4", "/dev/mapper/x");
      },
      "dm-4 is mounted on /srv/data", "dm-4は/srv/dataにマウントされています"},
@@ -148,7 +156,9 @@ const Use uses[] = {
          parts.server.addDisk(parts.inside, "sdplay", 1);
          parts.server.write("/dev/sdplay", "");
          parts.server.write("/proc/swaps", "Filename\tType\tSize\tUsed\tPriority\n"
-                                           "/dev/sdplay partition 1000 0 -2\n");
+                                           "/swapfile file 1000 0 -2\n"
+                                           "/dev/sdplay partition 1000 0 -2\n"
+                                           "/dev/sdplay partition 1000 0 -3\n");
      },
      "sdplay is used for swap", "sdplayはスワップに使われています"},
     {"PartOfAVolume",
@@ -169,6 +179,7 @@ const Use uses[] = {
     {"PartOfAFileSystem",
      [](const Parts &parts) {
          const std::string disk = parts.server.addDisk(parts.inside, "sdplay", 1);
+         parts.server.link("/sys/fs/btrfs/1234/devices/sdother", parts.outside);
          parts.server.link("/sys/fs/btrfs/1234/devices/sdplay", disk);
      },
      "sdplay is a part of the mounted file system 1234",
@@ -213,6 +224,7 @@ const Use uses[] = {
          parts.server.write(path + "/ifindex", "987654\n");
          parts.server.write("/sys/devices/virtual/net/br0/ifindex", "1\n");
          parts.server.link(path + "/upper_br0", "/sys/devices/virtual/net/br0");
+         parts.server.link(path + "/upper_again", "/sys/devices/virtual/net/br0");
      },
      "br0 has the address 127.0.0.1", "br0にアドレス127.0.0.1があります"},
     {"InterfaceInABridgeForOthers",
@@ -237,18 +249,12 @@ const Use uses[] = {
     {"FunctionOfAnotherSystem", [](const Parts &parts) { drive(parts, "pciback"); },
      "0000:02:00.0 is handed to a program by the driver pciback",
      "0000:02:00.0はドライバpcibackでプログラムに渡されています"},
-    {"InterfaceOutOfSight",
-     [](const Parts &parts) {
-         parts.server.write(parts.inside + "/uevent",
-                            "DRIVER=igb\nPCI_CLASS=20000\nPCI_ID=8086:1\n");
-     },
+    {"InterfaceOutOfSight", [](const Parts &parts) { drive(parts, "igb", ethernet); },
      "the interface of 0000:02:00.0 may be in another network namespace",
      "0000:02:00.0のインタフェースは別のネットワーク名前空間にあるかもしれません"},
+    {"InterfaceWithoutADriver", [](const Parts &parts) { drive(parts, "", ethernet); }, ""},
     {"InfiniBandInterfaceOutOfSight",
-     [](const Parts &parts) {
-         parts.server.write(parts.inside + "/uevent",
-                            "DRIVER=mlx5_core\nPCI_CLASS=20700\nPCI_ID=8086:1\n");
-     },
+     [](const Parts &parts) { drive(parts, "mlx5_core", "20700"); },
      "the interface of 0000:02:00.0 may be in another network namespace",
      "0000:02:00.0のインタフェースは別のネットワーク名前空間にあるかもしれません"},
     {"DiskInASlotBelow",
@@ -292,12 +298,12 @@ const Use uses[] = {
      UNTOLD("/proc/swaps can't be read")},
     {"DisksThatAreNotListed", [](const Parts &) { kernel.untoldKind = "block"; },
      UNTOLD("the devices of the subsystem block can't be listed: Input/output error")},
-    {"DiskThatCannotBeOpened",
+    {"DiskThatFailsForNoKnownReason",
      [](const Parts &parts) {
          parts.server.addDisk(parts.inside, "sdplay", 1);
-         kernel.refusals["/dev/sdplay"] = EIO;
+         kernel.refusals["/dev/sdplay"] = 9999;
      },
-     UNTOLD("/dev/sdplay can't be opened: Input/output error")},
+     UNTOLD("/dev/sdplay can't be opened: error 9999")},
     {"DisksBeyondTheOpenFiles",
      [](const Parts &parts) {
          parts.server.addDisk(parts.inside, "sdplay", 1);
