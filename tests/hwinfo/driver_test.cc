@@ -37,6 +37,7 @@ struct Driver {
     int sendError = 0, receiveError = 0;
     int controlInterruptions = 0, pollInterruptions = 0; // by signals, of the first calls
     bool brokenOff = false;                              // poll() reports an error and no message
+    int pollError = 0;
 
     int sent = 0, controls = 0, polls = 0;
     int firstTimeout = -1, lastTimeout = -1; // given to poll()
@@ -126,6 +127,8 @@ int __wrap_poll(pollfd *files, nfds_t count, int milliseconds)
         __real_poll(nullptr, 0, 1);
         return fail(EINTR);
     }
+    if (driver->pollError)
+        return fail(driver->pollError);
     if (driver->brokenOff) {
         files->revents = POLLERR;
         return 1;
@@ -259,6 +262,8 @@ TEST_F(DriverTest, TellsErrorsOfTheDriver)
     expectProblem(cancelled, "receiving from " + device + ": Operation canceled");
     Driver gone{.brokenOff = true};
     expectProblem(gone, "receiving from " + device + ": Input/output error");
+    Driver deaf{.pollError = ENOMEM};
+    expectProblem(deaf, "receiving from " + device + ": Cannot allocate memory");
 }
 
 TEST_F(DriverTest, TellsAMissingDeviceAndWhatToLoad)

@@ -239,7 +239,9 @@ TEST_F(PluginTest, FollowsTheConfigurationOfItsOwnRoot)
         writeFile(root / "etc/yatkit.toml", "machine = \"" + machine + "\"\n");
         return ask("", root / "lib/yathwinfo.dll");
     };
+    unsetenv("YAT_STATE_DIR");
     EXPECT_EQ(configure("BIRCH").response, (Response{0, 32, 1, 2, 0x08, 2}));
+    EXPECT_TRUE(fs::exists(root / "var/machines/BIRCH.db"));
     EXPECT_EQ(configure("ALDER").response, (Response{0, 32, 1, 1, 0x23, 2}));
     if (!fs::exists("/dev/ipmi0")) {
         EXPECT_EQ(configure("hardware").result, 0);

@@ -68,6 +68,14 @@ TEST_P(Injections, AnswerAsWanted)
     EXPECT_EQ(cpuState(9), "Melting");
     inject("yat_ft_get_property", "0 --text \"9\"");
     EXPECT_EQ(property(YAT_KIND_BOARD, 1, YAT_PROPERTY_MTBF_TYPE), "9");
+    inject("yat_ft_get_property", "0 --times 3 --text \"" + std::string(1500, 'x') + "\"");
+    char small[8] = "as was";
+    unsigned long size = sizeof small;
+    for (const auto &[buffer, length] :
+         {std::pair{small, &size}, {nullptr, &size}, {small, nullptr}})
+        EXPECT_EQ(yat_ft_func.yat_ft_get_property(2, 1, 27, buffer, length), -1);
+    EXPECT_STREQ(small, "as was");
+    EXPECT_EQ(size, sizeof small);
     inject("Linux_ConvertDataToInt", "0 --text 12");
     cpuState(1); // from here it knows
     int value = 0;

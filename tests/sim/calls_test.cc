@@ -126,6 +126,7 @@ TEST_P(Operations, RefuseDevicesThatThereAreNot)
     char text[1025] = "untouched";
     EXPECT_EQ(StatusChange(YAT_KIND_CPU_MODULE, 3, YAT_STATE_CPU_MODULE, text), -1);
     EXPECT_EQ(StatusChange(YAT_KIND_CPU_MODULE, 1, YAT_STATE_PCI_MODULE, text), -1);
+    EXPECT_EQ(StatusChange(YAT_KIND_PCI_MODULE, 1, YAT_STATE_CPU_MODULE, text), -1);
     EXPECT_EQ(StatusChange(YAT_KIND_BOARD, 1, YAT_STATE_CPU_MODULE, text), -1);
     EXPECT_EQ(StatusChange(YAT_KIND_CPU_MODULE, 1, YAT_STATE_CPU_MODULE, nullptr), -1);
     EXPECT_STREQ(text, "untouched");
@@ -133,7 +134,7 @@ TEST_P(Operations, RefuseDevicesThatThereAreNot)
 
 TEST_P(Operations, SetTheMtbfTypeThatIsReadTwoAbove)
 {
-    begin();
+    begin("CEDAR", "board = 3", "board = 9"); // the next one has a smaller number
     const auto typeOf = [](int board) {
         return property(YAT_KIND_BOARD, board, YAT_PROPERTY_MTBF_TYPE);
     };

@@ -90,6 +90,11 @@ const Case cases[] = {
     {"UnknownOperation", "clear MTBF", "clear",
      "F:8: wrong value for 'cpu_module', expected a list of any of \"clear MTBF\", \"bring up\", "
      "\"bring down\", \"burn firmware\", \"set MTBF type\""},
+    {"OperationThatIsNoText", "[\"clear MTBF\"]", "[7]",
+     "F:8: wrong value for 'cpu_module', expected a list of any of \"clear MTBF\", \"bring up\", "
+     "\"bring down\", \"burn firmware\", \"set MTBF type\""},
+    {"OperationOfAnotherClass", "cpu_module = [\"clear MTBF\"]", "scsi_adapter = [\"bring up\"]",
+     "F:8: wrong value for 'scsi_adapter', expected a list of any of \"clear MTBF\""},
     {"SectionThatIsNoTable", "[mtbf]\nthreshold = 2\n", "[[mtbf]]\nthreshold = 2\n",
      "F:5: wrong value for 'mtbf', expected a table"},
     {"NumberOutOfRange", "number = 1\nname = \"C1\"", "number = 0\nname = \"C1\"",
@@ -126,6 +131,8 @@ const Case cases[] = {
      "F:36: name 'P1' is taken, expected one that no other has"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
      "F:20: wrong value for 'name', expected a text of 1 to 127 bytes without control characters"},
+    {"NameWithADelete", "\"C2\"", "\"C\\u007F\"",
+     "F:20: wrong value for 'name', expected a text of 1 to 127 bytes without control characters"},
     {"BoardTwice", "board = 3", "board = 1",
      "F:32: board '1' is taken, expected one that no other has"},
     {"UnknownClass", "\"SCSI\"", "\"SATA\"",
@@ -133,6 +140,13 @@ const Case cases[] = {
     {"PartnerOfItself", "board = 3", "board = 3\npartner = 1",
      "F:33: wrong value for 'partner', expected the number of another module of the same class "
      "that names this one as its partner, or 0"},
+    {"PartnerOfNobody", "board = 3", "board = 3\npartner = 2",
+     "F:33: wrong value for 'partner', expected the number of another module of the same class "
+     "that names this one as its partner, or 0"},
+    {"AdapterBelowTwo", "path = [2, 1]\n",
+     "path = [2, 1]\n[[pci_module.adapter.adapter]]\nclass = \"SCSI\"\nnumber = 2\nname = \"S2\"\n"
+     "path = [3]\n[[pci_module.adapter.adapter.adapter]]\n",
+     "F:43: adapter nested too deeply, expected at most two levels of adapters below a module"},
 };
 
 class EveryMistake : public testing::TestWithParam<Case> {};
@@ -167,6 +181,12 @@ TEST(Description, WithoutAMistakeHasNone)
 TEST(Description, TellsAllItsMistakesAtOnce)
 {
     EXPECT_EQ(mistakesOf("type = 3\nname = \"\"\n").size(), 2u);
+    EXPECT_EQ(mistakesOf("name = \"M\"\ntype = \"ALDER\"\ncpu_module = [{}, 1]\npci_module = 1\n"),
+              (std::vector<std::string>{
+                  "F:3: wrong value for 'cpu_module', expected tables that begin with "
+                  "[[cpu_module]]",
+                  "F:4: wrong value for 'pci_module', expected tables that begin with "
+                  "[[pci_module]]"}));
 }
 
 // Also those that are found by looking at two modules at once; in the order of their lines.
@@ -202,8 +222,11 @@ TEST(Description, PairsNeighboursUnlessItSaysOtherwise)
     EXPECT_EQ(parseDescription(small, "F").devices[0].partner, 2);
     EXPECT_EQ(parseDescription(small, "F").devices[2].partner, 0);
     std::string text = small;
-    for (const char *name : {"name = \"C1\"", "name = \"C2\""})
-        text.insert(text.find(name), "partner = 0\n");
+    text.insert(text.find("name = \"C2\""), "partner = 0\n");
+    EXPECT_EQ(mistakesOf(text).size(), 2u); // so that each of the two runs in duplex alone
+    text.insert(text.find("name = \"C1\""), "partner = 2\n");
+    EXPECT_EQ(mistakesOf(text).at(0).substr(0, 31), "F:11: wrong value for 'partner'");
+    text.replace(text.find("partner = 2"), 11, "partner = 0");
     for (size_t at; (at = text.find("\"duplex\"")) != std::string::npos;)
         text.replace(at, 8, "\"simplex\"");
     EXPECT_EQ(mistakesOf(text), std::vector<std::string>()); // each alone, and both run

@@ -258,6 +258,8 @@ TEST(Machine, KeepsCountingFailuresWhenItForgetsTheirTimes)
 TEST(Machine, CountsNoFurtherThanADescriptionCanSay)
 {
     Machine machine = machineOf(shipped("CEDAR"));
+    machine.now = lastMoment;
+    EXPECT_EQ(apply(machine, {.verb = Verb::set, .argument = "time=+1"}), Refusal::wrongArgument);
     const DeviceId ethernet = {YAT_CLASS_ETHERNET_ADAPTER, 1};
     find(machine, ethernet)->failureCount = mostFailures;
     EXPECT_EQ(apply(machine, {.verb = Verb::fail, .device = ethernet}), Refusal::none);

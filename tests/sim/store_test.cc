@@ -214,6 +214,7 @@ TEST(Store, ForgetsWhatCouldNotBeWritten)
     EXPECT_THROW(write(stored.store,
                        [&] {
                            apply(stored.store.state.machine, stopCpu2);
+                           EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
                            throw std::runtime_error("on the way");
                        }),
                  std::runtime_error);
@@ -280,11 +281,13 @@ TEST(Journal, NeverGoesBackInTime)
     const Order refused = {.verb = Verb::bringUp, .device = cpu2, .code = 6};
     perform(stored.store, refused);
     tamper(stored.store, "UPDATE machine SET real = real + 3600000000");
+    const Time before = look(stored.store).now;
+    EXPECT_GE(before, journalOf(stored.store)[1].simulated);
     perform(stored.store, refused);
     const auto rows = journalOf(stored.store);
     ASSERT_EQ(rows.size(), 3u);
     EXPECT_GT(rows[1].simulated, rows[0].simulated);
-    EXPECT_GE(rows[2].simulated, rows[1].simulated);
+    EXPECT_GE(rows[2].simulated, before);
 }
 
 namespace {
@@ -349,4 +352,6 @@ TEST(DescriptionFile, ThatIsImportedIsWrittenDownWithItsWholePath)
     importMachine(stored.store, "other.toml");
     fs::current_path(before);
     EXPECT_EQ(journalOf(stored.store)[1].argument, other.string());
+    const std::string odd(5000, 'x'); // longer than a path can be
+    EXPECT_EQ(wholePath(odd), odd);
 }

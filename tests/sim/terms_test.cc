@@ -136,6 +136,8 @@ TEST(Words, ForProgressNeverSayThatItIsOver)
     EXPECT_EQ(stateText(machine, module, true), "同期中 99%");
     module.since = machine.now;
     EXPECT_EQ(stateText(machine, module, false), "Synchronising 0 %");
+    machine.timing.synchronise = 0;
+    EXPECT_EQ(stateText(machine, module, false), "Synchronising 99 %");
 }
 
 TEST(Words, FindADeviceByEitherName)
