@@ -49,6 +49,19 @@ const Configuration configurations[] = {
     {"TimeThatIsNone", "\na = 1979-05-27T9\n", "",
      "Error while parsing value: could not determine value type"},
     {"DateWithoutTime", "\na = 1979-05-27T\n", "", "expected a time of day after the date"},
+    {"DateBeforeASign", "\na = 1979-05-27T-1\n", "", "expected a time of day after the date"},
+    {"DateBeforeALetter", "\na = 1979-05-27tx\n", "", "expected a time of day after the date"},
+    {"Times", "a = [1979-05-27t07:32:00, 12345678901]\nmachine = 'ALDER'", "ALDER", ""},
+    {"DateWithMore", "\na = 1979-05-27x\n", "", nullptr},
+    {"HeaderAtTheEnd", "\n[", "", nullptr},
+    {"QuoteAtTheEnd", "\nmachine = \"ALDER", "", nullptr},
+    {"QuoteOpenInItsLine", "\nmachine = \"ALDER\n", "", nullptr},
+    {"BackslashInSingleQuotes", "machine = 'a\\b'", "a\\b", ""},
+    {"JoinedLines", "machine = \"\"\"\\\n  AL\\u0044ER\"\"\"\n", "ALDER", ""},
+    {"ListOfSeveralLines", "a = [\n1,\n{b = 1, c = 2}\n]\nmachine = 'ALDER'", "ALDER", ""},
+    {"BracketWithoutAList", "\na = ]\n", "", nullptr},
+    {"BracketForAKey", "\n]\n", "", nullptr},
+    {"MarkOfTheEncoding", "\xEF\xBB\xBFmachine = 'ALDER'", "ALDER", ""},
 };
 
 class EveryConfiguration : public testing::TestWithParam<Configuration> {};

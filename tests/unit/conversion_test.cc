@@ -95,6 +95,7 @@ TEST_F(Conversion, FromTheLocaleReplacesWhatIsNoCharacter)
 {
     EXPECT_EQ(yat::fromDisplay("a漢é"), "a漢é");
     EXPECT_EQ(yat::fromDisplay("a\xff漢\xe6\xbc"), "a\uFFFD漢\uFFFD\uFFFD");
+    EXPECT_EQ(yat::fromDisplay(std::string_view("a\0漢", 5)), "a\uFFFD漢");
     EXPECT_EQ(yat::toDisplay("a\xff漢\xe6\xbc"), "a\uFFFD漢\uFFFD\uFFFD");
     EXPECT_EQ(yat::printable("a\xff漢\xe6\xbc\x7F\u202E"), "a?漢????");
 }
@@ -106,6 +107,8 @@ TEST_F(Conversion, GoesOnWithoutAConverter)
     setlocale(LC_ALL, "C");
     nextErrors = {{"iconv_open", EINVAL}};
     EXPECT_EQ(yat::toDisplay("a漢"), "a?");
+    nextErrors = {{"iconv_open", EINVAL}};
+    EXPECT_EQ(yat::fromDisplay("a\xff"), "\uFFFD\uFFFD");
 }
 
 TEST(Utf8, HasSequencesUpToItsBorders)
@@ -123,12 +126,16 @@ TEST(Utf8, HasSequencesUpToItsBorders)
         EXPECT_EQ(yat::utf8Length(text), sequence.size()) << std::hex << +character;
         EXPECT_EQ(yat::utf8Length(sequence.substr(0, sequence.size() - 1)), 0u);
         EXPECT_EQ(yat::utf8Character(sequence), character);
+        const std::string shown = yat::printable(text);
+        EXPECT_TRUE(shown == "??" || shown == std::string(sequence) + "?") << shown;
     }
     for (const std::string_view none :
          {"", "\x80\x80", "\xBF\x80", "\xC1\xBF", "\xC2\x7F", "\xC2\xC0", "\xE0\x9F\xBF",
           "\xE1\x80\x7F", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF1\x80\x80\xC0",
-          "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"})
+          "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
         EXPECT_EQ(yat::utf8Length(none), 0u) << none;
+        EXPECT_EQ(yat::printable(none), std::string(none.size(), '?')) << none;
+    }
 }
 
 TEST(Json, HasNothingRawThatATerminalObeys)

@@ -2,9 +2,12 @@
 // What the product makes for itself: who may read it, and which paths it doesn't take.
 #include "common/file.h"
 #include "common/library.h"
+#include "common/lock.h"
 #include "common/ownfiles.h"
+#include "common/paths.h"
 #include "common/problem.h"
 #include "support/files.h"
+#include "support/problem.h"
 #include "system.h"
 
 #include <cerrno>
@@ -268,6 +271,35 @@ TEST_F(OwnFiles, OfAUserMayLieBehindLinks)
     EXPECT_EQ(refusalOfFile(top / "link/b/file"), "");
     ASSERT_EQ(seteuid(0), 0);
     EXPECT_EQ(modeOf(top / "b/file"), 0640);
+}
+
+TEST_F(OwnFiles, OfAUserWithoutAHomeAreNowhere)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "it needs other users to be";
+    const std::string home = getenv("HOME");
+    setenv("YAT_STATE_DIR", "/proc/nowhere", 1);
+    setenv("HOME", "relative", 1);
+    for (const uid_t user : {65534u, 54321u}) { // whose home is none, and who has no name
+        ASSERT_EQ(seteuid(user), 0);
+        const std::string problem = problemOf([] { yat::stateDirectory(); });
+        ASSERT_EQ(seteuid(0), 0);
+        EXPECT_EQ(problem, "/proc/nowhere can't be written: No such file or directory; set "
+                           "YAT_STATE_DIR to a directory that can be written");
+        unsetenv("HOME");
+    }
+    unsetenv("YAT_STATE_DIR");
+    setenv("HOME", home.c_str(), 1);
+}
+
+TEST_F(OwnFiles, AreLockedWhateverSignalsComeIn)
+{
+    nextErrors = {{"flock", EINTR}};
+    EXPECT_TRUE(yat::Lock(open(top.c_str(), O_RDONLY), true).isHeld);
+    nextErrors = {{"flock", ENOLCK}};
+    EXPECT_FALSE(yat::Lock(open(top.c_str(), O_RDONLY), true).isHeld);
+    EXPECT_FALSE(yat::Lock(-1, true).isHeld);
+    EXPECT_EQ(countOpenFiles(), openFiles);
 }
 
 TEST_F(OwnFiles, LibrariesAreRegularFilesToo)

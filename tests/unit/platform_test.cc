@@ -4,12 +4,15 @@
 #include "yat/facts.h"
 #include "yat/ft.h"
 #include "yat/platform.h"
+#include "yat/text.h"
 #include "yat/trace.h"
+#include "yat/winshim.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -145,6 +148,21 @@ TEST(Platform, ThatIsMissingIsACleanFailure)
     EXPECT_NE(root.trace().find("can't be loaded"), std::string::npos);
 }
 
+TEST(Platform, OfAProductThatIsGoneIsNowhere)
+{
+    Root root("");
+    fs::remove_all(root.directory.path / "lib");
+    setenv("YAT_STATE_DIR", "", 1); // the product's own, and as that is gone, the user's
+    setenv("XDG_STATE_HOME", root.directory.path.c_str(), 1);
+    char text[4096];
+    int size;
+    EXPECT_EQ(root.call<decltype(GetYatRootPath)>("GetYatRootPath")(text, sizeof text), 0);
+    EXPECT_EQ(root.call<decltype(OpenStrFile)>("OpenStrFile")("/etc/passwd", &size), nullptr);
+    EXPECT_EQ(root.call<decltype(TraceLogInit)>("TraceLogInit")(0, "trace", 0, 0, 0), 1);
+    EXPECT_TRUE(fs::exists(root.directory.path / "yatkit/log/trace.log"));
+    unsetenv("XDG_STATE_HOME");
+}
+
 TEST(Platform, ThatIsAFifoDoesNotHangTheStart)
 {
     Root root("");
@@ -177,6 +195,10 @@ TEST(Platform, IsOpenedOnceAndReleasedOnce)
     EXPECT_EQ(release(), 0);
     EXPECT_EQ(init(), 1); // and again
     EXPECT_EQ(release(), 1);
+    EXPECT_EQ(init(), 1);
+    void *const handle = std::exchange(root.functions().handle, nullptr); // whoever did that
+    EXPECT_EQ(release(), 0);
+    dlclose(handle);
 }
 
 TEST(Platform, ThatIsNotOpenOrGetsNothingToFillRefusesEachCall)
@@ -218,6 +240,14 @@ TEST(Platform, OfTheHardwareIsAnother)
     EXPECT_EQ(root.init(), 0);
     root.configure("hardware");
     EXPECT_EQ(root.init(), 1);
+}
+
+TEST(Platform, OfTheHardwareIsNotSimulated)
+{
+    Root root(STAGE "/lib/yatcore.dll", "yathost.dll");
+    root.configure("hardware");
+    EXPECT_EQ(root.init(), 0);
+    EXPECT_NE(root.trace().find("this platform only simulates machines"), std::string::npos);
 }
 
 TEST(Platform, OfAMakerIsNamedByItsPath)

@@ -35,6 +35,7 @@ static bool fails(const char *call)
         return fails(#name) ? -1 : static_cast<int>(syscall(SYS_##name, __VA_ARGS__));             \
     }
 CALL(fchmod, (int file, mode_t mode), file, mode)
+CALL(flock, (int file, int operation), file, operation)
 CALL(fsync, (int file), file)
 CALL(ftruncate, (int file, off_t size), file, size)
 CALL(rename, (const char *from, const char *to), from, to)

@@ -13,8 +13,8 @@ extern std::function<void(const std::string &)> beforeOpening;
 // Called by the next write, which then says that it has written the half.
 extern std::function<void()> duringShortWrite;
 
-// Of a call, by its name: the error that the next one fails with. There are fchmod, fsync,
-// ftruncate, iconv_open, rename and write.
+// Of a call, by its name: the error that the next one fails with. There are fchmod, flock,
+// fsync, ftruncate, iconv_open, rename and write.
 extern std::map<std::string, int> nextErrors;
 
 // Stops the clock for as long as there is a time, in milliseconds.

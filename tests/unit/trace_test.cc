@@ -5,11 +5,13 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -145,10 +147,11 @@ TEST_F(Trace, FallsBackToTheUsersStateDirectory)
     setenv("XDG_STATE_HOME", (directory.path / "xdg").c_str(), 1);
     EXPECT_EQ(TraceLogInit(0, "own", 0, 0, 0), 1);
     EXPECT_TRUE(fs::exists(directory.path / "xdg/yatkit/log/own.log"));
-    unsetenv("XDG_STATE_HOME");
+    setenv("XDG_STATE_HOME", "relative", 1);
     setenv("HOME", (directory.path / "home").c_str(), 1);
     EXPECT_EQ(TraceLogInit(0, "own", 0, 0, 0), 1);
     EXPECT_TRUE(fs::exists(directory.path / "home/.local/state/yatkit/log/own.log"));
+    unsetenv("XDG_STATE_HOME");
 }
 
 TEST_F(Trace, RefusesWhatIsNoLogName)
@@ -248,6 +251,25 @@ TEST_F(Trace, GoesOnInANewFileWhenTheOldOneIsTakenAway)
         ASSERT_EQ(TraceLog(0, "s", "f", ++after, "after"), 1);
     EXPECT_EQ(lines("moved.log").size(), 1u);
     EXPECT_EQ(lines("elsewhere").size(), static_cast<size_t>(after)); // "before" is one of them
+    fs::rename(directory.path / "log/elsewhere", directory.path / "log/moved.log");
+    stoppedAt = 1'000'000'000'000;
+    EXPECT_EQ(TraceLog(0, "s", "f", ++after, "back"), 1);
+    stoppedAt = 0;
+    EXPECT_EQ(lines("moved.log").size(), static_cast<size_t>(after));
+}
+
+TEST_F(Trace, IsNotRotatedWhileAnotherProcessIsAtIt)
+{
+    ASSERT_EQ(TraceLogInit(0, "full", 0, 1, 0), 1);
+    const std::string log = directory.path / "log/full.log";
+    fs::resize_file(log, 1 << 20);
+    const int other = open(log.c_str(), O_RDONLY);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    EXPECT_EQ(TraceLog(0, "s", "f", 1, "text"), 1);
+    EXPECT_FALSE(fs::exists(log + ".1"));
+    close(other);
+    EXPECT_EQ(TraceLog(0, "s", "f", 2, "text"), 1);
+    EXPECT_TRUE(fs::exists(log + ".1"));
 }
 
 TEST_F(Trace, TriesAFileThatCannotBeOpenedOnceAMillisecond)
