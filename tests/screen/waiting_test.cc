@@ -179,6 +179,9 @@ TEST(Waiting, EndsWithASignalAsElsewhere)
 {
     Session session({.script = heldScript});
     openHeld(session);
+    // In the colours that S-Lang takes for the last ones.
+    EXPECT_TRUE(session.terminal().waitUntil(
+        [&] { return session.terminal().output().ends_with("\x1b[37m\x1b[40m"); }));
     session.terminal().kill(SIGRTMAX - 1); // by which it is told of the time, but not by others
     session.expectSignal(SIGRTMAX - 1);
     EXPECT_FALSE(session.terminal().inAlternateScreen());
