@@ -175,14 +175,13 @@ void fitScreen()
 void redrawHelpLine()
 {
     newtRedrawHelpLine();
-    SLsmg_Char_Type corner{};
+    SLsmg_Char_Type corner;
     SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 1);
     SLsmg_read_raw(&corner, 1);
     if (corner.nchars > 0)
         return;
     SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 2);
-    SLsmg_set_color(NEWT_COLORSET_HELPLINE);
-    SLsmg_write_string(const_cast<char *>("  "));
+    SLsmg_write_string(const_cast<char *>("  ")); // in the colour of the line
 }
 
 void openWindow(newtComponent form, const Grid &grid, const char *title, GridEnd end)

@@ -166,3 +166,17 @@ TEST(MainScreen, LeadsToEveryDeviceWhereItScrolls)
         EXPECT_EQ(texts, walkDown(132, 43, language));
     }
 }
+
+// newt would draw a wide character twice that ends with the screen.
+TEST(MainScreen, EndsItsHelpLineWithAWholeCharacter)
+{
+    for (const auto &[columns, end] : {std::pair{40, "Enter:開  "}, {41, "Enter:開く "}}) {
+        Session session({.language = "ja_JP.UTF-8", .rows = 12, .columns = columns});
+        session.see("Esc");
+        session.stillPicture();
+        EXPECT_TRUE(session.terminal().rows().back().ends_with(end))
+            << session.terminal().picture();
+        const auto spots = session.terminal().spots().back();
+        EXPECT_EQ(spots.back().style, spots.front().style);
+    }
+}
