@@ -337,15 +337,18 @@ TEST_F(Operations, CountsOfAdaptersAreThoseOfWhatTheyHave)
     server.write(disks + "/host1/target1:0:0/1:0:0:0/x", "");
     server.addDisk(disks, "sdplay", 1);
     server.write(disks + "/host1/target1:0:0/1:0:0:0/ioerr_cnt", "0x1f\n");
-    server.write(server.addInterface(card, "ens4") + "/statistics/tx_errors", "3\n");
-    server.remove(card + "/net/ens4/statistics/rx_errors");
+    const std::string other =
+        server.addInterface(server.addFunction("0000:04:00.0", ethernet), "ens4");
+    server.write(other + "/statistics/tx_errors", "3\n");
+    server.remove(other + "/statistics/rx_errors");
     server.remove(server.addInterface(card, "ens5") + "/statistics");
     server.addDisk(disks, "sdother", 2);
     server.remove(disks + "/host2/target2:0:0/2:0:0:0/ioerr_cnt");
     server.addDevice("/sys/devices/virtual/net/lo", "net", true, "INTERFACE=lo\n");
     server.addDevice("/sys/devices/platform/host9/9:0:0:0", "scsi", false, "");
     const auto failures = [&](int classCode) { return facts(classCode, 1).failures; };
-    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER), 50);
+    EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER), 47);
+    EXPECT_EQ(facts(YAT_CLASS_ETHERNET_ADAPTER, 2).failures, 3);
     EXPECT_EQ(pci(1), "Running,\nCE 2, UE 0"); // what PCI Express reports only
     EXPECT_EQ(failures(YAT_CLASS_SCSI_ADAPTER), 31);
     EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_SCSI_ADAPTER, 1), 26), 1) << trace();

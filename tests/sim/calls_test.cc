@@ -142,6 +142,7 @@ TEST_P(Operations, SetTheMtbfTypeThatIsReadTwoAbove)
     EXPECT_EQ(board, "4");
     EXPECT_EQ(typeOf(1), "4");
     EXPECT_EQ(typeOf(4), "3");
+    EXPECT_EQ(typeOf(9), "3");
     for (const char *type : {"0", "1", "2"}) {
         EXPECT_EQ(setType("CPU module 1", type), 1);
         EXPECT_EQ(setType("PCI module 2", type), 1);

@@ -210,7 +210,7 @@ TEST(Store, SyncsOncePerOperationAndNotToLook)
 TEST(Store, ForgetsWhatCouldNotBeWritten)
 {
     Stored stored;
-    look(stored.store);
+    perform(stored.store, {.verb = Verb::set, .argument = "data_file=1"});
     EXPECT_THROW(write(stored.store,
                        [&] {
                            apply(stored.store.state.machine, stopCpu2);

@@ -101,7 +101,6 @@ TEST_F(Told, IsTheFirstErrorThatALibraryTraced)
     const auto trace = [](void *) {
         TraceLog(YAT_TRACE_PROGRESS, "s", "f", 1, ">");
         TraceLog(YAT_TRACE_MEMORY, "s", "f", 1, "memory");
-        TraceLog(YAT_TRACE_ERROR, "s", "f", 1, "%s", "");
         TraceLog(YAT_TRACE_ERROR, "s", "f", 1, "%s", std::string(1500, 'x').c_str());
         TraceLog(YAT_TRACE_ERROR, "s", "f", 1, "last");
     };
