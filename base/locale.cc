@@ -5,9 +5,11 @@
 #include <cstdlib>
 #include <string_view>
 
+// Each of the other categories is one more file to map at each start, and nothing asks for them.
 void adoptLocale()
 {
-    if (setlocale(LC_ALL, ""))
+    setlocale(LC_MESSAGES, "");
+    if (setlocale(LC_CTYPE, ""))
         return;
     for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const char *value = secure_getenv(name);
