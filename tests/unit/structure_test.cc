@@ -103,6 +103,7 @@ const std::map<std::string, std::string> declaredElsewhere = {
     {"lib/winshim/winshim.cc", "include/yat/winshim.h"},
     {"src/tree/classnames.cc", "include/yat/device.h"},
     // The C++ library's.
+    {"base/terminate.cc", "<exception>"},
     {"lib/common/exceptions.cc", "<cxxabi.h>"},
     // One question, from two that answer, and what becomes of the answers.
     {"lib/hwinfo/driver.cc", "lib/hwinfo/bmc.h"},
