@@ -115,7 +115,7 @@ try {
     if (stat(openedName.c_str(), &status) != 0)
         fault = yat::reason(errno);
     else if (!S_ISREG(status.st_mode)) // nor opened: a FIFO would hold us up
-        fault = "it is no regular file";
+        fault = "it is not a regular file";
     else if (status.st_size > INT_MAX)
         fault = "it is too large";
     else if (file = fopen(openedName.c_str(), "re"); !file)

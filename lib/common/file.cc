@@ -55,7 +55,7 @@ std::string readFile(const std::string &file)
     if (descriptor >= 0)
         close(descriptor);
     if (error != 0)
-        throw Problem(fromDisplay(file) + ": can't be read: " + reason(error));
+        throw Problem(fromDisplay(file) + " can't be read: " + reason(error));
     return text;
 }
 

@@ -13,7 +13,7 @@ void *openLibrary(const char *path)
     char name[PATH_MAX + 32];
     struct stat status;
     if (stat(path, &status) == 0 && !S_ISREG(status.st_mode)) {
-        snprintf(name, sizeof name, "%s (no regular file)", path);
+        snprintf(name, sizeof name, "%s (not a regular file)", path);
         path = name;
     }
     return dlopen(path, RTLD_NOW | RTLD_LOCAL);

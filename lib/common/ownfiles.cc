@@ -62,7 +62,7 @@ void makePart(const std::string &directory, const std::string &part)
 std::string whyNotOwn(const struct stat &file)
 {
     return S_ISLNK(file.st_mode)          ? "it is a symbolic link"
-           : !S_ISREG(file.st_mode)       ? "it is no regular file"
+           : !S_ISREG(file.st_mode)       ? "it is not a regular file"
            : file.st_nlink > 1            ? "it has a second name (a hard link)"
            : isRoot() && file.st_uid != 0 ? "it belongs to another user"
                                           : "";
@@ -111,7 +111,7 @@ int openOwnFile(const std::string &file, int flags, mode_t permissions)
     if (fstat(descriptor, &status) == 0 && whyNotOwn(status).empty())
         return descriptor;
     close(descriptor);
-    refuse(file, "it is another file by now");
+    refuse(file, "it has been replaced meanwhile");
 }
 
 } // namespace yat

@@ -88,7 +88,7 @@ std::string fileOfRoot(const std::string &file)
         if (stat(part.c_str(), &status) != 0)
             refuse(reason(errno));
         if (status.st_uid != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
-            refuse("others than root can write to " + part);
+            refuse("users other than root can write to " + part);
         if (part == "/")
             return path;
     }

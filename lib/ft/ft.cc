@@ -86,7 +86,7 @@ yat::Problem refusal(const std::string &path)
 {
     const std::string why = yat::fromDisplay(yat::lastTracedError());
     return yat::Problem(why.empty() ? yat::fromDisplay(path)
-                                          + " refuses to open, and the trace log has no reason"
+                                          + " can't be opened, and the trace log has no reason"
                                     : why);
 }
 
@@ -171,7 +171,7 @@ int call_yat_is_ft(int reserved)
         yat::complainForScreen("this machine is no fault-tolerant server; name another one in "
                                "yatkit.toml or YAT_MACHINE");
     else if (type == YAT_MACHINE_QUERY_FAILED)
-        yat::complainForScreen("the machine does not tell whether it is a fault-tolerant server; "
+        yat::complainForScreen("the machine does not say whether it is a fault-tolerant server; "
                                "the trace log may say why");
     return type;
 }

@@ -69,7 +69,7 @@ try {
         return {YAT_DETAIL_NO_DEVICE, {"there is no such device", "この装置はありません"}};
     if (!asked.operation)
         return {YAT_DETAIL_UNSUPPORTED,
-                {"a device of its class has no such operation",
+                {"devices of this class have no such operation",
                  "この種類の装置にこの操作はありません"}};
     if (!asked.operation->verb)
         return {YAT_DETAIL_UNSUPPORTED,
@@ -130,7 +130,7 @@ int tryTo(const Asked &asked, const char *name)
     Refusal refusal = checkAsked(machine, asked);
     if (refusal.detail == 0 && std::string_view(asked.operation->name) != name)
         refusal = {YAT_DETAIL_UNSUPPORTED,
-                   {"the code is that of another operation", "この操作の操作コードではありません"}};
+                   {"the code belongs to another operation", "この操作の操作コードではありません"}};
     if (refusal.detail == 0)
         refusal = others;
     if (refusal.detail != 0) {

@@ -118,7 +118,7 @@ MaybeReason useByMounts(const Paths &disks)
                    lastName(device) + "は" + mnt_fs_get_target(entry) + "にマウントされています"};
     });
     if (!hasAny) // not even the root
-        throw yat::Problem("/proc/self/mountinfo tells nothing");
+        throw yat::Problem("/proc/self/mountinfo is empty");
     return use;
 }
 

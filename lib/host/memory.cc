@@ -35,7 +35,7 @@ std::string thisBoot()
 const json &member(const json &object, const std::string &name, json::value_t type)
 {
     if (!object.is_object() || !object.contains(name) || object.at(name).type() != type)
-        throw yat::Problem("it has no fitting \"" + name + "\"");
+        throw yat::Problem("missing or of the wrong type: \"" + name + "\"");
     return object.at(name);
 }
 
@@ -56,7 +56,7 @@ int processorNamed(const std::string &name)
 {
     const auto number = yat::numberIn<uint64_t>(name);
     if (!number)
-        throw yat::Problem("\"" + name + "\" is no processor");
+        throw yat::Problem("\"" + name + "\" is not the number of a processor");
     return static_cast<int>(checked(*number, name, INT_MAX));
 }
 
@@ -96,8 +96,8 @@ try {
         member(parsed, "boot", json::value_t::string).get<std::string>() == thisBoot();
     return isOfThisBoot ? fromJson(parsed) : Memory();
 } catch (const yat::Problem &problem) {
-    throw yat::Problem(
-        file + " can't be used and was left alone; move it away to start anew: " + problem.what());
+    throw yat::Problem(file + " can't be used and was left alone; move it away to start afresh: "
+                       + problem.what());
 }
 
 json toJson(const Memory &memory)

@@ -39,8 +39,7 @@ void addInterface(Interfaces &interfaces, const std::string &path)
 {
     const auto index = readNumber(path + "/ifindex");
     if (!index)
-        throw yat::Problem("the index of the interface " + lastName(path)
-                           + " can't be read, so its use can't be told");
+        throw yat::Problem("the index of the interface " + lastName(path) + " can't be read");
     if (!interfaces.emplace(static_cast<int>(*index), lastName(path)).second)
         return;
     for (const std::string &name : namesIn(path))
@@ -50,8 +49,7 @@ void addInterface(Interfaces &interfaces, const std::string &path)
 
 [[noreturn]] void refuse(int error)
 {
-    throw yat::Problem(std::string("the kernel doesn't tell addresses and routes: ")
-                       + nl_geterror(error));
+    throw yat::Problem(std::string("addresses and routes can't be read: ") + nl_geterror(error));
 }
 
 Socket connect()
@@ -139,7 +137,7 @@ MaybeReason useByUpper(const std::vector<std::string> &ownPaths)
         for (const std::string &name : namesIn(path))
             if (name.starts_with(upper)) {
                 const std::string one = lastName(path), other = name.substr(upper.size());
-                return Reason{other + " stands on " + one, other + "が" + one + "を使っています"};
+                return Reason{other + " uses " + one, other + "が" + one + "を使っています"};
             }
     return {};
 }

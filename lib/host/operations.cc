@@ -32,7 +32,7 @@ std::string nameOf(const Processor &processor)
 
 // ---- What is looked at before
 
-const Reason alreadyStopped = {"it is stopped already", "すでに停止しています"};
+const Reason alreadyStopped = {"it is already stopped", "すでに停止しています"};
 
 Refusal checkRights(const std::vector<std::string> &files)
 {
@@ -62,11 +62,11 @@ Refusal checkStop(const Machine &machine, const Package &package)
                            [](const Package &each) { return stateOf(each); })
         == 1)
         return {YAT_DETAIL_LAST_RUNNING,
-                {"it is the last one that runs", "稼働している最後のモジュールです"}};
+                {"it is the last one running", "稼働している最後のモジュールです"}};
     for (const Processor &processor : package.processors)
         if (processor.isOnline && !processor.canGo)
             return {YAT_DETAIL_UNSUPPORTED,
-                    {"the kernel can't do without " + nameOf(processor),
+                    {"the kernel does not take " + nameOf(processor) + " offline",
                      "プロセッサ" + std::to_string(processor.number)
                          + "はカーネルが使用しているため停止できません"}};
     return {};
@@ -75,7 +75,8 @@ Refusal checkStop(const Machine &machine, const Package &package)
 Refusal checkStart(const Package &package)
 {
     return onlineOf(package) == static_cast<int>(package.processors.size())
-               ? Refusal{YAT_DETAIL_STATE, {"all of it runs already", "すでにすべて稼働しています"}}
+               ? Refusal{YAT_DETAIL_STATE,
+                         {"all its processors are already running", "すでにすべて稼働しています"}}
                : Refusal{};
 }
 
@@ -95,19 +96,20 @@ Refusal checkSlot(const Machine &machine, const Slot &slot, Verb verb)
 {
     const State state = stateOf(machine, slot);
     if (state == State::empty)
-        return {YAT_DETAIL_NOT_INSTALLED, {"there is no card in it", "カードが搭載されていません"}};
+        return {YAT_DETAIL_NOT_INSTALLED, {"the slot is empty", "カードが搭載されていません"}};
     if (state != (verb == Verb::stop ? State::running : State::stopped))
         return {YAT_DETAIL_STATE,
                 state == State::unknown ? Reason{"its state can't be read", "状態を取得できません"}
                 : verb == Verb::stop ? alreadyStopped
-                                     : Reason{"it runs already", "すでに稼働しています"}};
+                                     : Reason{"it is already running", "すでに稼働しています"}};
     const Refusal refusal = checkRights({slot.directory + "/power"});
     if (refusal.detail != 0 || verb == Verb::start)
         return refusal;
     if (functionsBelow(machine, slot).empty())
-        return {YAT_DETAIL_STATE,
-                {"the kernel shows no function in it, so its use can't be told",
-                 "カーネルがこのスロットの装置を示さないため、使用中かどうか分かりません"}};
+        return {
+            YAT_DETAIL_STATE,
+            {"the kernel lists no device in the slot, so it can't be checked whether it is in use",
+             "カーネルがこのスロットの装置を示さないため、使用中かどうか分かりません"}};
     const MaybeReason use = useOf(machine, slot);
     return use ? Refusal{YAT_DETAIL_IN_USE, *use} : Refusal{};
 }
@@ -116,7 +118,7 @@ Refusal checkClear(const Machine &machine, const Device &device)
 {
     if (!countsOf(machine, device).isKnown)
         return {YAT_DETAIL_UNSUPPORTED,
-                {"the machine counts no errors of it", "この装置のエラー数は記録されていません"}};
+                {"the server counts no errors of it", "この装置のエラー数は記録されていません"}};
     return checkRights({});
 }
 
@@ -129,7 +131,7 @@ std::string setProcessor(const Processor &processor, bool online, Clock::time_po
         writeAttribute(onlineFile(processor.number), online ? "1" : "0",
                        std::chrono::duration_cast<milliseconds>(deadline - Clock::now()));
     const bool follows = why.empty() && isOnline(readOnline(), processor.number) == online;
-    return why.empty() && !follows ? "the kernel took it and did not follow" : why;
+    return why.empty() && !follows ? "the kernel accepted the request, but nothing changed" : why;
 }
 
 std::string describe(const Package &package)
@@ -178,10 +180,10 @@ Progress progressOf(const std::string &label)
 std::string describe(const Progress &progress)
 {
     if (!progress.isOn)
-        return "power reads nothing";
-    return std::string("power reads ") + (*progress.isOn ? "1" : "0") + ", "
-           + std::to_string(progress.functions) + " functions are there, "
-           + std::to_string(progress.withoutDriver) + " of them without a driver";
+        return "the power state can't be read";
+    return std::string("power is ") + (*progress.isOn ? "1" : "0")
+           + "; functions present: " + std::to_string(progress.functions)
+           + ", without a driver: " + std::to_string(progress.withoutDriver);
 }
 
 } // namespace
@@ -195,8 +197,8 @@ Refusal check(const Machine &machine, const Device &device, Verb verb)
     if (const Slot *slot = slotOf(machine, device))
         return checkSlot(machine, *slot, verb);
     if (device.kind == Kind::package || device.kind == Kind::slot)
-        return {YAT_DETAIL_NO_DEVICE, {"it is gone", "装置がなくなりました"}};
-    return {YAT_DETAIL_UNSUPPORTED, {"it has no switch", "電源スイッチがありません"}};
+        return {YAT_DETAIL_NO_DEVICE, {"it is no longer there", "装置がなくなりました"}};
+    return {YAT_DETAIL_UNSUPPORTED, {"it has no power switch", "電源スイッチがありません"}};
 }
 
 void switchPackage(const Package &package, bool on, milliseconds limit)
@@ -215,7 +217,7 @@ void switchPackage(const Package &package, bool on, milliseconds limit)
             done.push_back(processor);
             continue;
         }
-        refused = nameOf(processor) + " refuses: " + why;
+        refused = nameOf(processor) + " can't be switched: " + why;
         maySkip = siblingsAreOff && why == yat::reason(EPERM);
         if (!maySkip)
             break;
@@ -231,7 +233,8 @@ void switchSlot(const Slot &slot, bool on, milliseconds limit, milliseconds forD
     const auto deadline = Clock::now() + limit;
     const std::string file = slot.directory + "/power";
     if (const std::string why = writeAttribute(file, on ? "1" : "0", limit); !why.empty())
-        throw yat::Problem("the slot refuses: " + why + "; " + describe(progressOf(slot.label)));
+        throw yat::Problem("the slot can't be switched: " + why + "; "
+                           + describe(progressOf(slot.label)));
     std::optional<Clock::time_point> complete; // but for drivers
     for (;;) {
         const Progress progress = progressOf(slot.label);
@@ -241,7 +244,7 @@ void switchSlot(const Slot &slot, bool on, milliseconds limit, milliseconds forD
         if (isComplete && (progress.withoutDriver == 0 || now - *complete >= forDrivers))
             return;
         if (now >= deadline)
-            throw yat::Problem("it did not come to its end in time: " + describe(progress));
+            throw yat::Problem("the slot was not ready in time: " + describe(progress));
         std::this_thread::sleep_for(betweenLooks);
     }
 }

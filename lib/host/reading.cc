@@ -70,7 +70,7 @@ Machine readMachine()
     Machine machine;
     machine.packages = readAndRemember();
     if (machine.packages.empty())
-        throw yat::Problem("the kernel tells of no processors below /sys/devices/system/cpu");
+        throw yat::Problem("no processors are listed below /sys/devices/system/cpu");
     machine.slots = readSlots();
     machine.functions = readFunctions(machine.slots);
     machine.biosVersion = readBiosVersion();

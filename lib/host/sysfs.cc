@@ -155,13 +155,13 @@ std::string writeAttribute(const std::string &file, const std::string &value,
     int status = 0;
     if (!awaitEnd(writer, limit)) {
         kill(writer, SIGKILL); // in time, it may keep the kernel from doing it later
-        return "the kernel has not taken \"" + value + "\" for " + file + " in time";
+        return "writing \"" + value + "\" to " + file + " did not finish in time";
     }
     while (waitpid(writer, &status, 0) < 0 && errno == EINTR) {
     }
     return status == 0         ? ""
            : WIFEXITED(status) ? yat::reason(WEXITSTATUS(status))
-                               : "the writer of " + file + " was killed";
+                               : "the process that writes to " + file + " was killed";
 }
 
 } // namespace host

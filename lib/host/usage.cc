@@ -25,9 +25,9 @@ MaybeReason useOutOfSight(const Function &function)
     if (std::ranges::any_of(handingOut, [&](const char *part) {
             return function.driver.find(part) != std::string::npos;
         }))
-        return Reason{function.address + " is handed to a program by the driver " + function.driver,
-                      function.address + "はドライバ" + function.driver
-                          + "でプログラムに渡されています"};
+        return Reason{
+            function.address + " is assigned to a program by the driver " + function.driver,
+            function.address + "はドライバ" + function.driver + "でプログラムに渡されています"};
     if (function.classCode >> 16 == networkBaseClass && !function.driver.empty()
         && function.interfaces.empty())
         return Reason{
@@ -69,7 +69,8 @@ try {
     return useBelow(functionsBelow(machine, slot));
 } catch (const yat::Problem &problem) {
     const std::string why = problem.what();
-    return Reason{"what uses it can't be told: " + why, "使用状況を確認できません: " + why};
+    return Reason{"it can't be checked whether it is in use: " + why,
+                  "使用状況を確認できません: " + why};
 }
 
 } // namespace host

@@ -42,7 +42,7 @@ Response interpret(std::span<const uint8_t> bytes)
     if (!bytes.empty() && bytes[0] != IPMI_CC_NO_ERROR)
         throw yat::Problem(refusal(bytes[0]));
     if (bytes.size() < fewestBytes)
-        throw yat::Problem("the answer has " + std::to_string(bytes.size())
+        throw yat::Problem("the BMC's answer has " + std::to_string(bytes.size())
                            + " bytes, expected at least " + std::to_string(fewestBytes));
     Response deviceId{};
     std::ranges::copy(bytes.first(std::min(bytes.size(), deviceId.size())), deviceId.begin());

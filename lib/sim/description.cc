@@ -137,7 +137,7 @@ void Reader::mustBeUnique(std::string_view key, int kind, const std::string &val
         return;
     scope.wrong.push_back(key);
     report(*scope.table->get(key),
-           std::string(key) + " '" + value + "' is taken, expected one that no other has");
+           std::string(key) + " '" + value + "' is used already, expected one that no other has");
 }
 
 // A table or a date is what no rule takes.

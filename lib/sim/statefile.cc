@@ -24,7 +24,8 @@ void setAside(const std::string &log)
         aside = log + ".aside." + std::to_string(number);
     if (rename(log.c_str(), aside.c_str()) != 0 && errno != ENOENT)
         throw yat::Problem(yat::fromDisplay(log)
-                           + " is in the way and can't be set aside: " + yat::reason(errno));
+                           + " is left from an earlier file and can't be renamed: "
+                           + yat::reason(errno));
 }
 
 void makeTables(const std::string &file, const std::function<void(yat::Database &)> &fill)

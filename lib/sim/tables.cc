@@ -195,7 +195,7 @@ void check(const yat::Database &database, const Machine &machine)
         if (device.partner != 0 && !partnerOf(machine, device))
             damaged(database, "the partner of a module is missing");
         if (device.partner == 0 && device.state == State::synchronising)
-            damaged(database, "a module synchronises with none");
+            damaged(database, "a module is synchronising without a partner");
     }
 }
 
@@ -218,7 +218,7 @@ MachineState readState(yat::Database &database)
         isThere = true;
     });
     if (!isThere)
-        damaged(database, "the machine is missing");
+        damaged(database, "it describes no machine");
     machine.now = state.clock.simulated;
     database.each(database.prepared("SELECT * FROM device ORDER BY position"),
                   [&](sqlite3_stmt *row) {

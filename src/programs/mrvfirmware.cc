@@ -16,7 +16,7 @@ int showFirmware()
     }
     char revision[6];
     if (Get_BMC_FWRevision(revision) == 0) {
-        say("the firmware revision cannot be read; the trace log says why");
+        say("the firmware revision can't be read; the trace log says why");
         return 0;
     }
     printf("%s\n", revision);

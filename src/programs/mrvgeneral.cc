@@ -17,7 +17,7 @@ int printSettings()
     int burn = 0, bringUp = 0;
     if (GetBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &burn) == 0
         || GetBBDriverSettings(YAT_SETTING_AUTO_BRING_UP, YAT_CLASS_GENERAL, 1, &bringUp) == 0) {
-        say("the settings of the server cannot be read; the trace log says why");
+        say("the settings of the server can't be read; the trace log says why");
         return 0;
     }
     printf("BB_DRV_AUTO_BURN: %d\nBB_DRV_AUTO_BRING_UP: %d\n", burn, bringUp);

@@ -33,7 +33,7 @@ std::string terminalFault(const std::string &data)
     if (const std::string_view encoding = nl_langinfo(CODESET);
         MB_CUR_MAX > 1 && encoding != "UTF-8")
         return "characters of the encoding " + std::string(encoding)
-               + " can't be drawn whole; set LC_ALL to a locale in UTF-8, and the terminal with it";
+               + " are not supported; use a UTF-8 locale (LC_ALL) and a UTF-8 terminal";
     SLtt_get_screen_size();
     if (SLtt_Screen_Cols < fewestColumns || SLtt_Screen_Rows < fewestRows)
         return "the terminal has " + std::to_string(SLtt_Screen_Cols) + " columns and "

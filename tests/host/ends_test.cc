@@ -42,22 +42,23 @@ TEST_F(Ends, SlotThatDoesNotFollowInTimeHasFailed)
     server.addFunction("0000:02:00.0", display, "some");
     server.addFunction("0000:02:00.1", display);
     server.addSlot("1", "0000:02:00", true, true);
-    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
-              "it did not come to its end in time: power reads 0, 2 functions are there, 1 of them "
-              "without a driver");
+    EXPECT_EQ(
+        problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+        "the slot was not ready in time: power is 0; functions present: 2, without a driver: 1");
     EXPECT_EQ(pci(1), "Stopped"); // as it is
     server.remove("/sys/bus/pci/devices/0000:02:00.1");
-    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
-              "it did not come to its end in time: power reads 0, 1 functions are there, 0 of them "
-              "without a driver");
+    EXPECT_EQ(
+        problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+        "the slot was not ready in time: power is 0; functions present: 1, without a driver: 0");
     server.remove("/sys/bus/pci/devices/0000:02:00.0");
     server.write("/sys/bus/pci/slots/1/power", "11"); // "0" written here changes nothing
-    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
-              "it did not come to its end in time: power reads 1, 0 functions are there, 0 of them "
-              "without a driver");
+    EXPECT_EQ(
+        problemOf([&] { host::switchSlot(slot, false, milliseconds(250)); }),
+        "the slot was not ready in time: power is 1; functions present: 0, without a driver: 0");
     server.remove("/sys/bus/pci/slots/1");
-    EXPECT_EQ(problemOf([&] { host::switchSlot(slot, true, milliseconds(250)); }),
-              "the slot refuses: No such file or directory; power reads nothing");
+    EXPECT_EQ(
+        problemOf([&] { host::switchSlot(slot, true, milliseconds(250)); }),
+        "the slot can't be switched: No such file or directory; the power state can't be read");
 }
 
 TEST_F(Ends, SlotThatKeepsItsWriterWaitingHasFailed)
@@ -67,8 +68,8 @@ TEST_F(Ends, SlotThatKeepsItsWriterWaitingHasFailed)
     server.addSlot("1", "0000:02:00", true, true);
     block("/sys/bus/pci/slots/1/power");
     EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(50)); }),
-              "the slot refuses: the kernel has not taken \"0\" for /sys/bus/pci/slots/1/power in "
-              "time; power reads nothing");
+              "the slot can't be switched: writing \"0\" to /sys/bus/pci/slots/1/power "
+              "did not finish in time; the power state can't be read");
     int status = 0;
     EXPECT_GT(wait(&status), 0); // the writer, which does nothing later
     EXPECT_TRUE(WIFSIGNALED(status));
@@ -86,8 +87,7 @@ TEST_F(Ends, SlotIsOnWhenNoDriverComesForAWhile)
         "");
     EXPECT_EQ(
         problemOf([&] { host::switchSlot(slot, true, milliseconds(150), milliseconds(10000)); }),
-        "it did not come to its end in time: power reads 1, 2 functions are there, 1 of them "
-        "without a driver");
+        "the slot was not ready in time: power is 1; functions present: 2, without a driver: 1");
 }
 
 TEST_F(Ends, ProcessorThatKeepsItsWriterWaitingHasFailed)
@@ -98,8 +98,8 @@ TEST_F(Ends, ProcessorThatKeepsItsWriterWaitingHasFailed)
     const auto packages = host::readPackages(known);
     ASSERT_EQ(packages.size(), 2u);
     EXPECT_EQ(problemOf([&] { host::switchPackage(packages[1], false, milliseconds(50)); }),
-              "processor 4 refuses: the kernel has not taken \"0\" for "
-              "/sys/devices/system/cpu/cpu4/online in time; 3 of 3 are online");
+              "processor 4 can't be switched: writing \"0\" to "
+              "/sys/devices/system/cpu/cpu4/online did not finish in time; 3 of 3 are online");
     EXPECT_EQ(online(3) + online(5), "11"); // the one that went is back
     int status = 0;
     EXPECT_GT(waitpid(-1, &status, 0), 0);
@@ -112,12 +112,14 @@ TEST_F(Ends, ProcessorIsWhereTheKernelHasItAmongAll)
     addPackages(2, 2);
     server.write("/sys/devices/system/cpu/online", "0-3\n");
     EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
-    EXPECT_EQ(journal().back(), "CPU module 2 stop failed processor 3 refuses: the kernel took it "
-                                "and did not follow; 2 of 2 are online");
+    EXPECT_EQ(journal().back(),
+              "CPU module 2 stop failed processor 3 can't be switched: the kernel accepted the "
+              "request, but nothing changed; 2 of 2 are online");
     server.write("/sys/devices/system/cpu/online", "0\n");
     EXPECT_EQ(CALL(InitBringUp)(record(2, 2), startCpu + 1), 0);
-    EXPECT_EQ(journal().back(), "CPU module 2 start failed processor 3 refuses: the kernel took it "
-                                "and did not follow; 0 of 2 are online");
+    EXPECT_EQ(journal().back(),
+              "CPU module 2 start failed processor 3 can't be switched: the kernel accepted the "
+              "request, but nothing changed; 0 of 2 are online");
 }
 
 // Its process is killed while the slot is on its way.

@@ -53,7 +53,7 @@ TEST_F(Unseen, ProcessorsKeepTheSlotOn)
 {
     record(YAT_CLASS_PCI_MODULE, 1);
     server.remove("/sys/bus/cpu/devices");
-    expectRefusal("the kernel tells of no processors below /sys/devices/system/cpu");
+    expectRefusal("no processors are listed below /sys/devices/system/cpu");
 }
 
 TEST_F(Unseen, NetworksKeepTheSlotOn)
@@ -62,8 +62,8 @@ TEST_F(Unseen, NetworksKeepTheSlotOn)
     for (const char *call : {"nl_connect", "rtnl_addr_alloc_cache", "rtnl_route_alloc_cache"}) {
         std::filesystem::remove(state.path / "host.journal");
         kernel.refusedCall = call;
-        expectRefusal("what uses it can't be told: the kernel doesn't tell addresses and routes: "
-                      "Operation not permitted",
+        expectRefusal("it can't be checked whether it is in use: addresses and routes can't be "
+                      "read: Operation not permitted",
                       YAT_DETAIL_IN_USE);
     }
 }
@@ -72,7 +72,8 @@ TEST_F(Unseen, NetworksKeepTheSlotOn)
 TEST_F(Unseen, FunctionOfASlotKeepsItOn)
 {
     server.write("/sys/bus/pci/slots/1/address", "garbage\n");
-    expectRefusal("the kernel shows no function in it, so its use can't be told");
+    expectRefusal(
+        "the kernel lists no device in the slot, so it can't be checked whether it is in use");
 }
 
 TEST_F(Unseen, LockThatCantBeMadeIsARefusal)
@@ -82,6 +83,6 @@ TEST_F(Unseen, LockThatCantBeMadeIsARefusal)
     EXPECT_EQ(online(1), "1");
     EXPECT_EQ(journal(),
               (Lines{"CPU module 2 stop refused " + (state.path / "host.operation.lock").string()
-                     + " can't be written: it is no regular file"}));
+                     + " can't be written: it is not a regular file"}));
     EXPECT_EQ(logged.size(), 1u);
 }

@@ -92,7 +92,7 @@ TEST_F(Journal, HasNoLoginWhereNobodyLoggedIn)
         EXPECT_EQ(entries().back().at("login"), "") << number;
         EXPECT_EQ(logged.back().second, "start of CPU module 2 [package 1] asked by "
                                             + nameOf(getuid()) + " on " + ttyname(STDIN_FILENO)
-                                            + ": refused: all of it runs already");
+                                            + ": refused: all its processors are already running");
     }
     server.write("/proc/self/loginuid", "4294967294\n"); // who has no name
     CALL(InitBringUp)(module, startCpu + 1);
@@ -107,8 +107,9 @@ TEST_F(Journal, TellsFailuresLouder)
     ASSERT_EQ(logged.size(), 2u);
     EXPECT_EQ(logged[0].first, LOG_AUTHPRIV | LOG_NOTICE);
     EXPECT_EQ(logged[1].first, LOG_AUTHPRIV | LOG_ERR);
-    EXPECT_TRUE(logged[1].second.ends_with(": failed: processor 1 refuses: the kernel took it and "
-                                           "did not follow; 1 of 1 are online"))
+    EXPECT_TRUE(
+        logged[1].second.ends_with(": failed: processor 1 can't be switched: the kernel accepted "
+                                   "the request, but nothing changed; 1 of 1 are online"))
         << logged[1].second;
 }
 
@@ -139,11 +140,12 @@ TEST_F(Journal, IsEnglishInEveryLocale)
         devices.push_back(line.at("device").get<std::string>() + " / "
                           + line.at("key").get<std::string>() + " / "
                           + line.at("reason").get<std::string>());
-    EXPECT_EQ(devices, (Lines{"CPU module 2 / package 1 / all of it runs already",
-                              "PCI module 1 (slot 1) / slot 1 / it runs already",
-                              "PCI module 2 (not in a slot) / not in a slot / it has no switch",
-                              "SCSI adapter 1 (82574L Gigabit Network Conne) / 0000:02:00.0 / the "
-                              "machine counts no errors of it"}));
+    EXPECT_EQ(devices,
+              (Lines{"CPU module 2 / package 1 / all its processors are already running",
+                     "PCI module 1 (slot 1) / slot 1 / it is already running",
+                     "PCI module 2 (not in a slot) / not in a slot / it has no power switch",
+                     "SCSI adapter 1 (82574L Gigabit Network Conne) / 0000:02:00.0 / the "
+                     "server counts no errors of it"}));
 }
 
 // Whoever may mount chooses the name of the place.

@@ -39,7 +39,7 @@ protected:
     {
         const std::string text =
             memory.string()
-            + " can't be used and was left alone; move it away to start anew: " + why;
+            + " can't be used and was left alone; move it away to start afresh: " + why;
         EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 0, UE 7");
         EXPECT_NE(trace().find(text), std::string::npos) << trace();
         EXPECT_EQ(clear(), 0);
@@ -75,7 +75,7 @@ std::string withUncorrected(const std::string &number)
     return withCounts(R"({"corrected": 0, "uncorrected": )" + number + "}");
 }
 
-const std::string notFitting = "it has no fitting ", tooLarge = "the number of ";
+const std::string notFitting = "missing or of the wrong type: ", tooLarge = "the number of ";
 
 const Damage damages[] = {
     {"Nothing", "", notFitting + R"("boot")"},
@@ -86,14 +86,15 @@ const Damage damages[] = {
     {"NoPackages", R"({"boot": "this", "baselines": {}})", notFitting + R"("packages")"},
     {"ListOfPackages", withPackages("[0, 1]"), notFitting + R"("packages")"},
     {"NoBaselines", R"({"boot": "this", "packages": {}})", notFitting + R"("baselines")"},
-    {"WordForAProcessor", withPackages(R"({"one": 0})"), R"("one" is no processor)"},
-    {"EmptyProcessor", withPackages(R"({"": 0})"), R"("" is no processor)"},
-    {"ProcessorWithMore", withPackages(R"({"1x": 0})"), R"("1x" is no processor)"},
-    {"NegativeProcessor", withPackages(R"({"-1": 0})"), R"("-1" is no processor)"},
+    {"WordForAProcessor", withPackages(R"({"one": 0})"),
+     R"("one" is not the number of a processor)"},
+    {"EmptyProcessor", withPackages(R"({"": 0})"), R"("" is not the number of a processor)"},
+    {"ProcessorWithMore", withPackages(R"({"1x": 0})"), R"("1x" is not the number of a processor)"},
+    {"NegativeProcessor", withPackages(R"({"-1": 0})"), R"("-1" is not the number of a processor)"},
     {"LargeProcessor", withPackages(R"({"2147483648": 0})"),
      tooLarge + R"("2147483648" is too large)"},
     {"HugeProcessor", withPackages(R"({"99999999999999999999": 0})"),
-     R"("99999999999999999999" is no processor)"},
+     R"("99999999999999999999" is not the number of a processor)"},
     {"NegativePackage", withPackages(R"({"1": -1})"), notFitting + R"("1")"},
     {"LargePackage", withPackages(R"({"1": 2147483648})"), tooLarge + R"("1" is too large)"},
     {"ExponentForAPackage", withPackages(R"({"1": 1e300})"), notFitting + R"("1")"},
@@ -166,7 +167,7 @@ TEST_F(Kept, MemoryIsNoLinkAndNothingElseThanAFile)
     expectLeftAlone(memory.string() + " can't be written: it has a second name (a hard link)");
     fs::remove(memory);
     ASSERT_EQ(mkfifo(memory.c_str(), 0600), 0);
-    expectLeftAlone(memory.string() + " can't be written: it is no regular file");
+    expectLeftAlone(memory.string() + " can't be written: it is not a regular file");
 }
 
 TEST_F(Kept, DamageIsTracedOnce)
@@ -201,7 +202,7 @@ TEST_F(Kept, WhatCannotBeWrittenDownIsNotDone)
     fs::create_directory(journal);
     EXPECT_EQ(CALL(InitBringDown)(record(YAT_CLASS_CPU_MODULE, 2), stopCpu + 1), 0);
     EXPECT_EQ(server.read("/sys/devices/system/cpu/cpu1/online"), "1\n");
-    EXPECT_NE(trace().find(journal.string() + " can't be written: it is no regular file"),
+    EXPECT_NE(trace().find(journal.string() + " can't be written: it is not a regular file"),
               std::string::npos)
         << trace();
     EXPECT_EQ(clear(), 0);

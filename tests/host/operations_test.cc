@@ -58,19 +58,19 @@ TEST_F(Operations, PackageIsStoppedAndStarted)
 {
     addPackages(2, 3);
     EXPECT_EQ(support(2, 2, stopCpu), "");
-    EXPECT_EQ(support(2, 2, startCpu), "4 all of it runs already");
+    EXPECT_EQ(support(2, 2, startCpu), "4 all its processors are already running");
     EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 1) << trace();
     EXPECT_EQ(online(3) + online(4) + online(5), "000");
     EXPECT_EQ(online(1) + online(2), "11");
     EXPECT_EQ(cpu(2), "Stopped");
-    EXPECT_EQ(support(2, 2, stopCpu), "4 it is stopped already");
+    EXPECT_EQ(support(2, 2, stopCpu), "4 it is already stopped");
     EXPECT_EQ(support(2, 2, startCpu), "");
     EXPECT_EQ(CALL(InitBringUp)(record(2, 2), startCpu + 1), 1) << trace();
     EXPECT_EQ(online(3) + online(4) + online(5), "111");
     EXPECT_EQ(cpu(2), "3 of 3 running");
-    EXPECT_EQ(journal(), (Lines{"CPU module 2 start refused all of it runs already",
+    EXPECT_EQ(journal(), (Lines{"CPU module 2 start refused all its processors are already running",
                                 "CPU module 2 stop begun ", "CPU module 2 stop done ",
-                                "CPU module 2 stop refused it is stopped already",
+                                "CPU module 2 stop refused it is already stopped",
                                 "CPU module 2 start begun ", "CPU module 2 start done "}));
 }
 
@@ -88,8 +88,9 @@ TEST_F(Operations, PackageComesBackWhenOneOfItsProcessorsRefuses)
     server.write("/sys/devices/system/cpu/cpu4/online", "01"); // "0" written here changes nothing
     EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
     EXPECT_EQ(online(3) + online(5), "11");
-    EXPECT_EQ(journal().back(), "CPU module 2 stop failed processor 4 refuses: the kernel took it "
-                                "and did not follow; 3 of 3 are online");
+    EXPECT_EQ(journal().back(),
+              "CPU module 2 stop failed processor 4 can't be switched: the kernel accepted the "
+              "request, but nothing changed; 3 of 3 are online");
     EXPECT_EQ(cpu(2), "3 of 3 running");
 }
 
@@ -99,8 +100,9 @@ TEST_F(Operations, LastProcessorOfAPackageIsTheFirstToGo)
     for (const char *number : {"3", "4", "5"})
         server.write("/sys/devices/system/cpu/cpu" + std::string(number) + "/online", "01");
     EXPECT_EQ(CALL(InitBringDown)(record(2, 2), stopCpu + 1), 0);
-    EXPECT_EQ(journal().back(), "CPU module 2 stop failed processor 5 refuses: the kernel took it "
-                                "and did not follow; 3 of 3 are online");
+    EXPECT_EQ(journal().back(),
+              "CPU module 2 stop failed processor 5 can't be switched: the kernel accepted the "
+              "request, but nothing changed; 3 of 3 are online");
 }
 
 // As with "off" in smt/control: of each core, the kernel takes the first processor only.
@@ -118,8 +120,9 @@ TEST_F(Operations, PackageIsStartedWithoutTheSiblingsThatAreOff)
     for (const char *setting : {"on", "notsupported"}) {
         server.write(control, std::string(setting) + "\n");
         EXPECT_EQ(start(), 0);
-        EXPECT_EQ(journal().back(), "CPU module 2 start failed processor 7 refuses: Operation not "
-                                    "permitted; 0 of 4 are online");
+        EXPECT_EQ(journal().back(),
+                  "CPU module 2 start failed processor 7 can't be switched: Operation not "
+                  "permitted; 0 of 4 are online");
     }
     for (const char *setting : {"off", "forceoff"}) {
         server.write(control, std::string(setting) + "\n");
@@ -129,8 +132,9 @@ TEST_F(Operations, PackageIsStartedWithoutTheSiblingsThatAreOff)
     }
     kernel.refusals[all + "/cpu4/online"] = EIO;
     EXPECT_EQ(start(), 0);
-    EXPECT_EQ(journal().back(), "CPU module 2 start failed processor 4 refuses: Input/output "
-                                "error; 0 of 4 are online");
+    EXPECT_EQ(journal().back(),
+              "CPU module 2 start failed processor 4 can't be switched: Input/output "
+              "error; 0 of 4 are online");
     kernel.refusals[all + "/cpu4/online"] = kernel.refusals[all + "/cpu6/online"] = EPERM;
     EXPECT_EQ(start(), 0); // nothing of it came online
 }
@@ -138,11 +142,11 @@ TEST_F(Operations, PackageIsStartedWithoutTheSiblingsThatAreOff)
 TEST_F(Operations, LastRunningPackageAndThatOfAFixedProcessorStay)
 {
     addPackages(2, 2);
-    EXPECT_EQ(support(2, 1, stopCpu), "1 the kernel can't do without processor 0");
+    EXPECT_EQ(support(2, 1, stopCpu), "1 the kernel does not take processor 0 offline");
     server.setOnline(2, 1, false);
     EXPECT_EQ(support(2, 2, stopCpu), ""); // a part of it runs
     server.setOnline(3, 1, false);
-    EXPECT_EQ(support(2, 1, stopCpu), "5 it is the last one that runs");
+    EXPECT_EQ(support(2, 1, stopCpu), "5 it is the last one running");
     EXPECT_EQ(CALL(InitBringDown)(record(2, 1), stopCpu + 1), 0);
     EXPECT_EQ(online(1), "1");
 }
@@ -153,7 +157,7 @@ TEST_F(Operations, SlotIsStoppedAndStarted)
     std::string card = server.addFunction("0000:02:00.0", display, "some");
     server.addSlot("1", "0000:02:00", true, true);
     const auto power = server.at("/sys/bus/pci/slots/1/power");
-    EXPECT_EQ(support(3, 1, startPci), "4 it runs already");
+    EXPECT_EQ(support(3, 1, startPci), "4 it is already running");
     EXPECT_EQ(support(3, 1, stopPci), "");
     {
         const Meanwhile kernel(power, '0', [&] {
@@ -164,7 +168,7 @@ TEST_F(Operations, SlotIsStoppedAndStarted)
     }
     EXPECT_FALSE(std::filesystem::exists(server.at(card)));
     EXPECT_EQ(pci(1), "Stopped");
-    EXPECT_EQ(support(3, 1, stopPci), "4 it is stopped already");
+    EXPECT_EQ(support(3, 1, stopPci), "4 it is already stopped");
     EXPECT_EQ(support(3, 1, startPci), "");
     {
         const Meanwhile kernel(power, '1', [&] {
@@ -183,8 +187,8 @@ TEST_F(Operations, SlotWithoutACardIsNotStarted)
     server.addProcessor(0, 0);
     server.addSlot("1", "0000:02:00", false, false);
     server.addFunction("0000:00:1f.0", display);
-    EXPECT_EQ(support(3, 1, startPci), "3 there is no card in it");
-    EXPECT_EQ(support(3, 2, stopPci), "1 it has no switch");
+    EXPECT_EQ(support(3, 1, startPci), "3 the slot is empty");
+    EXPECT_EQ(support(3, 2, stopPci), "1 it has no power switch");
 }
 
 TEST_F(Operations, AreLookedAtAgainWhenTheyAreCarriedOut)
@@ -256,7 +260,7 @@ TEST_F(Operations, OfOtherKindsOrDevicesAreRefused)
     EXPECT_STREQ(text, "");
     EXPECT_EQ(support(2, 2, 9), "1 this server has no such operation");
     EXPECT_EQ(support(2, 2, 13), "1 this server has no such operation");
-    EXPECT_EQ(support(2, 2, stopPci), "1 a device of its class has no such operation");
+    EXPECT_EQ(support(2, 2, stopPci), "1 devices of this class have no such operation");
     EXPECT_EQ(CALL(InitBringUp)(module, stopCpu + 1), 0);
     EXPECT_EQ(CALL(InitBringDown)(nullptr, stopCpu + 1), 0);
     EXPECT_EQ(CALL(BurnFirmware)(module, 10, "FWCOPY"), 0);
@@ -278,7 +282,7 @@ TEST_F(Operations, ClearedCountsBeginAnew)
 {
     server.addProcessor(0, 0);
     const std::string controller = "/sys/devices/system/edac/mc/mc0";
-    EXPECT_EQ(support(2, 1, clearCpu), "1 the machine counts no errors of it");
+    EXPECT_EQ(support(2, 1, clearCpu), "1 the server counts no errors of it");
     server.write(controller + "/ce_count", "7\n");
     server.write(controller + "/ue_count", "1\n");
     EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 7, UE 1");

@@ -57,7 +57,7 @@ TEST_F(Attribute, ThatTakesNothingIsGivenUp)
 {
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0); // without a reader
     EXPECT_EQ(host::writeAttribute(file, "1", milliseconds(50)),
-              "the kernel has not taken \"1\" for " + file + " in time");
+              "writing \"1\" to " + file + " did not finish in time");
     int status = 0;
     EXPECT_GT(wait(&status), 0);
     EXPECT_TRUE(WIFSIGNALED(status)); // so it does nothing later
@@ -115,7 +115,8 @@ TEST_F(Attribute, TellsThatItsWriterWasKilled)
         if (const pid_t writer = awaitChild(self); writer > 0)
             kill(writer, SIGKILL);
     });
-    EXPECT_EQ(host::writeAttribute(file, "1", deadline), "the writer of " + file + " was killed");
+    EXPECT_EQ(host::writeAttribute(file, "1", deadline),
+              "the process that writes to " + file + " was killed");
     killer.join();
 }
 

@@ -88,7 +88,8 @@ void askOnALine(const Parts &parts)
     parts.server.link("/sys/class/tty" + node.substr(node.rfind('/')), parts.inside + "/tty/ttyS4");
 }
 
-#define UNTOLD(why) "what uses it can't be told: " why, "使用状況を確認できません: " why
+#define UNTOLD(why)                                                                                \
+    "it can't be checked whether it is in use: " why, "使用状況を確認できません: " why
 
 const Use uses[] = {
     {"UnusedDisk",
@@ -234,20 +235,20 @@ const Use uses[] = {
          parts.server.write("/sys/devices/virtual/net/br0/ifindex", "987655\n");
          parts.server.link(path + "/upper_br0", "/sys/devices/virtual/net/br0");
      },
-     "br0 stands on ens3", "br0がens3を使っています"},
+     "br0 uses ens3", "br0がens3を使っています"},
     {"LineOfTheTerminal", askOnALine, "this terminal, TERMINAL, is connected to it",
      "この端末TERMINALが接続されています"},
     {"FunctionOfAVirtualMachine", [](const Parts &parts) { drive(parts, "vfio-pci"); },
-     "0000:02:00.0 is handed to a program by the driver vfio-pci",
+     "0000:02:00.0 is assigned to a program by the driver vfio-pci",
      "0000:02:00.0はドライバvfio-pciでプログラムに渡されています"},
     {"FunctionOfAVendorsVirtualMachine", [](const Parts &parts) { drive(parts, "mlx5_vfio_pci"); },
-     "0000:02:00.0 is handed to a program by the driver mlx5_vfio_pci",
+     "0000:02:00.0 is assigned to a program by the driver mlx5_vfio_pci",
      "0000:02:00.0はドライバmlx5_vfio_pciでプログラムに渡されています"},
     {"FunctionOfAProgram", [](const Parts &parts) { drive(parts, "uio_pci_generic"); },
-     "0000:02:00.0 is handed to a program by the driver uio_pci_generic",
+     "0000:02:00.0 is assigned to a program by the driver uio_pci_generic",
      "0000:02:00.0はドライバuio_pci_genericでプログラムに渡されています"},
     {"FunctionOfAnotherSystem", [](const Parts &parts) { drive(parts, "pciback"); },
-     "0000:02:00.0 is handed to a program by the driver pciback",
+     "0000:02:00.0 is assigned to a program by the driver pciback",
      "0000:02:00.0はドライバpcibackでプログラムに渡されています"},
     {"InterfaceOutOfSight", [](const Parts &parts) { drive(parts, "igb", ethernet); },
      "the interface of 0000:02:00.0 may be in another network namespace",
@@ -271,7 +272,7 @@ const Use uses[] = {
          parts.server.addFunction("0000:03:00.0", scsi, "vfio-pci", parts.inside);
          parts.server.addSlot("1-1", "0000:03:00", true, true);
      },
-     "0000:03:00.0 is handed to a program by the driver vfio-pci",
+     "0000:03:00.0 is assigned to a program by the driver vfio-pci",
      "0000:03:00.0はドライバvfio-pciでプログラムに渡されています"},
     {"VirtualFunction",
      [](const Parts &parts) {
@@ -288,7 +289,7 @@ const Use uses[] = {
      },
      UNTOLD("/proc/self/mountinfo can't be read")},
     {"NoMounts", [](const Parts &parts) { parts.server.write("/proc/self/mountinfo", ""); },
-     UNTOLD("/proc/self/mountinfo tells nothing")},
+     UNTOLD("/proc/self/mountinfo is empty")},
     {"OddMounts", [](const Parts &parts) { mount(parts.server, "8:?", "/dev/sdplay"); },
      UNTOLD("/proc/self/mountinfo can't be read")},
     {"OddSwaps",
@@ -327,7 +328,7 @@ const Use uses[] = {
          const std::string path = parts.server.addInterface(parts.inside, "ens3");
          parts.server.write(path + "/ifindex", "1x\n");
      },
-     UNTOLD("the index of the interface ens3 can't be read, so its use can't be told")},
+     UNTOLD("the index of the interface ens3 can't be read")},
 };
 
 std::string withTerminal(std::string text)

@@ -56,10 +56,10 @@ TEST(Answer, ThatIsLongIsCut)
 
 TEST(Answer, OfFewerThanFiveBytesIsRefused)
 {
-    expectRefused({}, "the answer has 0 bytes, expected at least 5");
-    expectRefused({0}, "the answer has 1 bytes, expected at least 5");
-    expectRefused({0, 32}, "the answer has 2 bytes, expected at least 5");
-    expectRefused({0, 32, 1, 4}, "the answer has 4 bytes, expected at least 5");
+    expectRefused({}, "the BMC's answer has 0 bytes, expected at least 5");
+    expectRefused({0}, "the BMC's answer has 1 bytes, expected at least 5");
+    expectRefused({0, 32}, "the BMC's answer has 2 bytes, expected at least 5");
+    expectRefused({0, 32, 1, 4}, "the BMC's answer has 4 bytes, expected at least 5");
 }
 
 TEST(Answer, WithACompletionCodeIsRefused)

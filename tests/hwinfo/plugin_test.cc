@@ -150,9 +150,9 @@ TEST_F(PluginTest, FailsWhereTheDescribedAnswerIsABadOne)
     expectFailure(describe("response = [0xC3, 32, 1, 4, 0x17, 2]"),
                   "the BMC is silent, the driver gave up waiting for it (completion code C3, "
                   "expected 00)");
-    expectFailure(describe("response = [0]"), "the answer has 1 bytes, expected at least 5");
+    expectFailure(describe("response = [0]"), "the BMC's answer has 1 bytes, expected at least 5");
     expectFailure(describe("response = [0, 32, 1, 4]"),
-                  "the answer has 4 bytes, expected at least 5");
+                  "the BMC's answer has 4 bytes, expected at least 5");
 }
 
 TEST_F(PluginTest, FailsWhereTheDescriptionIsWrong)

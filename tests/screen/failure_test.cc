@@ -117,7 +117,7 @@ TEST(Failure, OfTheMachineTypeQueryIsASuccessWithoutATree)
     session.expectExit(1);
     EXPECT_EQ(session.terminal().output().find("FT Server Utility"), std::string::npos);
     EXPECT_TRUE(session.terminal().output().ends_with(
-        "mrvutil: the machine does not tell whether it is a fault-tolerant server; the trace log "
+        "mrvutil: the machine does not say whether it is a fault-tolerant server; the trace log "
         "may say why\r\n"))
         << session.terminal().output();
     expectInOrder(session.trace(),

@@ -37,14 +37,14 @@ const Missing missing[] = {
          fs::remove(root.directory.path / "data/E_mrvutil.rc");
          fs::create_directory(root.directory.path / "data/E_mrvutil.rc");
      },
-     "ROOT/data/E_mrvutil.rc can't be read: it is no regular file; install the product again", 0,
+     "ROOT/data/E_mrvutil.rc can't be read: it is not a regular file; install the product again", 0,
      "CEDAR", "", ""},
     {"catalogueIsAFifo",
      [](const ProductRoot &root) {
          fs::remove(root.directory.path / "data/E_mrvutil.rc");
          mkfifo((root.directory.path / "data/E_mrvutil.rc").c_str(), 0644);
      },
-     "ROOT/data/E_mrvutil.rc can't be read: it is no regular file; install the product again", 0,
+     "ROOT/data/E_mrvutil.rc can't be read: it is not a regular file; install the product again", 0,
      "CEDAR", "", ""},
     {"catalogueIsEmpty",
      [](const ProductRoot &root) { replace(root.directory.path / "data/E_mrvutil.rc", ""); },
@@ -141,7 +141,7 @@ protected:
     {
         const bool isOfCatalogue = std::string_view(GetParam().name).starts_with("catalogue");
         return program == "mrvfirmware" && !isOfCatalogue
-                   ? "mrvfirmware: the firmware revision cannot be read; the trace log says why\n"
+                   ? "mrvfirmware: the firmware revision can't be read; the trace log says why\n"
                    : "";
     }
 

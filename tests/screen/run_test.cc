@@ -301,8 +301,8 @@ TEST(Terminal, HasToHaveCharactersThatCanBeDrawnWhole)
 {
     const char *language = "ja_JP.EUC-JP";
     expectRefusalInTerminal({.language = language},
-                            "characters of the encoding EUC-JP can't be drawn whole; set LC_ALL to "
-                            "a locale in UTF-8, and the terminal with it");
+                            "characters of the encoding EUC-JP are not supported; use a UTF-8 "
+                            "locale (LC_ALL) and a UTF-8 terminal");
     // What is printed needs no screen.
     Workspace workspace({.arguments = {"-debug"}, .language = language});
     EXPECT_EQ(runPlain(workspace).status, 1);

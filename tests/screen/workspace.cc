@@ -31,7 +31,7 @@ std::string Workspace::preloadable(const fs::path &library) const
 Workspace::~Workspace()
 {
     for (const auto &file : fs::directory_iterator(directory()))
-        if (file.path().filename().string().starts_with("sanitizer"))
+        if (file.path().filename().string().starts_with("sanitizer") && file.file_size() > 0)
             ADD_FAILURE() << readFile(file.path());
 }
 
@@ -42,8 +42,12 @@ void Workspace::letGo() const
 
 std::vector<std::string> Workspace::command() const
 {
-    std::vector<std::string> result = {
-        options.program == "toolkit" ? TOOLKIT : std::string(PROGRAMS) + "/" + options.program};
+    std::vector<std::string> result;
+    if (getenv("YAT_VALGRIND"))
+        result = {"/usr/bin/valgrind", "--quiet",
+                  "--log-file=" + (directory() / "sanitizer.%p").string()};
+    result.push_back(options.program == "toolkit" ? TOOLKIT
+                                                  : std::string(PROGRAMS) + "/" + options.program);
     result.insert(result.end(), options.arguments.begin(), options.arguments.end());
     return result;
 }

@@ -75,7 +75,7 @@ TEST(StateFile, ThatIsADirectoryIsRefused)
     Stored stored;
     fs::create_directories(stored.store.file);
     EXPECT_EQ(problemOf([&] { look(stored.store); }),
-              stored.store.file + " can't be written: it is no regular file");
+              stored.store.file + " can't be written: it is not a regular file");
 }
 
 TEST(StateFile, OfAnotherVersionIsRefusedAndLeftAlone)
@@ -97,7 +97,7 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
         {"UPDATE device SET state = NULL", "'state', expected one of "},
         {"UPDATE device SET bios_from = 3", "'bios_from', expected one of "},
         {"UPDATE device SET state = 'synchronising', partner = 0 WHERE position = 0",
-         "a module synchronises with none"},
+         "a module is synchronising without a partner"},
         {"UPDATE device SET class = 4", "'class', expected one of \"CPU\", "},
         {"UPDATE device SET number = 2000000000", "'number', expected a number from 1 to 9999"},
         {"UPDATE device SET path = x'00' WHERE position = 3", "'path', expected a list of 1 to 8 "},
@@ -129,7 +129,7 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
          "'times', expected a number from 0 to 1000000000"},
         {"UPDATE device SET partner = 99 WHERE position = 0", "the partner of a module is missing"},
         {"DELETE FROM device WHERE position = 4", "a device is missing"},
-        {"DELETE FROM machine", "the machine is missing"},
+        {"DELETE FROM machine", "it describes no machine"},
     };
     for (const auto &[sql, reason] : cases) {
         Stored stored;

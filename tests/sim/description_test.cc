@@ -100,7 +100,7 @@ const Case cases[] = {
     {"NumberOutOfRange", "number = 1\nname = \"C1\"", "number = 0\nname = \"C1\"",
      "F:10: wrong value for 'number', expected a number from 1 to 9999"},
     {"NumberTwice", "number = 2", "number = 1",
-     "F:19: number '1' is taken, expected one that no other has"},
+     "F:19: number '1' is used already, expected one that no other has"},
     {"PathByteOutOfRange", "path = [0]", "path = [256]",
      "F:12: wrong value for 'path', expected a list of 1 to 8 numbers from 0 to 255"},
     {"StateThatDoesNotLast", "\"simplex\"", "\"starting\"",
@@ -126,15 +126,16 @@ const Case cases[] = {
     {"SourceOfAnInvalidBios", "bios_version = \"1\"",
      "bios_version = \"1\"\nbios_from = \"data file\"\nbios_valid = false",
      "F:16: wrong value for 'bios_from', expected none when 'bios_valid' is false"},
-    {"NameTwice", "\"C2\"", "\"c1\"", "F:20: name 'c1' is taken, expected one that no other has"},
+    {"NameTwice", "\"C2\"", "\"c1\"",
+     "F:20: name 'c1' is used already, expected one that no other has"},
     {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
-     "F:36: name 'P1' is taken, expected one that no other has"},
+     "F:36: name 'P1' is used already, expected one that no other has"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
      "F:20: wrong value for 'name', expected a text of 1 to 127 bytes without control characters"},
     {"NameWithADelete", "\"C2\"", "\"C\\u007F\"",
      "F:20: wrong value for 'name', expected a text of 1 to 127 bytes without control characters"},
     {"BoardTwice", "board = 3", "board = 1",
-     "F:32: board '1' is taken, expected one that no other has"},
+     "F:32: board '1' is used already, expected one that no other has"},
     {"UnknownClass", "\"SCSI\"", "\"SATA\"",
      "F:34: wrong value for 'class', expected one of \"SCSI\", \"Ethernet\""},
     {"PartnerOfItself", "board = 3", "board = 3\npartner = 1",
@@ -261,19 +262,19 @@ TEST(Description, HasUnitsOfItsOwn)
 TEST(Description, ThatCantBeReadSaysWhy)
 {
     EXPECT_EQ(problemOf([] { yat::readFile("/nowhere/M.toml"); }),
-              "/nowhere/M.toml: can't be read: No such file or directory");
-    EXPECT_EQ(problemOf([] { yat::readFile("/"); }), "/: can't be read: Is a directory");
+              "/nowhere/M.toml can't be read: No such file or directory");
+    EXPECT_EQ(problemOf([] { yat::readFile("/"); }), "/ can't be read: Is a directory");
     const TemporaryDirectory directory;
     const std::string large = directory.path / "large", fifo = directory.path / "fifo";
     writeFile(large, "");
     for (const int megabytes : {17, 50, 100'000}) { // of which no more than 16 are read
         std::filesystem::resize_file(large, static_cast<uintmax_t>(megabytes) << 20);
         EXPECT_EQ(problemOf([&] { yat::readFile(large); }),
-                  large + ": can't be read: File too large");
+                  large + " can't be read: File too large");
     }
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(problemOf([&] { yat::readFile(fifo); }),
-              fifo + ": can't be read: Operation not supported");
+              fifo + " can't be read: Operation not supported");
 }
 
 TEST(Description, WrittenReadsBackAsItself)

@@ -113,7 +113,7 @@ TEST_P(Mistakes, AreADescriptionThatThereIsNot)
     prepare();
     const std::string file = (sandbox->directory() / "missing.toml").string();
     sandbox->set("YAT_MACHINE", file);
-    expectRefused({file + ": can't be read: No such file or directory"});
+    expectRefused({file + " can't be read: No such file or directory"});
 }
 
 // What was wrong keeps nothing that would be in the way later.

@@ -109,7 +109,8 @@ TEST(StateFile, IsNotMadeBesideALogThatCantBeSetAside)
     fs::create_directories(machines);
     std::ofstream(stored.store.file + "-wal") << "all that is left";
     EXPECT_EQ(problemOf([&] { look(stored.store); }),
-              stored.store.file + "-wal is in the way and can't be set aside: File name too long");
+              stored.store.file
+                  + "-wal is left from an earlier file and can't be renamed: File name too long");
     EXPECT_FALSE(fs::exists(stored.store.file));
     EXPECT_EQ(readFile(stored.store.file + "-wal"), "all that is left");
 }
@@ -161,7 +162,7 @@ TEST(StateFile, IsARegularFileWithSuchBesideIt)
         fs::remove(file);
         ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
         EXPECT_EQ(problemOf([&] { look(stored.store); }),
-                  file + " can't be written: it is no regular file");
+                  file + " can't be written: it is not a regular file");
     }
 }
 
@@ -254,8 +255,8 @@ TEST(StateFile, WithALogOfNobodyIsNotReadAndSaysWhy)
     asAReader(stored, [&] {
         EXPECT_EQ(problemOf([] { operationsRead(); }),
                   stored.store.file
-                      + " can't be read: a program was killed while it worked on it; whoever may "
-                        "write it has to look at the machine first");
+                      + " can't be read: a program was killed while it worked on it; a user "
+                        "who may write it has to run 'yatsim list' first");
     });
 }
 

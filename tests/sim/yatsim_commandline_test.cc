@@ -117,7 +117,7 @@ TEST_F(Yatsim, RefusesAMachineThatThereIsNot)
     const auto missing = yatsim("--machine NOPE list");
     EXPECT_EQ(missing.status, 1);
     EXPECT_TRUE(missing.errors.starts_with("yatsim: ")
-                && missing.errors.ends_with("/data/machines/NOPE.toml: can't be read: "
+                && missing.errors.ends_with("/data/machines/NOPE.toml can't be read: "
                                             "No such file or directory\n"))
         << missing.errors;
     expectRefusal("--machine hardware list",

@@ -22,9 +22,9 @@ TEST_F(Yatsim, ImportOfAWrongDescriptionChangesNothing)
     steer("pull cpu1");
     const std::string before = steer("export");
     const std::string missing = (sandbox.directory() / "missing.toml").string();
-    expectRefusal("import " + missing, missing + ": can't be read: No such file or directory");
+    expectRefusal("import " + missing, missing + " can't be read: No such file or directory");
     const std::string directory = sandbox.directory().string();
-    expectRefusal("import " + directory, directory + ": can't be read: Is a directory");
+    expectRefusal("import " + directory, directory + " can't be read: Is a directory");
     const std::string wrong =
         write("wrong.toml", shipped("CEDAR", "threshold = 24", "threshold = \"often\""));
     const auto result = yatsim("import " + wrong);

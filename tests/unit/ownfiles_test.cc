@@ -107,8 +107,8 @@ TEST_F(OwnFiles, AreNoLinks)
 TEST_F(OwnFiles, AreRegular)
 {
     ASSERT_EQ(mkfifo((top / "fifo").c_str(), 0600), 0);
-    EXPECT_EQ(refusalOfFile(top / "fifo"), "it is no regular file");
-    EXPECT_EQ(refusalOfFile(top), "it is no regular file");
+    EXPECT_EQ(refusalOfFile(top / "fifo"), "it is not a regular file");
+    EXPECT_EQ(refusalOfFile(top), "it is not a regular file");
 }
 
 TEST_F(OwnFiles, AreStillWhatTheyWereOnceTheyAreOpen)
@@ -131,7 +131,7 @@ TEST_F(OwnFiles, AreStillWhatTheyWereOnceTheyAreOpen)
                   fs::remove(file);
                   fs::create_hard_link(victim, file);
               }),
-              "it is another file by now");
+              "it has been replaced meanwhile");
     EXPECT_EQ(refusalAfter([&] {
                   fs::remove(file);
                   fs::create_symlink(victim, file);
@@ -306,7 +306,7 @@ TEST_F(OwnFiles, LibrariesAreRegularFilesToo)
 {
     ASSERT_EQ(mkfifo((top / "fifo").c_str(), 0600), 0);
     EXPECT_EQ(yat::openLibrary((top / "fifo").c_str()), nullptr);
-    EXPECT_NE(std::string(dlerror()).find("no regular file"), std::string::npos);
+    EXPECT_NE(std::string(dlerror()).find("not a regular file"), std::string::npos);
     EXPECT_EQ(yat::openLibrary((top / "none").c_str()), nullptr);
     EXPECT_NE(std::string(dlerror()).find("/none: cannot open"), std::string::npos);
 }

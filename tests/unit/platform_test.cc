@@ -168,7 +168,7 @@ TEST(Platform, ThatIsAFifoDoesNotHangTheStart)
     Root root("");
     ASSERT_EQ(mkfifo((root.directory.path / "lib/yatcore.dll").c_str(), 0600), 0);
     EXPECT_EQ(root.init(), 0);
-    EXPECT_NE(root.trace().find("yatcore.dll (no regular file): "), std::string::npos);
+    EXPECT_NE(root.trace().find("yatcore.dll (not a regular file): "), std::string::npos);
 }
 
 TEST(Platform, ThatIsNoSharedObjectIsACleanFailure)
@@ -269,7 +269,7 @@ TEST(Platform, OfAMakerIsNamedByItsPath)
     const fs::path own = root.directory.path / "own.so";
     fs::copy_file(PLATFORMS "/platform_good.dll", own);
     fs::permissions(own, fs::perms::others_write, fs::perm_options::add);
-    expectRefusal(own, "others than root can write to " + own.string());
+    expectRefusal(own, "users other than root can write to " + own.string());
 
     // A library of the system lies where nobody but root writes, and so is looked at.
     Dl_info system;

@@ -137,7 +137,7 @@ TEST_P(EachCommand, SaysWhenThePlatformCantBeReached)
         steer("inject call_yat_is_ft -1");
         const Finished result = yatctl(arguments + std::string(hasJson ? " --json" : ""));
         EXPECT_EQ(result.status, 5) << arguments;
-        EXPECT_EQ(result.errors, "yatctl: the platform does not tell the type of the machine\n");
+        EXPECT_EQ(result.errors, "yatctl: the platform does not report the type of the machine\n");
         if (hasJson)
             texts.push_back(result.output);
     }

@@ -165,7 +165,7 @@ TEST_F(Metrics, LeaveTheOldFileWhenTheyFail)
         EXPECT_EQ(readFile(file), "old\n");
     };
     steer("inject CreateTreeViewData 0");
-    fails(5, "the platform does not tell the devices");
+    fails(5, "the platform does not report the devices");
     const fs::path missing = sandbox.directory() / "missing/yatkit.prom";
     expectFailure("metrics --output " + missing.string(), 1,
                   missing.string() + " can't be written: No such file or directory");

@@ -262,7 +262,7 @@ TEST_F(Output, AsksAtATerminalBeforeItChangesAnything)
     const Finished no = atTerminal("stop cpu1", "n\n");
     EXPECT_EQ(no.status, 1);
     EXPECT_NE(no.output.find("Stop CPU module 1 (cpu1)? [y/N] "), std::string::npos) << no.output;
-    EXPECT_NE(no.output.find("yatctl: not confirmed, so nothing is done"), std::string::npos);
+    EXPECT_NE(no.output.find("yatctl: not confirmed; nothing was done"), std::string::npos);
     EXPECT_EQ(atTerminal("stop cpu1", "\n").status, 1);
     for (const char *answer : {"\x04", "yno\n", "yep\n", "ye\n", " y\n", "はい\n", "y\x04\x04"})
         EXPECT_EQ(atTerminal("stop cpu1", answer).status, 1) << answer;
@@ -277,7 +277,7 @@ TEST_F(Output, NeedsYesWithoutATerminal)
 {
     for (const char *arguments : {"stop cpu1", "settings automatic_module_start=on", "clear cpu1"})
         expectFailure(arguments, 2,
-                      "there is no terminal to ask at; --yes says that it is to be done");
+                      "there is no terminal to ask on; use --yes to do it without asking");
     EXPECT_EQ(shows("cpu1")["state"], "running");
 }
 

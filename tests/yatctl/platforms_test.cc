@@ -118,7 +118,7 @@ TEST_F(Foreign, SaysWhatItKnowsOfANo)
 {
     const Finished refused = yatctl("stop pci1 --yes");
     EXPECT_EQ(refused.status, 3);
-    EXPECT_EQ(refused.errors, "yatctl: stop pci1: the platform's reason has number 99\n");
+    EXPECT_EQ(refused.errors, "yatctl: stop pci1: the platform gives reason 99 without a text\n");
     EXPECT_EQ(yatctl("stop device7 --yes").status, 3);
     EXPECT_EQ(yatctl("settings automatic_module_start=on --yes").status, 1);
     EXPECT_EQ(yatctl("bmc").status, 5);
@@ -144,12 +144,12 @@ TEST_F(Slow, IsWaitedForUntilItHasBegunAndEnded)
 TEST_F(Slow, IsSeenToFailOnceItHasBegun)
 {
     EXPECT_EQ(on("sstb", "start cpu2 --wait=30").errors,
-              "yatctl: cpu2 is not what it was to be, but: on?]0;fire?\n");
+              "yatctl: cpu2 did not get there; it is now: on?]0;fire?\n");
     EXPECT_EQ(on("sb", "start cpu2 --wait=30").status, 1);
     EXPECT_EQ(on("ssuui", "update cpu2 file --wait=30").errors,
               "yatctl: cpu2 has no valid BIOS after the update\n");
     EXPECT_EQ(on("ss", "update cpu2 file --wait=1").errors,
-              "yatctl: cpu2 has not arrived after 1 s: on?]0;fire?\n");
+              "yatctl: cpu2 has not got there after 1 s; it is now: on?]0;fire?\n");
 }
 
 // The library of a machine's maker may be older than these calls.
@@ -170,7 +170,7 @@ TEST_F(Foreign, NeedsNoLibraryThatTellsFacts)
         << list.output;
     const Finished refused = yatctl("start cpu1 --yes");
     EXPECT_EQ(refused.status, 3);
-    EXPECT_EQ(refused.errors, "yatctl: start cpu1: the platform's reason has number 4\n");
+    EXPECT_EQ(refused.errors, "yatctl: start cpu1: the platform gives reason 4 without a text\n");
 }
 
 TEST_F(Foreign, SaysThatThePlatformIsMissing)

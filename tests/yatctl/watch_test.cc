@@ -120,7 +120,7 @@ TEST_F(Watching, EndsWhenThePlatformDoes)
 {
     steer("inject CreateTreeViewData real");
     steer("inject CreateTreeViewData 0");
-    expectFailure("watch --interval 0.1", 5, "the platform does not tell the devices");
+    expectFailure("watch --interval 0.1", 5, "the platform does not report the devices");
 }
 
 TEST_F(Watching, LooksNoMoreOftenThanItIsTo)

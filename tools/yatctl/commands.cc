@@ -61,7 +61,8 @@ void put(const Assignment &assignment)
     const int result = PutBBDriverSettings(assignment.setting.kind, YAT_CLASS_GENERAL, 1, &value);
     TRACE("settings %s=%d returns %d.", assignment.setting.key, value, result);
     if (result == 0)
-        throw Failure(failed, std::string(assignment.setting.key) + ": the machine did not set it");
+        throw Failure(failed, std::string(assignment.setting.key)
+                                  + " was not set; the trace log may say why");
 }
 
 void readAll(Machine &machine)

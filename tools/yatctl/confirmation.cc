@@ -16,14 +16,14 @@ void confirm(const Request &request, const std::string &what)
     if (request.yes)
         return;
     if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
-        throw Failure(usage, "there is no terminal to ask at; --yes says that it is to be done");
+        throw Failure(usage, "there is no terminal to ask on; use --yes to do it without asking");
     fprintf(stderr, "%s? [y/N] ", showable(yat::toDisplay(what)).c_str());
     std::string answer;
     int typed;
     while ((typed = getchar()) != '\n' && typed != EOF)
         answer += static_cast<char>(tolower(typed));
     if (typed == EOF || (answer != "y" && answer != "yes"))
-        throw Failure(failed, "not confirmed, so nothing is done");
+        throw Failure(failed, "not confirmed; nothing was done");
 }
 
 } // namespace yatctl

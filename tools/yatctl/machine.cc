@@ -189,7 +189,7 @@ Machine::Machine()
     try {
         type = call_yat_is_ft(0);
         if (type == YAT_MACHINE_QUERY_FAILED)
-            throw Failure(unreachable, "the platform does not tell the type of the machine");
+            throw Failure(unreachable, "the platform does not report the type of the machine");
         findDevices(*this);
     } catch (const Failure &) {
         ft_FunctionRelease();
@@ -212,7 +212,7 @@ void findDevices(Machine &machine)
         FreeTreeViewData(&machine.root);
     machine.root = nullptr;
     if (CreateTreeViewData(&machine.root) == 0 || !machine.root)
-        throw Failure(unreachable, "the platform does not tell the devices");
+        throw Failure(unreachable, "the platform does not report the devices");
     addDevices(machine.devices, *machine.root, noCarrier);
     makeShortNamesUnique(machine.devices);
 }
@@ -320,7 +320,7 @@ std::string reasonFor(const Device &device, int code, int detail)
     if (GetSupportReason && GetSupportReason(device.record, code, detail, text.data()) == 1)
         return yat::printable(yat::fromDisplay(text.data()));
     return detail == 0 ? "the platform does not say why"
-                       : "the platform's reason has number " + std::to_string(detail);
+                       : "the platform gives reason " + std::to_string(detail) + " without a text";
 }
 
 } // namespace yatctl

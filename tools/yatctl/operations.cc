@@ -102,7 +102,7 @@ void operate(const Request &request)
     if (!request.wait.empty()) {
         read(device);
         if (stateWord(device).empty())
-            throw Failure(refused, "the platform tells no states, so nothing can be waited for");
+            throw Failure(refused, "the platform reports no states, so --wait can't be used");
     }
     if (!request.check)
         confirm(request,
@@ -115,7 +115,7 @@ void operate(const Request &request)
               request.argument.c_str(), result);
         if (result != 1)
             throw Failure(failed, std::string(request.name) + " " + device.shortName
-                                      + ": the machine did not do it");
+                                      + " failed; the trace log may say why");
         if (!request.wait.empty())
             wait(request, operation, device);
     }

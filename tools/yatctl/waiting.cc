@@ -76,10 +76,11 @@ void waitFor(Device &device, int state, int seconds)
                             && (hasBegun || *now == YAT_DEVICE_NOT_INSTALLED);
         if (isOver)
             throw Failure(failed, device.shortName
-                                      + " is not what it was to be, but: " + shownState(device));
+                                      + " did not get there; it is now: " + shownState(device));
         if (Clock::now() >= end)
-            throw Failure(failed, device.shortName + " has not arrived after "
-                                      + std::to_string(seconds) + " s: " + shownState(device));
+            throw Failure(failed, device.shortName + " has not got there after "
+                                      + std::to_string(seconds)
+                                      + " s; it is now: " + shownState(device));
     }
 }
 

@@ -44,7 +44,7 @@ bool tryToRead(const std::string &file, const std::function<void(yat::Database &
         if (wasInUse && error && error->code == SQLITE_CANTOPEN)
             throw yat::Problem(yat::fromDisplay(file)
                                + " can't be read: a program was killed while it worked on it; "
-                                 "whoever may write it has to look at the machine first");
+                                 "a user who may write it has to run 'yatsim list' first");
         throw;
     }
     return wasInUse || (!isInUse() && std::filesystem::last_write_time(file) == before);

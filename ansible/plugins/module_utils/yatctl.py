@@ -66,7 +66,7 @@ class Yatctl:
     def expect_state(self, device):
         """Without a state, nobody knows whether there is anything to do."""
         if device["state"] is None:
-            self.fail("the platform does not tell the state of %s" % device["device"], device=device)
+            self.fail("the platform does not report the state of %s" % device["device"], device=device)
 
     def wait_for(self, name, states, seconds):
         """Waits for what somebody else began, until a device is in one of the states, and returns
