@@ -85,9 +85,8 @@ yat::Problem unusable(const std::string &path, const std::string &why)
 yat::Problem refusal(const std::string &path)
 {
     const std::string why = yat::fromDisplay(yat::lastTracedError());
-    return yat::Problem(why.empty() ? yat::fromDisplay(path)
-                                          + " can't be opened, and the trace log has no reason"
-                                    : why);
+    return yat::Problem(
+        why.empty() ? yat::fromDisplay(path) + " refuses to open and gives no reason" : why);
 }
 
 // Version 2 had no calls that a platform may lack, and ended where they begin.

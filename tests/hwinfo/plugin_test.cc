@@ -10,7 +10,6 @@
 #include "yat/winshim.h"
 #include "yatsim/steering.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <dlfcn.h>
@@ -192,7 +191,8 @@ TEST_F(PluginTest, FailsWithoutADescription)
     EXPECT_EQ(ask(missing).result, 0);
     const Lines records = takeTrace();
     ASSERT_EQ(records.size(), 3u);
-    EXPECT_TRUE(records[1].starts_with("1 YATGetDeviceID " + missing + ": ")) << records[1];
+    EXPECT_TRUE(records[1].starts_with("1 YATGetDeviceID " + missing + " can't be read: "))
+        << records[1];
 }
 
 TEST_F(PluginTest, AnswersWhatIsInjected)
