@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0-or-later */
-/* platform.h - what a platform library is: <root>/lib/yatcore.dll.
+/* platform.h - what a platform library is.
  *
  * A platform is a shared object, whatever its name ends in, with one data symbol of
- * this name and type. Another platform is another object in the same place.
+ * this name and type: <root>/lib/yatcore.dll for simulated machines, <root>/lib/yathost.dll
+ * for the host, or another one whose absolute path is the machine in yatkit.toml(5).
  */
 #ifndef YAT_PLATFORM_H
 #define YAT_PLATFORM_H
