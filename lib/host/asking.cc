@@ -208,11 +208,11 @@ int putSetting(int, int, int, int *)
     return 0;
 }
 
-int getReason(yat_device *device, int code, int, char *text)
+int getReason(yat_device *device, int code, int detail, char *text)
 {
     Machine machine;
     const Refusal refusal = checkAsked(machine, askedFor(device, code));
-    if (refusal.detail == 0)
+    if (refusal.detail == 0 || refusal.detail != detail)
         return 0;
     yat::putState(yat::isJapanese() ? refusal.why.japanese : refusal.why.english, text);
     return 1;

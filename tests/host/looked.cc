@@ -114,6 +114,8 @@ std::string Looked::whyNot(yat_device *device, int code, int detail, const char 
     setlocale(LC_CTYPE, "C.UTF-8"); // the encoding; the language is that of the environment
     setenv("LC_ALL", locale, 1);
     char text[1024] = "";
+    EXPECT_EQ(CALL(GetSupportReason)(device, code, detail + 1, text), 0); // it isn't that
+    EXPECT_STREQ(text, "");
     EXPECT_EQ(CALL(GetSupportReason)(device, code, detail, text), 1);
     unsetenv("LC_ALL");
     setlocale(LC_CTYPE, "C");
