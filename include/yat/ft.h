@@ -40,6 +40,14 @@ extern "C" {
 /* Settings of the whole machine. */
 #define YAT_SETTING_AUTO_BURN 2     /* automatic firmware update */
 #define YAT_SETTING_AUTO_BRING_UP 3 /* automatic module start */
+#define YAT_SETTING_READ_ON 2       /* as it is read; written: 1 on, 0 off */
+
+/* What a module does after a failure. It is read so much above what is written: "0" to "2". */
+#define YAT_MTBF_TYPE_READ_ABOVE 2
+
+/* Where BurnFirmware takes the BIOS from. */
+#define YAT_BURN_COPY "FWCOPY" /* the running module */
+#define YAT_BURN_FILE "FWBURN" /* the data file */
 
 /* Why IfSupport says no. Another platform may have further reasons; see GetSupportReason of
  * yat/facts.h. */
@@ -98,11 +106,12 @@ static_assert(offsetof(struct yat_ft_functions, yat_ft_get_property) == 24,
 static_assert(offsetof(struct yat_ft_functions, Linux_ConvertDataToInt) == 72,
               "function table layout");
 
-/* Opens the interface: loads <root>/lib/yatcore.dll (see yat/platform.h) and fills
- * yat_ft_func. Returns what the platform says, 1 as a rule and never 0; 1 when the
- * interface is open already; 0 when there is no such object, when it is not a platform,
- * when its table has gaps, or when it refuses: then yat_ft_func is empty and the reason is
- * in the trace log, and printed on standard error at the end of the program. */
+/* Opens the interface: loads the platform of the configured machine (yatkit.toml(5) and
+ * yat/platform.h), <root>/lib/yatcore.dll by default, and fills yat_ft_func. Returns what the
+ * platform says, 1 as a rule and never 0; 1 when the interface is open already; 0 when there is no
+ * such object, when it is not a platform, when its table has gaps, or when it refuses: then
+ * yat_ft_func is empty and the reason is in the trace log, and printed on standard error at the end
+ * of the program. */
 YAT_API int ft_FunctionInit(void);
 
 /* Closes the interface: empties yat_ft_func and unloads the platform. Returns what the
@@ -175,14 +184,14 @@ YAT_API int InitBringDown(struct yat_device *device, int code);
 
 /* Sets a module's MTBF type.
  *
- * type  "0", "1" or "2"; read back (YAT_PROPERTY_MTBF_TYPE) as 2, 3 or 4
+ * type  "0", "1" or "2"; read back (YAT_PROPERTY_MTBF_TYPE) YAT_MTBF_TYPE_READ_ABOVE above
  *
  * Returns 1 for success. */
 YAT_API int SetMtbfType(struct yat_device *device, int code, const char *type);
 
 /* Updates a CPU module's BIOS.
  *
- * mode  "FWCOPY": from the running module; "FWBURN": from the data file
+ * mode  YAT_BURN_...
  *
  * Returns 1 for success. */
 YAT_API int BurnFirmware(struct yat_device *device, int code, const char *mode);
@@ -191,7 +200,7 @@ YAT_API int BurnFirmware(struct yat_device *device, int code, const char *mode);
  *
  * kind           YAT_SETTING_...
  * object, index  YAT_CLASS_GENERAL and 1
- * value          read: 2 for on, any other value for off; written: 1 on, 0 off
+ * value          read: YAT_SETTING_READ_ON, any other value for off; written: 1 on, 0 off
  *
  * Return non-zero for success; 0 with nothing changed. */
 YAT_API int GetBBDriverSettings(int kind, int object, int index, int *value);

@@ -5,6 +5,7 @@
 #include "yat/device.h"
 #include "yat/ft.h"
 
+#include <string>
 #include <string_view>
 
 namespace yat {
@@ -20,6 +21,28 @@ inline constexpr MachineType machineTypes[] = {
     {YAT_MACHINE_CEDAR, "CEDAR"},
     {YAT_MACHINE_PLAIN, "PLAIN"},
 };
+
+struct MtbfType {
+    int value; // as it is written
+    std::string_view word;
+};
+
+inline constexpr MtbfType mtbfTypes[] = {
+    {0, "stay down"},
+    {1, "always restart"},
+    {2, "restart at or above threshold"},
+};
+
+// "0 stay down, 1 always restart, ..."
+inline std::string mtbfTypesInWords()
+{
+    std::string words;
+    for (const MtbfType &type : mtbfTypes)
+        words.append(words.empty() ? "" : ", ")
+            .append(std::to_string(type.value) + " ")
+            .append(type.word);
+    return words;
+}
 
 struct DeviceClass {
     int value;

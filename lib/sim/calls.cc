@@ -37,7 +37,7 @@ std::optional<std::string> propertyOf(const Machine &machine, int kind, int numb
         return {};
     if (kind == YAT_KIND_BOARD && property == YAT_PROPERTY_MTBF_TYPE
         && machine.type == YAT_MACHINE_CEDAR)
-        return std::to_string(module->mtbfType + 2); // read two above what is written
+        return std::to_string(module->mtbfType + YAT_MTBF_TYPE_READ_ABOVE);
     if (kind == YAT_KIND_CPU_MODULE && property == YAT_PROPERTY_BIOS_VERSION)
         return module->biosVersion;
     if (kind == YAT_KIND_CPU_MODULE && property == YAT_PROPERTY_BIOS_STATUS)
@@ -162,11 +162,10 @@ int getReason(const Machine &machine, yat_device *device, int code, int detail, 
 
 int getSetting(const Machine &machine, int kind, int object, int index, int *value)
 {
-    constexpr int readAsOn = 2, readAsOff = 0;
     const auto setting = settingOf(kind);
     if (!setting || DeviceId{object, index} != wholeMachine)
         return 0;
-    *value = machine.*setting ? readAsOn : readAsOff;
+    *value = machine.*setting ? YAT_SETTING_READ_ON : 0;
     return 1;
 }
 

@@ -162,8 +162,8 @@ Refusal setMtbfType(Machine &, Device &device, const std::string &type)
 
 Refusal burnFirmware(Machine &machine, Device &device, const std::string &mode)
 {
-    const bool copies = mode == "FWCOPY";
-    if (!copies && mode != "FWBURN")
+    const bool copies = mode == YAT_BURN_COPY;
+    if (!copies && mode != YAT_BURN_FILE)
         return Refusal::wrongArgument;
     const Device *source = biosSource(machine, device);
     if (copies ? !source : machine.dataFileVersion.empty())

@@ -23,7 +23,7 @@ Refusal check(const Machine &machine, Verb verb, DeviceId device, int code);
 // Carries an operation out, or refuses it with nothing changed. The arguments:
 //
 //     setMtbfType   "0", "1" or "2"
-//     burnFirmware  "FWCOPY" or "FWBURN"
+//     burnFirmware  YAT_BURN_...
 //     putSetting    "1" or "0"
 //     fail          "" or "permanent": it fails again at each start until it is repaired
 //     set           "KEY=VALUE", see setKeys

@@ -129,12 +129,7 @@ template <class Value> struct Term {
 };
 
 using yat::machineTypes;
-
-inline constexpr Term<int> mtbfTypes[] = {
-    {stayDown, "stay down"},
-    {alwaysRestart, "always restart"},
-    {restartAboveThreshold, "restart at or above threshold"},
-};
+using yat::mtbfTypes;
 
 struct StateTerm {
     State value;

@@ -58,7 +58,7 @@ bool makeTypeRadios(DeviceWindow &window)
 {
     constexpr TextKey texts[] = {"LABEL_SETMTBFTYPE1_ID", "LABEL_SETMTBFTYPE2_ID",
                                  "LABEL_SETMTBFTYPE3_ID"};
-    int type = 0, typeOfButton = 2;
+    int type = 0, typeOfButton = YAT_MTBF_TYPE_READ_ABOVE;
     if (!readMtbfType(window, &type))
         return false;
     newtComponent *radio = window.parts + window.kind.mtbfType->firstRadio;

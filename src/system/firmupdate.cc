@@ -41,7 +41,7 @@ bool confirm(bool copies)
 bool update(yat_device *device, bool copies)
 {
     const TextKey name = copies ? TextKey("TITTLE_UPDATECOPY_ID") : TextKey("TITTLE_FILEPATHUP_ID");
-    const char *mode = copies ? "FWCOPY" : "FWBURN";
+    const char *mode = copies ? YAT_BURN_COPY : YAT_BURN_FILE;
     return carryOut(burnFirmware, YAT_SUPPORT_CPU_BURN_FIRMWARE, name, device,
                     [mode] { return mode; });
 }

@@ -13,14 +13,12 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string>
 
 static constexpr char traceSource[] = "general";
 
 namespace {
 
-constexpr int on = 2; // as read; what is written is another value
-constexpr int writtenOn = 1, writtenOff = 0;
+constexpr int writtenOn = 1, writtenOff = 0; // what is read is another value
 
 struct Setting {
     int kind; // YAT_SETTING_...
@@ -66,7 +64,7 @@ bool readSettings(Window &window)
         }
         if (i == 0) // the other's value is not told
             TRACE_AS(YAT_TRACE_PROGRESS, "General", "state= %d", window.value);
-        window.switches[i].stored = window.value == on ? '*' : ' ';
+        window.switches[i].stored = window.value == YAT_SETTING_READ_ON ? '*' : ' ';
     }
     return true;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatctl/commandline.h"
 
+#include "common/terms.h"
 #include "common/version.h"
 #include "shared/program.h"
 #include "yatctl/commands.h"
@@ -75,10 +76,8 @@ CLI::Validator between(double least, double most, const char *signs)
 void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
 {
     if (name == "set-type")
-        app.add_option(
-               "TYPE", request.argument,
-               "What a failure leads to: 0 stay down, 1 always restart, 2 restart at or above "
-               "the threshold")
+        app.add_option("TYPE", request.argument,
+                       "What a failure leads to: " + yat::mtbfTypesInWords())
             ->type_name("")
             ->required()
             ->check(CLI::IsMember({"0", "1", "2"}).description(""));

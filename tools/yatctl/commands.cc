@@ -48,11 +48,10 @@ Assignment parse(const std::string &assignment)
 // Nothing when it can't be read.
 std::optional<bool> isOn(const Setting &setting)
 {
-    constexpr int readAsOn = 2;
     int value = 0;
     if (GetBBDriverSettings(setting.kind, YAT_CLASS_GENERAL, 1, &value) == 0)
         return {};
-    return value == readAsOn;
+    return value == YAT_SETTING_READ_ON;
 }
 
 void put(const Assignment &assignment)

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatctl/machine.h"
 
-#include "base/display.h"
 #include "common/terms.h"
 #include "text/encoding.h"
 #include "yat/text.h"
@@ -151,7 +150,10 @@ std::optional<int64_t> mtbfTypeOf(const Device &device)
             numberIn(propertyOf(YAT_KIND_PCI_MODULE, device.number, YAT_PROPERTY_RELATIONAL_INDEX));
     const auto read =
         board ? numberIn(propertyOf(YAT_KIND_BOARD, *board, YAT_PROPERTY_MTBF_TYPE)) : board;
-    return read && *read >= 2 && *read <= 4 ? std::optional<int64_t>(*read - 2) : std::nullopt;
+    for (const yat::MtbfType &type : yat::mtbfTypes)
+        if (read == type.value + YAT_MTBF_TYPE_READ_ABOVE)
+            return type.value;
+    return {};
 }
 
 std::string stateTextOf(const Device &device)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatctl/metrics.h"
 
+#include "common/terms.h"
+
 #include <algorithm>
 #include <functional>
 
@@ -146,10 +148,9 @@ std::string metricsText(const Machine &machine, const std::vector<SettingValue> 
            + numbers(machine, "yat_device_mtbf_threshold_seconds",
                      "Mean time between failures below which a device stays down.",
                      YAT_KNOWS_MTBF_THRESHOLD, &yat_facts::mtbf_threshold)
-           + metric(
-               "yat_module_mtbf_type",
-               "What a failure leads to: 0 stay down, 1 restart, 2 restart at or above threshold.",
-               forEach(machine, mtbfType))
+           + metric("yat_module_mtbf_type",
+                    "What a failure leads to: " + yat::mtbfTypesInWords() + ".",
+                    forEach(machine, mtbfType))
            + metric("yat_cpu_module_bios_info", "The BIOS of a CPU module.",
                     forEach(machine, biosInfo))
            + metric("yat_setting", "1 for a setting that is on.", settingSamples(settings))

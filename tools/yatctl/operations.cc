@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <functional>
 #include <string_view>
 
 namespace yatctl {
@@ -49,8 +48,8 @@ const Operation &operationOf(const Request &request)
 // What the platform takes as the argument.
 std::string platformArgument(const Request &request)
 {
-    return request.argument == "copy"   ? "FWCOPY"
-           : request.argument == "file" ? "FWBURN"
+    return request.argument == "copy"   ? YAT_BURN_COPY
+           : request.argument == "file" ? YAT_BURN_FILE
                                         : request.argument;
 }
 
