@@ -54,7 +54,7 @@ Injection injectionFor(CallName call)
     return takeInjection(openedStore(), call).value_or(Injection());
 }
 
-// The injection for a call that needs no machine, and so works also without one.
+// The same where the machine may be missing.
 Injection injectionIfAny(CallName call)
 try {
     return injectionFor(call);
@@ -74,7 +74,7 @@ template <class... Arguments> bool give(const std::string &text, Arguments... ar
     else if constexpr (std::is_same_v<decltype(to), char *const>)
         yat::putState(text, to);
     else if constexpr (std::is_same_v<decltype(to), int *const>)
-        *to = atoi(text.c_str());
+        return to && (*to = atoi(text.c_str()), true);
     return true;
 }
 
@@ -92,14 +92,17 @@ int answerTo(CallName name, const Injection &injection, const Call &call, Argume
     return give(injection.text.value_or(""), arguments...) ? result : rule.failed();
 }
 
-// Such a call with the injection for it. One that needs no machine works also without.
+// Such a call with the injection for it. One that needs no machine touches no file, but for an
+// injection that is known from a call before.
 template <auto call, CallName name> struct Answered;
 template <class... Arguments, int (*call)(Arguments...), CallName name>
 requires(!(std::is_same_v<Arguments, const Machine &> || ...)) struct Answered<call, name> {
     static int run(Arguments... arguments)
     {
+        const bool isInjected = opened && isKnown(*opened, name);
         return answerTo(
-            name, injectionIfAny(name), [&] { return call(arguments...); }, arguments...);
+            name, isInjected ? injectionIfAny(name) : Injection(),
+            [&] { return call(arguments...); }, arguments...);
     }
 };
 template <class... Arguments, int (*call)(const Machine &, Arguments...), CallName name>
@@ -111,15 +114,6 @@ struct Answered<call, name> {
             arguments...);
     }
 };
-
-// It touches no file, but for an injection that is known from the call that gave the text.
-int toIntegerAnswered(char *text, int *value)
-{
-    constexpr CallName name = "Linux_ConvertDataToInt";
-    return text && value && opened && isKnown(*opened, name)
-               ? Answered<yat::toInteger, name>::run(text, value)
-               : yat::toInteger(text, value);
-}
 
 // The value that it gives is the reason for a no.
 int ifSupportAnswered(yat_device *device, int code, int *detail)
@@ -163,7 +157,7 @@ int putSetting(int kind, int object, int index, int *value)
 // ---- Opening and closing
 
 int openPlatform()
-try {
+{
     const yat::ConfiguredMachine machine = yat::configuredMachine();
     if (machine.isHardware) {
         TRACE_ERROR("this platform only simulates machines, and can't take the place of "
@@ -175,9 +169,6 @@ try {
     if (result == 0)
         opened.reset();
     return result;
-} catch (const std::exception &problem) {
-    tell(problem);
-    return 1; // the calls will fail that need the machine
 }
 
 int closePlatform()
@@ -198,7 +189,7 @@ const yat_platform YatPlatform = {
     .magic = YAT_PLATFORM_MAGIC,
     .version = YAT_PLATFORM_VERSION,
     .size = sizeof(struct yat_platform),
-    .open = openPlatform,
+    .open = yat::Guarded<openPlatform, 1, tell>::run, // the calls fail that need the machine
     .close = guarded<closePlatform>,
     .functions =
         {
@@ -211,7 +202,7 @@ const yat_platform YatPlatform = {
             .if_support = guarded<ifSupportAnswered>,
             .clear_mtbf = guarded<operation<Verb::clearMtbf>>,
             .bring_up = guarded<operation<Verb::bringUp>>,
-            .Linux_ConvertDataToInt = yat::Guarded<toIntegerAnswered, -1, tell>::run,
+            .Linux_ConvertDataToInt = reading<yat::toInteger, "Linux_ConvertDataToInt">,
             .bring_down = guarded<operation<Verb::bringDown>>,
             .set_mtbf_type = guarded<operation<Verb::setMtbfType, const char *>>,
             .burn_firmware = guarded<operation<Verb::burnFirmware, const char *>>,

@@ -50,7 +50,8 @@ TEST_P(Injections, FailEveryCallByItsConvention)
     EXPECT_EQ(tree, nullptr);
 
     ASSERT_EQ(CreateTreeViewData(&tree), 1);
-    inject("FreeTreeViewData", "0");
+    inject("FreeTreeViewData", "0"); // which it knows from the next call that reads the machine
+    EXPECT_NE(cpuState(1), "");
     EXPECT_EQ(FreeTreeViewData(&tree), 0);
     EXPECT_NE(tree, nullptr);
     EXPECT_EQ(FreeTreeViewData(&tree), 1);
