@@ -72,8 +72,10 @@ struct Text {
     }
     std::string expected() const
     {
-        return "a text of " + std::to_string(least) + " to " + std::to_string(most) + " bytes"
-               + (isLine ? " without control characters" : "");
+        return most == SIZE_MAX
+                   ? "a text"
+                   : "a text of " + std::to_string(least) + " to " + std::to_string(most) + " bytes"
+                         + (isLine ? " without control characters" : "");
     }
 };
 
@@ -106,7 +108,7 @@ struct Number {
     }
     std::string expected() const
     {
-        return "a number " + range();
+        return least == INT64_MIN ? "a number" : "a number " + range();
     }
 };
 

@@ -95,8 +95,6 @@ struct Binding : ColumnKeys {
     sqlite3_stmt *statement;
     int at = 0;
 
-    Binding(const yat::Database &file, sqlite3_stmt *row) : database(file), statement(row) {}
-
     void operator()(std::string_view, const auto &value, const auto &rule, Presence = mayBeMissing)
     {
         const Json json = written(rule, value);
@@ -147,8 +145,6 @@ struct Reading : ColumnKeys {
     sqlite3_stmt *row;
     int at = 0;
 
-    Reading(const yat::Database &file, sqlite3_stmt *read) : database(file), row(read) {}
-
     void operator()(std::string_view key, auto &value, const auto &rule,
                     Presence presence = mayBeMissing)
     {
@@ -176,7 +172,7 @@ template <class... Value> void putRow(yat::Database &database, const char *table
         keysOf(names, value...);
         return std::string("INSERT OR REPLACE INTO ") + table + " VALUES (" + names.places + ")";
     }();
-    Binding binding(database, database.prepared(sql.c_str()));
+    Binding binding{{}, database, database.prepared(sql.c_str())};
     keysOf(binding, value...);
     database.each(binding.statement, [](sqlite3_stmt *) {});
 }
@@ -184,7 +180,7 @@ template <class... Value> void putRow(yat::Database &database, const char *table
 template <class... Value>
 void readRow(const yat::Database &database, sqlite3_stmt *row, Value &...value)
 {
-    Reading reading(database, row);
+    Reading reading{{}, database, row};
     keysOf(reading, value...);
 }
 

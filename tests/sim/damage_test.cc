@@ -38,7 +38,7 @@ void expectRefused(Stored &stored, const std::string &reason)
              [&] { resetMachine(stored.store); }}) {
         const std::string problem = problemOf(work);
         EXPECT_TRUE(problem.starts_with(stored.store.file)) << problem;
-        EXPECT_NE(problem.find(reason), std::string::npos) << problem;
+        EXPECT_NE((problem + "\n").find(reason), std::string::npos) << problem;
         EXPECT_EQ(problem.find('\n'), std::string::npos) << problem;
         close(stored.store);
     }
@@ -127,6 +127,8 @@ TEST(StateFile, ThatSaysWhatCantBeIsRefusedAndLeftAlone)
          "'failures', expected a list of up to 64 numbers from "},
         {"INSERT INTO injection (call, times, delay) VALUES ('x', -1, 0)",
          "'times', expected a number from 0 to 1000000000"},
+        {"INSERT INTO injection (call, times, delay) VALUES (7, 1, 0)",
+         "'call', expected a text\n"}, // of any length
         {"UPDATE device SET partner = 99 WHERE position = 0", "the partner of a module is missing"},
         {"DELETE FROM device WHERE position = 4", "a device is missing"},
         {"DELETE FROM machine", "it describes no machine"},
