@@ -11,7 +11,6 @@
 #include <dlfcn.h>
 #include <link.h>
 #include <pwd.h>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -7,7 +7,6 @@
 #include "yat/device.h"
 
 #include <array>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>

@@ -5,7 +5,6 @@
 #include "sim/machine.h"
 
 #include <string>
-#include <string_view>
 
 namespace sim {
 

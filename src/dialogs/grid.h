@@ -3,7 +3,6 @@
 // for the screen, narrower layouts.
 #pragma once
 
-#include <initializer_list>
 #include <newt.h>
 #include <vector>
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <string>
 #include <utility>
 #include <vector>
 

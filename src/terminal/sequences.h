@@ -3,7 +3,6 @@
 // and of the focus, answers to queries, pastes. All begin with Esc.
 #pragma once
 
-#include <string>
 #include <string_view>
 
 constexpr char escape = '\x1b';

@@ -3,7 +3,6 @@
 #include "kernel.h"
 #include "looked.h"
 
-#include <fcntl.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 

@@ -3,7 +3,6 @@
 #include "hwinfo/bmc.h"
 #include "support/problem.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 

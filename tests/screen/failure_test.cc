@@ -2,8 +2,6 @@
 // Every failure of the start-up and of the platform: what is traced, what is undone, what is told.
 #include "navigation.h"
 
-#include <cerrno>
-
 namespace {
 
 struct Failure {

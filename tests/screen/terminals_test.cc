@@ -2,7 +2,6 @@
 // Terminals that are low, narrow, without colours, without line drawing, or in another encoding.
 #include "navigation.h"
 
-#include <algorithm>
 #include <set>
 
 using namespace keys;

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
-#include <sstream>
 
 namespace {
 

@@ -5,7 +5,6 @@
 
 #include <cstdarg>
 #include <map>
-#include <vector>
 
 namespace {
 

@@ -2,7 +2,6 @@
 // What the command line asks for.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 

@@ -5,7 +5,6 @@
 #include "yatsim/request.h"
 
 #include <optional>
-#include <string>
 
 namespace sim {
 

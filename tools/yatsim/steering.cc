@@ -2,7 +2,6 @@
 #include "yatsim/steering.h"
 
 #include "common/problem.h"
-#include "sim/words.h"
 #include "text/encoding.h"
 
 #include <algorithm>
