@@ -236,20 +236,21 @@ void drawComponent(newtComponent component)
 EventResult takeEvent(newtComponent component, Event event)
 {
     View &view = viewWith(component);
-    if (event.kind == EV_KEYPRESS && scroll(view, partOf(view, component), event.u.key)) {
+    if (event.phase == EV_NORMAL && event.kind == EV_KEYPRESS
+        && scroll(view, partOf(view, component), event.u.key)) {
         draw(view);
         return {.kind = ER_SWALLOWED, .u = {}};
     }
-    if (event.kind == EV_FOCUS) {
+    if (event.phase == EV_NORMAL && event.kind == EV_FOCUS) {
         view.focus = component;
         showFocus(view);
         draw(view);
     }
-    if (event.kind == EV_UNFOCUS)
+    if (event.phase == EV_NORMAL && event.kind == EV_UNFOCUS)
         view.focus = nullptr;
     const EventResult result = view.operations.at(component)->event(component, event);
-    if (textOf(component)) // which opens no window that ends the view
-        draw(view);        // its marks, and those of its group
+    if (event.phase == EV_NORMAL && textOf(component)) // which opens no window that ends the view
+        draw(view);                                    // its marks, and those of its group
     return result;
 }
 
