@@ -358,6 +358,10 @@ TEST_F(Operations, CountsOfAdaptersAreThoseOfWhatTheyHave)
     EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_SCSI_ADAPTER, 1), 26), 1) << trace();
     EXPECT_EQ(CALL(ClearMTBF)(record(YAT_CLASS_ETHERNET_ADAPTER, 1), 32), 1) << trace();
     EXPECT_EQ(failures(YAT_CLASS_ETHERNET_ADAPTER) + failures(YAT_CLASS_SCSI_ADAPTER), 0);
+    for (const char *count : {"0x2", "0x20"}) { // its driver was loaded again
+        server.write(disks + "/host1/target1:0:0/1:0:0:0/ioerr_cnt", count);
+        EXPECT_EQ(failures(YAT_CLASS_SCSI_ADAPTER), strtol(count, nullptr, 16));
+    }
 }
 
 TEST_F(Operations, ClearTheCountOfOneDeviceOnly)

@@ -93,11 +93,13 @@ TEST(StateFile, IsNotMisledByWhatAKilledProcessOrAnotherStateLeftBehind)
     stored.store.database.reset();
     fs::remove(stored.store.file);
     std::ofstream(stored.store.file + "-wal") << log;
+    std::ofstream(stored.store.file + "-wal.aside") << "of another time";
     std::ofstream(stored.store.file + ".new") << "half";
     EXPECT_TRUE(openStore(stored.store));
     EXPECT_EQ(journalOf(stored.store).size(), 1u);
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
-    EXPECT_EQ(readFile(stored.store.file + "-wal.aside"), log); // it may be all that is left
+    EXPECT_EQ(readFile(stored.store.file + "-wal.aside"), "of another time");
+    EXPECT_EQ(readFile(stored.store.file + "-wal.aside.2"), log); // it may be all that is left
     EXPECT_FALSE(fs::exists(stored.store.file + ".new"));
 }
 

@@ -215,9 +215,9 @@ TEST(Store, ForgetsWhatCouldNotBeWritten)
                        [&] {
                            apply(stored.store.state.machine, stopCpu2);
                            EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);
-                           throw std::runtime_error("on the way");
+                           throw std::logic_error("on the way");
                        }),
-                 std::runtime_error);
+                 std::logic_error);
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::duplex);
     perform(stored.store, stopCpu2);
     EXPECT_EQ(find(look(stored.store), cpu2)->state, State::stopping);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Loading a platform: each object that is none is refused and leaves nothing behind.
 #include "support/files.h"
+#include "support/privileges.h"
 #include "yat/facts.h"
 #include "yat/ft.h"
 #include "yat/platform.h"
@@ -161,6 +162,24 @@ TEST(Platform, OfAProductThatIsGoneIsNowhere)
     EXPECT_EQ(root.call<decltype(TraceLogInit)>("TraceLogInit")(0, "trace", 0, 0, 0), 1);
     EXPECT_TRUE(fs::exists(root.directory.path / "yatkit/log/trace.log"));
     unsetenv("XDG_STATE_HOME");
+}
+
+TEST(Texts, ThatCannotBeReadAreNone)
+{
+    Root root("");
+    const auto open = root.call<decltype(OpenStrFile)>("OpenStrFile");
+    const fs::path file = root.directory.path / "data/E_mrvutil.rc";
+    writeFile(file, "KEY_ID \"text\"\n");
+    int size = -7;
+    {
+        const WithoutPrivileges since;
+        fs::permissions(file, fs::perms::none);
+        EXPECT_EQ(open("/data/E_mrvutil.rc", &size), nullptr);
+    }
+    fs::permissions(file, fs::perms::owner_all);
+    fs::resize_file(file, uintmax_t{3} << 30); // beyond what an int can tell
+    EXPECT_EQ(open("/data/E_mrvutil.rc", &size), nullptr);
+    EXPECT_EQ(size, -7);
 }
 
 TEST(Platform, ThatIsAFifoDoesNotHangTheStart)
