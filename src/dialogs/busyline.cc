@@ -104,7 +104,7 @@ void Waiting::draw()
 
 void Waiting::begin(std::chrono::milliseconds time)
 {
-    if (isActive || debug_flag)
+    if (debug_flag)
         return;
     isActive = true;
     draw();
@@ -123,8 +123,7 @@ void Waiting::end()
 
 void Waiting::show()
 {
-    if (isActive)
-        writeNow();
+    writeNow();
 }
 
 void interruptWaiting()

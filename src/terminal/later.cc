@@ -83,7 +83,7 @@ void writeNow()
 {
     if (makeTimer())
         setTimer({}); // what it has sent by now arrives before this returns
-    if (isWaiting && !isWritten)
+    if (!isWritten)
         writeWaiting();
 }
 
