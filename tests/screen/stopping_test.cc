@@ -499,25 +499,29 @@ TEST(Stopping, WaitsWhileTheTerminalChangesHands)
 
 TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
 {
-    Shell shell({.script = "StatusChange real held"});
-    shell.runSpied();
-    shell.expectScreen();
-    shell.terminal.waitUntilIdle();
-    shell.terminal.send(down + down + space + down + enter);
-    shell.see("PCI module 1 ...");
-    const auto before = shell.terminal.rows();
-    shell.kill(SIGTSTP);
-    shell.expectPrompt();
-    EXPECT_TRUE(shell.jobIs('T'));
-    shell.type("fg");
-    EXPECT_TRUE(shell.terminal.waitUntil([&] {
-        return shell.terminal.inAlternateScreen() && shell.terminal.rows() == before;
-    })) << shell.terminal.picture();
-    shell.workspace.letGo();
-    shell.see("PCI module 1 --FT Server Utility");
-    shell.see("Close");
-    shell.see("Esc: leave");
-    EXPECT_FALSE(shell.terminal.contains("..."));
+    for (const std::string timer : {"", "timer_create -1\n"}) { // without one, nothing is told
+        Shell shell({.script = timer + "StatusChange real held"});
+        shell.runSpied();
+        shell.expectScreen();
+        shell.terminal.waitUntilIdle();
+        shell.terminal.send(down + down + space + down + enter);
+        if (timer.empty())
+            shell.see("PCI module 1 ...");
+        shell.terminal.waitUntilIdle();
+        const auto before = shell.terminal.rows();
+        shell.kill(SIGTSTP);
+        shell.expectPrompt();
+        EXPECT_TRUE(shell.jobIs('T'));
+        shell.type("fg");
+        EXPECT_TRUE(shell.terminal.waitUntil([&] {
+            return shell.terminal.inAlternateScreen() && shell.terminal.rows() == before;
+        })) << shell.terminal.picture();
+        shell.workspace.letGo();
+        shell.see("PCI module 1 --FT Server Utility");
+        shell.see("Close");
+        shell.see("Esc: leave");
+        EXPECT_FALSE(shell.terminal.contains("..."));
+    }
 }
 
 TEST(Stopping, WhileTheMachineIsAskedWritesNothingForALargerTerminal)
@@ -639,6 +643,20 @@ TEST(Stopping, WaitsWhileTheScreenIsLeft)
     }
 }
 
+TEST(Stopping, IsNotDoneWhereItIsIgnored)
+{
+    Shell shell;
+    shell.type("sh -c 'trap \"\" TSTP; " + shell.spied() + " -d; echo status $?'");
+    shell.expectScreen();
+    const pid_t program = childOf(shell.job());
+    ASSERT_NE(program, 0);
+    ::kill(program, SIGTSTP);
+    shell.expectScreen();
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(ctrlO);
+    shell.see("status 1");
+}
+
 TEST(TypingAhead, IsTheShellsWhereTheProgramHasNoScreen)
 {
     Shell shell;
@@ -660,6 +678,29 @@ TEST(TypingAhead, IsNoneOfTheShellsWhileTheMachineIsReleased)
     shell.type("echo status $?");
     shell.see("status 1");
     EXPECT_FALSE(shell.terminal.contains("oops")) << shell.terminal.picture();
+}
+
+TEST(TypingAhead, IsTheShellsWhileTheMachineIsReleasedInTheBackground)
+{
+    Shell shell({.script = "ft_FunctionRelease real held"});
+    shell.runSpied();
+    shell.expectScreen();
+    shell.terminal.waitUntilIdle();
+    shell.terminal.send(ctrlO);
+    shell.expectPrompt();
+    shell.kill(SIGTSTP);
+    EXPECT_TRUE(shell.jobIs('T'));
+    shell.type("bg");
+    EXPECT_TRUE(shell.jobIs('S'));
+    shell.terminal.send("echo k''ept");
+    shell.see("echo k''ept");
+    shell.workspace.letGo();
+    EXPECT_TRUE(shell.terminal.waitUntil([&] {
+        const pid_t job = shell.job();
+        return job == 0 || stateOf(job) == 'Z';
+    }));
+    shell.terminal.send("\n");
+    shell.see("kept");
 }
 
 // The program has begun to drop what came with its last key, when the rest arrives.

@@ -121,15 +121,24 @@ TEST(Waiting, IsShownOnEveryTerminal)
     }
 }
 
-TEST(Waiting, IsShownAtOnceForAnOperation)
+TEST(Waiting, IsShownOnceForAnOperationAndAtOnce)
 {
-    Session session({.script = "IfSupport 1\nClearMTBF 1"});
-    open(session, pciModule);
-    session.send(enter);
-    session.see("Clear the MTBF count of this device?");
-    session.send(enter);
-    session.see("The operation was successful.");
-    EXPECT_NE(session.terminal().output().find("PCI module 1: Clear ..."), std::string::npos);
+    for (const std::string held : {"", " held"}) { // while it is asked whether there is support
+        Session session({.script = "IfSupport 1" + held + "\nClearMTBF 1"});
+        open(session, pciModule);
+        session.send(enter);
+        session.see("Clear the MTBF count of this device?");
+        session.send(enter);
+        if (!held.empty()) {
+            session.see("PCI module 1: Clear ...");
+            session.files().letGo();
+        }
+        session.see("The operation was successful.");
+        const std::string &output = session.terminal().output();
+        const size_t first = output.find("PCI module 1: Clear ...");
+        EXPECT_NE(first, output.npos);
+        EXPECT_EQ(first, output.rfind("PCI module 1: Clear ..."));
+    }
 }
 
 TEST(Waiting, WritesNothingForALargerTerminal)
