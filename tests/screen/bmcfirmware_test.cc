@@ -356,6 +356,15 @@ TEST(BmcUpdate, SignalFromOutsideLeavesTheTerminalAsTheUpdateProgramHasIt)
     EXPECT_EQ(session.calls("klogctl"), (Calls{"klogctl(6, null, 0)", "klogctl(8, null, 6)"}));
 }
 
+// It belongs to a group of processes that has ended then.
+TEST(BmcUpdate, TakesTheTerminalFromAnUpdateProgramThatDoesNotGiveItBack)
+{
+    Update session("set -m; kill -9 $$");
+    session.see(endedBadly);
+    session.send(enter);
+    session.expectTakenBack();
+}
+
 // Which only the update program is told of.
 TEST(BmcUpdate, FindsANewSizeOfTheTerminal)
 {

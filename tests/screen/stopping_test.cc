@@ -294,6 +294,17 @@ TEST(Stopping, HasPastesMarkedOnTheScreenOnly)
     EXPECT_FALSE(isMarking());
 }
 
+// Others would show the sequences for that.
+TEST(Stopping, HasPastesMarkedOnTerminalsLikeXtermOnly)
+{
+    Shell shell({.term = "vt52"});
+    const std::string &output = shell.terminal.output();
+    shell.run();
+    EXPECT_TRUE(shell.terminal.waitUntil([&] { return output.find("Exit") != output.npos; }));
+    shell.terminal.waitUntilIdle();
+    EXPECT_EQ(output.find("2004"), output.npos);
+}
+
 TEST(Stopping, AndEndingThenLeavesTheTerminalToTheShell)
 {
     Shell shell;
