@@ -88,10 +88,9 @@ bool letTimePass(Machine &machine, Device *, Value value)
 
 bool isOwner(SetKey::Owner owner, const Device *device)
 {
-    if (!device || owner == SetKey::machine)
-        return !device && owner == SetKey::machine;
-    return owner == SetKey::module ? isModule(device->id)
-                                   : device->id.classCode == YAT_CLASS_CPU_MODULE;
+    return owner == SetKey::machine  ? !device
+           : owner == SetKey::module ? device && isModule(device->id)
+                                     : device && device->id.classCode == YAT_CLASS_CPU_MODULE;
 }
 
 // Carries out "KEY=VALUE"; the device is null for a key of the machine.

@@ -80,7 +80,7 @@ void restoreAndDie(int signal, siginfo_t *info, void *)
 
 void handle(int signal, void (*handler)(int, siginfo_t *, void *))
 {
-    struct sigaction action;
+    struct sigaction action = {};
     action.sa_sigaction = handler;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigfillset(&action.sa_mask);

@@ -71,7 +71,7 @@ void writeLater(std::string_view bytes, std::string_view screen, std::chrono::mi
     isWaiting = 1;
     if (!makeTimer())
         return;
-    struct sigaction action;
+    struct sigaction action = {};
     action.sa_sigaction = handle;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
     sigfillset(&action.sa_mask);

@@ -40,7 +40,7 @@ void watchSize()
             return;
         size = terminalSize();
     }
-    struct sigaction action;
+    struct sigaction action = {};
     action.sa_handler = noteResize;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);

@@ -134,7 +134,7 @@ void watchStops()
 {
     rememberScreen();
     for (size_t i = 0; i < std::size(handled); ++i) {
-        struct sigaction action;
+        struct sigaction action = {};
         action.sa_handler = handled[i].handler;
         action.sa_flags = SA_RESTART;
         sigfillset(&action.sa_mask);
