@@ -9,7 +9,7 @@ libudev-dev libpci-dev pci.ids libmount-dev libnl-route-3-dev"
 testPackages="libgtest-dev libvterm-dev librapidcheck-dev locales ncurses-bin groff-base man-db \
 mandoc dpkg-dev umockdev python3-jsonschema codespell cppcheck"
 # To leave nothing out: the other compiler, a virtual machine with a BMC, and a fresh Debian.
-fullPackages="clang-14 clang-format-14 libclang-rt-14-dev llvm-14 qemu-system-x86 \
+fullPackages="clang-14 clang-format-14 libclang-rt-14-dev llvm-14 qemu-system-x86 valgrind \
 busybox-static pciutils freeipmi-tools prometheus prometheus-node-exporter ansible-core \
 ansible-lint yamllint openssh-server debootstrap"
 # To build packages, and to look them through.

@@ -44,7 +44,7 @@ std::vector<std::string> Workspace::command() const
 {
     std::vector<std::string> result;
     if (getenv("YAT_VALGRIND"))
-        result = {"/usr/bin/valgrind", "--quiet",
+        result = {"/usr/bin/valgrind", "--quiet", "--suppressions=" SOURCES "/tests/valgrind.supp",
                   "--log-file=" + (directory() / "sanitizer.%p").string()};
     result.push_back(options.program == "toolkit" ? TOOLKIT
                                                   : std::string(PROGRAMS) + "/" + options.program);
@@ -73,6 +73,8 @@ std::map<std::string, std::string> Workspace::environment() const
         {"UBSAN_OPTIONS", "print_stacktrace=1:" + log},
         {"LSAN_OPTIONS", std::string("print_suppressions=0:suppressions='") + SUPPRESSIONS + "'"},
     };
+    if (getenv("YAT_VALGRIND"))
+        result.erase("LD_PRELOAD"); // valgrind would have the spy itself
     for (const char *name :
          {"YAT_COUNTS", "GCOV_ERROR_FILE", "GCOV_PREFIX"}) // where lines are counted
         if (const char *value = getenv(name))
