@@ -75,6 +75,10 @@ const Case cases[] = {
     {"UnknownKeyInLines", "type =", "\"t\\np\" = 1\ntype =",
      "F:2: unknown key 't?p' in the description, expected name, type, bmc, firmware, settings, "
      "mtbf, timing, supports, cpu_module, pci_module"},
+    {"UnknownKeyOfACpuModule", "path = [1]", "path = [1]\nspeed = 1",
+     "F:22: unknown key 'speed' in a CPU module, *"},
+    {"UnknownKeyOfAPciModule", "board = 3", "board = 3\nspeed = 1",
+     "F:33: unknown key 'speed' in a PCI module, *"},
     {"UnknownType", "\"CEDAR\"", "\"OAK\"",
      "F:2: wrong value for 'type', expected one of \"ALDER\", \"BIRCH\", \"CEDAR\", \"PLAIN\""},
     {"NegativeTime", "1.5", "-1.5",

@@ -52,6 +52,7 @@ const Configuration configurations[] = {
     {"DateBeforeASign", "\na = 1979-05-27T-1\n", "", "expected a time of day after the date"},
     {"DateBeforeALetter", "\na = 1979-05-27tx\n", "", "expected a time of day after the date"},
     {"Times", "a = [1979-05-27t07:32:00, 12345678901]\nmachine = 'ALDER'", "ALDER", ""},
+    {"DateAsAKey", "a = {b = 1, 1979-05-27Tx = 2}\nmachine = 'ALDER'", "ALDER", ""},
     {"DateWithMore", "\na = 1979-05-27x\n", "", nullptr},
     {"HeaderAtTheEnd", "\n[", "", nullptr},
     {"QuoteAtTheEnd", "\nmachine = \"ALDER", "", nullptr},

@@ -3,6 +3,7 @@
 #include "common/complaints.h"
 #include "yat/ft.h"
 #include "yat/text.h"
+#include "yat/trace.h"
 #include "yat/winshim.h"
 
 #include <cstdlib>
@@ -45,6 +46,11 @@ TEST_F(WithoutMemory, CallsFailAndTheFirstOnesTellWhy)
          },
          "^unit_test: out of memory\n$"},
         {[] { return ft_FunctionInit() == 0; }, "^unit_test: out of memory\n$"},
+        {[] {
+             TraceLog(YAT_TRACE_ERROR, "test", __func__, __LINE__, "a text that takes memory");
+             return FreeLibrary(nullptr) == 0;
+         },
+         "^unit_test: out of memory\n$"},
         {[] {
              char text[100] = "as was", catalogue[] = "KEY \"longer than without memory\"\n";
              return GetYatRootPath(text, sizeof text) == 0
