@@ -289,8 +289,8 @@ TEST(Order, OfAFailedTreeIsReleaseThenRecord)
                    "TraceLog(1, mrvmain, EditParameter, <mkTree(pTreeData) failed.)"});
 }
 
-// Only then is it done what the record says.
-TEST(Order, OfAnEndIsWindowThenRecord)
+// Only then is it begun, or done, what the record says.
+TEST(Order, OfAWindowIsRecordWindowRecord)
 {
     struct {
         std::string program, script, tree;
@@ -300,7 +300,7 @@ TEST(Order, OfAnEndIsWindowThenRecord)
          "",
          "",
          {ctrlO},
-         {"newtGridFree(FT Server Utility, 1)", "TraceLog(0, mrvmain, mkTree, <Finished*",
+         {"newtGridFree(WINDOW_TITLE_MRV_ID, 1)", "TraceLog(0, mrvmain, mkTree, <Finished*",
           "FreeTreeViewData(root) = 1", "TraceLog(0, mrvmain, EditParameter, <)", "newtFinished()",
           "klogctl(8, null, 6)", "ft_FunctionRelease() = 1", "freenewtlib()", "freeslanglib()",
           "TraceLog(0, mrvmain, main, <)"}},
@@ -308,13 +308,13 @@ TEST(Order, OfAnEndIsWindowThenRecord)
          "CreateTreeViewData 0",
          "",
          {enter},
-         {"newtGridWrappedWindow(Error)", "newtPopWindow()",
+         {"newtGridWrappedWindow(grid 3, Error)", "newtPopWindow()",
           "TraceLog(1, mrvmain, EditParameter, <Create data structure for tree view failed.)"}},
         {"mrvutil",
          "",
          "0 9 2 1 0 too deep\n",
          {enter},
-         {"newtGridWrappedWindow(Error)", "newtPopWindow()",
+         {"newtGridWrappedWindow(grid 3, Error)", "newtPopWindow()",
           "TraceLog(1, mrvmain, TreeDrawItem, error happen when drawing the tree.)"}},
         {"mrvutil",
          "",
@@ -328,19 +328,33 @@ TEST(Order, OfAnEndIsWindowThenRecord)
          "",
          {cpuModule.path + enter, tab + tab + tab + tab + tab + tab + tab + tab + tab + enter,
           enter},
-         {"TraceLog(0, cpusubwin, BiosData, >*", "newtPopWindow()",
+         {"TraceLog(0, cpusubwin, BiosData, >*", "newtForm(null, null, 0)", "newtPopWindow()",
           "TraceLog(0, cpusubwin, BiosData, <)"}},
         {"mrvfirmware",
          "system -1",
          "",
          {enter, enter, tab + enter},
-         {"system(*", "TraceLog(0, firmware, Entrance, >)", "newtPopWindow()",
+         {"TraceLog(0, firmware, Firmware, >)", "newtLabel(-1, -1, FIRMWARE_REVISION)", "system(*",
+          "TraceLog(0, firmware, Entrance, >)", "newtForm(null, null, 0)", "newtPopWindow()",
           "TraceLog(0, firmware, Entrance, <)", "newtPopWindow()",
           "TraceLog(0, firmware, Firmware, <)"}},
+        {"mrvgeneral",
+         "",
+         "",
+         {backTab + enter},
+         {"TraceLog(0, general, General, >)", "GetBBDriverSettings(2, 20003, 1)*",
+          "newtForm(null, null, 0)", "newtPopWindow()", "TraceLog(0, general, General, <)"}},
+        {"mrvutil",
+         "",
+         "",
+         {cpuModule.path + enter, tab + tab + tab + tab + tab + tab + tab + tab + enter,
+          backTab + enter},
+         {"TraceLog(0, firmupdate, FirmUpdate, >)", "newtForm(null, null, 0)", "newtPopWindow()",
+          "TraceLog(0, firmupdate, FirmUpdate, <)"}},
     };
     for (const auto &[program, script, tree, keysSent, wanted] : cases) {
         RunOptions options = watched({.program = program, .script = script, .tree = tree});
-        options.environment["YAT_SPY_MORE"] = "screen texts trace";
+        options.environment["YAT_SPY_MORE"] = "screen forms texts trace";
         Session session(options);
         session.see("┤");
         for (const std::string &key : keysSent)
