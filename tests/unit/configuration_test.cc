@@ -45,6 +45,7 @@ const Configuration configurations[] = {
     {"LetterBehindJoinedLines", "machine = \"\"\"\\\n  \u3042\"\"\"\n", "",
      "the line after a backslash can't begin with a non-ASCII character"},
     {"HeaderWithoutName", "\n[=\n", "", "expected the name of a table after '['"},
+    {"HeadersWithBlanks", " [ other ]\n [[ more ]]\n", "", ""},
     {"BraceInAList", "\na = [}\n", "", "expected a value or ']', saw '}'"},
     {"TimeThatIsNone", "\na = 1979-05-27T9\n", "",
      "Error while parsing value: could not determine value type"},
