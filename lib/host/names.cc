@@ -47,11 +47,10 @@ std::string lookUp(const Function &function, int what)
         return "";
     char buffer[256];
     try {
-        const char *name =
-            // Where udev has no list either, the library would leak memory for each name.
-            pci_lookup_name(openedNames(), buffer, sizeof buffer,
-                            what | PCI_LOOKUP_NO_NUMBERS | PCI_LOOKUP_NO_HWDB, function.vendor,
-                            function.device);
+        // Where udev has no list either, the library would leak memory for each name.
+        const char *name = pci_lookup_name(openedNames(), buffer, sizeof buffer,
+                                           what | PCI_LOOKUP_NO_NUMBERS | PCI_LOOKUP_NO_HWDB,
+                                           function.vendor, function.device);
         return name ? name : "";
     } catch (const Damaged &) {
         isDamaged = true;

@@ -75,10 +75,10 @@ void withInjection(Store &store, std::string_view call,
             if (isOver)
                 work(next);
         });
-        if (isOver)
-            continue;
-        hangFor(store, *next);
-        hungFor = next->id;
+        if (!isOver) {
+            hangFor(store, *next);
+            hungFor = next->id;
+        }
     }
 }
 

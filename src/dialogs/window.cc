@@ -175,7 +175,7 @@ void fitScreen()
 void redrawHelpLine()
 {
     newtRedrawHelpLine();
-    SLsmg_Char_Type corner;
+    SLsmg_Char_Type corner{};
     SLsmg_gotorc(SLtt_Screen_Rows - 1, SLtt_Screen_Cols - 1);
     SLsmg_read_raw(&corner, 1);
     if (corner.nchars > 0)
