@@ -23,6 +23,7 @@ namespace {
 constexpr std::chrono::milliseconds patience(500);
 
 Waiting *current;
+bool isScreenBare = true; // no window has been opened
 
 void settle()
 {
@@ -87,7 +88,8 @@ void Waiting::draw()
     std::vector<SLsmg_Char_Type> covered(columns);
     settle();
     Recording recording;
-    screen = recording.bytesOf(SLsmg_touch_screen);
+    // To draw it whole takes a tenth of a start, and a bare one is drawn whole soon enough.
+    screen = recording.bytesOf(isScreenBare ? SLtt_cls : SLsmg_touch_screen);
     SLsmg_gotorc(bottom, 0);
     SLsmg_read_raw(covered.data(), columns);
     showing = recording.bytesOf([&] {
@@ -128,6 +130,7 @@ void Waiting::show()
 
 void interruptWaiting()
 {
+    isScreenBare = false;
     if (current)
         current->end();
 }

@@ -98,6 +98,23 @@ TEST(Stopping, WhileTheMachineIsAskedComesBackWhole)
     }
 }
 
+TEST(Stopping, WhileTheProgramStartsShowsOnlyItsLineThen)
+{
+    for (const std::string term : {"xterm", "linux"}) { // the latter keeps what the shell wrote
+        Shell shell({.term = term, .script = "ft_FunctionInit real held"});
+        shell.runSpied();
+        shell.see("FT server ...");
+        shell.kill(SIGTSTP);
+        shell.expectPrompt();
+        shell.type("fg");
+        shell.see("FT server ...");
+        EXPECT_TRUE(shell.terminal.waitUntil([&] { return !shell.terminal.contains("ready:"); }))
+            << shell.terminal.picture();
+        shell.workspace.letGo();
+        shell.expectScreen();
+    }
+}
+
 TEST(Stopping, WhileTheMachineIsAskedWritesNothingForALargerTerminal)
 {
     Shell shell({.script = "StatusChange real held"});
