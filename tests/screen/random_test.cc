@@ -6,15 +6,12 @@
 #include "session.h"
 
 #include <csignal>
-#include <fstream>
 #include <random>
 #include <sys/wait.h>
 
 using namespace keys;
 
 namespace {
-
-using std::chrono::milliseconds;
 
 struct Chance {
     int weight;
@@ -116,15 +113,6 @@ long numberFrom(const char *variable, long usual)
     return value && *value ? atol(value) : usual;
 }
 
-// How long the process has waited for a processor, which says nothing against it.
-milliseconds waited(pid_t process)
-{
-    std::ifstream file("/proc/" + std::to_string(process) + "/schedstat");
-    long long running = 0, waiting = 0;
-    file >> running >> waiting;
-    return milliseconds(waiting / 1000000);
-}
-
 struct Program {
     RunOptions options;
     std::string title, button; // of its own window, which the button leaves
@@ -154,16 +142,13 @@ struct Started {
         return result;
     }
 
-    // Until it has ended or waits for a key. False when it hangs.
+    // Until it has ended or waits for a key. False when it hangs. An operation waits for the disk,
+    // which can take seconds where others write to it.
     bool takesWhatWasSent()
     {
-        constexpr milliseconds step(2), longest(2000);
-        const milliseconds before = waited(terminal.pid());
-        const auto waitedMeanwhile = [&] { // nothing any more once it has ended
-            return std::max(waited(terminal.pid()) - before, milliseconds(0));
-        };
-        for (milliseconds time(0); time < longest + waitedMeanwhile(); time += step)
-            if (hasEnded() || terminal.asksForKeyWithin(step))
+        const auto end = std::chrono::steady_clock::now() + deadline;
+        while (std::chrono::steady_clock::now() < end)
+            if (hasEnded() || terminal.asksForKeyWithin(std::chrono::milliseconds(2)))
                 return true;
         return false;
     }
@@ -178,7 +163,7 @@ struct Started {
 
     bool hasEnded()
     {
-        return terminal.wait(milliseconds(0)) != -1;
+        return terminal.wait(std::chrono::milliseconds(0)) != -1;
     }
 
     // Before it has done what was sent, or just then. What it can see coming leaves the terminal as
@@ -292,7 +277,7 @@ struct Course {
         send(key);
         ASSERT_TRUE(started.takesWhatWasSent()) << started.state() << story();
         ASSERT_EQ(started.hasEnded(), ends)
-            << "wait status " << started.terminal.wait(milliseconds(0)) << "\n"
+            << "wait status " << started.terminal.wait(std::chrono::milliseconds(0)) << "\n"
             << before << story();
     }
 
