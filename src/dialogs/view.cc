@@ -296,10 +296,8 @@ void endView(newtComponent form)
         return;
     const View view = std::move(found->second);
     views.erase(found);
-    for (const auto &[component, operations] : view.operations) {
-        operations->mapped(component, 0);
+    for (const auto &[component, operations] : view.operations)
         component->ops = operations;
-    }
     for (const newtComponent stop : view.stops)
         stop->takesFocus = 0;
     newtFormSetHeight(form, view.formHeight);
