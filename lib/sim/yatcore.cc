@@ -165,10 +165,7 @@ int openPlatform()
         return 0;
     }
     opened = configuredStore(machine);
-    const int result = injectionFor("ft_FunctionInit").result.value_or(1);
-    if (result == 0)
-        opened.reset();
-    return result;
+    return injectionFor("ft_FunctionInit").result.value_or(1);
 }
 
 int closePlatform()
