@@ -376,6 +376,16 @@ TEST_F(Manual, OfDescriptionsTellsLimitsAndAllowedValues)
     EXPECT_GE(told, 60u);
 }
 
+TEST_F(Manual, OfDescriptionsTellsTheUsualTimes)
+{
+    const sim::Timing usual;
+    Words expected;
+    for (const sim::Time time : {usual.start, usual.synchronise, usual.stop, usual.firmwareUpdate})
+        expected.push_back(std::to_string(time / sim::second));
+    EXPECT_EQ(matches(section(page("yat-machine.5"), ".Ss [timing]\\&"), "; ([0-9]+) by default"),
+              expected);
+}
+
 TEST_F(Manual, OfDescriptionsHasAnExampleThatWorks)
 {
     const std::string examples = section(page("yat-machine.5"), ".Sh EXAMPLES");
