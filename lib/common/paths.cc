@@ -97,7 +97,7 @@ std::string stateDirectory()
 {
     const char *wanted = secure_getenv("YAT_STATE_DIR");
     const std::string first =
-        wanted && wanted[0] ? std::string(wanted) : companionDirectory("/var", "/var");
+        wanted && *wanted ? std::string(wanted) : companionDirectory("/var", "/var");
     try {
         makeOwnDirectory(first);
         return first;
