@@ -46,6 +46,11 @@ struct Row {
     Padding padding{}; // around the grid
 };
 
+constexpr Row alone(int part, Anchor anchor, Padding padding = {})
+{
+    return {.cells = {{.part = part, .anchor = anchor, .padding = padding}}};
+}
+
 struct DeviceWindow;
 struct Button;
 using Action = void(DeviceWindow &window, const Button &button);

@@ -18,7 +18,7 @@ constexpr Component components[] = {
 
 constexpr Row rows[] = {
     {2, 1, {{0, 0, mtbfLabel, left}, {1, 0, clearButton, right, {.left = 4}}}},
-    {0, 0, {{0, 0, closeButton, top, {.top = 2}}}},
+    alone(closeButton, top, {.top = 2}),
 };
 
 constexpr int tabOrder[] = {mtbfLabel, clearButton, closeButton};

@@ -48,9 +48,9 @@ constexpr Component components[] = {
 constexpr Row rows[] = {
     {2, 1, {{0, 0, mtbfLabel, left}, {1, 0, clearButton, right}}},
     {2, 1, {{0, 0, mtbfTypeLabel, left, {.top = 1}}, {1, 0, setMtbfTypeButton, right, {.top = 1}}}},
-    {0, 0, {{0, 0, typeRadio1, left}}},
-    {0, 0, {{0, 0, typeRadio2, left}}},
-    {0, 0, {{0, 0, typeRadio3, left}}},
+    alone(typeRadio1, left),
+    alone(typeRadio2, left),
+    alone(typeRadio3, left),
     {2,
      2,
      {{0, 0, startLabel, left, {.top = 1}}, {0, 1, stopButton, right}, {1, 1, startButton, right}}},

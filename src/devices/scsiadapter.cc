@@ -31,7 +31,7 @@ constexpr Component components[] = {
 constexpr Row rows[] = {
     {2, 1, {{0, 0, mtbfLabel, left}, {1, 0, clearButton, right, {.left = 1}}}},
     {2, 1, {{0, 0, diagnoseLabel, left, {.top = 1}}, {1, 0, diagnoseButton, right, {.top = 1}}}},
-    {0, 0, {{0, 0, closeButton, top, {.top = 2}}}},
+    alone(closeButton, top, {.top = 2}),
 };
 
 constexpr int tabOrder[] = {mtbfLabel, clearButton, diagnoseLabel, diagnoseButton, closeButton};
