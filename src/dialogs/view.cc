@@ -241,12 +241,12 @@ EventResult takeEvent(newtComponent component, Event event)
         draw(view);
         return {.kind = ER_SWALLOWED, .u = {}};
     }
-    if (event.phase == EV_NORMAL && event.kind == EV_FOCUS) {
+    if (event.kind == EV_FOCUS) {
         view.focus = component;
         showFocus(view);
         draw(view);
     }
-    if (event.phase == EV_NORMAL && event.kind == EV_UNFOCUS)
+    if (event.kind == EV_UNFOCUS)
         view.focus = nullptr;
     const EventResult result = view.operations.at(component)->event(component, event);
     if (event.phase == EV_NORMAL && textOf(component)) // which opens no window that ends the view
