@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <unistd.h>
 
 namespace yat {
 namespace {
@@ -57,7 +58,10 @@ Database::Database(const std::string &path, int flags) : file(fromDisplay(path))
 {
     saveMemory();
     sqlite3 *opened = nullptr; // also where that fails
-    const int result = sqlite3_open_v2(path.c_str(), &opened, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    flags |= SQLITE_OPEN_NOMUTEX;
+    if (geteuid() == 0) // a user's own path may lead by links
+        flags |= SQLITE_OPEN_NOFOLLOW;
+    const int result = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
     handle.reset(opened);
     if (result != SQLITE_OK) // there is no file to ask, but nothing else has failed
         throw SqliteError(result, file + explanation(result, sqlite3_errstr(result), errno));

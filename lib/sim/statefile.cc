@@ -78,6 +78,7 @@ void checkVersion(yat::Database &database)
 
 std::unique_ptr<yat::Database> openStateFile(const std::string &file)
 {
+    yat::makeOwnDirectory(std::filesystem::path(file).parent_path().string());
     for (const char *ending : {"", "-wal", "-shm", "-journal"})
         yat::requireOwnFile(file + ending);
     auto database = std::make_unique<yat::Database>(file, SQLITE_OPEN_READWRITE);

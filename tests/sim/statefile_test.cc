@@ -168,6 +168,33 @@ TEST(StateFile, IsARegularFileWithSuchBesideIt)
     }
 }
 
+TEST(StateFile, OfRootLiesWhereNobodyElseHasASay)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root has others to be afraid of";
+    Stored stored;
+    look(stored.store);
+    stored.store.database.reset();
+    const fs::path machines = fs::path(stored.store.file).parent_path();
+    const auto expectRefusal = [&](const std::string &why) {
+        EXPECT_EQ(problemOf([&] { look(stored.store); }),
+                  machines.string() + " can't be written: " + machines.string() + why);
+    };
+    ASSERT_EQ(chown(machines.c_str(), 65534, 0), 0);
+    expectRefusal(" belongs to another user");
+    ASSERT_EQ(chown(machines.c_str(), 0, 0), 0);
+    fs::rename(machines, stored.sandbox.directory() / "there");
+    fs::create_directory_symlink("there", machines);
+    expectRefusal(" is a symbolic link");
+    EXPECT_EQ(problemOf([&] { tamper(stored.store, ""); }),
+              stored.store.file + " can't be used: unable to open database file");
+    for (const auto &file : fs::recursive_directory_iterator(stored.sandbox.directory()))
+        ASSERT_EQ(lchown(file.path().c_str(), 65534, 0), 0);
+    ASSERT_EQ(chown(stored.sandbox.directory().c_str(), 65534, 0), 0);
+    const AsSomebodyElse now; // whose own may lie behind a link
+    EXPECT_EQ(look(stored.store).name, "CEDAR demonstration server");
+}
+
 TEST(StateFile, ThatCantBeMadeSaysSo)
 {
     Stored stored;
