@@ -56,6 +56,19 @@ bool isSameInAny(std::string_view text)
     return std::ranges::all_of(text, [](signed char byte) { return byte > 0; });
 }
 
+std::string escapeOf(char32_t character, Escapes escapes)
+{
+    char escape[16];
+    if (character <= 0xFFFF)
+        snprintf(escape, sizeof escape, "\\u%04X", +character);
+    else if (escapes == Escapes::ofToml)
+        snprintf(escape, sizeof escape, "\\U%08X", +character);
+    else
+        snprintf(escape, sizeof escape, "\\u%04X\\u%04X", 0xD7C0 + (character >> 10),
+                 0xDC00 + (character & 0x3FF));
+    return escape;
+}
+
 // Length that the first byte of an EUC-JP character announces.
 size_t eucLength(unsigned char first)
 {
@@ -116,22 +129,18 @@ std::string fromDisplay(std::string_view text)
     return result;
 }
 
-std::string escapedJson(std::string_view json)
+std::string escapedJson(std::string_view json, Escapes escapes)
 {
+    const bool isUtf8 = displayIsUtf8();
     std::string result;
     while (!json.empty()) {
         const size_t length = std::max<size_t>(utf8Length(json), 1);
         const std::string_view sequence = json.substr(0, length);
         const char32_t character =
             length > 1 ? utf8Character(sequence) : static_cast<unsigned char>(json[0]);
-        char escape[8];
-        if (character < 0x7F || isShowable(character)) {
-            result += sequence;
-        } else {
-            snprintf(escape, sizeof escape, "\\u%04X",
-                     static_cast<unsigned>(character)); // none is beyond
-            result += escape;
-        }
+        result += character < 0x7F || (isUtf8 && isShowable(character))
+                      ? sequence
+                      : escapeOf(character, escapes);
         json.remove_prefix(length);
     }
     return result;

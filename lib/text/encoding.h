@@ -21,8 +21,13 @@ std::string fromDisplay(std::string_view text);
 // base/display.h.
 std::string printable(std::string_view utf8);
 
-// JSON in UTF-8 with what is not showable escaped, which in JSON stands in strings only.
-std::string escapedJson(std::string_view json);
+// Beyond U+FFFF, JSON has two escapes for a character, and TOML one.
+enum class Escapes { ofJson, ofToml };
+
+// JSON in UTF-8 with what is not showable escaped, which in JSON stands in strings only. Where the
+// terminal does not take UTF-8 for what it is, everything beyond ASCII is: of the bytes of one
+// character, it may take some for control characters.
+std::string escapedJson(std::string_view json, Escapes escapes = Escapes::ofJson);
 
 // From EUC-JP to UTF-8; what is no EUC-JP becomes U+FFFD.
 std::string fromEuc(std::string_view euc);

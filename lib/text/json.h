@@ -7,10 +7,11 @@
 namespace yat {
 
 // A value of nlohmann-json as text in UTF-8, in one line without an indentation. What is not
-// showable is escaped, and what is no UTF-8 becomes U+FFFD.
-template <class Json> std::string jsonText(const Json &json, int indentation = -1)
+// showable on this terminal is escaped, and what is no UTF-8 becomes U+FFFD.
+template <class Json>
+std::string jsonText(const Json &json, int indentation = -1, Escapes escapes = Escapes::ofJson)
 {
-    return escapedJson(json.dump(indentation, ' ', false, Json::error_handler_t::replace));
+    return escapedJson(json.dump(indentation, ' ', false, Json::error_handler_t::replace), escapes);
 }
 
 } // namespace yat

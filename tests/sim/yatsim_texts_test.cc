@@ -47,8 +47,13 @@ TEST_F(Yatsim, KeepsTheJournalReadableBesideALongArgument)
 
 TEST_F(Yatsim, PrintsInTheEncodingOfTheLocale)
 {
-    steer("set cpu1.bios_status \xe3\x81\x82");
+    steer("set cpu1.bios_status \xe3\x81\x82😀");
+    const Json whole = asJson("export");
     sandbox.set("LC_ALL", "C");
-    for (const char byte : steer("show cpu1"))
-        EXPECT_TRUE(static_cast<unsigned char>(byte) < 0x80);
+    for (const char *arguments : {"show cpu1", "show cpu1 --json", "export"})
+        for (const char byte : steer(arguments))
+            EXPECT_TRUE(static_cast<unsigned char>(byte) < 0x80) << arguments;
+    EXPECT_EQ(asJson("export"), whole);
+    steer("import " + write("exported.toml", steer("export")));
+    EXPECT_EQ(asJson("export"), whole);
 }

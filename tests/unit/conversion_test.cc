@@ -138,9 +138,14 @@ TEST(Utf8, HasSequencesUpToItsBorders)
     }
 }
 
-TEST(Json, HasNothingRawThatATerminalObeys)
+TEST_F(Conversion, HasNothingRawThatATerminalObeysInJson)
 {
     EXPECT_EQ(yat::escapedJson("{\"a\": \"~\x7F\u0080\u009F\u00A0\u202E漢\"}\n"),
               "{\"a\": \"~\\u007F\\u0080\\u009F\u00A0\\u202E漢\"}\n");
     EXPECT_EQ(yat::escapedJson("\xff~"), "\xff~"); // which no JSON has in it
+    setlocale(LC_ALL, "C");
+    EXPECT_EQ(yat::escapedJson("~é漢\uFFFF\U00010000😀\U0010FFFF"),
+              "~\\u00E9\\u6F22\\uFFFF\\uD800\\uDC00\\uD83D\\uDE00\\uDBFF\\uDFFF");
+    EXPECT_EQ(yat::escapedJson("\uFFFF\U00010000😀\U0010FFFF", yat::Escapes::ofToml),
+              "\\uFFFF\\U00010000\\U0001F600\\U0010FFFF");
 }

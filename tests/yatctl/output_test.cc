@@ -44,6 +44,12 @@ Finished atTerminal(const std::string &arguments, const std::string &answer)
     return result;
 }
 
+// Whether there is a byte that terminals which do not take UTF-8 obey.
+bool hasC1(const std::string &text)
+{
+    return std::ranges::any_of(text, [](signed char byte) { return byte < -96; });
+}
+
 } // namespace
 
 // ---- The command line
@@ -187,7 +193,11 @@ TEST_F(WideNames, ReachProgramsInAnyLocale)
     const char *const euc = "ja_JP.EUC-JP";
     for (const char *locale : {"C", "POSIX", "en_US.ISO-8859-1", "C.UTF-8", euc}) {
         sandbox.set("LC_ALL", locale);
-        const Json device = Json::parse(does("list --json"))["devices"][0];
+        const std::string list = does("list --json");
+        const Json device = Json::parse(list)["devices"][0];
+        EXPECT_EQ(hasC1(list), locale == std::string("C.UTF-8")) << locale;
+        EXPECT_EQ(hasC1(atTerminal("metrics", "").output), locale == std::string("C.UTF-8"))
+            << locale;
         EXPECT_EQ(device["name"], "計算モジュール一号機") << locale;
         EXPECT_EQ(device["state_text"], locale == euc ? "稼働中(二重化)" : "Running, duplex");
         EXPECT_NE(does("metrics").find("name=\"計算モジュール一号機\""), std::string::npos)

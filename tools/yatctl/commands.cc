@@ -4,6 +4,7 @@
 #include "base/tracing.h"
 #include "common/file.h"
 #include "shared/table.h"
+#include "text/encoding.h"
 #include "yatctl/bmc.h"
 #include "yatctl/confirmation.h"
 #include "yatctl/failure.h"
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <unistd.h>
 
 namespace yatctl {
 namespace {
@@ -149,8 +151,8 @@ void metrics(const Request &request)
         if (const std::optional<bool> on = isOn(setting))
             values.push_back({setting.key, *on});
     const std::string text = metricsText(machine, values, time(nullptr));
-    if (request.output.empty())
-        printf("%s", text.c_str());
+    if (request.output.empty()) // programs take UTF-8 in any locale, a terminal may not
+        printf("%s", isatty(STDOUT_FILENO) ? yat::toDisplay(text).c_str() : text.c_str());
     else
         yat::replaceFile(request.output, text, 0644);
 }

@@ -62,11 +62,11 @@ bool isTables(const Json &value)
     return value.is_object() || (value.is_array() && !value.empty() && value[0].is_object());
 }
 
-// TOML has the strings and numbers of JSON.
+// TOML has the strings and numbers of JSON, but for one escape.
 std::string valueText(const Json &value)
 {
     if (!value.is_array())
-        return yat::jsonText(value);
+        return yat::jsonText(value, -1, yat::Escapes::ofToml);
     std::string result;
     for (const Json &each : value)
         result += (result.empty() ? "" : ", ") + valueText(each);
