@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <sys/stat.h>
 
@@ -16,6 +17,9 @@ void *openLibrary(const char *path)
         snprintf(name, sizeof name, "%s (not a regular file)", path);
         path = name;
     }
+    // libnl, should it come along, would print across the screen, some of it while it is loaded.
+    unsetenv("NLCB");
+    unsetenv("NLDBG");
     return dlopen(path, RTLD_NOW | RTLD_LOCAL);
 }
 

@@ -17,7 +17,8 @@ protected:
     {
         for (int number = 0; number < 4; ++number)
             server.addProcessor(number, number / 2, number != 0);
-        server.addInterface(server.addFunction("0000:01:00.0", ethernet, "e1000e"), "ens3");
+        const std::string function = server.addFunction("0000:01:00.0", ethernet, "e1000e");
+        server.write(server.addInterface(function, "ens3") + "/ifindex", "77777\n");
         server.write("/sys/class/dmi/id/bios_version", "1.2.3\n");
     }
 
@@ -28,6 +29,8 @@ protected:
                                      {"LC_ALL", "C.UTF-8"},
                                      {"LD_LIBRARY_PATH", root.library().string()},
                                      {"LD_PRELOAD", UMOCKDEV},
+                                     {"NLCB", "debug"}, // which libnl would print by
+                                     {"NLDBG", "9"},
                                      {"UMOCKDEV_DIR", server.directory.path.string()},
                                      {"YAT_MACHINE", "hardware"},
                                      {"YAT_STATE_DIR", state.path.string()}}}});
@@ -70,6 +73,15 @@ TEST_F(Scripts, AreRefusedWhatTheConfigurationDoesNotAllow)
     EXPECT_EQ(refused.status, 3);
     EXPECT_EQ(refused.errors, "yatctl: stop cpu2: yatkit.toml does not allow operations\n");
     EXPECT_EQ(shows("cpu2")["state"], "running");
+}
+
+TEST_F(Scripts, AskForTheUseOfASlotWithoutAWordOfLibraries)
+{
+    writeFile(root.directory.path / "etc/yatkit.toml", "operations = true\n");
+    server.addSlot("1", "0000:01:00", true, true);
+    const Finished allowed = yatctl("stop pci1 --check");
+    EXPECT_EQ(allowed.status, 0);
+    EXPECT_EQ(allowed.errors, "");
 }
 
 TEST_F(Scripts, StopAndStartAPackage)
