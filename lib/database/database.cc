@@ -66,6 +66,7 @@ Database::Database(const std::string &path, int flags) : file(fromDisplay(path))
     if (result != SQLITE_OK) // there is no file to ask, but nothing else has failed
         throw SqliteError(result, file + explanation(result, sqlite3_errstr(result), errno));
     sqlite3_busy_timeout(opened, longestWait);
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr); // it may have no end
 }
 
 void Database::exec(const std::string &sql) const

@@ -303,6 +303,36 @@ TEST(StateFile, OfAnotherProgramIsNotRead)
     });
 }
 
+TEST(StateFile, IsReadFromRegularFilesOnly)
+{
+    for (const char *ending : {"", "-wal", "-shm", "-journal"}) {
+        Stored stored;
+        look(stored.store);
+        stored.store.database.reset();
+        const std::string file = stored.store.file + ending;
+        fs::remove(file);
+        ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+        asAReader(stored, [&] {
+            EXPECT_EQ(problemOf([] { operationsRead(); }),
+                      file + " can't be read: it is not a regular file");
+        });
+    }
+}
+
+// A view may have rows without an end.
+TEST(StateFile, IsReadFromTablesOnly)
+{
+    Stored stored;
+    look(stored.store);
+    stored.store.database.reset();
+    tamper(stored.store, "ALTER TABLE journal RENAME TO rows; "
+                         "CREATE VIEW journal AS SELECT * FROM rows");
+    asAReader(stored, [&] {
+        EXPECT_EQ(problemOf([] { operationsRead(); }),
+                  stored.store.file + " can't be used: access to view \"journal\" prohibited");
+    });
+}
+
 TEST(StateFile, IsReadAnewWhenItIsWrittenMeanwhile)
 {
     Stored stored;

@@ -23,11 +23,22 @@ std::string unchanging(const std::string &file)
     return name + "?immutable=1";
 }
 
+// Opening a FIFO would wait for somebody who writes to it.
+void requireRegular(const std::string &file)
+{
+    using enum std::filesystem::file_type;
+    const auto type = std::filesystem::status(file).type();
+    if (type != regular && type != not_found)
+        throw yat::Problem(yat::fromDisplay(file) + " can't be read: it is not a regular file");
+}
+
 // Where a program works on the file, SQLite reads its log by the memory that they share. It would
 // make both where there are none, so it has to be told then that nobody writes; whether that held
 // is seen afterwards.
 bool tryToRead(const std::string &file, const std::function<void(yat::Database &)> &work)
 {
+    for (const char *ending : {"", "-wal", "-shm", "-journal"})
+        requireRegular(file + ending);
     const auto isInUse = [&] { return std::filesystem::exists(file + "-wal"); };
     const auto before = std::filesystem::last_write_time(file);
     const bool wasInUse = isInUse();
