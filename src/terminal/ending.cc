@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdarg>
 #include <cstdlib>
@@ -39,10 +40,16 @@ void leaveTerminal()
     restoreConsole();
 }
 
+// Also before the program's name is known to be one that a terminal can show.
 void say(std::string_view text)
 {
-    for (const std::string_view part : {std::string_view(program_invocation_short_name),
-                                        std::string_view(": "), text, std::string_view("\n")}) {
+    char name[NAME_MAX + 1];
+    const std::string_view called(program_invocation_short_name);
+    const auto isUnsafe = [](char byte) { return byte < ' ' || byte > '~'; };
+    const char *end =
+        std::ranges::replace_copy_if(called.substr(0, sizeof name), name, isUnsafe, '?').out;
+    for (const std::string_view part :
+         {std::string_view(name, end), std::string_view(": "), text, std::string_view("\n")}) {
         const ssize_t ignored = write(STDERR_FILENO, part.data(), part.size());
         static_cast<void>(ignored);
     }

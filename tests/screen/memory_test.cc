@@ -228,22 +228,27 @@ INSTANTIATE_TEST_SUITE_P(Memory, EveryMemory, testing::ValuesIn(cases()), [](con
 
 TEST(Memory, ThatEndsBeforeAComplaintIsToldSendsNoControlCharacter)
 {
-    Workspace workspace({.arguments = {"-debug"}, .machine = "/no/\x1b[31m\u00e4/platform.so"});
+    Workspace workspace({.machine = "/no/\x1b[31m\u00e4/platform.so"});
+    const auto link = workspace.directory() / "mrv\x1b]0;of a long name";
+    std::filesystem::create_symlink(PROGRAMS "/mrvutil", link);
     auto environment = workspace.environment();
     environment["LD_PRELOAD"] = workspace.preloadable(SHORT_MEMORY);
     environment["YAT_ALLOCATIONS"] = (workspace.directory() / "allocations").string();
     const auto errorsWith = [&](long last) {
         environment["YAT_LAST_ALLOCATION"] = std::to_string(last);
-        return run(workspace.command(), {.environment = environment}).errors;
+        return run({link.string(), "-debug"}, {.environment = environment}).errors;
     };
     EXPECT_NE(errorsWith(0).find("/no/?[31m\u00e4/"), std::string::npos);
     std::vector<std::string> ways = linesOf(readFile(workspace.directory() / "allocations"));
     bool isReplaced = false;
     for (; !ways.empty() && !isReplaced; ways.pop_back()) {
         const std::string errors = errorsWith(atol(ways.back().c_str()));
-        ASSERT_NE(errors.find("mrvutil: "), std::string::npos) << ways.back();
+        ASSERT_NE(errors.find("mrv?]0;of a long name: "), std::string::npos) << ways.back();
         EXPECT_EQ(errors.find('\x1b'), std::string::npos) << errors;
         isReplaced = errors.find("/no/?[31m??") != std::string::npos; // without a conversion
     }
     EXPECT_TRUE(isReplaced);
+    ASSERT_GT(ways.size(), 50u);
+    for (size_t i = 1; i < 50; ++i) // the first ones come before the name is taken up
+        EXPECT_EQ(errorsWith(atol(ways[i].c_str())).find('\x1b'), std::string::npos) << ways[i];
 }
