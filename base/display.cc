@@ -120,6 +120,19 @@ std::string showable(std::string_view source)
     }
 }
 
+std::string showableLines(std::string_view text)
+{
+    std::string result;
+    for (;;) {
+        const size_t end = std::min(text.find_first_of("\n\t"), text.size());
+        result += showable(text.substr(0, end));
+        if (end == text.size())
+            return result;
+        result += text[end];
+        text.remove_prefix(end + 1);
+    }
+}
+
 std::string cutText(std::string_view text, int columns)
 {
     size_t end = 0;

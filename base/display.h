@@ -34,6 +34,9 @@ void copyText(std::span<char> buffer, const char *source);
 // no character at all, is '?'.
 std::string showable(std::string_view source);
 
+// The same of lines: what newt itself takes for the end of one, or fills up with blanks, stays.
+std::string showableLines(std::string_view text);
+
 // The beginning of a text, cut between two characters where it takes more than so many columns.
 std::string cutText(std::string_view text, int columns);
 

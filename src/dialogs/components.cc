@@ -3,7 +3,6 @@
 
 #include "text/displaytext.h"
 
-#include <algorithm>
 #include <map>
 
 namespace {
@@ -14,20 +13,6 @@ newtComponent remember(newtComponent component, ComponentText text)
 {
     texts[component] = std::move(text);
     return component;
-}
-
-// What newt itself takes for the end of a line, or fills up with blanks, stays as it is.
-std::string showableLines(std::string_view text)
-{
-    std::string result;
-    for (;;) {
-        const size_t end = std::min(text.find_first_of("\n\t"), text.size());
-        result += showable(text.substr(0, end));
-        if (end == text.size())
-            return result;
-        result += text[end];
-        text.remove_prefix(end + 1);
-    }
 }
 
 } // namespace

@@ -2,9 +2,11 @@
 // The texts for the user, by their keys.
 #pragma once
 
+#include "base/display.h"
 #include "yat/text.h"
 
 #include <iterator>
+#include <string>
 #include <string_view>
 
 // The closed set of text keys.
@@ -132,9 +134,11 @@ struct TextKey {
     }
 };
 
-// The text of a key. It is gone with the next lookup, so it is handed on at once: to newt, which
-// copies it, or to a box or a buffer.
+// The text of a key, as a terminal can show it. It is gone with the next lookup, so it is handed on
+// at once: to newt, which copies it, or to a box or a buffer.
 inline const char *text(TextKey key)
 {
-    return CPGetText(key.name, &ReadString, YAT_RcFileBuf);
+    static std::string shown;
+    shown = showableLines(CPGetText(key.name, &ReadString, YAT_RcFileBuf));
+    return shown.c_str();
 }

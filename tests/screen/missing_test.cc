@@ -225,6 +225,32 @@ TEST(Missing, TextIsToldOnce)
     EXPECT_EQ(output.find("mrvutil: ", at + 1), output.npos);
 }
 
+TEST(Missing, WhatATerminalObeysIsTakenFromTexts)
+{
+    ProductRoot root;
+    const fs::path catalogue = root.directory.path / "data/E_mrvutil.rc";
+    const std::string obeyed = "\u202e\u009b\a";
+    std::string texts;
+    for (const std::string &line : linesOf(readFile(catalogue))) // in front of each, and so shown
+        texts +=
+            std::string(line).insert(line.find('"') + 1, line.find('"') == line.npos ? "" : obeyed)
+            + "\n";
+    replace(catalogue, texts);
+    const auto look = [&](const char *program, const std::string &keysSent, const char *last) {
+        Session session(root.options({.program = program}));
+        session.see("???");
+        session.send(keysSent);
+        session.see(last);
+        session.send(keys::ctrlO);
+        const std::string output = session.terminal().output();
+        for (const char *raw : {"\u202e", "\u009b", "\a"})
+            EXPECT_EQ(output.find(raw), output.npos) << program;
+    };
+    look("mrvgeneral", "", "???General Settings");
+    look("mrvutil", " " + keys::down + " " + keys::down + keys::enter,
+         "???Diagnosis of the CPU module:");
+}
+
 namespace {
 
 // What a program takes from libyat.so.

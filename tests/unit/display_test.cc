@@ -86,6 +86,7 @@ TEST_F(Display, ShowsWhatTheTerminalCantShowAsQuestionMarks)
     EXPECT_EQ(showable("\u202ecba\u202c \u2066\u2069\u200e\u200f\u061c"), "?cba? ?????");
     EXPECT_EQ(showable("\u200d\u202f"), "\u200d\u202f"); // these join and separate only
     EXPECT_EQ(showable(""), "");
+    EXPECT_EQ(showableLines("\x01\n\ta\x1b\n\u009b"), "?\n\ta?\n?");
 }
 
 TEST_F(Display, CountsWhatIsShown)
