@@ -70,9 +70,7 @@ TEST_F(Ends, SlotThatKeepsItsWriterWaitingHasFailed)
     EXPECT_EQ(problemOf([&] { host::switchSlot(slot, false, milliseconds(50)); }),
               "the slot can't be switched: writing \"0\" to /sys/bus/pci/slots/1/power "
               "did not finish in time; the power state can't be read");
-    int status = 0;
-    EXPECT_GT(wait(&status), 0); // the writer, which does nothing later
-    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_TRUE(WIFSIGNALED(waitForChild())); // the writer, which does nothing later
 }
 
 // A function may have no driver.
@@ -101,9 +99,7 @@ TEST_F(Ends, ProcessorThatKeepsItsWriterWaitingHasFailed)
               "processor 4 can't be switched: writing \"0\" to "
               "/sys/devices/system/cpu/cpu4/online did not finish in time; 3 of 3 are online");
     EXPECT_EQ(online(3) + online(5), "11"); // the one that went is back
-    int status = 0;
-    EXPECT_GT(waitpid(-1, &status, 0), 0);
-    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_TRUE(WIFSIGNALED(waitForChild()));
 }
 
 // What the kernel tells of all is believed rather than the file that was written.
@@ -129,7 +125,7 @@ TEST_F(Ends, OperationThatWasKilledIsSeenAsItIs)
     const std::string card = server.addFunction("0000:02:00.0", display, "some");
     server.addSlot("1", "0000:02:00", true, true);
     yat_device *module = record(YAT_CLASS_PCI_MODULE, 1);
-    const pid_t program = fork();
+    const pid_t program = forkUntilDeadline();
     if (program == 0) {
         CALL(InitBringDown)(module, stopPci + 1); // which waits for the function to go
         _exit(0);

@@ -87,11 +87,10 @@ void Operated::addPackages(int packages, int processors)
 
 Meanwhile::Meanwhile(const std::filesystem::path &file, char awaited,
                      const std::function<void()> &work)
-    : process(fork())
+    : process(forkUntilDeadline())
 {
     if (process != 0)
         return;
-    alarm(static_cast<unsigned>(deadline.count()));
     while (readFile(file).substr(0, 1) != std::string(1, awaited))
         usleep(2000);
     work();

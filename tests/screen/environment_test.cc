@@ -124,7 +124,9 @@ TEST(Environment, WhereATypeOfTerminalIsAFifoIsLeftByCtrlC)
     fifoBelow(directory.path, "x/xterm-256color");
     Session session({.environment = {{"TERMINFO", directory.path.string()}}});
     Terminal &terminal = session.terminal();
-    while (terminal.wait(std::chrono::milliseconds(20)) == -1 && !HasFailure())
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (terminal.wait(std::chrono::milliseconds(20)) == -1
+           && std::chrono::steady_clock::now() < end)
         terminal.send("\x03");
     session.expectSignal(SIGINT);
     EXPECT_FALSE(terminal.inAlternateScreen());

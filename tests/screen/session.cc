@@ -65,7 +65,7 @@ void Session::sendUntil(const std::string &keys, const std::function<bool()> &co
 {
     const auto end = std::chrono::steady_clock::now() + deadline;
     bool holds = false;
-    while (!holds && std::chrono::steady_clock::now() < end) {
+    while (!holds && !testing::Test::HasFailure() && std::chrono::steady_clock::now() < end) {
         send(keys);
         holds = running.waitUntil(condition, std::chrono::milliseconds(500));
     }

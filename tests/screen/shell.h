@@ -28,7 +28,8 @@ struct Shell {
         if (const pid_t left = job()) {
             terminal.letCountsBeWritten(left);
             ::kill(left, SIGKILL);
-            terminal.waitUntil([left] { return stateOf(left) == 'Z' || stateOf(left) == '\0'; });
+            terminal.waitUntil([left] { return stateOf(left) == 'Z' || stateOf(left) == '\0'; },
+                               std::chrono::seconds(2));
         }
     }
 

@@ -36,7 +36,8 @@ public:
     void sendPart(const std::string &part);
 
     // Draws what the program writes until the condition holds. False when the deadline passes or
-    // the program ends before.
+    // the program ends before. In a test that has failed, the deadline has passed: or each further
+    // step of a walk would wait for it anew.
     bool waitUntil(const std::function<bool()> &condition,
                    std::chrono::milliseconds limit = deadline);
 

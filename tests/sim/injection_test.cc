@@ -40,7 +40,7 @@ namespace {
 // A process that stops CPU module 2 in a machine whose calls for that hang.
 pid_t hangingStop(Stored &stored)
 {
-    const pid_t child = fork();
+    const pid_t child = forkUntilDeadline();
     if (child == 0) {
         (void)stored.store.database.release(); // the parent's
         const Interface interface;
@@ -59,7 +59,7 @@ bool sleeps(pid_t process)
 
 bool isSleepingSoon(pid_t process)
 {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto limit = std::chrono::steady_clock::now() + deadline;
     while (!sleeps(process))
         if (std::chrono::steady_clock::now() > limit)
             return false;

@@ -178,7 +178,7 @@ TEST_P(Opening, LeavesAnswersUntouchedWhereNothingCanBeWritten)
                                  "GetBBDriverSettings", "CreateTreeViewData",  "call_yat_is_ft"};
     for (const std::string &call : reads)
         steer("inject " + call + " real --times 1000");
-    const pid_t child = fork();
+    const pid_t child = forkUntilDeadline();
     if (child == 0) {
         signal(SIGXFSZ, SIG_IGN);
         const rlimit none = {.rlim_cur = 0, .rlim_max = 0};

@@ -66,7 +66,7 @@ TEST(StateFile, IsMadeOnceByAnyNumberOfProcesses)
         int made = 0;
         std::vector<pid_t> children;
         for (int i = 0; i < 4; ++i)
-            if (const pid_t child = fork(); child == 0)
+            if (const pid_t child = forkUntilDeadline(); child == 0)
                 _exit(problemOf([&] { made = openStore(stored.store) ? 1 : 0; }).empty() ? made
                                                                                          : 9);
             else

@@ -298,7 +298,7 @@ std::string terminalOfCaller(const char *terminal, int number)
 {
     int told[2];
     EXPECT_EQ(pipe(told), 0);
-    const pid_t child = fork();
+    const pid_t child = forkUntilDeadline();
     if (child == 0) {
         for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file)
             dup2(open("/dev/null", O_RDWR), file);

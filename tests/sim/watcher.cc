@@ -222,6 +222,8 @@ Watcher::Watcher()
     }
     close(ends[1]);
     line = ends[0];
+    const timeval limit{.tv_sec = deadline.count(), .tv_usec = 0};
+    setsockopt(line, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     report();
 }
 

@@ -59,6 +59,28 @@ std::vector<std::string> commandOf(const std::string &program, const std::string
     return command;
 }
 
+void endAtDeadline()
+{
+    alarm(static_cast<unsigned>(deadline.count()));
+}
+
+pid_t forkUntilDeadline()
+{
+    const pid_t child = fork();
+    if (child == 0)
+        endAtDeadline();
+    return child;
+}
+
+int waitForChild()
+{
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    int status = -1;
+    while (waitpid(-1, &status, WNOHANG) == 0 && std::chrono::steady_clock::now() < end)
+        usleep(2000);
+    return status;
+}
+
 pid_t start(const std::vector<std::string> &command, const StartOptions &options)
 {
     std::vector<std::string> words = command, variables;
@@ -88,7 +110,7 @@ Finished run(const std::vector<std::string> &command, const StartOptions &option
                                             dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
                                             dup2(out.descriptor, STDOUT_FILENO);
                                             dup2(err.descriptor, STDERR_FILENO);
-                                            alarm(static_cast<unsigned>(deadline.count()));
+                                            endAtDeadline();
                                             if (options.prepare)
                                                 options.prepare();
                                         }});

@@ -22,6 +22,14 @@ struct StartOptions {
 // A program with the words of a command line; "" around words that are one.
 std::vector<std::string> commandOf(const std::string &program, const std::string &arguments);
 
+// Both end a child that would be waited for in vain: the one that calls this, and what it becomes;
+// a fork of this process.
+void endAtDeadline();
+pid_t forkUntilDeadline();
+
+// The wait status of the child that ends next, -1 at the deadline.
+int waitForChild();
+
 // Starts a program, given by its path and its arguments.
 pid_t start(const std::vector<std::string> &command, const StartOptions &options = {});
 

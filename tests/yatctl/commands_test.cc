@@ -282,11 +282,14 @@ TEST_F(Yatctl, RunsBesideTheOtherProgramsAtOnce)
     std::vector<std::pair<pid_t, size_t>> running;
     for (int round = 0; round < rounds; ++round)
         for (size_t i = 0; i < commands.size(); ++i)
-            running.emplace_back(
-                start(commands[i],
-                      {.environment = {},
-                       .prepare = [] { dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO); }}),
-                i);
+            running.emplace_back(start(commands[i], {.environment = {},
+                                                     .prepare =
+                                                         [] {
+                                                             endAtDeadline();
+                                                             dup2(open("/dev/null", O_WRONLY),
+                                                                  STDOUT_FILENO);
+                                                         }}),
+                                 i);
     for (const auto &[process, command] : running) {
         int status = 0;
         waitpid(process, &status, 0);

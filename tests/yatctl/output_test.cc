@@ -24,6 +24,7 @@ Finished atTerminal(const std::string &arguments, const std::string &answer)
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child == 0) {
+        endAtDeadline();
         const std::vector<std::string> command = commandOf(YATCTL, arguments);
         std::vector<char *> words;
         for (const std::string &word : command)
