@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <map>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -26,6 +27,18 @@ protected:
         kernel = {};
     }
 };
+
+// Until whoever waits for a slot has looked at it once from here on. Each look begins with the
+// power.
+void awaitLook(const std::string &power)
+{
+    const int watch = inotify_init1(IN_CLOEXEC);
+    inotify_add_watch(watch, power.c_str(), IN_OPEN);
+    inotify_event event;
+    for (int beginnings = 0; beginnings < 2; ++beginnings)
+        EXPECT_EQ(read(watch, &event, sizeof event), static_cast<ssize_t>(sizeof event));
+    close(watch);
+}
 
 } // namespace
 
@@ -173,7 +186,7 @@ TEST_F(Operations, SlotIsStoppedAndStarted)
     {
         const Meanwhile kernel(power, '1', [&] {
             server.addFunction("0000:02:00.0", display);
-            usleep(300'000); // the driver comes later
+            awaitLook(power); // the driver comes later
             server.write(card + "/uevent", "DRIVER=some\nPCI_CLASS=30000\nPCI_ID=8086:1\n");
         });
         EXPECT_EQ(CALL(InitBringUp)(record(3, 1), startPci + 1), 1) << trace();
