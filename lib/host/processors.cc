@@ -108,7 +108,8 @@ std::map<int, uint64_t> rowOf(const std::string &interrupts, const std::string &
         if (!(row >> word) || word != name)
             continue;
         for (uint64_t count; columns >> word && row >> count;)
-            result[atoi(word.c_str() + strlen("CPU"))] = count;
+            if (word.starts_with("CPU"))
+                result[atoi(word.c_str() + strlen("CPU"))] = count;
     }
     return result;
 }

@@ -147,7 +147,7 @@ TEST_F(Looks, ErrorsOfMemoryAndMachineChecksAreCounted)
 {
     for (int number = 0; number < 4; ++number)
         server.addProcessor(number, number / 2);
-    server.write("/proc/interrupts", "       CPU0 CPU1 CPU2 CPU3\n\nMCE:  2 1\n");
+    server.write("/proc/interrupts", "       CPU0 C CPU2 CPU3\n\nMCE:  2 1\n");
     EXPECT_EQ(cpu(1) + "; " + cpu(2), "2 of 2 running,\nCE 0, UE 2; 2 of 2 running");
     server.write("/proc/interrupts", "       CPU0 CPU1 CPU2 CPU3\n"
                                      " 0:  90 0 0 0 timer\n"
