@@ -50,6 +50,8 @@ int open(const char *file, int flags, ...)
     va_start(arguments, flags);
     const unsigned mode = flags & O_CREAT ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
+    if (!kernel.listOfNames.empty() && std::string_view(file).ends_with("/pci.ids"))
+        file = kernel.listOfNames.c_str();
     if (const auto refusal = kernel.refusals.find(file);
         flags & (O_EXCL | O_WRONLY) && refusal != kernel.refusals.end()) {
         errno = refusal->second;

@@ -11,6 +11,7 @@ struct Kernel {
     std::string untoldKind{};  // of devices that it doesn't list
     int looksAtFunctions = 0;  // how often their list was asked for
     std::string refusedCall{}; // to it, about its networks
+    std::string listOfNames{}; // the file that is read in the place of pci.ids
     int routedInterface = 0;   // the index of one that has a route to 192.0.2.0/24; 0 for this
                                // machine's own routes
 };

@@ -347,6 +347,23 @@ TEST_F(Looks, GarbageIsPassedOver)
     EXPECT_EQ(pci(2), "Running,\nCE 0, UE 3"); // those that can be read
 }
 
+// libpci, left to itself, ends the program.
+TEST_F(Looks, FunctionsHaveTheirAddressesWhereTheListOfNamesIsDamaged)
+{
+    server.addProcessor(0, 0);
+    server.addFunction("0000:00:1f.2", scsi, "ahci");
+    kernel.listOfNames = server.directory.path / "pci.ids";
+    for (const auto &[list, name] : {std::pair("8086  Some\n\t10d3  Card\n", "Card"),
+                                     {"8086  Some\n\t10d3\n\t10d3  Card\n", "0000:00:1f.2"},
+                                     {"\x1b\xff\n", "0000:00:1f.2"},
+                                     {"8086  Some\n\t10d3  Other\n", "Other"}}) {
+        writeFile(kernel.listOfNames, list);
+        EXPECT_EQ(tree().back(),
+                  "  8 1 255.0.31.2.0.0.0.0 SCSI adapter 1 (" + std::string(name) + ")");
+    }
+    kernel = {};
+}
+
 TEST_F(Looks, FilesThatWouldKeepTheReaderWaitingAreNotThere)
 {
     server.addProcessor(0, 0);
