@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Libraries in a process that gets no memory any more.
 #include "common/complaints.h"
+#include "support/withoutmemory.h"
 #include "yat/ft.h"
 #include "yat/text.h"
 #include "yat/trace.h"
@@ -8,30 +9,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <gtest/gtest.h>
-#include <sys/resource.h>
-
-namespace {
-
-struct WithoutMemory : testing::Test {
-    WithoutMemory()
-    {
-        testing::GTEST_FLAG(death_test_style) = "threadsafe"; // in a process of its own
-    }
-
-    static void useUp()
-    {
-        const rlimit none{.rlim_cur = 0, .rlim_max = 0};
-        setrlimit(RLIMIT_AS, &none);
-        void *volatile piece;
-        for (size_t size = 1 << 20; size > 0; size /= 2)
-            do
-                piece = malloc(size);
-            while (piece);
-    }
-};
-
-} // namespace
 
 TEST_F(WithoutMemory, CallsFailAndTheFirstOnesTellWhy)
 {
