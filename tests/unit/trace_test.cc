@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "support/files.h"
+#include "support/privileges.h"
 #include "system.h"
 #include "yat/trace.h"
 
@@ -294,6 +295,23 @@ TEST_F(Trace, TriesAFileThatCannotBeOpenedOnceAMillisecond)
     stoppedAt = 0;
     beforeOpening = {};
     EXPECT_EQ(lines("lost.log").size(), 1u);
+}
+
+// As where root's run was the first one.
+TEST_F(Trace, TellsWhoMayNotWriteWhatSomebodyElseMade)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "takes two users";
+    ASSERT_EQ(TraceLogInit(0, "first", 0, 0, 0), 1);
+    ASSERT_EQ(chown(directory.path.c_str(), 65534, 65534), 0);
+    const auto begin = [] {
+        const AsSomebodyElse now;
+        exit(TraceLogInit(0, "second", 0, 0, 0));
+    };
+    testing::GTEST_FLAG(death_test_style) = "threadsafe"; // it is told once in a process
+    EXPECT_EXIT(begin(), testing::ExitedWithCode(0),
+                "^unit_test: .*/log can't be written: Permission denied; what the program did is "
+                "not in the trace log\n$");
 }
 
 TEST_F(Trace, TellsTheProcessThatWrites)
