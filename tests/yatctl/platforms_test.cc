@@ -65,7 +65,14 @@ TEST_F(Foreign, SendsNothingToTheTerminalThatCommandsIt)
     EXPECT_EQ(list["devices"][4]["class"], "unknown");
     EXPECT_EQ(list["devices"][4]["path"], "10/255");
     EXPECT_EQ(list["devices"][4]["module"], "pci2");
-    EXPECT_EQ(yatctl("show \"a\x1b[31m\"").errors.find('\x1b'), std::string::npos);
+    for (const char *command : {"show 0", "metrics"}) {
+        const std::string output = yatctl(command).output;
+        EXPECT_NE(output.find(hostile), std::string::npos) << output;
+        for (const char *control : {"\x1b", "\a", "\u009b", "\u202e"})
+            EXPECT_EQ(output.find(control), std::string::npos) << output;
+    }
+    EXPECT_TRUE(yatctl("show \"a\x1b[31m\u009b\u202e\"")
+                    .errors.starts_with("yatctl: no device 'a?[31m?\?', expected one of cpu1, "));
 }
 
 TEST_F(Foreign, MakesNoFiguresUp)
