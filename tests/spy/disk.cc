@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -81,7 +82,7 @@ mode_t modeOf(int flags, va_list arguments)
     result name parameters                                                                         \
     {                                                                                              \
         static const auto original = ORIGINAL(name);                                               \
-        return fails(#name, place) ? -1 : original arguments;                                      \
+        return fails(#name, place) ? (result)-1L : original arguments;                             \
     }
 #define OPEN(name)                                                                                 \
     int name(const char *path, int flags, ...)                                                     \
@@ -108,6 +109,10 @@ CALL(ssize_t, pwrite, (int file, const void *bytes, size_t size, off_t at), (fil
      file)
 CALL(ssize_t, pwrite64, (int file, const void *bytes, size_t size, off64_t at),
      (file, bytes, size, at), file)
+CALL(off_t, lseek, (int file, off_t at, int from), (file, at, from), file)
+CALL(void *, mmap64, (void *at, size_t size, int rights, int flags, int file, off64_t from),
+     (at, size, rights, flags, file, from), file)
+CALL(int, mkostemp, (char *path, int flags), (path, flags), path)
 CALL(int, fsync, (int file), (file), file)
 CALL(int, fdatasync, (int file), (file), file)
 CALL(int, fstat, (int file, struct stat *status), (file, status), file)
@@ -125,6 +130,23 @@ CALL(int, mkdir, (const char *path, mode_t mode), (path, mode), path)
 CALL(int, access, (const char *path, int mode), (path, mode), path)
 CALL(int, rename, (const char *from, const char *to), (from, to), from)
 CALL(int, unlink, (const char *path), (path), path)
+
+int fcntl64(int file, int command, ...) // with which SQLite locks
+{
+    static const auto original = ORIGINAL(fcntl64);
+    va_list arguments;
+    va_start(arguments, command);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    return fails("fcntl64", file) ? -1 : original(file, command, argument);
+}
+
+int close(int file) // it is closed all the same
+{
+    static const auto original = ORIGINAL(close);
+    const bool isBad = fails("close", file);
+    return original(file) != 0 || isBad ? -1 : 0;
+}
 
 } // extern "C"
 #pragma GCC visibility pop
