@@ -155,15 +155,8 @@ void dropTyped()
 
 void resetTerminal()
 {
-    // The other program may have made another process group the terminal's, and then this one
-    // would be stopped for what follows.
-    sigset_t output, before;
-    sigemptyset(&output);
-    sigaddset(&output, SIGTTOU);
-    sigprocmask(SIG_BLOCK, &output, &before);
     tcsetpgrp(STDIN_FILENO, getpgrp());
     tcsetattr(STDIN_FILENO, TCSADRAIN, &modes);
-    sigprocmask(SIG_SETMASK, &before, nullptr);
     tcflush(STDIN_FILENO, TCIFLUSH);
     writeToTerminal(initialising);
 }

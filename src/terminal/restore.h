@@ -32,5 +32,6 @@ void enterScreen();
 // taken all. Allowed in a signal handler.
 bool writeToTerminal(std::string_view bytes);
 
-// Undoes what another program may have left set, and drops what was typed for it.
+// Undoes what another program may have left set, also another process group's being the terminal's,
+// and drops what was typed for it. Stops have to be held, or it would be stopped by that.
 void resetTerminal();
