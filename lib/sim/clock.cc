@@ -5,9 +5,9 @@
 #include "common/problem.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <ctime>
 
 namespace sim {
 Time simulatedTime(const Clock &clock, Time real)
@@ -20,9 +20,8 @@ Time simulatedTime(const Clock &clock, Time real)
 
 Time realTime()
 {
-    timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    return now.tv_sec * second + now.tv_nsec / 1000;
+    using namespace std::chrono;
+    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
 }
 
 double wantedScale()
