@@ -152,11 +152,8 @@ void makeCurrent(TreeModel &model, Item *item, int height)
         above->selected = 1;
     rebuildFlatList(model);
     model.current = flatPosition(model, item);
-    model.first = model.current - height / 2;
-    if (model.first + height > model.flatCount)
-        model.first = model.flatCount - height;
-    if (model.first < 0)
-        model.first = 0;
+    const int lastFirst = std::max(model.flatCount - height, 0);
+    model.first = std::clamp(model.current - height / 2, 0, lastFirst);
 }
 
 void showCurrent(TreeModel &model, int height)
