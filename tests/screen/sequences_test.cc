@@ -300,6 +300,7 @@ TEST(Sequences, LetAPasteThatGetsStuckBeOver)
 {
     Session session;
     session.see("FT server");
+    EXPECT_NE(session.terminal().output().find("\x1b[?2004h"), std::string::npos); // are asked for
     session.send("\x1b[200~one" + ctrlO);
     EXPECT_TRUE(session.terminal().asksForKeyWithin(deadline));
     session.send(space);

@@ -128,7 +128,7 @@ TEST(Sequences, AreBrokenOffByAControlCharacterThatIsNotTheirs)
         for (const char *other : {"\x1b[", "\x1b[1;", "\x1bO", "\x1b[<0;M"})
             EXPECT_FALSE(takesControl(other, byte));
     }
-    EXPECT_TRUE(isControl('\x1f'));
+    EXPECT_TRUE(isControl('\0') && isControl('\x1f'));
     EXPECT_FALSE(isControl(' ') || isControl('\xe3'));
 }
 
