@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "shell/devicetree.h"
 
+#include "base/recordtree.h"
 #include "base/tracing.h"
 #include "devices/cpusubwin.h"
 #include "devices/ethernet.h"
@@ -11,6 +12,7 @@
 #include "dialogs/grid.h"
 #include "dialogs/window.h"
 #include "platform/device.h"
+#include "shell/program.h"
 #include "tree/checkboxtree.h"
 #include "tree/operations.h"
 #include "yat/ft.h"
@@ -78,6 +80,17 @@ static void dump(const yat_device *root)
     tracetree(root);
 }
 
+// Whether the records are a tree, which another walk comes to the end of.
+static bool isTree(const yat_device *root)
+{
+    if (haveEnd(root))
+        return true;
+    TRACE_AS(YAT_TRACE_ERROR, "EditParameter", "%s.", endlessRecords);
+    if (debug_flag)
+        say(endlessRecords);
+    return false;
+}
+
 // Shows the tree of an FT machine; on another there is none to show. The waiting ends with the last
 // that the machine is asked before. Returns 0 on failure.
 static int showTree(yat_device *root, std::optional<Waiting> &waiting)
@@ -114,9 +127,10 @@ int EditParameter(void)
     TRACE("get ft function pointer by ft_FunctionInit.");
     yat_device *root = nullptr;
     const int created = CreateTreeViewData(&root);
+    const bool isWhole = isTree(root); // its platform can't free another
     if (debug_flag) {
-        dump(root);
-    } else if (created == 0) {
+        dump(isWhole ? root : nullptr);
+    } else if (created == 0 || !isWhole) {
         waiting.reset();
         msgWindow("Error", " Ok ", text("CREATETREE_ERR_ID"));
         TRACE_ERROR("<Create data structure for tree view failed.");
@@ -126,9 +140,10 @@ int EditParameter(void)
         TRACE_ERROR("<mkTree(pTreeData) failed.");
         return 0;
     }
-    FreeTreeViewData(&root);
+    if (isWhole)
+        FreeTreeViewData(&root);
     TRACE("<");
-    return 1;
+    return isWhole ? 1 : 0;
 }
 
 static void addFixedNodes()

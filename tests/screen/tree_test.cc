@@ -256,6 +256,27 @@ TEST(Tree, PutsTheChildrenOfALeftOutDeviceWhereThePathLeads)
                {"[-] FT server", " |- [-] CPU modules", " |   `- CPU 1", " `- PCI modules"});
 }
 
+TEST(Tree, OfARecordBelowItselfIsNone)
+{
+    RunOptions options = treeOn("1", "0 1 2 1 0 CPU 1\n"
+                                     "1 above\n"
+                                     "1 above\n");
+    Session session(options);
+    session.see("The devices of the server cannot be read.");
+    session.send(enter);
+    session.expectExit(0);
+    const std::string why = "the platform gives devices that lie below themselves; ask for a newer "
+                            "version of it";
+    expectInOrder(session.trace("mrvmain"),
+                  {"1 EditParameter " + why + ".",
+                   "1 EditParameter <Create data structure for tree view failed."});
+    options.arguments = {"-debug"};
+    Workspace workspace(options);
+    const Finished run = runPlain(workspace);
+    EXPECT_EQ(run.status, 0); // a failure
+    EXPECT_EQ(run.errors, "mrvutil: " + why + "\n");
+}
+
 TEST(Tree, TellsOfEachDeviceThatLiesTooDeep)
 {
     Session session(treeOn("1", "0 1 2 1 0 CPU 1\n"

@@ -101,7 +101,9 @@ yat_device *playedTree()
         words >> hierarchy >> classCode >> instance >> first >> std::ws;
         std::getline(words, text);
         yat_device *device = nullptr;
-        if (hierarchy != "null") {
+        if (hierarchy == "above") {
+            device = path[depth];
+        } else if (hierarchy != "null") {
             device = new yat_device{};
             device->Hierarchy = atoi(hierarchy.c_str());
             device->lpszTreeName = text == "-" ? nullptr : strdup(text.c_str());

@@ -52,6 +52,7 @@ void waitFor(const Rule &rule);
 //     DEPTH HIERARCHY CLASS INSTANCE PATH0 NAME
 //
 // DEPTH is where the record stands, 0 below the root; "-" for CLASS leaves the identity out, "-"
-// for NAME the name; "null" for the whole is a null record at that DEPTH. Nothing is ever freed.
+// for NAME the name; "null" for the whole is a null record at that DEPTH, and "above" the record
+// that it stands below. Nothing is ever freed.
 bool hasTree();
 yat_device *playedTree();

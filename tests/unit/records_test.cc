@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "base/recordtree.h"
 #include "common/records.h"
 
 #include <gtest/gtest.h>
@@ -44,4 +45,23 @@ TEST(Records, AreATreeUntilItIsGivenBack)
     EXPECT_EQ(toString(*some), "0 (1 CPU 1) (1 PCI 2 (2 SCSI 3 (3 disk 4)) (2 LAN 5))");
     EXPECT_EQ(yat::freeTree(&some), 1);
     EXPECT_EQ(yat::freeTree(&some), 0);
+}
+
+TEST(Records, ComeToAnEndAfterSoManyLevels)
+{
+    for (const size_t levels : {1u, 64u, 65u}) { // below the root
+        std::vector<yat_device> records(levels + 1);
+        std::vector<yat_device *> below;
+        for (size_t i = 1; i <= levels; ++i)
+            below.push_back(&records[i]);
+        for (size_t i = 0; i < levels; ++i) {
+            records[i].NextDevNum = 1;
+            records[i].children = &below[i];
+        }
+        EXPECT_EQ(haveEnd(&records[0]), levels < 65);
+        records[levels].NextDevNum = 1; // without an array
+        records[1].NextDevNum = -1;
+        EXPECT_TRUE(haveEnd(&records[0]));
+    }
+    EXPECT_TRUE(haveEnd(nullptr));
 }

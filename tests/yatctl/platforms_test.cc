@@ -75,6 +75,15 @@ TEST_F(Foreign, SendsNothingToTheTerminalThatCommandsIt)
                     .errors.starts_with("yatctl: no device 'a?[31m?\?', expected one of cpu1, "));
 }
 
+TEST_F(Foreign, GivesRecordsThatComeToAnEnd)
+{
+    sandbox.set("YAT_ENDLESS", "1");
+    const Finished list = yatctl("list");
+    EXPECT_EQ(list.status, 5);
+    EXPECT_EQ(list.errors, "yatctl: the platform gives devices that lie below themselves; ask for "
+                           "a newer version of it\n");
+}
+
 TEST_F(Foreign, MakesNoFiguresUp)
 {
     const Json cpu = Json::parse(yatctl("show cpu2 --json").output);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "yatctl/machine.h"
 
+#include "base/recordtree.h"
 #include "common/terms.h"
 #include "text/encoding.h"
 #include "yat/text.h"
@@ -215,6 +216,10 @@ void findDevices(Machine &machine)
     machine.root = nullptr;
     if (CreateTreeViewData(&machine.root) == 0 || !machine.root)
         throw Failure(unreachable, "the platform does not report the devices");
+    if (!haveEnd(machine.root)) {
+        machine.root = nullptr; // which its platform can't free either
+        throw Failure(unreachable, endlessRecords);
+    }
     addDevices(machine.devices, *machine.root, noCarrier);
     makeShortNamesUnique(machine.devices);
 }

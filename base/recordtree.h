@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The tree of device records that a platform gives.
+#pragma once
+
+#include "yat/device.h"
+
+// Whether the records below one come to an end. Of a platform that is not sound, one can lie below
+// itself, and whoever walks through them would use up the stack.
+bool haveEnd(const yat_device *root);
+
+constexpr char endlessRecords[] = "the platform gives devices that lie below themselves; ask for a "
+                                  "newer version of it";
