@@ -131,16 +131,6 @@ CALL(int, access, (const char *path, int mode), (path, mode), path)
 CALL(int, rename, (const char *from, const char *to), (from, to), from)
 CALL(int, unlink, (const char *path), (path), path)
 
-int fcntl64(int file, int command, ...) // with which SQLite locks
-{
-    static const auto original = ORIGINAL(fcntl64);
-    va_list arguments;
-    va_start(arguments, command);
-    void *argument = va_arg(arguments, void *);
-    va_end(arguments);
-    return fails("fcntl64", file) ? -1 : original(file, command, argument);
-}
-
 int close(int file) // it is closed all the same
 {
     static const auto original = ORIGINAL(close);
