@@ -129,17 +129,12 @@ void dropPaste(Milliseconds delay)
 // has broken it off.
 std::string readSequence(Milliseconds delay)
 {
-    constexpr size_t most = 64; // bytes, of which the first and the last ones count
     std::string sequence(1, escape);
     while (!isWhole(sequence)) {
         const auto byte = nextByte(delay);
         if (!byte)
             break;
-        if (isControl(*byte) && !takesControl(sequence, *byte))
-            sequence.clear(); // the former one has no end
-        sequence += *byte;
-        if (sequence.size() > most)
-            sequence.erase(most / 2, 1);
+        addByte(sequence, *byte);
     }
     return sequence;
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -106,6 +105,16 @@ bool takesControl(std::string_view sequence, char byte)
     const std::string_view rest = withoutEscape(sequence);
     return rest.empty() || (isString(rest[0]) && byte == bell)
            || (rest.starts_with("[M") && byte != escape);
+}
+
+void addByte(std::string &sequence, char byte)
+{
+    constexpr size_t most = 64;
+    if (isControl(byte) && !takesControl(sequence, byte))
+        sequence.clear(); // the former one has no end
+    sequence += byte;
+    if (sequence.size() > most) // of many Escs only that there are some counts
+        sequence.erase(sequence[2] == escape ? 1 : most / 2, 1);
 }
 
 std::string_view keyOf(std::string_view sequence)

@@ -3,6 +3,7 @@
 // and of the focus, answers to queries, pastes. All begin with Esc.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 constexpr char escape = '\x1b';
@@ -19,6 +20,10 @@ constexpr bool isControl(char byte)
 // Whether a control character that comes next belongs to the sequence. Else it breaks that off, as
 // a key of its own or, if it is an Esc, the beginning of another sequence.
 bool takesControl(std::string_view sequence, char byte);
+
+// Adds the byte that comes next to a sequence, or begins with it what it breaks off. No more is
+// kept than counts.
+void addByte(std::string &sequence, char byte);
 
 // The bytes by which newt knows the key of a sequence on every terminal; empty for what is no key
 // that it knows.

@@ -117,6 +117,22 @@ TEST(Sequences, AreKnownAsThisTerminalSendsThem)
     EXPECT_EQ(keyOf(""), "");
 }
 
+// Esc may have been held down before.
+TEST(Sequences, AreKeptAsFarAsTheyCount)
+{
+    const std::string escapes(100, escape), parameters(100, '1');
+    for (const std::string &bytes : {"\x1b]" + parameters + "\a", "\x1b[" + parameters + "A",
+                                     escapes + "[" + parameters + "A"}) {
+        std::string kept;
+        for (const char byte : bytes) {
+            EXPECT_FALSE(isWhole(kept)) << testing::PrintToString(kept);
+            addByte(kept, byte);
+            EXPECT_LE(kept.size(), 64u);
+        }
+        EXPECT_TRUE(isWhole(kept));
+    }
+}
+
 TEST(Sequences, AreBrokenOffByAControlCharacterThatIsNotTheirs)
 {
     for (const char byte : {escape, '\r', '\t', '\a', '\x0f'}) {
