@@ -2,6 +2,7 @@
 // A trace record: the source module, the function, the text, with line feeds between them.
 #include "fuzz.h"
 
+#include "base/display.h"
 #include "support/files.h"
 #include "text/utf8.h"
 #include "yat/trace.h"
@@ -39,7 +40,7 @@ void requirePlain(std::string_view text)
     while (!text.empty()) {
         const size_t length = yat::utf8Length(text);
         REQUIRE(length > 0);
-        REQUIRE(static_cast<unsigned char>(text[0]) >= 0x20 && text[0] != 0x7F);
+        REQUIRE(isShowable(yat::utf8Character(text.substr(0, length))));
         text.remove_prefix(length);
     }
 }
