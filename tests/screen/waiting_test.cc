@@ -253,6 +253,20 @@ TEST(Waiting, TakesAPasteToItsEnd)
     session.expectScreen("devices/pci-CEDAR-en-80x24");
 }
 
+// As long as S-Lang waits for a key at a time, and longer.
+TEST(Waiting, GoesOnForHalfAMinute)
+{
+    if (!getenv("YAT_FULL"))
+        GTEST_SKIP() << "it takes that long";
+    Session session({.script = "StatusChange real delay=30000"});
+    openHeld(session);
+    session.send(enter + tab + "\x1b[200~pasted\x1b[201~");
+    EXPECT_TRUE(session.terminal().waitUntil([&] { return session.terminal().contains("Close"); },
+                                             3 * deadline));
+    session.expectScreen("devices/pci-CEDAR-en-80x24");
+    EXPECT_EQ(session.calls("StatusChange").size(), 1u);
+}
+
 // newt shows for a moment that a button is pressed.
 TEST(Waiting, ForAQuestionAnswersItWithNoKeyOfBefore)
 {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "script.h"
 
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -73,7 +74,12 @@ bool isMissing(const std::string &function)
 
 void waitFor(const Rule &rule)
 {
-    poll(nullptr, 0, rule.delay); // which keeps the tests from taking it for newt's own sleep
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::milliseconds(rule.delay);
+    // The program's timer interrupts it. A sleep would be taken for newt's own.
+    for (std::chrono::milliseconds left;
+         (left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now())).count() > 0;)
+        poll(nullptr, 0, static_cast<int>(left.count()));
     const std::string go = std::string(getenv("YAT_SPY_SCRIPT")) + ".go";
     while (rule.isHeld && access(go.c_str(), F_OK) != 0)
         poll(nullptr, 0, 5);
