@@ -184,9 +184,9 @@ unsigned int keyAfterEscape()
     const std::string_view key = keyOf(sequence);
     if (key.empty())
         return noKey;
-    if (std::string rest(key.substr(1)); !rest.empty()) // S-Lang wants it writable
-        SLang_ungetkey_string(reinterpret_cast<unsigned char *>(rest.data()),
-                              static_cast<unsigned int>(rest.size()));
+    std::string rest(key.substr(1)); // S-Lang wants it writable
+    SLang_ungetkey_string(reinterpret_cast<unsigned char *>(rest.data()),
+                          static_cast<unsigned int>(rest.size()));
     return static_cast<unsigned char>(key[0]);
 }
 
