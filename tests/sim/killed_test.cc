@@ -127,7 +127,9 @@ void Killed::killYatsim()
     std::vector<std::string> command = commands[below(std::size(commands))];
     const std::string operation = command[0];
     command.insert(command.begin(), YATSIM);
-    const int moment = below(longestRun + longestRun / 2);
+    // On a busy machine a run takes longer: until one has ended, more and more time is given.
+    const int longest = finished > 0 ? longestRun : longestRun * (1 + kills / 50);
+    const int moment = below(longest + longest / 2);
     const pid_t child =
         start(command, {.prepare = [] { dup2(open("/dev/null", O_RDWR), STDERR_FILENO); }});
     waitFor(moment);
