@@ -127,7 +127,8 @@ int EditParameter(void)
     TRACE("get ft function pointer by ft_FunctionInit.");
     yat_device *root = nullptr;
     const int created = CreateTreeViewData(&root);
-    const bool isWhole = isTree(root); // its platform can't free another
+    // Without success nothing is known of them. A platform can't free what is no tree.
+    const bool isWhole = (created == 0 && !debug_flag) || isTree(root);
     if (debug_flag) {
         dump(isWhole ? root : nullptr);
     } else if (created == 0 || !isWhole) {
