@@ -88,7 +88,7 @@ void Waiting::draw()
     std::vector<SLsmg_Char_Type> covered(columns);
     settle();
     Recording recording;
-    // To draw it whole takes a tenth of a start, and a bare one is drawn whole soon enough.
+    // A bare one is drawn whole soon enough; so no start has to prepare that.
     screen = recording.bytesOf(isScreenBare ? SLtt_cls : SLsmg_touch_screen);
     SLsmg_gotorc(bottom, 0);
     SLsmg_read_raw(covered.data(), columns);
