@@ -91,7 +91,7 @@ TEST(Failure, ToReadTheDevicesIsShown)
     for (const auto &[language, text, name] :
          {std::tuple{"en_US.UTF-8", "The devices of the server cannot be read.", "en"},
           {"ja_JP.UTF-8", "サーバの装置情報を取得できません。", "ja"}}) {
-        Session session({.language = language, .script = "CreateTreeViewData 0"});
+        Session session({.language = language, .script = "CreateTreeViewData 0 endless"});
         session.see(text);
         session.expectScreen(std::string("failure/devices-") + name);
         session.send(keys::ctrlA + keys::enter);

@@ -147,10 +147,16 @@ int ft_FunctionInit(void)
 
 int CreateTreeViewData(yat_device **root)
 {
-    const int result = answer("CreateTreeViewData", list(root), [&] {
-        return hasTree() ? 1 : real<decltype(CreateTreeViewData)>("CreateTreeViewData")(root);
-    });
-    if (result != 0 && hasTree())
+    alignas(yat_device) static char noRecords[stateRoom];
+    const int result = answer(
+        "CreateTreeViewData", list(root),
+        [&] {
+            return hasTree() ? 1 : real<decltype(CreateTreeViewData)>("CreateTreeViewData")(root);
+        },
+        noRecords);
+    if (noRecords[0] != '\0')
+        *root = reinterpret_cast<yat_device *>(noRecords);
+    else if (result != 0 && hasTree())
         *root = playedTree();
     return result;
 }
