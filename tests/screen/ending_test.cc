@@ -10,6 +10,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// The sanitizers would have a fault for themselves.
+const std::pair<const std::string, std::string> noFaultOfTheirs = {
+    "ASAN_OPTIONS", "verify_asan_link_order=0:handle_segv=0:handle_sigbus=0:"
+                    "handle_sigfpe=0:handle_sigill=0:handle_abort=0"};
+
 void expectRestored(Session &session)
 {
     EXPECT_TRUE(session.terminal().modesAreAsBefore());
@@ -49,12 +54,7 @@ TEST_P(EverySignal, RestoresTheTerminalAndTakesItsEffect)
     const size_t type =
         static_cast<size_t>(std::ranges::find(terminalTypes, term) - std::begin(terminalTypes));
     const auto &[program, seen] = programs[(static_cast<size_t>(signal) + type) % 3];
-    // The sanitizers would have a fault for themselves.
-    Session session(
-        {.program = program,
-         .term = term,
-         .environment = {{"ASAN_OPTIONS", "verify_asan_link_order=0:handle_segv=0:handle_sigbus=0:"
-                                          "handle_sigfpe=0:handle_sigill=0:handle_abort=0"}}});
+    Session session({.program = program, .term = term, .environment = {noFaultOfTheirs}});
     session.see(seen);
     session.terminal().kill(signal);
     session.expectSignal(signal);
@@ -140,6 +140,15 @@ TEST(Ending, BySignalComesInTheMiddleOfAnOperation)
     session.see("PCI module 1: Stop ...");
     session.terminal().kill(SIGTERM);
     session.expectSignal(SIGTERM);
+    expectRestored(session);
+}
+
+TEST(Ending, WithAStackThatIsUsedUpRestoresTheTerminal)
+{
+    Session session({.script = "StatusChange overflow", .environment = {noFaultOfTheirs}});
+    session.see("Exit");
+    session.send(pciModule.path + keys::enter);
+    session.expectSignal(SIGSEGV);
     expectRestored(session);
 }
 

@@ -4,7 +4,8 @@
 //     CALL RESULT [delay=MS] [held] [endless] [at=N] [text=TEXT]
 //
 // RESULT is a number, "real" for what the real call answers, "none" for a function that is not
-// there, or "exit" for one that ends the process with status 7. TEXT, the rest of the line, is what
+// there, "exit" for one that ends the process with status 7, or "overflow" for one that uses the
+// stack up. TEXT, the rest of the line, is what
 // the call writes into its text buffer. A call that is held goes on when there is a file SCRIPT.go.
 // One that is endless fills its buffer with 'x', as far as that goes, and has no zero behind it;
 // CreateTreeViewData leaves such bytes where records would be.
