@@ -3,14 +3,15 @@
 
 namespace {
 
-constexpr int mostLevels = 64; // eight have a place in a device's path
+constexpr int mostLevels = 64;        // eight have a place in a device's path
+constexpr int mostVisits = 1'000'000; // where records share others, those count each time
 
-bool endWithin(const yat_device *record, int levels)
+bool endWithin(const yat_device *record, int levels, int &visits)
 {
     if (!record || !record->children)
         return true;
     for (int i = 0; i < record->NextDevNum; ++i)
-        if (levels == 0 || !endWithin(record->children[i], levels - 1))
+        if (levels == 0 || visits-- == 0 || !endWithin(record->children[i], levels - 1, visits))
             return false;
     return true;
 }
@@ -19,5 +20,6 @@ bool endWithin(const yat_device *record, int levels)
 
 bool haveEnd(const yat_device *root)
 {
-    return endWithin(root, mostLevels);
+    int visits = mostVisits;
+    return endWithin(root, mostLevels, visits);
 }

@@ -265,8 +265,9 @@ TEST(Tree, OfARecordBelowItselfIsNone)
     session.see("The devices of the server cannot be read.");
     session.send(enter);
     session.expectExit(0);
-    const std::string why = "the platform gives devices that lie below themselves; ask for a newer "
-                            "version of it";
+    const std::string why =
+        "the platform gives devices that lie below themselves, or more than any "
+        "machine has; ask for a newer version of it";
     expectInOrder(session.trace("mrvmain"),
                   {"1 EditParameter " + why + ".",
                    "1 EditParameter <Create data structure for tree view failed."});

@@ -47,18 +47,25 @@ TEST(Records, AreATreeUntilItIsGivenBack)
     EXPECT_EQ(yat::freeTree(&some), 0);
 }
 
-TEST(Records, ComeToAnEndAfterSoManyLevels)
+TEST(Records, ComeToAnEndAfterSoManyLevelsAndVisits)
 {
-    for (const size_t levels : {1u, 64u, 65u}) { // below the root
+    // Levels below the root, and how often each record stands below the one above it.
+    for (const auto &[levels, times, haveIt] : {std::tuple{1u, 1u, true},
+                                                {64u, 1u, true},
+                                                {65u, 1u, false},
+                                                {1u, 1'000'000u, true},
+                                                {1u, 1'000'001u, false},
+                                                {64u, 2u, false}}) {
         std::vector<yat_device> records(levels + 1);
-        std::vector<yat_device *> below;
+        std::vector<std::vector<yat_device *>> below;
         for (size_t i = 1; i <= levels; ++i)
-            below.push_back(&records[i]);
+            below.emplace_back(times, &records[i]);
         for (size_t i = 0; i < levels; ++i) {
-            records[i].NextDevNum = 1;
-            records[i].children = &below[i];
+            records[i].NextDevNum = static_cast<int>(times);
+            records[i].children = below[i].data();
         }
-        EXPECT_EQ(haveEnd(&records[0]), levels < 65);
+        ASSERT_EQ(haveEnd(&records[0]), haveIt) << levels << ", " << times;
+        records[0].NextDevNum = 1;
         records[levels].NextDevNum = 1; // without an array
         records[1].NextDevNum = -1;
         EXPECT_TRUE(haveEnd(&records[0]));
