@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A platform that tells no facts and has what may come from foreign hardware: names that command
 // terminals, that others have as well, or that are missing; records of no device, and of an unknown
-// class and without a number. With SLOW it tells facts and does what it is asked, but at its own
-// pace: what a module is doing at the next look is the next letter of YAT_COURSE, see factsAt.
+// class and without a number. The last of the trees that YAT_TREES counts has the first device
+// only, and where the next would be, there is something else. With SLOW it tells facts and does
+// what it is asked, but at its own pace: what a module is doing at the next look is the next letter
+// of YAT_COURSE, see factsAt.
 #include "yat/platform.h"
 
 #include <algorithm>
@@ -53,11 +55,20 @@ int createTree(yat_device **tree)
 {
     if (getenv("YAT_ENDLESS"))
         below[1] = &devices[3];
+    static int made;
+    if (const char *trees = getenv("YAT_TREES"); trees && ++made >= atoi(trees)) {
+        root.NextDevNum = 1;
+        *tree = &devices[0];
+        if (made > atoi(trees))
+            return 0;
+    }
     *tree = &root;
     return 1;
 }
 int freeTree(yat_device **tree)
 {
+    if (*tree != &root)
+        abort();
     *tree = nullptr;
     return 1;
 }

@@ -18,11 +18,13 @@ protected:
         fs::copy_file(platform, root.path / "lib/yatcore.dll");
     }
 
-    Finished yatctl(const std::string &arguments)
+    std::vector<std::string> command(const std::string &arguments) const
     {
-        std::vector<std::string> command = commandOf(YATCTL, arguments);
-        command[0] = root.path / "bin/yatctl";
-        return run(command);
+        return commandOf(root.path / "bin/yatctl", arguments);
+    }
+    Finished yatctl(const std::string &arguments) const
+    {
+        return run(command(arguments));
     }
 
     Sandbox sandbox;
@@ -73,6 +75,17 @@ TEST_F(Foreign, SendsNothingToTheTerminalThatCommandsIt)
     }
     EXPECT_TRUE(yatctl("show \"a\x1b[31m\u009b\u202e\"")
                     .errors.starts_with("yatctl: no device 'a?[31m?\?', expected one of cpu1, "));
+}
+
+TEST_F(Foreign, SendsItNothingWhileItChanges)
+{
+    sandbox.set("YAT_TREES", "3");
+    const Finished watch = yatctl("watch --interval 0.1");
+    EXPECT_EQ(watch.status, 5);
+    EXPECT_EQ(watch.errors, "yatctl: the platform does not report the devices\n");
+    const std::vector<std::string> lines = linesOf(watch.output);
+    ASSERT_EQ(lines.size(), 7u) << watch.output;
+    EXPECT_TRUE(lines[0].ends_with(" cpu2: on?]0;fire? -> -")) << watch.output;
 }
 
 TEST_F(Foreign, GivesRecordsThatComeToAnEnd)

@@ -214,7 +214,9 @@ void findDevices(Machine &machine)
     if (machine.root)
         FreeTreeViewData(&machine.root);
     machine.root = nullptr;
-    if (CreateTreeViewData(&machine.root) == 0 || !machine.root)
+    if (CreateTreeViewData(&machine.root) == 0)
+        machine.root = nullptr; // whatever a failed call left there
+    if (!machine.root)
         throw Failure(unreachable, "the platform does not report the devices");
     if (!haveEnd(machine.root)) {
         machine.root = nullptr; // which its platform can't free either
