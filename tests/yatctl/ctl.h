@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using Json = nlohmann::json;
 
@@ -22,6 +25,37 @@ inline std::string does(const std::string &arguments)
     EXPECT_EQ(result.status, 0) << "yatctl " << arguments << ": " << result.errors;
     EXPECT_EQ(result.errors, "") << "yatctl " << arguments;
     return result.output;
+}
+
+// What a program in a terminal of its own writes until it ends; the answer is typed at once.
+inline Finished atTerminal(const std::vector<std::string> &command, const std::string &answer)
+{
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        endAtDeadline();
+        std::vector<char *> words;
+        for (const std::string &word : command)
+            words.push_back(const_cast<char *>(word.c_str()));
+        words.push_back(nullptr);
+        execv(words[0], words.data());
+        _exit(126);
+    }
+    Finished result;
+    EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+    char bytes[4096];
+    for (ssize_t count; (count = read(terminal, bytes, sizeof bytes)) > 0;)
+        result.output.append(bytes, static_cast<size_t>(count));
+    int status = 0;
+    waitpid(child, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    close(terminal);
+    return result;
+}
+
+inline Finished atTerminal(const std::string &arguments, const std::string &answer)
+{
+    return atTerminal(commandOf(YATCTL, arguments), answer);
 }
 
 inline Json shows(const std::string &device)

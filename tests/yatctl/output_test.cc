@@ -4,9 +4,7 @@
 #include "ctl.h"
 
 #include <fcntl.h>
-#include <pty.h>
 #include <regex>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -17,33 +15,6 @@ class Output : public testing::Test {
 protected:
     Sandbox sandbox;
 };
-
-// What a program in a terminal of its own writes until it ends; the answer is typed at once.
-Finished atTerminal(const std::string &arguments, const std::string &answer)
-{
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-        endAtDeadline();
-        const std::vector<std::string> command = commandOf(YATCTL, arguments);
-        std::vector<char *> words;
-        for (const std::string &word : command)
-            words.push_back(const_cast<char *>(word.c_str()));
-        words.push_back(nullptr);
-        execv(words[0], words.data());
-        _exit(126);
-    }
-    Finished result;
-    EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
-    char bytes[4096];
-    for (ssize_t count; (count = read(terminal, bytes, sizeof bytes)) > 0;)
-        result.output.append(bytes, static_cast<size_t>(count));
-    int status = 0;
-    waitpid(child, &status, 0);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    close(terminal);
-    return result;
-}
 
 // Whether there is a byte that terminals which do not take UTF-8 obey.
 bool hasC1(const std::string &text)

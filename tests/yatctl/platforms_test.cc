@@ -88,6 +88,15 @@ TEST_F(Foreign, SendsItNothingWhileItChanges)
     EXPECT_TRUE(lines[0].ends_with(" cpu2: on?]0;fire? -> -")) << watch.output;
 }
 
+TEST_F(Slow, SendsItNothingWhenItAsksAndWaits)
+{
+    sandbox.set("YAT_COURSE", "rxs");
+    const std::string shown = atTerminal(command("stop 0 --wait=30"), "y\n").output;
+    for (const std::string &wanted : {std::string("Stop ") + hostile + " (cpu1)? [y/N] ",
+                                      std::string("\rcpu1: on?]0;fire?\x1b[K")})
+        EXPECT_NE(shown.find(wanted), std::string::npos) << shown;
+}
+
 TEST_F(Foreign, GivesRecordsThatComeToAnEnd)
 {
     sandbox.set("YAT_ENDLESS", "1");
