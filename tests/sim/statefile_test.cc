@@ -153,21 +153,6 @@ TEST(StateFile, IsReadByItsOwnerAndGroupOnly)
     }
 }
 
-// What else a file can be that is no own one, unit tests have.
-TEST(StateFile, IsARegularFileWithSuchBesideIt)
-{
-    for (const char *ending : {"", "-wal", "-shm", "-journal"}) {
-        Stored stored;
-        look(stored.store);
-        stored.store.database.reset();
-        const std::string file = stored.store.file + ending;
-        fs::remove(file);
-        ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-        EXPECT_EQ(problemOf([&] { look(stored.store); }),
-                  file + " can't be written: it is not a regular file");
-    }
-}
-
 TEST(StateFile, OfRootLiesWhereNobodyElseHasASay)
 {
     if (geteuid() != 0)
@@ -303,7 +288,8 @@ TEST(StateFile, OfAnotherProgramIsNotRead)
     });
 }
 
-TEST(StateFile, IsReadFromRegularFilesOnly)
+// What else a file can be that is no own one, unit tests have.
+TEST(StateFile, IsReadAndWrittenAsRegularFilesOnly)
 {
     for (const char *ending : {"", "-wal", "-shm", "-journal"}) {
         Stored stored;
@@ -312,6 +298,8 @@ TEST(StateFile, IsReadFromRegularFilesOnly)
         const std::string file = stored.store.file + ending;
         fs::remove(file);
         ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+        EXPECT_EQ(problemOf([&] { look(stored.store); }),
+                  file + " can't be written: it is not a regular file");
         asAReader(stored, [&] {
             EXPECT_EQ(problemOf([] { operationsRead(); }),
                       file + " can't be read: it is not a regular file");
