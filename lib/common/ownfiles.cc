@@ -39,20 +39,21 @@ std::string distrust(const struct stat &part)
                                    : "";
 }
 
-// Makes a part of a path when it is missing.
+// Makes a part of a path when it is missing, which few are: so it is looked for first.
 void makePart(const std::string &directory, const std::string &part)
 {
     struct stat status;
-    if (mkdir(part.c_str(), 0750) == 0) {
+    const bool isThere = lstat(part.c_str(), &status) == 0;
+    if (!isThere && mkdir(part.c_str(), 0750) == 0) {
         if (stat(part.c_str(), &status) == 0)
             chmod(part.c_str(),
                   0750 | (status.st_mode & S_ISGID)); // which the one above hands down
-    } else if (errno != EEXIST) {
+    } else if (!isThere && errno != EEXIST) {
         refuse(directory, reason(errno));
     }
     if (!isRoot())
         return;
-    if (lstat(part.c_str(), &status) != 0)
+    if (!isThere && lstat(part.c_str(), &status) != 0)
         refuse(directory, reason(errno));
     if (const std::string why = distrust(status); !why.empty())
         refuse(directory, part + why);

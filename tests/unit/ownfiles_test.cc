@@ -76,6 +76,14 @@ TEST_F(OwnFiles, HaveTheirPermissionsWhateverTheUmaskIs)
     }
 }
 
+TEST_F(OwnFiles, MayBeMadeByAnotherProgramMeanwhile)
+{
+    fs::create_directory(top / "made");
+    nextErrors["lstat"] = ENOENT; // as if it had looked before that
+    EXPECT_EQ(refusalOfDirectory(top / "made"), "");
+    EXPECT_TRUE(nextErrors.empty());
+}
+
 TEST_F(OwnFiles, KeepWhatTheAdministratorGaveThem)
 {
     fs::create_directory(top / "group");

@@ -38,6 +38,7 @@ CALL(fchmod, (int file, mode_t mode), file, mode)
 CALL(flock, (int file, int operation), file, operation)
 CALL(fsync, (int file), file)
 CALL(ftruncate, (int file, off_t size), file, size)
+CALL(lstat, (const char *file, struct stat *status), file, status)
 CALL(rename, (const char *from, const char *to), from, to)
 
 extern "C" YAT_API iconv_t iconv_open(const char *to, const char *from)

@@ -14,7 +14,7 @@ extern std::function<void(const std::string &)> beforeOpening;
 extern std::function<void()> duringShortWrite;
 
 // Of a call, by its name: the error that the next one fails with. There are fchmod, flock,
-// fsync, ftruncate, iconv_open, rename and write.
+// fsync, ftruncate, iconv_open, lstat, rename and write.
 extern std::map<std::string, int> nextErrors;
 
 // Stops the clock for as long as there is a time, in milliseconds.
