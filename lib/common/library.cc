@@ -17,9 +17,11 @@ void *openLibrary(const char *path)
         snprintf(name, sizeof name, "%s (not a regular file)", path);
         path = name;
     }
-    // libnl, should it come along, would print across the screen, some of it while it is loaded.
+    // libnl, should it come along, would print across the screen, some of it while it is loaded,
+    // and would read a file in any directory, also one that keeps it waiting.
     unsetenv("NLCB");
     unsetenv("NLDBG");
+    unsetenv("NLSYSCONFDIR");
     return dlopen(path, RTLD_NOW | RTLD_LOCAL);
 }
 

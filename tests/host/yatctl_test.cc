@@ -4,8 +4,11 @@
 #include "server.h"
 #include "support/process.h"
 
+#include <climits>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 namespace {
 
@@ -31,6 +34,7 @@ protected:
                                      {"LD_PRELOAD", UMOCKDEV},
                                      {"NLCB", "debug"}, // which libnl would print by
                                      {"NLDBG", "9"},
+                                     {"NLSYSCONFDIR", state.path.string()},
                                      {"UMOCKDEV_DIR", server.directory.path.string()},
                                      {"YAT_MACHINE", "hardware"},
                                      {"YAT_STATE_DIR", state.path.string()}}}});
@@ -65,6 +69,18 @@ TEST_F(Scripts, SeeTheServer)
     EXPECT_NE(metrics.output.find("\nyat_device_state{device=\"cpu2\",state=\"running\"} 1\n"),
               std::string::npos)
         << metrics.output;
+}
+
+TEST_F(Scripts, HaveNoLibraryReadWhereAVariableSays)
+{
+    const std::string file = state.path / "classid";
+    writeFile(file, "");
+    const int notices = inotify_init1(IN_NONBLOCK);
+    EXPECT_GE(inotify_add_watch(notices, file.c_str(), IN_OPEN), 0);
+    EXPECT_EQ(yatctl("list").status, 0);
+    char notice[sizeof(inotify_event) + NAME_MAX + 1];
+    EXPECT_LT(read(notices, notice, sizeof notice), 0);
+    close(notices);
 }
 
 TEST_F(Scripts, AreRefusedWhatTheConfigurationDoesNotAllow)
