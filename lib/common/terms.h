@@ -44,6 +44,16 @@ inline std::string mtbfTypesInWords()
     return words;
 }
 
+struct Setting {
+    int kind;
+    const char *key; // in descriptions, and for yatsim and yatctl
+};
+
+inline constexpr Setting settings[] = {
+    {YAT_SETTING_AUTO_BURN, "automatic_firmware_update"},
+    {YAT_SETTING_AUTO_BRING_UP, "automatic_module_start"},
+};
+
 struct DeviceClass {
     int value;
     std::string_view shortName, alias; // before the number: as written, and as also accepted

@@ -229,6 +229,11 @@ Refusal insert(Machine &machine, Device &device, const std::string &)
     return Refusal::none;
 }
 
+template <size_t index> bool setSwitch(Machine &machine, Device *, const std::string &value)
+{
+    return Word{switches}.read(value, machine.*settingOf(yat::settings[index].kind));
+}
+
 Refusal setKey(Machine &machine, Device &device, const std::string &argument)
 {
     return set(machine, &device, argument);
@@ -272,14 +277,8 @@ const std::vector<SetKey> &setKeys()
              return version.read(value, device->biosVersion);
          }},
         {"bios_status", SetKey::cpuModule, version.expected() + ", of a CPU module", setBiosStatus},
-        {"automatic_firmware_update", SetKey::machine, "on or off",
-         [](Machine &machine, Device *, Value value) {
-             return Word{switches}.read(value, machine.automaticFirmwareUpdate);
-         }},
-        {"automatic_module_start", SetKey::machine, "on or off",
-         [](Machine &machine, Device *, Value value) {
-             return Word{switches}.read(value, machine.automaticModuleStart);
-         }},
+        {yat::settings[0].key, SetKey::machine, "on or off", setSwitch<0>},
+        {yat::settings[1].key, SetKey::machine, "on or off", setSwitch<1>},
         {"mtbf_threshold", SetKey::machine, "hours, 0 to " + std::to_string(longestMtbf),
          [](Machine &machine, Device *, Value value) {
              return setLength(machine.mtbfThreshold, value, {.most = longestMtbf, .unit = hour});

@@ -41,8 +41,8 @@ template <class Keys> void machineKeys(Keys &keys, Machine &machine)
     keys.table("bmc", [&] { keys("response", machine.bmcResponse, bytesUpTo(longestResponse)); });
     keys.table("firmware", [&] { keys("data_file", machine.dataFileVersion, version); });
     keys.table("settings", [&] {
-        keys("automatic_firmware_update", machine.automaticFirmwareUpdate, Flag());
-        keys("automatic_module_start", machine.automaticModuleStart, Flag());
+        for (const yat::Setting &setting : yat::settings)
+            keys(setting.key, machine.*settingOf(setting.kind), Flag());
     });
     keys.table("mtbf", [&] {
         keys("threshold", machine.mtbfThreshold, Measure{.most = longestMtbf, .unit = hour});

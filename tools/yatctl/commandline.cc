@@ -89,7 +89,8 @@ void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
             ->check(CLI::IsMember({"copy", "file"}).description(""));
     if (name == "settings")
         app.add_option("KEY=VALUE", request.assignments,
-                       "automatic_firmware_update or automatic_module_start, on or off")
+                       std::string(yat::settings[0].key) + " or " + yat::settings[1].key
+                           + ", on or off")
             ->type_name("");
     if (name == "watch")
         app.add_option("--interval", request.interval, "Seconds between two looks, 2 by default")

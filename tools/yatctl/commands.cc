@@ -3,6 +3,7 @@
 
 #include "base/tracing.h"
 #include "common/file.h"
+#include "common/terms.h"
 #include "shared/table.h"
 #include "text/encoding.h"
 #include "yatctl/bmc.h"
@@ -21,34 +22,25 @@ namespace {
 
 constexpr char traceSource[] = "yatctl";
 
-struct Setting {
-    const char *key;
-    int kind;
-};
-
-constexpr Setting allSettings[] = {
-    {"automatic_firmware_update", YAT_SETTING_AUTO_BURN},
-    {"automatic_module_start", YAT_SETTING_AUTO_BRING_UP},
-};
-
 struct Assignment {
-    Setting setting;
+    yat::Setting setting;
     int value; // as it is written
 };
 
 Assignment parse(const std::string &assignment)
 {
-    for (const Setting &setting : allSettings)
+    std::string expected;
+    for (const yat::Setting &setting : yat::settings) {
         for (const int value : {0, 1})
             if (assignment == std::string(setting.key) + (value ? "=on" : "=off"))
                 return {setting, value};
-    throw Failure(usage, "no setting '" + assignment
-                             + "', expected automatic_firmware_update=on or =off, or "
-                               "automatic_module_start=on or =off");
+        expected.append(expected.empty() ? "" : ", or ").append(setting.key).append("=on or =off");
+    }
+    throw Failure(usage, "no setting '" + assignment + "', expected " + expected);
 }
 
 // Nothing when it can't be read.
-std::optional<bool> isOn(const Setting &setting)
+std::optional<bool> isOn(const yat::Setting &setting)
 {
     int value = 0;
     if (GetBBDriverSettings(setting.kind, YAT_CLASS_GENERAL, 1, &value) == 0)
@@ -115,7 +107,7 @@ void settings(const Request &request)
     }
     Json json = beginJson();
     std::vector<Row> rows;
-    for (const Setting &setting : allSettings) {
+    for (const yat::Setting &setting : yat::settings) {
         const std::optional<bool> on = isOn(setting);
         json["settings"][setting.key] = on ? Json(*on) : Json();
         rows.push_back({setting.key, !on ? "-" : *on ? "on" : "off"});
@@ -147,7 +139,7 @@ void metrics(const Request &request)
     Machine machine;
     readAll(machine);
     std::vector<SettingValue> values;
-    for (const Setting &setting : allSettings)
+    for (const yat::Setting &setting : yat::settings)
         if (const std::optional<bool> on = isOn(setting))
             values.push_back({setting.key, *on});
     const std::string text = metricsText(machine, values, time(nullptr));

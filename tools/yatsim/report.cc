@@ -218,12 +218,12 @@ void reportMachine(Store &store, Form form)
                      {"state_file", yat::fromDisplay(store.file)},
                      {"description_file", yat::fromDisplay(store.descriptionFile)},
                      {"time", utcText(machine.now)},
-                     {"time_scale", wantedScale()},
-                     {"automatic_firmware_update", machine.automaticFirmwareUpdate},
-                     {"automatic_module_start", machine.automaticModuleStart},
-                     {"mtbf_threshold_hours", inHours(machine.mtbfThreshold)},
-                     {"data_file", machine.dataFileVersion},
-                     {"injections", Json::array()}};
+                     {"time_scale", wantedScale()}};
+        for (const yat::Setting &setting : yat::settings)
+            json[setting.key] = machine.*settingOf(setting.kind);
+        json["mtbf_threshold_hours"] = inHours(machine.mtbfThreshold);
+        json["data_file"] = machine.dataFileVersion;
+        json["injections"] = Json::array();
         for (const Injection &injection : pending)
             json["injections"].push_back(injectionJson(injection));
         print(json);
