@@ -107,6 +107,8 @@ Terminal::Terminal(const TerminalOptions &options)
     before.c_cc[VWERASE] = '\x14';
     before.c_lflag &= ~static_cast<tcflag_t>(ECHOCTL);
     before.c_iflag |= IXANY;
+    if (!options.echoes)
+        before.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     tcsetattr(replica, TCSANOW, &before);
 
     child = start(options.command, {.environment = options.environment, .prepare = [&] {

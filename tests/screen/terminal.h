@@ -18,6 +18,7 @@ struct TerminalOptions {
     std::map<std::string, std::string> environment{}; // the whole of it
     int rows = 24, columns = 80;
     std::string encoding = "UTF-8"; // of what the program writes
+    bool echoes = true;             // what is typed, before the program begins and after its end
     bool ignoreHangup = false;      // as under nohup
     bool isJob = false;             // with a parent in the session, so that it can be stopped
 };
