@@ -299,6 +299,27 @@ TEST(State, IsWrappedIntoItsTwoLines)
     EXPECT_FALSE(session.terminal().contains("other"));
 }
 
+TEST(State, TakesTheFocusAsLongAsItHasMoreLinesThanTheWindow)
+{
+    std::string state = "first";
+    while (state.size() < 900)
+        state += " and so on";
+    Session session(
+        {.rows = 12, .columns = 40, .script = "StatusChange 0 at=1 text=" + state + ", last"});
+    open(session, cpuModule);
+    session.send(keys::backTab);
+    session.send(keys::backTab);
+    session.see(", last");
+    session.send(keys::backTab);
+    session.see("first and so on");
+    session.send(keys::tab);
+    session.send(keys::enter); // Refresh
+    session.see("Running, duplex");
+    session.send(keys::backTab);
+    session.send(keys::enter);
+    session.see("Error"); // of the button before
+}
+
 TEST(State, TellsTheTerminalNothing)
 {
     Session session({.script = "StatusChange 0 text=a\u202eb\u009bc\td\u2066\x1b[41m"});
