@@ -19,7 +19,7 @@ bool isAscii(char byte)
 // Keeps from toml++ what it is not made for: a letter beyond ASCII where a blank could stand, which
 // is outside of strings and comments, and in a string of several lines behind the backslash that
 // joins two; brackets of a header without a name behind them; a '}' in the place of a value; and a
-// date with a 'T' that no time follows.
+// date that no time follows where one has to, behind a 'T' or a blank and a digit.
 //
 // A text that is no TOML may be taken apart wrongly here, but only behind what is wrong with it,
 // where toml++ stops.
@@ -109,10 +109,16 @@ void passWord(Check &check)
     const std::string_view word = check.text.substr(begin, check.at - begin);
     if (!std::ranges::all_of(word, isAscii))
         check.refuse("a non-ASCII character must be in quotes");
+    std::string date(word);
+    std::erase(date, '_'); // which numbers may have in them
+    if (date.size() < 10 || date[4] != '-')
+        return;
+    date += check.text.substr(check.at, 3);
     const auto isDigit = [&](size_t i) {
-        return i < word.size() && word[i] >= '0' && word[i] <= '9';
+        return i < date.size() && date[i] >= '0' && date[i] <= '9';
     };
-    if (word.size() > 10 && word[4] == '-' && (word[10] == 'T' || word[10] == 't') && !isDigit(11))
+    if (date[10] == ' ' ? isDigit(11) && !isDigit(12)
+                        : (date[10] == 'T' || date[10] == 't') && !isDigit(11))
         check.refuse("expected a time of day after the date");
 }
 
