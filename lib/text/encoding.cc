@@ -79,6 +79,12 @@ size_t eucLength(unsigned char first)
 
 bool isDisplayable(const char *text)
 {
+    if (displayIsUtf8()) { // of which the C library takes also what is longer
+        std::string_view rest = text;
+        while (const size_t length = utf8Length(rest))
+            rest.remove_prefix(length);
+        return rest.empty();
+    }
     mbstate_t state{};
     return mbsrtowcs(nullptr, &text, 0, &state) != static_cast<size_t>(-1);
 }

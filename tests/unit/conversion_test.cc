@@ -61,6 +61,7 @@ TEST_F(Conversion, ReplacesWhatIsNeither)
     EXPECT_EQ(convert("\x8f\xb0"), replaced + replaced);
     EXPECT_EQ(convert("\xb4 x"), replaced + " x"); // the second byte is its own character
     EXPECT_EQ(convert("\x80\x8e\x20"), replaced + replaced + " ");
+    EXPECT_EQ(convert("\xf8\x88\x80\x80\x80"), replaced + "\u0088\u0080\u0080\u0080"); // no UTF-8
 }
 
 TEST_F(Conversion, CutsBetweenCharacters)
