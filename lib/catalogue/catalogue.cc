@@ -112,11 +112,10 @@ try {
     struct stat status;
     std::string fault;
     FILE *file = nullptr;
-    if (stat(openedName.c_str(), &status) != 0)
-        fault = yat::reason(errno);
-    else if (!S_ISREG(status.st_mode)) // nor opened: a FIFO would hold us up
+    const bool isThere = stat(openedName.c_str(), &status) == 0;
+    if (isThere && !S_ISREG(status.st_mode)) // nor opened: a FIFO would hold us up
         fault = "it is not a regular file";
-    else if (status.st_size > INT_MAX)
+    else if (isThere && status.st_size > INT_MAX)
         fault = "it is too large";
     else if (file = fopen(openedName.c_str(), "re"); !file)
         fault = yat::reason(errno);

@@ -118,6 +118,7 @@ int createTree(yat_device **root)
     lookAnew();
     list(readMachine());
     std::vector<yat::DeviceRow> rows;
+    rows.reserve(listed.size());
     for (const Device &device : listed)
         rows.push_back(
             {classOf(device.kind), device.instance, device.path, device.name, device.parent});

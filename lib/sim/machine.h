@@ -6,6 +6,7 @@
 #include "sim/terms.h"
 
 #include <compare>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
@@ -82,12 +83,17 @@ struct Machine {
     bool operator==(const Machine &) const = default;
 };
 
+// As yat::settings has them.
+constexpr bool Machine::*settingMembers[] = {&Machine::automaticFirmwareUpdate,
+                                             &Machine::automaticModuleStart};
+
 // The setting of a YAT_SETTING_... kind; null for another kind.
 constexpr bool Machine::*settingOf(int kind)
 {
-    return kind == YAT_SETTING_AUTO_BURN       ? &Machine::automaticFirmwareUpdate
-           : kind == YAT_SETTING_AUTO_BRING_UP ? &Machine::automaticModuleStart
-                                               : nullptr;
+    for (size_t i = 0; i < std::size(yat::settings); ++i)
+        if (yat::settings[i].kind == kind)
+            return settingMembers[i];
+    return nullptr;
 }
 
 // The machine at another time: all that has happened to it is as long ago as before.

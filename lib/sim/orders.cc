@@ -231,7 +231,7 @@ Refusal insert(Machine &machine, Device &device, const std::string &)
 
 template <size_t index> bool setSwitch(Machine &machine, Device *, const std::string &value)
 {
-    return Word{switches}.read(value, machine.*settingOf(yat::settings[index].kind));
+    return Word{switches}.read(value, machine.*settingMembers[index]);
 }
 
 Refusal setKey(Machine &machine, Device &device, const std::string &argument)

@@ -149,8 +149,9 @@ struct Reading : ColumnKeys {
                     Presence presence = mayBeMissing)
     {
         Json json = jsonOf(row, at++);
-        if (std::is_same_v<decltype(value), bool &> && (json == 0 || json == 1))
-            json = json == 1;
+        for (const int stored : {0, 1})
+            if (std::is_same_v<decltype(value), bool &> && json == stored)
+                json = stored == 1;
         if (json.is_null() ? presence == required : !isRead(rule, json, value))
             damaged(database,
                     "wrong value for '" + std::string(key) + "', expected " + rule.expected());

@@ -41,8 +41,8 @@ template <class Keys> void machineKeys(Keys &keys, Machine &machine)
     keys.table("bmc", [&] { keys("response", machine.bmcResponse, bytesUpTo(longestResponse)); });
     keys.table("firmware", [&] { keys("data_file", machine.dataFileVersion, version); });
     keys.table("settings", [&] {
-        for (const yat::Setting &setting : yat::settings)
-            keys(setting.key, machine.*settingOf(setting.kind), Flag());
+        for (size_t i = 0; i < std::size(yat::settings); ++i)
+            keys(yat::settings[i].key, machine.*settingMembers[i], Flag());
     });
     keys.table("mtbf", [&] {
         keys("threshold", machine.mtbfThreshold, Measure{.most = longestMtbf, .unit = hour});

@@ -5,6 +5,7 @@
 #include "text/utf8.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cwchar>
 #include <iconv.h>
@@ -40,7 +41,7 @@ public:
 private:
     bool exists() const
     {
-        return descriptor != reinterpret_cast<iconv_t>(-1);
+        return reinterpret_cast<intptr_t>(descriptor) != -1;
     }
     iconv_t descriptor;
 };

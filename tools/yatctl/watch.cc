@@ -14,10 +14,7 @@
 namespace yatctl {
 namespace {
 
-struct Seen {
-    std::string shown;
-    Json json;
-};
+using Seen = std::pair<std::string, Json>; // as it is shown, and in JSON
 
 using States = std::map<std::string, Seen>; // by short names
 
@@ -58,10 +55,10 @@ void tell(const Request &request, const std::string &device, const Seen &from, c
     if (request.json) {
         Json json = beginJson();
         json["change"] = {
-            {"device", device}, {"from", from.json}, {"to", to.json}, {"time", timeNow()}};
+            {"device", device}, {"from", from.second}, {"to", to.second}, {"time", timeNow()}};
         print(json, -1);
     } else {
-        const std::string line = timeNow() + " " + device + ": " + from.shown + " -> " + to.shown;
+        const std::string line = timeNow() + " " + device + ": " + from.first + " -> " + to.first;
         printf("%s\n", showable(yat::toDisplay(line)).c_str());
     }
     finishOutput();
@@ -79,7 +76,7 @@ void watch(const Request &request)
         for (const auto &[device, state] : now) {
             const auto known = before.find(device);
             const Seen &from = known == before.end() ? absent : known->second;
-            if (from.shown != state.shown)
+            if (from.first != state.first)
                 tell(request, device, from, state);
         }
         for (const auto &[device, state] : before)

@@ -219,8 +219,8 @@ void reportMachine(Store &store, Form form)
                      {"description_file", yat::fromDisplay(store.descriptionFile)},
                      {"time", utcText(machine.now)},
                      {"time_scale", wantedScale()}};
-        for (const yat::Setting &setting : yat::settings)
-            json[setting.key] = machine.*settingOf(setting.kind);
+        for (size_t i = 0; i < std::size(yat::settings); ++i)
+            json[yat::settings[i].key] = machine.*settingMembers[i];
         json["mtbf_threshold_hours"] = inHours(machine.mtbfThreshold);
         json["data_file"] = machine.dataFileVersion;
         json["injections"] = Json::array();
