@@ -54,6 +54,7 @@ const std::vector<Expected> sequences = {
     {"\x1bX", ""},
     {"\x1b\\", ""},
     {"\x1b[3$", ""},
+    {"\x1b[ $p", ""},
     {"\x1b[20$", ""},
     {"\x1b[2;0$y", ""},
     {"\x1b[2;$y", ""},
