@@ -51,9 +51,12 @@ TEST_F(Unseen, FunctionsKeepTheSlotOn)
 
 TEST_F(Unseen, ProcessorsKeepTheSlotOn)
 {
-    record(YAT_CLASS_PCI_MODULE, 1);
+    yat_device *slot = record(YAT_CLASS_PCI_MODULE, 1);
     server.remove("/sys/bus/cpu/devices");
     expectRefusal("no processors are listed below /sys/devices/system/cpu");
+    yat_facts told{};
+    told.size = sizeof told;
+    EXPECT_EQ(CALL(GetDeviceFacts)(slot, &told), 0);
 }
 
 TEST_F(Unseen, NetworksKeepTheSlotOn)

@@ -276,6 +276,8 @@ TEST(General, HasTheOptionsAndStatusesOfTheUtility)
         const Finished failed = runPlain(failing);
         EXPECT_EQ(failed.status, 0);
         EXPECT_EQ(failed.output, "\n");
+        EXPECT_EQ(failed.errors, "mrvgeneral: the settings of the server can't be read; the trace "
+                                 "log says why\n");
     }
     Workspace other({.program = "mrvgeneral",
                      .arguments = {"-debug"},

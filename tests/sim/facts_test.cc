@@ -68,6 +68,11 @@ TEST_P(Facts, TellWhatADeviceDoes)
     EXPECT_EQ(facts("Service slot").partner, 0);
     EXPECT_TRUE(knows("Service slot", YAT_KNOWS_PARTNER));
     EXPECT_FALSE(knows("SCSI adapter 1", YAT_KNOWS_PARTNER));
+
+    leave();
+    begin("BIRCH"); // where it is below the SCSI adapter
+    steer("pull pci1");
+    EXPECT_EQ(facts("Ethernet adapter 1").state, YAT_DEVICE_NOT_INSTALLED);
 }
 
 TEST_P(Facts, TellFailuresAndTheMeanTimeBetweenThem)

@@ -51,8 +51,9 @@ TEST_F(Yatsim, RefusesWhatItDoesNotKnow)
     expectRefusal("bogus", "no subcommand 'bogus', expected one of init, list, show, fail, repair, "
                            "pull, insert, inject, set, journal, export, import, reset");
     expectRefusal("--bogus", "no option '--bogus'; 'yatsim --help' says more");
-    expectRefusal("list --bogus", "The following argument was not expected: --bogus; 'yatsim list "
-                                  "--help' says more");
+    for (const std::string option : {"--bogus", "--permanent", "--last", "--times"})
+        expectRefusal("list " + option, "The following argument was not expected: " + option
+                                            + "; 'yatsim list --help' says more");
     expectRefusal("fail cpu1 cpu2", "The following argument was not expected: cpu2; 'yatsim fail "
                                     "--help' says more");
     expectRefusal("fail", "DEVICE is required; 'yatsim fail --help' says more");

@@ -12,7 +12,7 @@
 namespace {
 
 volatile sig_atomic_t handled, flagsAfter;
-int waits;
+int waits, flagsMeanwhile;
 
 // Does what a handler does before it stops or ends the program.
 void leave(int)
@@ -33,6 +33,7 @@ bool isInForeground()
 // there the signal comes.
 extern "C" int poll(struct pollfd *, unsigned long, int)
 {
+    flagsMeanwhile = fcntl(STDOUT_FILENO, F_GETFL);
     if (++waits == 1)
         raise(SIGUSR1);
     return 0;
@@ -47,6 +48,7 @@ TEST(Restoring, ByAHandlerLeavesTheFlagsOfTheTerminalAsTheyWere)
     const int flags = fcntl(STDOUT_FILENO, F_GETFL);
     ASSERT_EQ(flags & O_NONBLOCK, 0);
     EXPECT_FALSE(writeToTerminal("bytes"));
+    EXPECT_NE(flagsMeanwhile & O_NONBLOCK, 0); // or more than it takes would block
     EXPECT_EQ(handled, 1);
     EXPECT_EQ(flagsAfter, flags);
     EXPECT_EQ(fcntl(STDOUT_FILENO, F_GETFL), flags);

@@ -295,6 +295,21 @@ TEST(TreeModel, PageDownStaysInAListThatGrewAboveTheCurrentItem)
     delete[] model.flatList;
 }
 
+TEST(TreeModel, PageUpByAWholePageToTheTopKeepsTheRowOfTheCurrentItem)
+{
+    TreeModel model;
+    std::array<Item, 4> items;
+    for (int i = 0; i < 4; ++i)
+        insertItem(model, &items[static_cast<size_t>(i)], std::vector{i});
+    rebuildFlatList(model);
+    model.first = 2;
+    model.current = 3;
+    EXPECT_TRUE(moveCurrent(model, Move::pageUp, 2));
+    EXPECT_EQ(model.first, 0);
+    EXPECT_EQ(model.current, 1);
+    delete[] model.flatList;
+}
+
 TEST(TreeModel, CollapsingABranchMakesItCurrentInThePlaceOfWhatItHides)
 {
     // top > middle > leaf, and one after it.

@@ -76,9 +76,9 @@ int property(int, int, int, char *, unsigned long *)
 {
     return -1;
 }
-int type(int)
+int type(int reserved)
 {
-    return 42;
+    return reserved == 0 ? 42 : YAT_MACHINE_QUERY_FAILED;
 }
 int state(int, int, int, char *text)
 {
