@@ -28,9 +28,11 @@ int systemError(sqlite3 *handle)
 std::string explanation(int code, const char *text, int systemError)
 {
     // SQLite takes a disk that can't be read now for a file that is damaged.
-    if (systemError != 0
-        && (code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB))
-        return " can't be used: " + reason(systemError);
+    switch (systemError != 0 ? code : SQLITE_OK) {
+    case SQLITE_IOERR:
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB: return " can't be used: " + reason(systemError);
+    }
     switch (code) {
     case SQLITE_NOTADB:
         return " is damaged or belongs to another program and was left alone; move it away to "

@@ -36,7 +36,7 @@ void makeIndex(Machine &machine)
         if (isModule(device.id))
             putAt(index.byBoard, device.board, position);
         const Device *above = deviceAt(machine, device.parent);
-        device.carrier = above && above->carrier >= 0 ? above->carrier : device.parent;
+        device.carrier = above && !isModule(above->id) ? above->carrier : device.parent;
         if (endsByItself(device.state))
             index.underWay.insert({device.since + durationOf(machine, device.state), position});
     }

@@ -151,7 +151,7 @@ struct Reading : ColumnKeys {
         Json json = jsonOf(row, at++);
         for (const int stored : {0, 1})
             if (std::is_same_v<decltype(value), bool &> && json == stored)
-                json = stored == 1;
+                json = stored != 0;
         if (json.is_null() ? presence == required : !isRead(rule, json, value))
             damaged(database,
                     "wrong value for '" + std::string(key) + "', expected " + rule.expected());

@@ -103,7 +103,7 @@ void openSmall(Window &window)
     const int spare = std::max(rows - window.layout.rows, 0);
     const int width = columnsWithTitle(window, columns);
     Place place = centred(width, rows);
-    place.top = std::clamp(place.top, 1, SLtt_Screen_Rows - framed - rows);
+    place.top = std::max(place.top, 1);
     window.inside = {.left = margin + (width - columns) / 2,
                      .top = spare / 2,
                      .columns = columns,

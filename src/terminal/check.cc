@@ -31,7 +31,7 @@ std::string terminalFault(const std::string &data)
     // S-Lang knows the characters of UTF-8 and else takes each byte for one: it would draw halves
     // of characters.
     if (const std::string_view encoding = nl_langinfo(CODESET);
-        MB_CUR_MAX > 1 && encoding != "UTF-8")
+        MB_CUR_MAX != 1 && encoding != "UTF-8")
         return "characters of the encoding " + std::string(encoding)
                + " are not supported; use a UTF-8 locale (LC_ALL) and a UTF-8 terminal";
     SLtt_get_screen_size();

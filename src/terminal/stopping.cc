@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <iterator>
 #include <unistd.h>
 
 namespace {
@@ -103,9 +102,9 @@ void stop(int signal)
 struct Handled {
     int signal;
     void (*handler)(int);
+    struct sigaction former = {};
 };
-constexpr Handled handled[] = {{SIGTSTP, stop}, {SIGTTIN, stop}, {SIGTTOU, stop}, {SIGCONT, goOn}};
-struct sigaction former[std::size(handled)];
+Handled handled[] = {{SIGTSTP, stop}, {SIGTTIN, stop}, {SIGTTOU, stop}, {SIGCONT, goOn}};
 
 } // namespace
 
@@ -133,21 +132,21 @@ bool awaitForeground()
 void watchStops()
 {
     rememberScreen();
-    for (size_t i = 0; i < std::size(handled); ++i) {
+    for (Handled &each : handled) {
         struct sigaction action = {};
-        action.sa_handler = handled[i].handler;
+        action.sa_handler = each.handler;
         action.sa_flags = SA_RESTART;
         sigfillset(&action.sa_mask);
-        sigaction(handled[i].signal, nullptr, &former[i]);
-        if (former[i].sa_handler != SIG_IGN)
-            sigaction(handled[i].signal, &action, nullptr);
+        sigaction(each.signal, nullptr, &each.former);
+        if (each.former.sa_handler != SIG_IGN)
+            sigaction(each.signal, &action, nullptr);
     }
 }
 
 void forgetStops()
 {
-    for (size_t i = 0; i < std::size(handled); ++i)
-        sigaction(handled[i].signal, &former[i], nullptr);
+    for (const Handled &each : handled)
+        sigaction(each.signal, &each.former, nullptr);
 }
 
 HeldStops::HeldStops()
