@@ -40,19 +40,18 @@ void leaveTerminal()
     restoreConsole();
 }
 
-// Also before the program's name is known to be one that a terminal can show.
+// Also before the program's name is known to be one that a terminal can show; at once, or the echo
+// of a key could come in between.
 void say(std::string_view text)
 {
-    char name[NAME_MAX + 1];
-    const std::string_view called(program_invocation_short_name);
+    char line[1024], *end = line; // three parts of NAME_MAX, and more
     const auto isUnsafe = [](char byte) { return byte < ' ' || byte > '~'; };
-    const char *end =
-        std::ranges::replace_copy_if(called.substr(0, sizeof name), name, isUnsafe, '?').out;
     for (const std::string_view part :
-         {std::string_view(name, end), std::string_view(": "), text, std::string_view("\n")}) {
-        const ssize_t ignored = write(STDERR_FILENO, part.data(), part.size());
-        static_cast<void>(ignored);
-    }
+         {std::string_view(program_invocation_short_name), std::string_view(": "), text})
+        end = std::ranges::replace_copy_if(part.substr(0, NAME_MAX), end, isUnsafe, '?').out;
+    *end++ = '\n';
+    const ssize_t ignored = write(STDERR_FILENO, line, static_cast<size_t>(end - line));
+    static_cast<void>(ignored);
 }
 
 constexpr std::string_view outOfMemory = "out of memory";
