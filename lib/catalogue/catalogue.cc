@@ -117,7 +117,7 @@ try {
         fault = "it is not a regular file";
     else if (isThere && status.st_size > INT_MAX)
         fault = "it is too large";
-    else if (file = fopen(openedName.c_str(), "re"); !file)
+    else if (file = isThere ? fopen(openedName.c_str(), "re") : nullptr; !file)
         fault = yat::reason(errno);
     if (!fault.empty()) {
         complainOfTexts(" can't be read: " + fault);
