@@ -5,6 +5,7 @@
 #include "report.h"
 #include "support/files.h"
 #include "yat/export.h"
+#include "yat/facts.h"
 #include "yat/ft.h"
 #include "yatsim/writing.h"
 
@@ -78,6 +79,27 @@ void readProperty(int kind, int property)
     expect(yat_ft_func.yat_ft_get_property(kind, 1, property, text, &size) == 0, "no property");
 }
 
+void readSettings()
+{
+    int value;
+    for (const int kind : {YAT_SETTING_AUTO_BURN, YAT_SETTING_AUTO_BRING_UP})
+        expect(GetBBDriverSettings(kind, YAT_CLASS_GENERAL, 1, &value) != 0, "no setting");
+}
+
+void writeSetting()
+{
+    int value = 1;
+    expect(PutBBDriverSettings(YAT_SETTING_AUTO_BURN, YAT_CLASS_GENERAL, 1, &value) != 0,
+           "not set");
+}
+
+void readFacts(yat_device *device)
+{
+    yat_facts facts = {};
+    facts.size = sizeof facts;
+    expect(GetDeviceFacts(device, &facts) == 1, "no facts");
+}
+
 void convert()
 {
     char text[] = "4";
@@ -117,6 +139,10 @@ std::vector<Action> actionsOn(yat_device *cpu)
         {"IfSupport", [cpu] { expect(IfSupport(cpu, 7, nullptr) != 0, "not supported"); }},
         {"the window of a CPU module", openCpuWindow},
         {"the window of a PCI module", openPciWindow},
+        {"GetDeviceFacts", [cpu] { readFacts(cpu); }},
+        {"the window of the general settings", readSettings},
+        {"PutBBDriverSettings", writeSetting},
+        {"SetMtbfType", [cpu] { expect(SetMtbfType(cpu, 14, "1") == 1, "not set"); }},
         {"ClearMTBF", [cpu] { expect(ClearMTBF(cpu, 2) == 1, "not cleared"); }},
         {"CreateTreeViewData, FreeTreeViewData",
          [] {

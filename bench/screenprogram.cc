@@ -71,14 +71,31 @@ public:
         return true;
     }
 
-    bool isShown() const
+    bool isShown(const std::string &text) const
     {
-        return output.find(program.shows) != std::string::npos;
+        return output.find(text) != std::string::npos;
+    }
+
+    // Reads a whole screen with that text in it. When its last byte came.
+    Clock::time_point awaitScreen(const std::string &text)
+    {
+        Clock::time_point last = Clock::now();
+        while (read(isShown(text) ? quiet : deadline))
+            last = Clock::now();
+        if (!isShown(text))
+            throw std::runtime_error(program.name + " did not show " + text);
+        return last;
+    }
+
+    bool send(const std::string &keys)
+    {
+        output.clear();
+        return write(terminal, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size());
     }
 
     void end()
     {
-        const bool sent = write(terminal, &program.endKey, 1) == 1;
+        const bool sent = send({program.endKey});
         while (sent && read(deadline))
             ;
         int status = 0;
@@ -109,16 +126,28 @@ Start start(const ScreenProgram &program)
 {
     const Clock::time_point begin = Clock::now();
     Running running(program, false);
-    Clock::time_point last = begin;
-    while (running.read(running.isShown() ? quiet : deadline))
-        last = Clock::now();
-    if (!running.isShown())
-        throw std::runtime_error(program.name + " did not show its screen");
+    const Clock::time_point last = running.awaitScreen(program.shows);
     const Start result{.seconds = std::chrono::duration<double>(last - begin).count(),
                        .resident = memory(running.process, "Rss:"),
                        .proportional = memory(running.process, "Pss:")};
     running.end();
     return result;
+}
+
+Start press(const ScreenProgram &program, const std::vector<std::string> &keys,
+            const std::string &shows)
+{
+    Running running(program, false);
+    running.awaitScreen(program.shows);
+    Clock::time_point begin;
+    for (const std::string &key : keys) {
+        while (running.read(quiet))
+            ;
+        begin = Clock::now();
+        running.send(key);
+    }
+    const Clock::time_point last = running.awaitScreen(shows);
+    return {.seconds = std::chrono::duration<double>(last - begin).count()};
 }
 
 long systemCalls(const ScreenProgram &program)
@@ -138,14 +167,14 @@ long systemCalls(const ScreenProgram &program)
             ++stops;
             ptrace(PTRACE_SYSCALL, running.process, nullptr, nullptr);
         } else if (running.read(0)) {
-            if (running.isShown())
+            if (running.isShown(program.shows))
                 patience = {.tv_sec = 0, .tv_nsec = 200'000'000};
         } else if (sigtimedwait(&child, nullptr, &patience) < 0) {
             break;
         }
     }
     sigprocmask(SIG_UNBLOCK, &child, nullptr);
-    if (!running.isShown())
+    if (!running.isShown(program.shows))
         throw std::runtime_error(program.name + " did not show its screen");
     return stops / 2;
 }

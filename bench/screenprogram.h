@@ -24,5 +24,10 @@ struct Start {
 // screen or does not end as it should.
 Start start(const ScreenProgram &program);
 
+// The time from the last of some keys to the last byte of the screen that it leads to; the program
+// is killed then. Throws std::runtime_error when that screen does not have the text.
+Start press(const ScreenProgram &program, const std::vector<std::string> &keys,
+            const std::string &shows);
+
 // How many system calls the program makes until it waits behind its first screen.
 long systemCalls(const ScreenProgram &program);

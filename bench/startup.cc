@@ -87,18 +87,62 @@ void compare(const std::vector<ScreenProgram> &programs, int turns)
         starting.emplace_back([&program] { return start(program); });
     const auto starts = takeTurns(starting, turns);
     const size_t peer = programs.size() - 2, least = programs.size() - 1;
-    printf("| program | min | median | max | to whiptail | to newt | calls | RSS | PSS |\n"
-           "|---|---:|---:|---:|---:|---:|---:|---:|---:|\n");
+    const auto resident = [&](size_t i) {
+        return median(figures(starts[i], [](const Start &one) { return one.resident; }));
+    };
+    printf("| program | min | median | max | to whiptail | to newt | calls | RSS | to whiptail | "
+           "PSS |\n"
+           "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n");
     for (size_t i = 0; i < programs.size(); ++i) {
-        const auto resident = figures(starts[i], [](const Start &one) { return one.resident; });
         const auto proportional =
             figures(starts[i], [](const Start &one) { return one.proportional; });
         printf("| %s |", programs[i].name.c_str());
         printTimes(starts[i]);
-        printf(" %.2f | %.2f | %ld | %.0f KiB | %.0f KiB |\n", ratio(starts[i], starts[peer]),
-               ratio(starts[i], starts[least]), systemCalls(programs[i]), median(resident),
+        printf(" %.2f | %.2f | %ld | %.0f KiB | %.2f | %.0f KiB |\n",
+               ratio(starts[i], starts[peer]), ratio(starts[i], starts[least]),
+               systemCalls(programs[i]), resident(i), resident(i) / resident(peer),
                median(proportional));
         fflush(stdout);
+    }
+    printf("\n");
+}
+
+// A simulated machine of so many devices.
+ScreenProgram utilityOf(const TemporaryDirectory &scratch, int devices)
+{
+    const std::string number = std::to_string(devices);
+    const std::string description = scratch.path / (number + ".toml");
+    if (!fs::exists(description))
+        writeBigMachine(description, devices);
+    return utility("mrvutil, simulated, " + number + " devices", STAGE, scratch.path / number,
+                   "YAT_MACHINE=" + description);
+}
+
+// How the start and a window grow with the machine.
+void compareSizes(const TemporaryDirectory &scratch, int turns)
+{
+    const std::vector<int> sizes = {100, 1000, 3000, manyDevices};
+    std::vector<ScreenProgram> programs;
+    for (const int devices : sizes)
+        programs.push_back(utilityOf(scratch, devices));
+    const std::string down = "\x1bOB";
+    const std::vector<std::string> toAModule = {" ", down, " ", down, "\r"};
+    std::vector<std::function<Start()>> starting, opening;
+    for (const ScreenProgram &program : programs) {
+        starting.emplace_back([&program] { return start(program); });
+        opening.emplace_back([&] { return press(program, toAModule, "PCI module 1 "); });
+    }
+    const auto starts = takeTurns(starting, turns), windows = takeTurns(opening, turns);
+    printf("| program | to its first screen: min | median | max | us a device"
+           " | to a module's window: min | median | max |\n"
+           "|---|---:|---:|---:|---:|---:|---:|---:|\n");
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        const auto seconds = figures(starts[i], [](const Start &one) { return one.seconds; });
+        printf("| %s |", programs[i].name.c_str());
+        printTimes(starts[i]);
+        printf(" %.1f |", median(seconds) * 1e6 / sizes[i]);
+        printTimes(windows[i]);
+        printf("\n");
     }
     printf("\n");
 }
@@ -107,8 +151,6 @@ void compareAll(const TemporaryDirectory &scratch, int turns)
 {
     const std::string freeRoot = scratch.path / "root";
     makeFreeRoot(freeRoot);
-    const std::string bigMachine = scratch.path / "big.toml";
-    writeBigMachine(bigMachine, manyDevices);
     const ScreenProgram empty{.name = "a newt program with nothing in it",
                               .command = {EMPTY_NEWT},
                               .environment = {},
@@ -122,12 +164,12 @@ void compareAll(const TemporaryDirectory &scratch, int turns)
          menu("whiptail, menu of as many", visibleDevices), empty},
         turns);
     const std::string many = std::to_string(manyDevices);
-    compare({utility("mrvutil, simulated, " + many + " devices", STAGE, scratch.path / "big",
-                     "YAT_MACHINE=" + bigMachine),
+    compare({utilityOf(scratch, manyDevices),
              utility("mrvutil, costs nothing, " + many, freeRoot, scratch.path / "freebig",
                      "BENCH_DEVICES=" + many),
              menu("whiptail, menu of " + many, manyDevices), empty},
             std::max(turns / 10, 1));
+    compareSizes(scratch, std::max(turns / 10, 1));
 }
 
 // A program that prints the devices and ends.
