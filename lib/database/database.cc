@@ -30,8 +30,7 @@ std::string explanation(int code, const char *text, int systemError)
     // SQLite takes a disk that can't be read now for a file that is damaged.
     switch (systemError != 0 ? code : SQLITE_OK) {
     case SQLITE_IOERR:
-    case SQLITE_CORRUPT:
-    case SQLITE_NOTADB: return " can't be used: " + reason(systemError);
+    case SQLITE_CORRUPT: return " can't be used: " + reason(systemError);
     }
     switch (code) {
     case SQLITE_NOTADB:
