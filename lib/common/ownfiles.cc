@@ -75,7 +75,10 @@ void makeOwnDirectory(const std::string &directory)
 {
     if (directory.empty())
         refuse(directory, reason(ENOENT));
-    const std::string path = std::filesystem::absolute(directory).string() + '/';
+    std::error_code error;
+    const std::string path = std::filesystem::absolute(directory, error).string() + '/';
+    if (error) // the working directory may be gone
+        refuse(directory, reason(error.value()));
     if (isRoot() || access(path.c_str(), W_OK | X_OK) != 0)
         for (size_t end = path.find('/', 1); end != std::string::npos;
              end = path.find('/', end + 1))

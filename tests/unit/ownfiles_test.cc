@@ -233,6 +233,10 @@ TEST_F(OwnFiles, MayBeToldByARelativePath)
     fs::current_path(top);
     EXPECT_EQ(refusalOfDirectory("a/../b"), "");
     EXPECT_TRUE(fs::is_directory(top / "b"));
+    fs::create_directory(top / "gone");
+    fs::current_path(top / "gone");
+    fs::remove(top / "gone");
+    EXPECT_EQ(refusalOfDirectory("a"), "No such file or directory");
     fs::current_path(before);
 }
 
