@@ -50,8 +50,12 @@ bool createStateFile(const std::string &file, const std::function<void(yat::Data
     yat::makeOwnDirectory(directory);
     // One process at a time makes files there.
     const yat::Lock lock(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), true);
-    if (exists(path))
+    std::error_code error;
+    if (std::filesystem::exists(path, error))
         return false;
+    if (error)
+        throw yat::Problem(yat::fromDisplay(file)
+                           + " can't be made: " + yat::reason(error.value()));
     // Made under another name, so that a file of this name is always whole.
     const std::string unfinished = file + ".new";
     for (const char *ending : {"", "-journal", "-wal", "-shm"})

@@ -142,7 +142,8 @@ std::string nameOfPath(const std::string &path)
     char digits[17];
     snprintf(digits, sizeof digits, "%016llx",
              static_cast<unsigned long long>(yat::hashOf(whole.string())));
-    return whole.stem().string() + "-" + digits;
+    // A name of 255 bytes has to have room for the digits and for all endings.
+    return whole.stem().string().substr(0, 220) + "-" + digits;
 }
 
 // A file's name alone is taken for that of a machine of the product's.

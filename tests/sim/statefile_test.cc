@@ -6,6 +6,7 @@
 #include "support/privileges.h"
 #include "yatsim/journal.h"
 
+#include <set>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -136,6 +137,32 @@ TEST(StateFile, OfAMachineThatIsGivenByItsPathHasAnOwnName)
     stored.sandbox.set("YAT_MACHINE",
                        (stored.sandbox.directory() / "x" / ".." / "CEDAR.toml").string());
     EXPECT_EQ(configuredStore().file, one);
+}
+
+TEST(StateFile, OfAMachineWithALongNameHasRoomForItsEndings)
+{
+    Stored stored;
+    std::set<std::string> names;
+    for (const char *last : {"x.toml", "y.toml"}) {
+        const fs::path file = stored.sandbox.directory() / (std::string(249, 'x') + last);
+        std::ofstream(file) << shipped("CEDAR");
+        stored.sandbox.set("YAT_MACHINE", file.string());
+        Store store = configuredStore();
+        EXPECT_TRUE(names.insert(store.file).second) << store.file;
+        perform(store, stopCpu2);
+        store.database.reset();
+        fs::remove(store.file); // which leaves a log that has to be set aside
+        std::ofstream(store.file + "-wal") << "all that is left";
+        EXPECT_TRUE(openStore(store));
+    }
+}
+
+TEST(StateFile, OfTooLongANameIsNotMade)
+{
+    Stored stored;
+    stored.store.file = fs::path(stored.store.file).replace_filename(std::string(256, 'x'));
+    EXPECT_EQ(problemOf([&] { look(stored.store); }),
+              stored.store.file + " can't be made: File name too long");
 }
 
 TEST(StateFile, IsReadByItsOwnerAndGroupOnly)
