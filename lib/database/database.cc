@@ -55,7 +55,8 @@ void saveMemory()
 } // namespace
 
 // A connection belongs to one thread, as the calls do: it needs no lock for each value it gives.
-Database::Database(const std::string &path, int flags) : file(fromDisplay(path))
+Database::Database(const std::string &path, int flags, const std::string &name)
+    : file(fromDisplay(name.empty() ? path : name))
 {
     saveMemory();
     sqlite3 *opened = nullptr; // also where that fails

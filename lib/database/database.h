@@ -41,7 +41,8 @@ using CommitMark = std::array<unsigned char, 48>;
 constexpr int longestWait = 10'000; // milliseconds, for another process that writes
 
 struct Database {
-    Database(const std::string &path, int flags); // SQLITE_OPEN_...
+    // flags are SQLITE_OPEN_...; path may be a URI, which messages have another name for.
+    Database(const std::string &path, int flags, const std::string &name = {});
 
     void exec(const std::string &sql) const;
 

@@ -44,8 +44,7 @@ bool tryToRead(const std::string &file, const std::function<void(yat::Database &
     const bool wasInUse = isInUse();
     try {
         yat::Database database(wasInUse ? file : unchanging(file),
-                               SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
-        database.file = yat::fromDisplay(file);
+                               SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, file);
         checkVersion(database);
         work(database);
     } catch (const yat::Problem &problem) {
