@@ -363,3 +363,21 @@ TEST(StateFile, IsReadAnewWhenItIsWrittenMeanwhile)
     });
     EXPECT_EQ(counts, (std::vector<int64_t>{1, 2}));
 }
+
+TEST(StateFile, ThatIsGoneMeanwhileIsNotReadAndSaysSo)
+{
+    Stored stored;
+    look(stored.store);
+    stored.store.database.reset();
+    int reads = 0;
+    const auto read = [&] {
+        readStateFile(stored.store.file, [&](yat::Database &) {
+            ++reads;
+            fs::remove(stored.store.file);
+        });
+    };
+    for (int i = 0; i < 2; ++i) // there at first, and not there
+        EXPECT_EQ(problemOf(read),
+                  stored.store.file + " can't be used: unable to open database file");
+    EXPECT_EQ(reads, 1);
+}

@@ -27,8 +27,9 @@ std::string unchanging(const std::string &file)
 void requireRegular(const std::string &file)
 {
     using enum std::filesystem::file_type;
-    const auto type = std::filesystem::status(file).type();
-    if (type != regular && type != not_found)
+    std::error_code error; // is left to who opens the file
+    const auto type = std::filesystem::status(file, error).type();
+    if (type != regular && type != not_found && type != none)
         throw yat::Problem(yat::fromDisplay(file) + " can't be read: it is not a regular file");
 }
 
@@ -39,8 +40,10 @@ bool tryToRead(const std::string &file, const std::function<void(yat::Database &
 {
     for (const char *ending : {"", "-wal", "-shm", "-journal"})
         requireRegular(file + ending);
-    const auto isInUse = [&] { return std::filesystem::exists(file + "-wal"); };
-    const auto before = std::filesystem::last_write_time(file);
+    std::error_code error; // the file may go meanwhile: opening it tells of that
+    const auto isInUse = [&] { return std::filesystem::exists(file + "-wal", error); };
+    const auto lastWrite = [&] { return std::filesystem::last_write_time(file, error); };
+    const auto before = lastWrite();
     const bool wasInUse = isInUse();
     try {
         yat::Database database(wasInUse ? file : unchanging(file),
@@ -57,7 +60,7 @@ bool tryToRead(const std::string &file, const std::function<void(yat::Database &
                                  "a user who may write it has to run 'yatsim list' first");
         throw;
     }
-    return wasInUse || (!isInUse() && std::filesystem::last_write_time(file) == before);
+    return wasInUse || (!isInUse() && lastWrite() == before);
 }
 
 } // namespace
