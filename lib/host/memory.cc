@@ -11,8 +11,8 @@
 
 #include <cerrno>
 #include <climits>
-#include <filesystem>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sys/stat.h>
 
 namespace host {
@@ -73,13 +73,16 @@ Memory fromJson(const json &text)
     return memory;
 }
 
-// The file's text, empty when there is no file. Another one's, or what stands in for it, is not
+// The file's text; nothing when there is no file. Another one's, or what stands in for it, is not
 // read.
-std::string textOf(const std::string &file)
+std::optional<std::string> textOf(const std::string &file)
 {
     struct stat status;
-    if (lstat(file.c_str(), &status) != 0 && errno == ENOENT)
-        return {};
+    if (lstat(file.c_str(), &status) != 0) {
+        if (errno == ENOENT)
+            return {};
+        throw yat::Problem(yat::reason(errno));
+    }
     yat::requireOwnFile(file);
     if (status.st_size > 1 << 20) // a thousand devices take 100 kB
         throw yat::Problem("it is too large");
@@ -88,10 +91,10 @@ std::string textOf(const std::string &file)
 
 Memory memoryIn(const std::string &file)
 try {
-    const std::string text = textOf(file);
-    if (text.empty() && !std::filesystem::exists(file))
+    const std::optional<std::string> text = textOf(file);
+    if (!text)
         return {};
-    const json parsed = json::parse(text, nullptr, false);
+    const json parsed = json::parse(*text, nullptr, false);
     const bool isOfThisBoot =
         member(parsed, "boot", json::value_t::string).get<std::string>() == thisBoot();
     return isOfThisBoot ? fromJson(parsed) : Memory();

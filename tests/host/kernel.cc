@@ -11,6 +11,7 @@
 #include <netlink/route/addr.h>
 #include <netlink/route/nexthop.h>
 #include <netlink/route/route.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 Kernel kernel;
@@ -58,6 +59,15 @@ int open(const char *file, int flags, ...)
         return errno == 0 ? dup(STDERR_FILENO) : -1;
     }
     return next<int(const char *, int, ...)>("open")(file, flags, mode);
+}
+
+int lstat(const char *file, struct stat *status)
+{
+    const auto refusal = kernel.refusals.find(file);
+    if (refusal == kernel.refusals.end() || refusal->second == 0)
+        return next<decltype(lstat)>("lstat")(file, status);
+    errno = refusal->second;
+    return -1;
 }
 
 int nl_connect(nl_sock *socket, int protocol)

@@ -6,7 +6,8 @@
 #include <string>
 
 struct Kernel {
-    // Files that it opens neither for writing nor for one alone, and why; 0 for one that it opens.
+    // Files that it opens neither for writing nor for one alone, nor tells of by lstat, and why; 0
+    // for one that it opens.
     std::map<std::string, int> refusals{};
     std::string untoldKind{};  // of devices that it doesn't list
     int looksAtFunctions = 0;  // how often their list was asked for

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What the platform keeps in files of its own, where these are not as it left them.
+#include "kernel.h"
 #include "looked.h"
 
 #include <nlohmann/json.hpp>
@@ -168,6 +169,15 @@ TEST_F(Kept, MemoryIsNoLinkAndNothingElseThanAFile)
     fs::remove(memory);
     ASSERT_EQ(mkfifo(memory.c_str(), 0600), 0);
     expectLeftAlone(memory.string() + " can't be written: it is not a regular file");
+}
+
+TEST_F(Kept, MemoryThatCantBeLookedAtIsLeftAlone)
+{
+    writeFile(memory, withUncorrected("7"));
+    kernel.refusals[memory] = EIO;
+    expectLeftAlone("Input/output error");
+    kernel = {};
+    EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 0, UE 0");
 }
 
 TEST_F(Kept, DamageIsTracedOnce)
