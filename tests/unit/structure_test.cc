@@ -192,6 +192,19 @@ TEST(Structure, TheEnvironmentIsReadSecurely)
     EXPECT_GT(count, 5u);
 }
 
+// What these throw has the C++ library's words, and not what to do.
+TEST(Structure, FilesAreAskedForWithoutExceptions)
+{
+    static const std::regex call(R"((filesystem::(?!path)\w+|[^:\w.]exists)\((?!\))[^;]*;)");
+    ptrdiff_t count = 0;
+    for (const Source &source : sourcesBelow({"base", "lib", "src", "tools"}))
+        for (std::sregex_iterator it(source.text.begin(), source.text.end(), call), end; it != end;
+             ++it, ++count)
+            EXPECT_NE(it->str().find("error)"), std::string::npos)
+                << source.path << ": " << it->str();
+    EXPECT_GT(count, 5);
+}
+
 TEST(Structure, TheBoundaryIsDeclaredInItsHeadersOnly)
 {
     const auto declares = [](const Source &source) {
