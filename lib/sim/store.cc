@@ -146,15 +146,20 @@ std::string nameOfPath(const std::string &path)
     return whole.stem().string().substr(0, 220) + "-" + digits;
 }
 
-// A file's name alone is taken for that of a machine of the product's.
-void refuseBareFileName(const yat::ConfiguredMachine &machine)
+// Also of a file's name alone, which is taken for that of a machine of the product's.
+void refuseUnknownName(const yat::ConfiguredMachine &machine, const std::string &stateFile)
 {
-    std::error_code error;
-    if (!machine.isPath && !std::filesystem::exists(machine.descriptionFile, error)
-        && (machine.name.ends_with(".toml") || std::filesystem::exists(machine.name, error)))
-        throw yat::Problem("there is no machine '" + yat::fromDisplay(machine.name)
-                           + "' in data/machines; for the file of that name, write './"
-                           + yat::fromDisplay(machine.name) + "'");
+    const auto isThere = [](const std::string &file) {
+        std::error_code error; // is told by who reads it
+        return std::filesystem::status(file, error).type() != std::filesystem::file_type::not_found;
+    };
+    if (machine.isPath || isThere(machine.descriptionFile) || isThere(stateFile))
+        return;
+    const std::string name = yat::fromDisplay(machine.name);
+    throw yat::Problem("there is no machine '" + name + "' in data/machines; "
+                       + (machine.name.ends_with(".toml") || isThere(machine.name)
+                              ? "for the file of that name, write './" + name + "'"
+                              : "name one of those there, or the path of a description"));
 }
 
 } // namespace
@@ -173,14 +178,14 @@ std::string stateFileIn(const std::string &directory, const yat::ConfiguredMachi
 
 Store configuredStore(const yat::ConfiguredMachine &machine)
 {
-    refuseBareFileName(machine);
     wantedScale();
     // Another directory would have another machine in it.
     const std::string wanted = wantedDirectory();
     if (!wanted.empty())
         yat::makeOwnDirectory(wanted);
-    return {.file = stateFileIn(wanted.empty() ? yat::stateDirectory() : wanted, machine),
-            .descriptionFile = machine.descriptionFile};
+    const std::string file = stateFileIn(wanted.empty() ? yat::stateDirectory() : wanted, machine);
+    refuseUnknownName(machine, file);
+    return {.file = file, .descriptionFile = machine.descriptionFile};
 }
 
 Machine readDescription(const std::string &file)

@@ -89,5 +89,8 @@ TEST_F(Yatsim, ProposesASlashForADescriptionWithoutOne)
                           + "'");
     write("ALDER", "");
     steer("--machine ALDER list");
+    std::filesystem::copy_file(sandbox.directory() / "machines/ALDER.db",
+                               sandbox.directory() / "machines/NIX.db");
+    steer("--machine NIX list"); // the state is enough
     std::filesystem::current_path(before);
 }
