@@ -57,7 +57,7 @@ Refusal checkRepair(const Machine &, const Device &device)
 
 using Value = const std::string &;
 
-constexpr int longestStep = 315'360'000; // seconds
+constexpr Measure timeStep = {.most = 315'360'000, .unit = second}; // ten years
 constexpr Term<bool> switches[] = {{true, "on"}, {false, "off"}};
 
 bool setLength(Time &time, std::string_view value, const Measure &rule)
@@ -77,20 +77,11 @@ bool setBiosStatus(Machine &, Device *device, Value value)
 bool letTimePass(Machine &machine, Device *, Value value)
 {
     Time step = 0;
-    if (!value.starts_with('+')
-        || !setLength(step, std::string_view(value).substr(1),
-                      {.most = longestStep, .unit = second})
+    if (!value.starts_with('+') || !setLength(step, std::string_view(value).substr(1), timeStep)
         || machine.now > lastMoment - step)
         return false;
     advance(machine, machine.now + step);
     return true;
-}
-
-bool isOwner(SetKey::Owner owner, const Device *device)
-{
-    return owner == SetKey::machine  ? !device
-           : owner == SetKey::module ? device && isModule(device->id)
-                                     : device && device->id.classCode == YAT_CLASS_CPU_MODULE;
 }
 
 // Carries out "KEY=VALUE"; the device is null for a key of the machine.
@@ -98,8 +89,9 @@ Refusal set(Machine &machine, Device *device, const std::string &argument)
 {
     const size_t equals = std::min(argument.find('='), argument.size());
     for (const SetKey &each : setKeys())
-        if (isOwner(each.owner, device) && argument.compare(0, equals, each.key) == 0
-            && equals < argument.size() && each.set(machine, device, argument.substr(equals + 1)))
+        if (isOwner(device ? device->id : wholeMachine, each.owner)
+            && argument.compare(0, equals, each.key) == 0 && equals < argument.size()
+            && each.set(machine, device, argument.substr(equals + 1)))
             return Refusal::none;
     return Refusal::wrongArgument;
 }
@@ -262,35 +254,42 @@ constexpr OnDevice onDevices[] = {
 
 } // namespace
 
+bool isOwner(DeviceId id, SetKey::Owner owner)
+{
+    return owner == SetKey::machine  ? id == wholeMachine
+           : owner == SetKey::module ? isModule(id)
+                                     : id.classCode == YAT_CLASS_CPU_MODULE;
+}
+
 const std::vector<SetKey> &setKeys()
 {
     static const std::string bytes = std::to_string(longestVersion) + " bytes";
     static const std::vector<SetKey> keys = {
         {"mtbf_type", SetKey::module,
          mtbfTypeText(stayDown) + ", " + mtbfTypeText(alwaysRestart) + " or "
-             + mtbfTypeText(restartAboveThreshold) + ", of a module",
+             + mtbfTypeText(restartAboveThreshold),
+         "of a module",
          [](Machine &machine, Device *device, Value value) {
              return setMtbfType(machine, *device, value) == Refusal::none;
          }},
-        {"bios_version", SetKey::cpuModule, version.expected() + ", of a CPU module",
+        {"bios_version", SetKey::cpuModule, version.expected(), "of a CPU module",
          [](Machine &, Device *device, Value value) {
              return version.read(value, device->biosVersion);
          }},
-        {"bios_status", SetKey::cpuModule, version.expected() + ", of a CPU module", setBiosStatus},
-        {yat::settings[0].key, SetKey::machine, "on or off", setSwitch<0>},
-        {yat::settings[1].key, SetKey::machine, "on or off", setSwitch<1>},
-        {"mtbf_threshold", SetKey::machine, "hours, 0 to " + std::to_string(longestMtbf),
+        {"bios_status", SetKey::cpuModule, version.expected(), "of a CPU module", setBiosStatus},
+        {yat::settings[0].key, SetKey::machine, "on or off", "", setSwitch<0>},
+        {yat::settings[1].key, SetKey::machine, "on or off", "", setSwitch<1>},
+        {"mtbf_threshold", SetKey::machine, "a number of hours " + threshold.range(), "",
          [](Machine &machine, Device *, Value value) {
-             return setLength(machine.mtbfThreshold, value, {.most = longestMtbf, .unit = hour});
+             return setLength(machine.mtbfThreshold, value, threshold);
          }},
-        {"data_file", SetKey::machine,
-         "the BIOS version in the firmware data file, a text of up to " + bytes,
+        {"data_file", SetKey::machine, "a text of up to " + bytes,
+         "the BIOS version in the firmware data file",
          [](Machine &machine, Device *, Value value) {
              return Text{.most = longestVersion}.read(value, machine.dataFileVersion);
          }},
-        {"time", SetKey::machine,
-         "+SECONDS, 0 to " + std::to_string(longestStep) + ": lets that much time pass",
-         letTimePass},
+        {"time", SetKey::machine, "'+' and a number of seconds " + timeStep.range(),
+         "which pass at once", letTimePass},
     };
     return keys;
 }

@@ -33,11 +33,15 @@ Refusal apply(Machine &machine, const Order &order);
 struct SetKey {
     const char *key;
     enum Owner { machine, module, cpuModule } owner;
-    std::string values; // what they can be, for messages and manuals
+    std::string values; // what they can be
+    const char *about;  // whose they are or what they do; may be empty
     // Sets it, of its owner; false, with nothing changed, for a value that it can't have.
     bool (*set)(Machine &machine, Device *device, const std::string &value);
 };
 
 const std::vector<SetKey> &setKeys();
+
+// Whether a device, or the whole machine, has the values of such an owner.
+bool isOwner(DeviceId id, SetKey::Owner owner);
 
 } // namespace sim

@@ -18,6 +18,7 @@ enum Presence { required, mayBeMissing };
 
 constexpr Text name = {.least = 1, .most = 127, .isLine = true};
 constexpr Text version = {.least = 1, .most = longestVersion};
+constexpr Measure threshold = {.most = longestMtbf, .unit = hour};
 
 constexpr auto bytesUpTo(size_t most)
 {
@@ -44,9 +45,7 @@ template <class Keys> void machineKeys(Keys &keys, Machine &machine)
         for (size_t i = 0; i < std::size(yat::settings); ++i)
             keys(yat::settings[i].key, machine.*settingMembers[i], Flag());
     });
-    keys.table("mtbf", [&] {
-        keys("threshold", machine.mtbfThreshold, Measure{.most = longestMtbf, .unit = hour});
-    });
+    keys.table("mtbf", [&] { keys("threshold", machine.mtbfThreshold, threshold); });
     keys.table("timing", [&] { timingKeys(keys, machine.timing); });
     keys.table("supports", [&] {
         for (const DeviceClass &each : deviceClasses)

@@ -216,19 +216,21 @@ TEST_F(Yatsim, SetRefusesKeysAndValues)
                              "automatic_module_start, mtbf_threshold, data_file, time";
     for (const std::string key : {"colour", "cpu1.time", "mtbf_type", "cpu1."})
         expectRefusal("set " + key + " 1", "no key '" + key + keys);
-    const std::string type =
-        "0 (stay down), 1 (always restart) or 2 (restart at or above threshold), of a module";
+    expectRefusal("set scsi1.mtbf_type 1",
+                  "no key 'scsi1.mtbf_type', expected mtbf_type of a module");
+    expectRefusal("set pci1.bios_version 1",
+                  "no key 'pci1.bios_version', expected bios_version of a CPU module");
     const std::tuple<std::string, std::string, std::string> wrong[] = {
-        {"cpu1.mtbf_type", "3", type},
-        {"scsi1.mtbf_type", "1", type},
-        {"pci1.bios_version", "1", "a text of 1 to 1000 bytes, of a CPU module"},
-        {"cpu1.bios_status", std::string(1001, 'x'), "a text of 1 to 1000 bytes, of a CPU module"},
+        {"cpu1.mtbf_type", "3",
+         "0 (stay down), 1 (always restart) or 2 (restart at or above threshold)"},
+        {"cpu1.bios_status", std::string(1001, 'x'), "a text of 1 to 1000 bytes"},
         {"automatic_module_start", "yes", "on or off"},
-        {"mtbf_threshold", "876001", "hours, 0 to 876000"},
-        {"mtbf_threshold", "long", "hours, 0 to 876000"},
-        {"time", "60", "+SECONDS, 0 to 315360000: lets that much time pass"},
-        {"time", "+-60", "+SECONDS, 0 to 315360000: lets that much time pass"},
-        {"time", "+315360001", "+SECONDS, 0 to 315360000: lets that much time pass"},
+        {"mtbf_threshold", "876001", "a number of hours from 0 to 876000"},
+        {"mtbf_threshold", "long", "a number of hours from 0 to 876000"},
+        {"data_file", std::string(1001, 'x'), "a text of up to 1000 bytes"},
+        {"time", "60", "'+' and a number of seconds from 0 to 315360000"},
+        {"time", "+-60", "'+' and a number of seconds from 0 to 315360000"},
+        {"time", "+315360001", "'+' and a number of seconds from 0 to 315360000"},
     };
     for (const auto &[key, value, expected] : wrong)
         expectRefusal("set " + key + " " + value,

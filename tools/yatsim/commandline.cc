@@ -47,7 +47,7 @@ std::string aboutKeys()
     std::string result;
     for (const SetKey &key : setKeys())
         result += "  " + std::string(key.owner != SetKey::machine ? "DEVICE." : "") + key.key
-                  + "\n      " + key.values + "\n";
+                  + "\n      " + key.values + (*key.about ? ", " : "") + key.about + "\n";
     return "Keys and their values:\n" + result + "\n" + aboutDevices();
 }
 

@@ -198,6 +198,8 @@ void set(const Request &request)
     const DeviceId device = ofDevice ? deviceFor(store, row) : wholeMachine;
     const Refusal refusal =
         perform(store, {.verb = Verb::set, .device = device, .argument = row.argument});
+    if (refusal == Refusal::wrongArgument && !isOwner(device, known->owner))
+        throw yat::Problem("no key '" + name + "', expected " + key + " " + known->about);
     if (refusal == Refusal::wrongArgument)
         throw yat::Problem("wrong value '" + value + "' for " + name + ", expected "
                            + known->values);
