@@ -47,9 +47,8 @@ std::string machineNamedIn(const std::string &file)
         return {};
     const std::string name = machine->value_exact<std::string>().value_or("");
     if (name.empty())
-        throw Problem(inLine(
-            file, machine->source().begin.line,
-            "machine must be the name of a machine or the path of a description, in quotes"));
+        throw Problem(inLine(file, machine->source().begin.line,
+                             "machine must be a name or a path in quotes; see yatkit.toml(5)"));
     return name;
 }
 

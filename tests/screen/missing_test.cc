@@ -85,9 +85,8 @@ const Missing missing[] = {
      [](const ProductRoot &root) {
          writeFile(root.directory.path / "etc/yatkit.toml", "machine = 3\n");
      },
-     "ROOT/etc/yatkit.toml:1: machine must be the name of a machine or the path of a description, "
-     "in quotes",
-     0, "(unset)"},
+     "ROOT/etc/yatkit.toml:1: machine must be a name or a path in quotes; see yatkit.toml(5)", 0,
+     "(unset)"},
     {"plugin", [](const ProductRoot &root) { fs::remove(root.library() / "yathwinfo.dll"); },
      "ROOT/lib/yathwinfo.dll: cannot open shared object file: No such file or directory; install "
      "the product again",

@@ -53,7 +53,7 @@ protected:
     const fs::path root = sandbox.directory() / "product";
     const std::string mistake =
         (root / "etc" / "yatkit.toml").string()
-        + ":2: machine must be the name of a machine or the path of a description, in quotes";
+        + ":2: machine must be a name or a path in quotes; see yatkit.toml(5)";
 };
 
 const char wrong[] = "# ours\nmachine = 3\n";

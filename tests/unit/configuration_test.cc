@@ -18,8 +18,7 @@ void PrintTo(const Configuration &configuration, std::ostream *stream)
     *stream << configuration.name;
 }
 
-const char wanted[] =
-    "machine must be the name of a machine or the path of a description, in quotes";
+const char wanted[] = "machine must be a name or a path in quotes; see yatkit.toml(5)";
 
 const Configuration configurations[] = {
     {"Name", "# a comment\nmachine = \"BIRCH\"\n", "BIRCH", ""},
