@@ -4,6 +4,7 @@
 #include "base/display.h"
 #include "text/encoding.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -26,6 +27,12 @@ void putState(const std::string &text, char *buffer)
     const size_t length = wholeCharacters(shown, longest);
     memcpy(buffer, shown.data(), length);
     buffer[length] = '\0';
+}
+
+void putFacts(yat_facts told, yat_facts *facts)
+{
+    told.size = facts->size;
+    memcpy(facts, &told, std::min<size_t>(facts->size, sizeof told));
 }
 
 int toInteger(char *text, int *value)

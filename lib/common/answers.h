@@ -2,6 +2,7 @@
 // What the calls of yat/ft.h put into the buffers of their callers.
 #pragma once
 
+#include "yat/facts.h"
 #include "yat/winshim.h"
 
 #include <string>
@@ -19,6 +20,9 @@ bool putProperty(const std::string &text, char *buffer, unsigned long *size);
 
 // Puts a text, in UTF-8, into the buffer of a state, as much of it as fits.
 void putState(const std::string &text, char *buffer);
+
+// Puts facts into a caller's structure, as much of them as that has, whose size stays.
+void putFacts(yat_facts told, yat_facts *facts);
 
 // Linux_ConvertDataToInt.
 int toInteger(char *text, int *value);

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <optional>
 #include <set>
 
@@ -178,7 +177,6 @@ int getFacts(yat_device *record, yat_facts *facts)
     const Look &look = lookForFacts(keyOf(*device));
     const Counts counts = countsSinceCleared(look, *device);
     yat_facts told{};
-    told.size = facts->size;
     if (const auto state = toldState(look.machine, *device)) {
         told.known |= YAT_KNOWS_STATE;
         told.state = *state;
@@ -191,7 +189,7 @@ int getFacts(yat_device *record, yat_facts *facts)
         told.known |= YAT_KNOWS_BIOS;
         told.bios = YAT_BIOS_VALID;
     }
-    memcpy(facts, &told, sizeof told);
+    yat::putFacts(told, facts);
     return 1;
 }
 

@@ -5,9 +5,6 @@
 #include "common/records.h"
 #include "sim/words.h"
 
-#include <algorithm>
-#include <cstring>
-
 namespace sim {
 namespace {
 
@@ -135,9 +132,7 @@ int getFacts(const Machine &machine, yat_device *device, yat_facts *facts)
     const Device *known = find(machine, idOf(device));
     if (!known)
         return 0;
-    yat_facts told = factsOf(machine, *known);
-    told.size = facts->size;
-    memcpy(facts, &told, std::min<size_t>(facts->size, sizeof told));
+    yat::putFacts(factsOf(machine, *known), facts);
     return 1;
 }
 

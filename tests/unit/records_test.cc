@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "base/recordtree.h"
+#include "common/answers.h"
 #include "common/records.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 
 namespace {
@@ -71,4 +73,24 @@ TEST(Records, ComeToAnEndAfterSoManyLevelsAndVisits)
         EXPECT_TRUE(haveEnd(&records[0]));
     }
     EXPECT_TRUE(haveEnd(nullptr));
+}
+
+// As the structure grows at its end, a caller's may be an older one or a newer one.
+TEST(Facts, AreNoMoreThanTheirReceiverHasRoomFor)
+{
+    yat_facts told{};
+    told.size = 1;
+    told.bios = YAT_BIOS_INVALID;
+    yat_facts facts[2];
+    const auto filled = [&](size_t size) {
+        memset(facts, 0x5A, sizeof facts);
+        facts[0].size = static_cast<uint32_t>(size);
+        yat::putFacts(told, facts);
+        EXPECT_EQ(facts[0].size, size);
+        return facts[0].bios;
+    };
+    EXPECT_EQ(filled(sizeof told - sizeof told.bios), 0x5A5A5A5A);
+    EXPECT_EQ(filled(sizeof told), YAT_BIOS_INVALID);
+    EXPECT_EQ(filled(2 * sizeof told), YAT_BIOS_INVALID);
+    EXPECT_EQ(facts[1].size, 0x5A5A5A5Au);
 }
