@@ -13,9 +13,9 @@ extern "C" {
 #endif
 
 /* Asks the machine's baseboard management controller who it is: the one of a simulated
- * machine, as its description says, or, where the configuration names the machine
- * "hardware", the one behind the kernel's /dev/ipmi0. That needs the kernel modules
- * ipmi_msghandler, ipmi_devintf and ipmi_si, and the right to read and write the device.
+ * machine, as its description says; for any other machine, a maker's as well, the one
+ * behind the kernel's /dev/ipmi0. That needs the kernel modules ipmi_msghandler,
+ * ipmi_devintf and ipmi_si, and the right to read and write the device.
  *
  * response  out: 16 bytes, the answer to the IPMI command Get Device ID (IPMI 2.0,
  *           20.1): byte 0 the completion code, 1 the device id, 2 the device revision, 3
