@@ -86,6 +86,7 @@ struct Machine {
 // As yat::settings has them.
 constexpr bool Machine::*settingMembers[] = {&Machine::automaticFirmwareUpdate,
                                              &Machine::automaticModuleStart};
+static_assert(std::size(settingMembers) == std::size(yat::settings));
 
 // The setting of a YAT_SETTING_... kind; null for another kind.
 constexpr bool Machine::*settingOf(int kind)

@@ -124,12 +124,16 @@ struct DeviceWindow {
 // Gives the kind back. One whose tables do not fit together does not compile.
 consteval WindowKind checked(const WindowKind &kind)
 {
-    const auto isMade = [&](int part) {
+    const auto isComponent = [&](int part) {
         for (const Component &component : kind.components)
             if (component.part == part)
                 return true;
-        return kind.mtbfType && part >= kind.mtbfType->firstRadio
-               && part < kind.mtbfType->firstRadio + 3;
+        return false;
+    };
+    const auto isMade = [&](int part) {
+        return isComponent(part)
+               || (kind.mtbfType && part >= kind.mtbfType->firstRadio
+                   && part < kind.mtbfType->firstRadio + 3);
     };
     const auto expect = [](bool holds, const char *complaint) {
         if (!holds)
@@ -139,6 +143,11 @@ consteval WindowKind checked(const WindowKind &kind)
     for (const Component &component : kind.components)
         expect(component.part >= 0 && component.part < mostParts, "a part without a place");
     expect(!kind.mtbfType || kind.mtbfType->firstRadio + 3 <= mostParts, "a part without a place");
+    expect(!kind.mtbfType
+               || (isComponent(kind.mtbfType->label) && isComponent(kind.mtbfType->setButton)),
+           "an MTBF type without its label or its button");
+    expect(!kind.state || (isComponent(kind.state->box) && isComponent(kind.state->readAfter)),
+           "a state without its box");
     for (const Row &row : kind.rows)
         for (const RowCell &cell : row.cells)
             expect(cell.part < 0 || isMade(cell.part), "a row with a part that nobody makes");
