@@ -102,7 +102,7 @@ Counts countsSinceCleared(const Look &look, const Device &device)
     const Counts counts = countsOf(look.machine, device);
     if (found == look.memory.baselines.end())
         return counts;
-    const Counts baseline = begunAnew(found->second, counts);
+    const Counts baseline = zeroedWhereReset(found->second, counts);
     if (baseline != found->second && countsAllOf(look.machine, device))
         rememberBaseline(keyOf(device), found->second, baseline);
     return since(baseline, counts);

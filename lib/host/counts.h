@@ -29,7 +29,7 @@ inline Counts &operator+=(Counts &sum, const Counts &more)
 }
 
 // The baseline with 0 for each counter that is below it: that one went back to 0 since.
-inline Counts begunAnew(Counts baseline, const Counts &now)
+inline Counts zeroedWhereReset(Counts baseline, const Counts &now)
 {
     if (now.corrected < baseline.corrected)
         baseline.corrected = 0;

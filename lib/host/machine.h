@@ -16,7 +16,7 @@ namespace host {
 struct Processor {
     int number = 0;
     bool isOnline = true;
-    bool canGo = false; // offline, that is: the kernel lets it
+    bool canGoOffline = false; // the kernel lets it
 };
 
 constexpr int unknownPackage = -1; // of processors that have been offline ever since they were seen

@@ -64,7 +64,7 @@ Refusal checkStop(const Machine &machine, const Package &package)
         return {YAT_DETAIL_LAST_RUNNING,
                 {"it is the last one running", "稼働している最後のモジュールです"}};
     for (const Processor &processor : package.processors)
-        if (processor.isOnline && !processor.canGo)
+        if (processor.isOnline && !processor.canGoOffline)
             return {YAT_DETAIL_UNSUPPORTED,
                     {"the kernel does not take " + nameOf(processor) + " offline",
                      "プロセッサ" + std::to_string(processor.number)

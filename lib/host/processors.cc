@@ -47,7 +47,7 @@ Processor readProcessor(const Online &online, int number)
 {
     return {.number = number,
             .isOnline = isOnline(online, number),
-            .canGo = access(onlineFile(number).c_str(), F_OK) == 0};
+            .canGoOffline = access(onlineFile(number).c_str(), F_OK) == 0};
 }
 
 // The package that the kernel tells; nothing for garbage, or of a processor that is offline.

@@ -58,12 +58,12 @@ void Server::addDevice(const std::string &path, const std::string &subsystem, bo
     link(home + (isClass ? "/" : "/devices/") + path.substr(path.rfind('/') + 1), path);
 }
 
-void Server::addProcessor(int number, int package, bool canGo) const
+void Server::addProcessor(int number, int package, bool canGoOffline) const
 {
     const std::string path = "/sys/devices/system/cpu/cpu" + std::to_string(number);
     addDevice(path, "cpu", false, "MODALIAS=cpu:type:x86\n");
     setOnline(number, package, true);
-    if (!canGo)
+    if (!canGoOffline)
         remove(path + "/online");
 }
 

@@ -24,7 +24,7 @@ public:
     void link(const std::string &path, const std::string &target) const;
 
     // A processor; one that is offline doesn't tell its package.
-    void addProcessor(int number, int package, bool canGo = true) const;
+    void addProcessor(int number, int package, bool canGoOffline = true) const;
     void setOnline(int number, int package, bool isOnline) const;
 
     // A PCI function below another one or below the root of its domain. Returns its path.
