@@ -25,8 +25,7 @@ struct yat_platform {
     uint64_t size;    /* sizeof(struct yat_platform) */
     /* Called once after loading; 0 refuses to open, having undone whatever it did and traced
      * the reason at level 1, which the user is told; any other value is what ft_FunctionInit
-     * returns. Called with the interface closed, so it must not
-     * use the calls of yat/ft.h. */
+     * returns. Called with the interface closed, so it must not use the calls of yat/ft.h. */
     int (*open)(void);
     /* Called once before unloading, which happens whatever it returns; ft_FunctionRelease
      * returns the same. */

@@ -101,7 +101,7 @@ std::string slotAbove(const ByAddress &slots, const Function &function)
 
 using ByPath = std::unordered_map<std::string, Function *>;
 
-// The function that a device is below of.
+// The function above a device.
 Function *functionAbove(const ByPath &functions, std::string path)
 {
     for (; path.size() > 1; path.erase(path.rfind('/')))

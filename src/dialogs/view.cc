@@ -19,8 +19,8 @@ struct View {
     newtComponent focus = nullptr;
     int formHeight = 0;                                                // as newt has it
     std::map<newtComponent, const ComponentOperations *> operations{}; // newt's
-    std::vector<newtComponent>
-        stops{}; // texts that take the focus because it shows no others of them
+    // Texts that take the focus only so that they can be scrolled into sight.
+    std::vector<newtComponent> stops{};
 };
 std::map<newtComponent, View> views; // by their forms
 

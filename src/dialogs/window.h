@@ -16,9 +16,9 @@ enum class GridEnd { kept, freed };
 
 // Opens a window around a grid, as newtGridWrappedWindow does, for a form that has or will get
 // the grid's components, and frees newt's grid or leaves it; newt's grid may have been made of it
-// before. Where window and frame have no room
-// between the top of the screen and the help line, texts are wrapped and the window scrolls; fit,
-// if given, is told how large its contents can be. A title that is too long is cut.
+// before. Where window and frame have no room between the top of the screen and the help line,
+// texts are wrapped and the window scrolls; fit, if given, is told how large its contents can be. A
+// title that is too long is cut.
 void openWindow(newtComponent form, const Grid &grid, newtGrid newts, const char *title,
                 GridEnd end = GridEnd::kept, Fit fit = nullptr);
 void openWindow(newtComponent form, const Grid &grid, const char *title,
