@@ -117,8 +117,9 @@ Refusal checkSlot(const Machine &machine, const Slot &slot, Verb verb)
 Refusal checkClear(const Machine &machine, const Device &device)
 {
     if (!countsOf(machine, device).isKnown)
-        return {YAT_DETAIL_UNSUPPORTED,
-                {"the server counts no errors of it", "この装置のエラー数は記録されていません"}};
+        return {
+            YAT_DETAIL_UNSUPPORTED,
+            {"the server keeps no error count for it", "この装置のエラー数は記録されていません"}};
     return checkRights({});
 }
 

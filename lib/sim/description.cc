@@ -137,7 +137,7 @@ void Reader::mustBeUnique(std::string_view key, int kind, const std::string &val
         return;
     scope.wrong.push_back(key);
     report(*scope.table->get(key),
-           std::string(key) + " '" + value + "' is used already, expected one that no other has");
+           std::string(key) + " '" + value + "' is already in use; each must be unique");
 }
 
 // A table or a date is what no rule takes.
@@ -250,7 +250,8 @@ DescribedModule readModule(Reader &reader, const toml::table &table, int classCo
             module.board = module.id.number; // a CPU module is its own board
         reader.mustBeUnique(isCpu ? "number" : "board", boards, std::to_string(module.board));
         if (module.bios == Bios::invalid && table.contains("bios_from"))
-            reader.wrong(*table.get("bios_from"), "bios_from", "none when 'bios_valid' is false");
+            reader.report(*table.get("bios_from"),
+                          "'bios_from' must be left out when 'bios_valid' is false");
         result.mayBePaired = reader.areRight({"number", "partner", "state"});
         result.devices.push_back(std::move(module));
         if (!isCpu)

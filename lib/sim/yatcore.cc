@@ -160,8 +160,7 @@ int openPlatform()
 {
     const yat::ConfiguredMachine machine = yat::configuredMachine();
     if (machine.isHardware) {
-        TRACE_ERROR("this platform only simulates machines, and can't take the place of "
-                    "another one");
+        TRACE_ERROR("yatcore.dll only simulates machines, but the configuration names a real one");
         return 0;
     }
     opened = configuredStore(machine);

@@ -145,7 +145,7 @@ TEST_F(Journal, IsEnglishInEveryLocale)
                      "PCI module 1 (slot 1) / slot 1 / it is already running",
                      "PCI module 2 (not in a slot) / not in a slot / it has no power switch",
                      "SCSI adapter 1 (82574L Gigabit Network Conne) / 0000:02:00.0 / the "
-                     "server counts no errors of it"}));
+                     "server keeps no error count for it"}));
 }
 
 // Whoever may mount chooses the name of the place.

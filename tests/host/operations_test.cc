@@ -295,7 +295,7 @@ TEST_F(Operations, ClearedCountsBeginAnew)
 {
     server.addProcessor(0, 0);
     const std::string controller = "/sys/devices/system/edac/mc/mc0";
-    EXPECT_EQ(support(2, 1, clearCpu), "1 the server counts no errors of it");
+    EXPECT_EQ(support(2, 1, clearCpu), "1 the server keeps no error count for it");
     server.write(controller + "/ce_count", "7\n");
     server.write(controller + "/ue_count", "1\n");
     EXPECT_EQ(cpu(1), "1 of 1 running,\nCE 7, UE 1");

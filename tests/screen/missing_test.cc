@@ -77,8 +77,7 @@ const Missing missing[] = {
          fs::remove(root.library() / "yathost.dll");
          fs::copy_file(root.library() / "yatcore.dll", root.library() / "yathost.dll");
      },
-     "this platform only simulates machines, and can't take the place of another one", 0,
-     "hardware"},
+     "yatcore.dll only simulates machines, but the configuration names a real one", 0, "hardware"},
     {"platformOfAMaker", [](const ProductRoot &) {},
      "/no/such/platform.so can't be used: No such file or directory", 0, "/no/such/platform.so"},
     {"configuration",

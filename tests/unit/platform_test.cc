@@ -266,7 +266,7 @@ TEST(Platform, OfTheHardwareIsNotSimulated)
     Root root(STAGE "/lib/yatcore.dll", "yathost.dll");
     root.configure("hardware");
     EXPECT_EQ(root.init(), 0);
-    EXPECT_NE(root.trace().find("this platform only simulates machines"), std::string::npos);
+    EXPECT_NE(root.trace().find("yatcore.dll only simulates machines"), std::string::npos);
 }
 
 TEST(Platform, OfAMakerIsNamedByItsPath)

@@ -98,7 +98,7 @@ void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
             ->check(between(0.1, 86400, "0123456789."));
     if (name == "metrics")
         app.add_option("--output", request.output,
-                       "Write FILE in one step, so that no half of it is read")
+                       "Write FILE in one step, so that nobody reads half of it")
             ->type_name("FILE")
             ->check(emptiness);
 }
