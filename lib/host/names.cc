@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/names.h"
 
+#include "text/utf8.h"
+
 extern "C" {
 #include <pci/pci.h>
 }
 
+#include <algorithm>
 #include <memory>
 
 namespace host {
@@ -58,13 +61,17 @@ std::string lookUp(const Function &function, int what)
     }
 }
 
-std::string cut(std::string name)
+// Between characters; a byte that belongs to none is one.
+std::string cut(const std::string &name)
 {
     if (name.size() <= longest)
         return name;
-    size_t end = longest;
-    while (end > 0 && (name[end] & 0xC0) == 0x80) // within a character
-        --end;
+    const auto endOfCharacter = [&](size_t begin) {
+        return begin + std::max<size_t>(yat::utf8Length(std::string_view(name).substr(begin)), 1);
+    };
+    size_t end = 0;
+    while (endOfCharacter(end) <= longest)
+        end = endOfCharacter(end);
     return name.substr(0, name.find_last_not_of(' ', end - 1) + 1);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "host/sysfs.h"
 
+#include "common/numbers.h"
 #include "common/problem.h"
 
 #include <algorithm>
@@ -95,12 +96,10 @@ std::optional<std::string> readAttribute(const std::string &file)
 
 std::optional<uint64_t> readNumber(const std::string &file)
 {
-    const std::string text = readAttribute(file).value_or("");
-    const bool isHexadecimal = text.starts_with("0x");
-    const char *begin = text.data() + (isHexadecimal ? 2 : 0), *end = text.data() + text.size();
-    uint64_t number = 0;
-    const auto result = std::from_chars(begin, end, number, isHexadecimal ? 16 : 10);
-    return result.ec == std::errc() && result.ptr == end ? std::optional(number) : std::nullopt;
+    const auto text = readAttribute(file);
+    if (text && text->starts_with("0x"))
+        return yat::numberIn<uint64_t>(std::string_view(*text).substr(2), 16);
+    return text ? yat::numberIn<uint64_t>(*text) : std::nullopt;
 }
 
 std::optional<uint64_t> numberOfLine(const std::string &text, const std::string &word)

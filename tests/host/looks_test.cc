@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What is shown of a server: whatever it has and whatever it lacks.
+#include "host/names.h"
 #include "kernel.h"
 #include "looked.h"
 
@@ -361,6 +362,26 @@ TEST_F(Looks, FunctionsHaveTheirAddressesWhereTheListOfNamesIsDamaged)
         EXPECT_EQ(tree().back(),
                   "  8 1 255.0.31.2.0.0.0.0 SCSI adapter 1 (" + std::string(name) + ")");
     }
+    kernel = {};
+}
+
+TEST_F(Looks, NamesAreCutBetweenCharacters)
+{
+    kernel.listOfNames = server.directory.path / "pci.ids";
+    host::Function function;
+    function.vendor = 0x8086;
+    function.device = 0x10d3;
+    const std::string letter = "\u3042", x(24, 'x');
+    for (const auto &[name, shown] : {std::pair(x + "xxxx", x + "xxxx"),
+                                      {x + "x" + letter + "y", x + "x" + letter},
+                                      {x + "xx" + letter, x + "xx"},
+                                      {x + "x " + letter + "y", x + "x"},
+                                      {std::string(40, '\x80'), std::string(28, '\x80')}}) {
+        writeFile(kernel.listOfNames, "8086  Some\n\t10d3  " + name + "\n");
+        host::forgetNames();
+        EXPECT_EQ(host::nameOf(function), shown);
+    }
+    host::forgetNames();
     kernel = {};
 }
 
