@@ -123,7 +123,7 @@ void Reader::refuseOtherKeys(std::string_view what)
         if (std::ranges::find(scope.known, key.str()) == scope.known.end())
             mistakes.push_back({key.source().begin.line,
                                 "unknown key '" + std::string(key.str()) + "' in "
-                                    + std::string(what) + ", expected " + joined(scope.known, "")});
+                                    + std::string(what) + ", expected " + joined(scope.known)});
 }
 
 bool Reader::areRight(std::initializer_list<std::string_view> keys) const

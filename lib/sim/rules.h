@@ -44,7 +44,7 @@ bool isRead(const Rule &rule, const Json &json, std::optional<Value> &value)
 }
 
 // Words with commas between them, each with quotes of that kind around it.
-inline std::string joined(const std::vector<std::string_view> &words, const char *quote)
+template <class Words> std::string joined(const Words &words, const char *quote = "")
 {
     std::string result;
     for (const std::string_view word : words)

@@ -5,6 +5,7 @@
 #include "common/version.h"
 #include "shared/program.h"
 #include "sim/injection.h"
+#include "sim/rules.h"
 #include "text/encoding.h"
 #include "yatsim/commands.h"
 
@@ -204,7 +205,7 @@ std::string toString(const CLI::App &app, const CLI::ParseError &problem)
     std::vector<std::string> known;
     for (const Command &command : commands)
         known.push_back(command.name);
-    return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + list(known);
+    return "no subcommand '" + yat::fromDisplay(rest[0]) + "', expected one of " + joined(known);
 }
 
 void toUtf8(Request &request)

@@ -5,6 +5,7 @@
 #include "common/numbers.h"
 #include "common/problem.h"
 #include "sim/injection.h"
+#include "sim/rules.h"
 #include "sim/words.h"
 #include "text/encoding.h"
 #include "yatsim/journal.h"
@@ -37,7 +38,7 @@ std::string noDevice(const Machine &machine, const std::string &name)
     std::vector<std::string> known;
     for (const Device &each : machine.devices)
         known.push_back(nameOf(each.id));
-    return "no device '" + name + "', expected one of " + list(known);
+    return "no device '" + name + "', expected one of " + joined(known);
 }
 
 // Tells what is wrong with an operation that doesn't come to the machine, and puts it into the
@@ -74,7 +75,7 @@ void checkInjection(const Request &request)
         std::vector<std::string> names;
         for (const auto &each : injectableCalls)
             names.emplace_back(each.word);
-        throw yat::Problem("no call '" + call + "', expected one of " + list(names));
+        throw yat::Problem("no call '" + call + "', expected one of " + joined(names));
     }
     if (!yat::numberIn<int>(result) && result != "real" && result != "off")
         throw yat::Problem("wrong result '" + result
@@ -93,14 +94,6 @@ void checkInjection(const Request &request)
 }
 
 } // namespace
-
-std::string list(const std::vector<std::string> &words)
-{
-    std::string result;
-    for (const std::string &word : words)
-        result += (result.empty() ? "" : ", ") + word;
-    return result;
-}
 
 void init(const Request &)
 {
@@ -193,7 +186,7 @@ void set(const Request &request)
             keys.push_back((each.owner != SetKey::machine ? "DEVICE." : "")
                            + std::string(each.key));
         row.result = nameOf(Refusal::wrongArgument);
-        refuseAndFail(store, row, "no key '" + name + "', expected one of " + list(keys));
+        refuseAndFail(store, row, "no key '" + name + "', expected one of " + joined(keys));
     }
     const DeviceId device = ofDevice ? deviceFor(store, row) : wholeMachine;
     const Refusal refusal =

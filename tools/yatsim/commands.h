@@ -6,9 +6,6 @@
 #include "sim/terms.h"
 #include "yatsim/request.h"
 
-#include <string>
-#include <vector>
-
 namespace sim {
 
 void init(const Request &request);
@@ -21,8 +18,5 @@ void journal(const Request &request);
 void exportDescription(const Request &request);
 void importDescription(const Request &request);
 void reset(const Request &request);
-
-// Words with commas between them.
-std::string list(const std::vector<std::string> &words);
 
 } // namespace sim
