@@ -30,3 +30,8 @@ std::string fromArgument(const std::string &argument)
                            + "' is not in the encoding of the locale, " + nl_langinfo(CODESET));
     return yat::fromDisplay(argument);
 }
+
+std::string emptiness(const std::string &argument)
+{
+    return argument.empty() ? "is empty" : "";
+}

@@ -53,11 +53,6 @@ constexpr Command commands[] = {
     {"metrics", "Print what a monitoring system collects, as OpenMetrics", metrics, 0},
 };
 
-std::string emptiness(const std::string &argument)
-{
-    return argument.empty() ? "is empty" : "";
-}
-
 // A number of seconds in digits, with a fraction where that is allowed; not 1e3, 0x10 or nan.
 CLI::Validator between(double least, double most, const char *signs)
 {

@@ -3,6 +3,7 @@
 
 #include "base/recordtree.h"
 #include "common/terms.h"
+#include "shared/program.h"
 #include "text/encoding.h"
 #include "yat/text.h"
 #include "yatctl/failure.h"
@@ -13,7 +14,6 @@
 #include <clocale>
 #include <map>
 #include <span>
-#include <strings.h>
 
 // A libyat.so of another maker may lack them.
 #pragma weak GetDeviceFacts
@@ -170,17 +170,13 @@ std::string stateTextOf(const Device &device)
     return yat::printable(yat::fromDisplay(text.data()));
 }
 
-bool equals(std::string_view left, std::string_view right)
-{
-    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
-
 bool isCalled(const Device &device, std::string_view name)
 {
     const yat::DeviceClass &term = termOf(device.classCode);
-    return equals(name, device.shortName) || equals(name, device.name) || name == device.path
-           || equals(name, numberedName(term.shortName, device.number))
-           || equals(name, numberedName(term.alias, device.number));
+    return equalsIgnoringCase(name, device.shortName) || equalsIgnoringCase(name, device.name)
+           || name == device.path
+           || equalsIgnoringCase(name, numberedName(term.shortName, device.number))
+           || equalsIgnoringCase(name, numberedName(term.alias, device.number));
 }
 
 } // namespace

@@ -70,11 +70,6 @@ struct Word {
     bool mayBeEmpty = false;
 };
 
-std::string emptiness(const std::string &argument)
-{
-    return argument.empty() ? "is empty" : "";
-}
-
 constexpr Word device = {"DEVICE", "The device's short name or its display name"};
 
 struct Command {

@@ -2,18 +2,13 @@
 #include "yatsim/steering.h"
 
 #include "common/problem.h"
+#include "shared/program.h"
 #include "text/encoding.h"
 
 #include <algorithm>
-#include <strings.h>
 
 namespace sim {
 namespace {
-
-bool equalsIgnoringCase(std::string_view left, std::string_view right)
-{
-    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
-}
 
 std::string toText(const Injection &injection)
 {
