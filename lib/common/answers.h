@@ -3,6 +3,7 @@
 #pragma once
 
 #include "yat/facts.h"
+#include "yat/ft.h"
 #include "yat/winshim.h"
 
 #include <string>
@@ -17,6 +18,13 @@ inline bool isJapanese()
 
 // Puts a text, in UTF-8, into the buffer of a property; false when it is too long.
 bool putProperty(const std::string &text, char *buffer, unsigned long *size);
+
+// Whether a code is that of the state of a kind, for StatusChange.
+constexpr bool isStateOf(int kind, int code)
+{
+    return (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
+           || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
+}
 
 // Puts a text, in UTF-8, into the buffer of a state, as much of it as fits.
 void putState(const std::string &text, char *buffer);

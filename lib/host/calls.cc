@@ -153,9 +153,7 @@ int getProperty(int kind, int number, int property, char *buffer, unsigned long 
 
 int statusChange(int kind, int number, int code, char *text)
 {
-    const bool isKnown = (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
-                         || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
-    const Device *device = isKnown ? deviceNumbered(kind, number) : nullptr;
+    const Device *device = yat::isStateOf(kind, code) ? deviceNumbered(kind, number) : nullptr;
     if (!device)
         return -1;
     const Look look = lookFor(kind, number, -code);

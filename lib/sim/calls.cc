@@ -118,9 +118,7 @@ int getProperty(const Machine &machine, int kind, int number, int property, char
 
 int statusChange(const Machine &machine, int kind, int number, int code, char *text)
 {
-    const bool isKnown = (kind == YAT_KIND_CPU_MODULE && code == YAT_STATE_CPU_MODULE)
-                         || (kind == YAT_KIND_PCI_MODULE && code == YAT_STATE_PCI_MODULE);
-    const Device *module = isKnown ? find(machine, {kind, number}) : nullptr;
+    const Device *module = yat::isStateOf(kind, code) ? find(machine, {kind, number}) : nullptr;
     if (!module)
         return -1;
     yat::putState(stateText(machine, *module, yat::isJapanese()), text);
