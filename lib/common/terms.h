@@ -22,15 +22,18 @@ inline constexpr MachineType machineTypes[] = {
     {YAT_MACHINE_PLAIN, "PLAIN"},
 };
 
+// What a module that failed does: see the MTBF types of yat/ft.h.
+constexpr int stayDown = 0, alwaysRestart = 1, restartAboveThreshold = 2;
+
 struct MtbfType {
     int value; // as it is written
     std::string_view word;
 };
 
 inline constexpr MtbfType mtbfTypes[] = {
-    {0, "stay down"},
-    {1, "always restart"},
-    {2, "restart at or above threshold"},
+    {stayDown, "stay down"},
+    {alwaysRestart, "always restart"},
+    {restartAboveThreshold, "restart at or above threshold"},
 };
 
 // "0 stay down, 1 always restart, ..."

@@ -79,9 +79,6 @@ enum class Bios {
     invalid,   // an update was interrupted
 };
 
-// What a module that failed does: see the MTBF types of yat/ft.h.
-constexpr int stayDown = 0, alwaysRestart = 1, restartAboveThreshold = 2;
-
 enum class Verb {
     // by the calls of yat/ft.h
     clearMtbf,
@@ -130,6 +127,10 @@ template <class Value> struct Term {
 
 using yat::machineTypes;
 using yat::mtbfTypes;
+
+using yat::alwaysRestart;
+using yat::restartAboveThreshold;
+using yat::stayDown;
 
 struct StateTerm {
     State value;

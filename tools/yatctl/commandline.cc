@@ -68,6 +68,14 @@ CLI::Validator between(double least, double most, const char *signs)
         "");
 }
 
+std::vector<std::string> mtbfTypes()
+{
+    std::vector<std::string> types;
+    for (const yat::MtbfType &type : yat::mtbfTypes)
+        types.push_back(std::to_string(type.value));
+    return types;
+}
+
 void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
 {
     if (name == "set-type")
@@ -75,7 +83,7 @@ void addOwnArguments(CLI::App &app, Request &request, std::string_view name)
                        "What a failure leads to: " + yat::mtbfTypesInWords())
             ->type_name("")
             ->required()
-            ->check(CLI::IsMember({"0", "1", "2"}).description(""));
+            ->check(CLI::IsMember(mtbfTypes()).description(""));
     if (name == "update")
         app.add_option("SOURCE", request.argument,
                        "copy: from the CPU module that runs; file: from the data file")
