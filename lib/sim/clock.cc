@@ -32,7 +32,8 @@ double wantedScale()
     const auto scale = yat::numberIn<double>(wanted);
     if (!scale || !(*scale >= 0 && *scale <= fastest))
         throw yat::Problem("wrong value '" + std::string(wanted)
-                           + "' for YAT_TIME_SCALE, expected a number from 0 to 1000000");
+                           + "' for YAT_TIME_SCALE, expected a number from 0 to "
+                           + std::to_string(fastest));
     return *scale;
 }
 
