@@ -19,9 +19,9 @@ template <auto unref> struct Unref {
 
 using Udev = std::unique_ptr<udev, Unref<udev_unref>>;
 using Enumeration = std::unique_ptr<udev_enumerate, Unref<udev_enumerate_unref>>;
-using Device = std::unique_ptr<udev_device, Unref<udev_device_unref>>;
+using UdevDevice = std::unique_ptr<udev_device, Unref<udev_device_unref>>;
 
-std::string propertyOf(const Device &device, const char *name)
+std::string propertyOf(const UdevDevice &device, const char *name)
 {
     const char *value = udev_device_get_property_value(device.get(), name);
     return value ? value : "";
@@ -45,7 +45,7 @@ std::vector<KernelDevice> kernelDevices(const char *subsystem)
     udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(enumeration.get()))
     {
         const char *path = udev_list_entry_get_name(entry);
-        if (const Device device{udev_device_new_from_syspath(udev.get(), path)})
+        if (const UdevDevice device{udev_device_new_from_syspath(udev.get(), path)})
             result.push_back({.path = path,
                               .driver = propertyOf(device, "DRIVER"),
                               .pciClass = propertyOf(device, "PCI_CLASS"),

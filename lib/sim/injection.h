@@ -15,21 +15,22 @@ namespace sim {
 enum class InjectedText { none, text, number, bytes };
 
 // The results by which a call says that it failed.
-enum class Failure { zero, minusOne, allButZero };
+enum class FailureResult { zero, minusOne, allButZero };
 
 struct InjectableCall {
     InjectedText value;
     std::string_view word;
-    Failure failure = Failure::zero;
+    FailureResult failure = FailureResult::zero;
 
     constexpr bool hasFailed(int result) const
     {
-        return failure == Failure::minusOne ? result == -1
-                                            : (result == 0) == (failure == Failure::zero);
+        return failure == FailureResult::minusOne
+                   ? result == -1
+                   : (result == 0) == (failure == FailureResult::zero);
     }
     constexpr int failed() const
     {
-        return failure == Failure::zero ? 0 : -1;
+        return failure == FailureResult::zero ? 0 : -1;
     }
 };
 
@@ -38,10 +39,10 @@ inline constexpr InjectableCall injectableCalls[] = {
     {InjectedText::none, "ft_FunctionRelease"},
     {InjectedText::none, "CreateTreeViewData"},
     {InjectedText::none, "FreeTreeViewData"},
-    {InjectedText::none, "call_yat_is_ft", Failure::minusOne},
-    {InjectedText::text, "yat_ft_get_property", Failure::allButZero},
-    {InjectedText::number, "Linux_ConvertDataToInt", Failure::minusOne},
-    {InjectedText::text, "StatusChange", Failure::minusOne},
+    {InjectedText::none, "call_yat_is_ft", FailureResult::minusOne},
+    {InjectedText::text, "yat_ft_get_property", FailureResult::allButZero},
+    {InjectedText::number, "Linux_ConvertDataToInt", FailureResult::minusOne},
+    {InjectedText::text, "StatusChange", FailureResult::minusOne},
     {InjectedText::number, "IfSupport"},
     {InjectedText::none, nameOf(Verb::clearMtbf)},
     {InjectedText::none, nameOf(Verb::bringUp)},

@@ -64,20 +64,20 @@ std::string aboutInjections()
            + calls;
 }
 
-struct Word {
+struct Argument {
     const char *name = nullptr, *help = nullptr;
     bool required = true;
     bool mayBeEmpty = false;
 };
 
-constexpr Word device = {"DEVICE", "The device's short name or its display name"};
+constexpr Argument device = {"DEVICE", "The device's short name or its display name"};
 
 struct Command {
     const char *name;
     void (*run)(const Request &);
     const char *help;
     bool prints = false;
-    std::array<Word, 2> words{};
+    std::array<Argument, 2> words{};
     std::string (*more)() = nullptr; // below the help
 };
 
@@ -145,11 +145,11 @@ CLI::Validator between(int64_t least, int64_t most)
 void addOptions(CLI::App &app, Request &request, const Command &command)
 {
     for (size_t i = 0; i < command.words.size() && command.words[i].name; ++i) {
-        const Word &word = command.words[i];
-        CLI::Option *option = app.add_option(word.name, request.words[i], word.help)
+        const Argument &argument = command.words[i];
+        CLI::Option *option = app.add_option(argument.name, request.words[i], argument.help)
                                   ->type_name("")
-                                  ->required(word.required);
-        if (!word.mayBeEmpty)
+                                  ->required(argument.required);
+        if (!argument.mayBeEmpty)
             option->check(emptiness);
     }
     if (command.prints)
