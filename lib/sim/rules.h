@@ -12,8 +12,11 @@
 
 #include "sim/terms.h"
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 namespace sim {
 

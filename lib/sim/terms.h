@@ -8,15 +8,12 @@
 #include "yat/facts.h"
 #include "yat/ft.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
-#include <vector>
 
 namespace sim {
 

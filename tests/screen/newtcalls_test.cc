@@ -2,8 +2,6 @@
 // What the program asks newt for where the screen alone does not tell.
 #include "navigation.h"
 
-#include <algorithm>
-
 using namespace keys;
 
 namespace {

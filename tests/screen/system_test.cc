@@ -2,9 +2,6 @@
 // The general settings window and the BMC firmware window, with the programs that open them.
 #include "session.h"
 
-#include <filesystem>
-#include <fstream>
-
 using namespace keys;
 
 namespace {

@@ -6,6 +6,7 @@
 #include "support/privileges.h"
 #include "yatsim/journal.h"
 
+#include <algorithm>
 #include <set>
 #include <sys/stat.h>
 #include <sys/wait.h>

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 
 namespace fs = std::filesystem;
 

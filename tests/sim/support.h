@@ -7,12 +7,9 @@
 #include "support/process.h"
 #include "yat/ft.h"
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <string>
-#include <vector>
 
 // An own, empty state directory, and an environment that names it, a machine and a pace of time.
 // All is as before afterwards.

@@ -3,7 +3,6 @@
 #include "support/files.h"
 #include "support/symbols.h"
 
-#include <cstdio>
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 #include <optional>
 #include <regex>
