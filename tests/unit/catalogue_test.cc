@@ -72,8 +72,8 @@ TEST_F(Catalogue, FindsATextByItsKey)
 
 TEST_F(Catalogue, ResolvesEscapes)
 {
-    const std::string file = "KEY_ID \"a\\nb\\tc\\\\d\\\"e\\%f\" ignored\n%end\n";
-    EXPECT_EQ(lookUp("KEY_ID", file), "a\nb\tc\\d\"e%f");
+    const std::string file = "KEY_ID \"a\\nb\\tc\\\\d\\\"e\\%\\z\" ignored\n%end\n";
+    EXPECT_EQ(lookUp("KEY_ID", file), "a\nb\tc\\d\"e%z");
 }
 
 TEST_F(Catalogue, EndsWithItsEndLine)
