@@ -57,6 +57,26 @@ TEST(Resize, ThereAndBackLeavesTheScreenAsItWas)
     session.expectScreen("resize/ethernet");
 }
 
+// A title that is wider than its window moves the contents to the right.
+TEST(Resize, ThereAndBackLeavesAWindowBelowALongTitleAsItWas)
+{
+    const std::string name(70, 'n');
+    Session session({.tree = "0 1 2 1 0 CPU\n0 1 3 1 0 PCI\n1 2 13 1 0 " + name + "\n"});
+    Terminal &terminal = session.terminal();
+    session.see("Exit");
+    session.send(keys::space + keys::down + keys::down + keys::space + keys::down + keys::space
+                 + keys::down + keys::enter);
+    session.see("┤ " + name);
+    terminal.settle(std::chrono::milliseconds(50));
+    const std::string before = terminal.picture();
+    terminal.resize(40, 120);
+    EXPECT_TRUE(terminal.waitUntil([&] { return terminal.picture() != before; }));
+    terminal.settle(std::chrono::milliseconds(50));
+    terminal.resize(24, 80);
+    EXPECT_TRUE(terminal.waitUntil([&] { return terminal.picture() == before; }))
+        << before << terminal.picture();
+}
+
 TEST(Resize, KeepsTheKeysThatAreTypedMeanwhile)
 {
     Session session({.script = "newtCls real held at=2"});
