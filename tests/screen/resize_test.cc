@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What a change of the terminal's size does to the windows that are open.
+#include "navigation.h"
 #include "session.h"
 
 namespace {
@@ -75,6 +76,23 @@ TEST(Resize, ThereAndBackLeavesAWindowBelowALongTitleAsItWas)
     terminal.resize(24, 80);
     EXPECT_TRUE(terminal.waitUntil([&] { return terminal.picture() == before; }))
         << before << terminal.picture();
+}
+
+// It has room for two lines of 19 columns, which are two more than the button below has.
+TEST(Resize, ShrinkingLeavesALongStateInItsPlace)
+{
+    Session session({.script = "StatusChange 0 text=the first of lines the second of lines "
+                               "a third line of all\n"});
+    session.see("Exit");
+    session.send(cpuModule.path + keys::enter);
+    session.send(keys::backTab); // to the button below it
+    for (const int rows : {24, 15}) {
+        session.terminal().resize(rows, 80);
+        session.terminal().settle(std::chrono::milliseconds(50));
+        session.see("the first of lines");
+        session.see("the second of lines");
+        session.see("┐  │");
+    }
 }
 
 TEST(Resize, KeepsTheKeysThatAreTypedMeanwhile)
