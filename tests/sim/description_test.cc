@@ -37,7 +37,7 @@ const char small[] = "name = \"M\"\n"                                  // 1
                      "cpu_module = [\"clear MTBF\"]\n"                 // 8
                      "[[cpu_module]]\n"                                // 9
                      "number = 1\n"                                    // 10
-                     "name = \"C1\"\n"                                 // 11
+                     "name = \"AZ1\"\n"                                 // 11
                      "path = [0]\n"                                    // 12
                      "state = \"duplex\"\n"                            // 13
                      "mtbf_type = \"stay down\"\n"                     // 14
@@ -101,7 +101,7 @@ const Case cases[] = {
      "F:8: wrong value for 'scsi_adapter', expected a list of any of \"clear MTBF\""},
     {"SectionThatIsNoTable", "[mtbf]\nthreshold = 2\n", "[[mtbf]]\nthreshold = 2\n",
      "F:5: wrong value for 'mtbf', expected a table"},
-    {"NumberOutOfRange", "number = 1\nname = \"C1\"", "number = 0\nname = \"C1\"",
+    {"NumberOutOfRange", "number = 1\nname = \"AZ1\"", "number = 0\nname = \"AZ1\"",
      "F:10: wrong value for 'number', expected a number from 1 to 9999"},
     {"NumberTwice", "number = 2", "number = 1",
      "F:19: number '1' is already in use; each must be unique"},
@@ -130,7 +130,7 @@ const Case cases[] = {
     {"SourceOfAnInvalidBios", "bios_version = \"1\"",
      "bios_version = \"1\"\nbios_from = \"data file\"\nbios_valid = false",
      "F:16: 'bios_from' must be left out when 'bios_valid' is false"},
-    {"NameTwice", "\"C2\"", "\"c1\"", "F:20: name 'c1' is already in use; each must be unique"},
+    {"NameTwice", "\"C2\"", "\"az1\"", "F:20: name 'az1' is already in use; each must be unique"},
     {"NameOfAnotherClassTwice", "\"S1\"", "\"P1\"",
      "F:36: name 'P1' is already in use; each must be unique"},
     {"NameWithAControlCharacter", "\"C2\"", "\"C\\n2\"",
@@ -228,7 +228,7 @@ TEST(Description, PairsNeighboursUnlessItSaysOtherwise)
     std::string text = small;
     text.insert(text.find("name = \"C2\""), "partner = 0\n");
     EXPECT_EQ(mistakesOf(text).size(), 2u); // so that each of the two runs in duplex alone
-    text.insert(text.find("name = \"C1\""), "partner = 2\n");
+    text.insert(text.find("name = \"AZ1\""), "partner = 2\n");
     EXPECT_EQ(mistakesOf(text).at(0).substr(0, 31), "F:11: wrong value for 'partner'");
     text.replace(text.find("partner = 2"), 11, "partner = 0");
     for (size_t at; (at = text.find("\"duplex\"")) != std::string::npos;)

@@ -37,6 +37,14 @@ TEST(StateFile, HasTheTablesOfItsVersion)
     EXPECT_EQ(yat::hashOf(schema()), 0x3c8c62c47b89bf02) << schema();
 }
 
+TEST(StateFile, HoldsTheSpeedOfTheClockAsItIs)
+{
+    Stored stored("CEDAR");
+    stored.sandbox.set("YAT_TIME_SCALE", "60");
+    look(stored.store);
+    EXPECT_EQ(stored.store.database->number("SELECT scale FROM machine"), 60);
+}
+
 // What the description says is needed no more then.
 TEST(StateFile, HoldsTheWholeMachine)
 {
