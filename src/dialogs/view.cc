@@ -286,7 +286,6 @@ void changeView(newtComponent form, const Layout &layout)
     view.layout = layout;
     findStops(view);
     limitScrolling(view);
-    draw(view);
 }
 
 void endView(newtComponent form)

@@ -15,7 +15,7 @@ struct Inside {
 // places, and draws them.
 void startView(newtComponent form, const Layout &layout, const Inside &inside);
 
-// The same for another layout of these components, drawn at once.
+// The same for another layout of these components; the next drawing of the form shows it.
 void changeView(newtComponent form, const Layout &layout);
 
 // Lets newt have the form again.
