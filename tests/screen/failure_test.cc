@@ -2,6 +2,8 @@
 // Every failure of the start-up and of the platform: what is traced, what is undone, what is told.
 #include "navigation.h"
 
+#include <algorithm>
+
 namespace {
 
 struct Failure {
@@ -180,7 +182,9 @@ TEST(Failure, InADescriptionIsToldWhenTheScreenIsGone)
     EXPECT_NE(session.terminal().output().find("mrvutil: " + complaint + "\r\n"),
               std::string::npos);
     EXPECT_FALSE(session.terminal().inAlternateScreen());
-    expectInOrder(session.trace("yatcore"), {"1 tell " + complaint});
+    expectInOrder(session.trace(), {"1 tell " + complaint, "0 EditParameter >"});
+    const std::vector<std::string> told = session.trace("yatcore");
+    EXPECT_EQ(std::ranges::count(told, "1 tell " + complaint), 1);
 }
 
 TEST(Failure, OfAnEmptyCatalogueLeavesTheTextsEmpty)

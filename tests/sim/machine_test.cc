@@ -278,6 +278,22 @@ TEST(Machine, CanBeDescribedWhenItsFailuresAreForgottenElsewhere)
     EXPECT_EQ(find(copy, ethernet)->failures.at(0), machine.now - longestMtbf * hour);
 }
 
+TEST(Machine, KeepsNoFirmwareBeyondItsUpdate)
+{
+    Machine machine = machineOf(shipped("CEDAR"));
+    Order order{.verb = Verb::bringDown, .device = {YAT_CLASS_CPU_MODULE, 2}};
+    for (const auto &[verb, argument] :
+         {std::pair{Verb::bringDown, ""}, {Verb::burnFirmware, YAT_BURN_COPY}}) {
+        order.verb = verb;
+        order.code = supportCode(verb, order.device.classCode) + 1;
+        order.argument = argument;
+        ASSERT_EQ(apply(machine, order), Refusal::none);
+        EXPECT_EQ(contradiction(machine), "");
+        advance(machine, machine.now + hour);
+        EXPECT_EQ(contradiction(machine), "");
+    }
+}
+
 TEST(Machine, FindsItsDevicesByNumberAndByBoard)
 {
     for (const std::string &name : shippedMachines) {
