@@ -394,3 +394,17 @@ TEST(AdapterUpdate, IsNeverSupported)
     EXPECT_EQ(session.trace("fmupdate"),
               (std::vector<std::string>{"0 FMUpdate >", "0 FMUpdate <"}));
 }
+
+// Back in a window that is too low: no more of what stands above comes into sight than has to.
+TEST(Fields, ScrollByOneWhereTheyStandOneBelowAnother)
+{
+    RunOptions options = toolkit("fields", "Title", "Text");
+    options.rows = 12;
+    Session session(options);
+    session.see("Fields");
+    for (int i = 0; i < 12; ++i)
+        session.send(keys::tab);
+    for (int i = 0; i < 9; ++i)
+        session.send(keys::backTab);
+    session.expectScreen("boxes/fields-scrolled");
+}
