@@ -16,8 +16,8 @@ int systemError(sqlite3 *handle)
     for (const int which : {SQLITE_FCNTL_FILE_POINTER, SQLITE_FCNTL_JOURNAL_POINTER}) {
         sqlite3_file *file = nullptr;
         int error = 0;
-        if (sqlite3_file_control(handle, "main", which, &file) == SQLITE_OK && file
-            && file->pMethods
+        sqlite3_file_control(handle, "main", which, &file); // leaves it null where it fails
+        if (file && file->pMethods
             && file->pMethods->xFileControl(file, SQLITE_FCNTL_LAST_ERRNO, &error) == SQLITE_OK
             && error != 0)
             return error;
