@@ -95,7 +95,7 @@ TEST_F(Ends, ProcessorThatKeepsItsWriterWaitingHasFailed)
     host::PackageOf known;
     const auto packages = host::readPackages(known);
     ASSERT_EQ(packages.size(), 2u);
-    EXPECT_EQ(problemOf([&] { host::switchPackage(packages[1], false, milliseconds(50)); }),
+    EXPECT_EQ(problemOf([&] { host::switchPackage(packages[1], false, milliseconds(1000)); }),
               "processor 4 can't be switched: writing \"0\" to "
               "/sys/devices/system/cpu/cpu4/online did not finish in time; 3 of 3 are online");
     EXPECT_EQ(online(3) + online(5), "11"); // the one that went is back
