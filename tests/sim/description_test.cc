@@ -37,7 +37,7 @@ const char small[] = "name = \"M\"\n"                                  // 1
                      "cpu_module = [\"clear MTBF\"]\n"                 // 8
                      "[[cpu_module]]\n"                                // 9
                      "number = 1\n"                                    // 10
-                     "name = \"AZ1\"\n"                                 // 11
+                     "name = \"AZ1\"\n"                                // 11
                      "path = [0]\n"                                    // 12
                      "state = \"duplex\"\n"                            // 13
                      "mtbf_type = \"stay down\"\n"                     // 14
@@ -105,6 +105,10 @@ const Case cases[] = {
      "F:10: wrong value for 'number', expected a number from 1 to 9999"},
     {"NumberTwice", "number = 2", "number = 1",
      "F:19: number '1' is already in use; each must be unique"},
+    {"NumberOfAnAdapterTwice", "path = [2, 1]\n",
+     "path = [2, 1]\n[[pci_module.adapter]]\nclass = \"SCSI\"\nnumber = 1\nname = \"S2\"\n"
+     "path = [2, 2]\n",
+     "F:40: number '1' is already in use; each must be unique"},
     {"PathByteOutOfRange", "path = [0]", "path = [256]",
      "F:12: wrong value for 'path', expected a list of 1 to 8 numbers from 0 to 255"},
     {"StateThatDoesNotLast", "\"simplex\"", "\"starting\"",
